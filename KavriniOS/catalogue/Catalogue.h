@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QHash>
+#include <QString>
+
+#include <optional>
+#include <variant>
+#include <vector>
+
+/// Every setting of the keyboard, declared once, as data. What reads defaults, draws screens, exports and
+/// resets walks this catalogue; adding a setting means adding an item to one of its pages.
+///
+/// All types are plain values. Keys, defaults, ranges and option values are a contract with the keyboard,
+/// which reads the same keys.
+namespace kavrin::catalogue
+{
+
+/// One option of a choice. Its identity is `v`.
+struct Opt {
+    QString v; ///< the stored value
+    QString t; ///< the label shown
+
+    bool operator==(const Opt &) const = default;
+};
+
+/// On or off. Stored as a Bool.
+struct Toggle {
+    bool defaultValue;
+
+    bool operator==(const Toggle &) const = default;
+};
+
+/// A number from `lower` to `upper`, both included, in steps of `step`. Stored as a Double.
+struct Slider {
+    double defaultValue;
+    double lower;
+    double upper;
+    double step;
+    QString unit; ///< may be empty
+
+    bool operator==(const Slider &) const = default;
+};
+
+/// One of several options. Stored as the option's `v`, a String.
+struct Choice {
+    QString defaultValue; ///< an option's `v`
+    std::vector<Opt> options;
+
+    bool operator==(const Choice &) const = default;
+};
+
+/// A line of text. Stored as a String.
+struct Text {
+    QString defaultValue;
+    bool secret; ///< the entry is masked
+
+    bool operator==(const Text &) const = default;
+};
+
+/// Something to do rather than to set; nothing is stored.
+struct Action {
+    QString identifier; ///< begins with "act."
+
+    bool operator==(const Action &) const = default;
+};
+
+using Kind = std::variant<Toggle, Slider, Choice, Text, Action>;
+
+/// One row of a page.
+struct Item {
+    QString key; ///< the key that the item edits, or an action's identifier
+    QString title;
+    Kind kind;
+    std::optional<QString> footer = std::nullopt; ///< explains the item, shown under the row
+
+    bool operator==(const Item &) const = default;
+};
+
+struct Sect {
+    QString title; ///< may be empty
+    std::vector<Item> items;
+
+    /// The title followed directly by the key of the first item; the title alone where there is none.
+    [[nodiscard]] QString id() const;
+
+    bool operator==(const Sect &) const = default;
+};
+
+struct Page {
+    QString id; ///< unique and stable
+    QString title;
+    QString icon; ///< a system symbol name
+    std::vector<Sect> sections;
+
+    bool operator==(const Page &) const = default;
+};
+
+/// The catalogue. Made on first use, from any thread; never changes.
+const std::vector<Page> &pages();
+
+/// Every item of pages() by its key. Made on first use, from any thread; never changes.
+const QHash<QString, Item> &items();
+
+/// The items of `pages` by key. Of several items with the same key the last one counts.
+QHash<QString, Item> itemsByKey(const std::vector<Page> &pages);
+
+} // namespace kavrin::catalogue

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <exception>
+
+namespace kavrin
+{
+
+/// A failure that a user is told of.
+struct Error : std::exception {
+    Error(QString domain, qint64 code, QString localizedDescription)
+        : domain(std::move(domain)), code(code), localizedDescription(std::move(localizedDescription)),
+          m_what(this->localizedDescription.toUtf8())
+    {
+    }
+
+    /// localizedDescription in UTF-8.
+    [[nodiscard]] const char *what() const noexcept override { return m_what.constData(); }
+
+    QString domain; ///< who failed, one short word: "stt", "network", "audio"
+    qint64 code; ///< which failure within the domain
+    QString localizedDescription; ///< what happened, in words for a person
+
+private:
+    QByteArray m_what;
+};
+
+} // namespace kavrin

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/PropertyListValue.h"
+
+#include <QByteArrayView>
+
+#include <optional>
+
+/// Reading and writing property lists, in the XML and the binary form of
+/// https://www.apple.com/DTDs/PropertyList-1.0.dtd. Safe from any thread.
+namespace kavrin::PropertyList
+{
+
+/// The value that `data` holds in either form, or none where it is no property list.
+std::optional<PropertyListValue> parse(QByteArrayView data);
+
+/// The binary form of `value`.
+QByteArray toBinary(const PropertyListValue &value);
+
+} // namespace kavrin::PropertyList

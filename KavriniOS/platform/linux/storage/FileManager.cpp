@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "platform/FileManager.h"
+
+#include "platform/Bundle.h"
+#include "platform/PropertyList.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QStandardPaths>
+
+#include <algorithm>
+
+namespace kavrin::FileManager
+{
+
+namespace
+{
+
+/// Labels of letters, digits, "-" and "_", joined by single dots: a name that cannot lead out of its folder.
+bool isGroupIdentifier(const QString &group)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\A[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)*\\z"));
+    return pattern.match(group).hasMatch();
+}
+
+/// The groups that the bundle's entitlements.plist lists.
+PropertyListArray entitledGroups()
+{
+    const std::optional<QString> path =
+        Bundle::resourcePath(QStringLiteral("entitlements"), QStringLiteral("plist"));
+    QFile file(path.value_or(QString()));
+    if (!path || !file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    const std::optional<PropertyListValue> entitlements = PropertyList::parse(file.readAll());
+    const auto *dictionary = entitlements ? std::get_if<PropertyListDictionary>(&*entitlements) : nullptr;
+    if (dictionary == nullptr) {
+        return {};
+    }
+    const auto found = dictionary->find(QStringLiteral("com.apple.security.application-groups"));
+    const auto *groups =
+        found == dictionary->end() ? nullptr : std::get_if<PropertyListArray>(&found->second);
+    return groups == nullptr ? PropertyListArray() : *groups;
+}
+
+bool isEntitledTo(const QString &group)
+{
+    const PropertyListArray groups = entitledGroups();
+    return std::any_of(groups.begin(), groups.end(), [&](const PropertyListValue &entry) {
+        const auto *identifier = std::get_if<QString>(&entry);
+        return identifier != nullptr && *identifier == group;
+    });
+}
+
+} // namespace
+
+std::optional<QString> containerPath(const QString &group)
+{
+    if (!isGroupIdentifier(group) || !isEntitledTo(group)) {
+        return std::nullopt;
+    }
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/app-groups/") + group;
+}
+
+QString temporaryDirectory()
+{
+    const QString path =
+        QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) + QStringLiteral("/kavrin");
+    constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+    QDir().mkpath(path);
+    QFile::setPermissions(path, ownerOnly);
+    return path;
+}
+
+} // namespace kavrin::FileManager

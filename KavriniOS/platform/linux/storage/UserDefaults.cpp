@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: MIT
+#include "platform/UserDefaults.h"
+
+#include "platform/FileManager.h"
+#include "platform/PropertyList.h"
+#include "platform/linux/storage/SqliteDatabase.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLocale>
+#include <QStandardPaths>
+
+#include <cmath>
+
+namespace kavrin
+{
+
+namespace
+{
+
+constexpr const char *readSql = "SELECT type, value FROM defaults WHERE key = ?1";
+constexpr const char *readAllSql = "SELECT type, value, key FROM defaults";
+constexpr const char *readSomeSql =
+    "SELECT type, value, key FROM defaults WHERE key IN (SELECT json_each.value FROM json_each(?1))";
+constexpr const char *writeSql =
+    "INSERT INTO defaults (key, type, value) VALUES (?1, ?2, ?3) "
+    "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value";
+constexpr const char *removeSql = "DELETE FROM defaults WHERE key = ?1";
+
+constexpr int typeColumn = 0;
+constexpr int valueColumn = 1;
+constexpr int keyColumn = 2;
+
+/// Binds the type's name and the value of a row to write.
+struct BindValue {
+    SqliteStatement &statement;
+
+    void operator()(bool value) const { bindRow("bool", qint64(value)); }
+    void operator()(qint64 value) const { bindRow("int", value); }
+    void operator()(double value) const { bindRow("double", value); }
+    void operator()(Date value) const { bindRow("date", value.secondsSince1970); }
+    void operator()(const PropertyListArray &value) const
+    {
+        bindBlobRow("array", PropertyList::toBinary(value));
+    }
+    void operator()(const PropertyListDictionary &value) const
+    {
+        bindBlobRow("dict", PropertyList::toBinary(value));
+    }
+    void operator()(const QByteArray &value) const { bindBlobRow("data", value); }
+    void operator()(const QString &value) const
+    {
+        statement.bindText(2, "string");
+        statement.bindText(3, value.toUtf8());
+    }
+
+private:
+    template <typename Number> void bindRow(const char *type, Number value) const
+    {
+        statement.bindText(2, type);
+        statement.bind(3, value);
+    }
+
+    void bindBlobRow(const char *type, const QByteArray &value) const
+    {
+        statement.bindText(2, type);
+        statement.bindBlob(3, value);
+    }
+};
+
+using Decoded = std::optional<PropertyListValue>;
+
+bool isNumber(const SqliteStatement &row)
+{
+    return row.columnType(valueColumn) == SQLITE_INTEGER || row.columnType(valueColumn) == SQLITE_FLOAT;
+}
+
+template <typename Container> Decoded decodePropertyList(const SqliteStatement &row)
+{
+    Decoded value = PropertyList::parse(row.bytes(valueColumn));
+    return value && std::holds_alternative<Container>(*value) ? value : std::nullopt;
+}
+
+/// The value of a row, or none where it is not of the type that the row says: other programs write rows, too.
+Decoded decode(const SqliteStatement &row)
+{
+    const QByteArray type = row.bytes(typeColumn);
+    const int storage = row.columnType(valueColumn);
+    if (type == "string") {
+        return storage == SQLITE_TEXT ? Decoded(QString::fromUtf8(row.bytes(valueColumn))) : std::nullopt;
+    }
+    if (type == "bool") {
+        return storage == SQLITE_INTEGER ? Decoded(row.integer(valueColumn) != 0) : std::nullopt;
+    }
+    if (type == "int") {
+        return storage == SQLITE_INTEGER ? Decoded(row.integer(valueColumn)) : std::nullopt;
+    }
+    if (type == "double" || type == "date") {
+        const double number = row.real(valueColumn);
+        if (!isNumber(row) || !std::isfinite(number)) {
+            return std::nullopt;
+        }
+        return type == "double" ? Decoded(number) : Decoded(Date{number});
+    }
+    if (storage != SQLITE_BLOB) {
+        return std::nullopt;
+    }
+    if (type == "data") {
+        return row.bytes(valueColumn);
+    }
+    return type == "array" ? decodePropertyList<PropertyListArray>(row)
+                           : decodePropertyList<PropertyListDictionary>(row);
+}
+
+/// Every row that is left.
+int collect(SqliteStatement &statement, PropertyListDictionary &values)
+{
+    values.clear();
+    int result = statement.step();
+    for (; result == SQLITE_ROW; result = statement.step()) {
+        if (Decoded value = decode(statement)) {
+            values.insert_or_assign(QString::fromUtf8(statement.bytes(keyColumn)), *std::move(value));
+        }
+    }
+    return result;
+}
+
+bool isFinite(const PropertyListValue &value)
+{
+    if (const auto *number = std::get_if<double>(&value)) {
+        return std::isfinite(*number);
+    }
+    if (const auto *date = std::get_if<Date>(&value)) {
+        return std::isfinite(date->secondsSince1970);
+    }
+    return true;
+}
+
+} // namespace
+
+class UserDefaults::Database : public SqliteDatabase
+{
+public:
+    using SqliteDatabase::SqliteDatabase;
+};
+
+UserDefaults::UserDefaults(std::unique_ptr<Database> database) : m_database(std::move(database)) { }
+
+UserDefaults::~UserDefaults() = default;
+
+std::unique_ptr<UserDefaults> UserDefaults::suite(const QString &group)
+{
+    const std::optional<QString> container = FileManager::containerPath(group);
+    if (!container) {
+        return nullptr;
+    }
+    auto database = std::make_unique<Database>(*container + QStringLiteral("/defaults.sqlite"));
+    if (!database->open()) {
+        return nullptr;
+    }
+    return std::unique_ptr<UserDefaults>(new UserDefaults(std::move(database)));
+}
+
+UserDefaults &UserDefaults::standard()
+{
+    // Never destroyed: threads may use it until the process has ended.
+    static UserDefaults *const defaults = [] {
+        const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+        auto database =
+            std::make_unique<Database>(folder + QStringLiteral("/app.kavrin.Kavrin/defaults.sqlite"));
+        database->open();
+        return new UserDefaults(std::move(database));
+    }();
+    return *defaults;
+}
+
+std::optional<PropertyListValue> UserDefaults::object(const QString &key) const
+{
+    Decoded value;
+    m_database->read(readSql, [&](SqliteStatement &statement) {
+        statement.bindText(1, key.toUtf8());
+        const int result = statement.step();
+        value = result == SQLITE_ROW ? decode(statement) : std::nullopt;
+        return result;
+    });
+    return value;
+}
+
+std::optional<QString> UserDefaults::string(const QString &key) const
+{
+    const std::optional<PropertyListValue> value = object(key);
+    if (!value) {
+        return std::nullopt;
+    }
+    if (const auto *string = std::get_if<QString>(&*value)) {
+        return *string;
+    }
+    if (const auto *boolean = std::get_if<bool>(&*value)) {
+        return QString::number(int(*boolean));
+    }
+    if (const auto *integer = std::get_if<qint64>(&*value)) {
+        return QString::number(*integer);
+    }
+    if (const auto *number = std::get_if<double>(&*value)) {
+        return QString::number(*number, 'g', QLocale::FloatingPointShortest);
+    }
+    return std::nullopt;
+}
+
+PropertyListDictionary UserDefaults::dictionaryRepresentation() const
+{
+    PropertyListDictionary values;
+    m_database->read(readAllSql, [&](SqliteStatement &statement) { return collect(statement, values); });
+    return values;
+}
+
+PropertyListDictionary UserDefaults::objects(const QStringList &keys) const
+{
+    const QByteArray list = QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact);
+    PropertyListDictionary values;
+    m_database->read(readSomeSql, [&](SqliteStatement &statement) {
+        statement.bindText(1, list);
+        return collect(statement, values);
+    });
+    return values;
+}
+
+bool UserDefaults::set(const QString &key, const PropertyListValue &value)
+{
+    if (!isFinite(value)) {
+        SqliteDatabase::lastError() = QStringLiteral("a number that is not finite cannot be stored");
+        return false;
+    }
+    const int result = m_database->write(writeSql, [&](SqliteStatement &statement) {
+        statement.bindText(1, key.toUtf8());
+        std::visit(BindValue{statement}, value);
+        return statement.step();
+    });
+    return result == SQLITE_DONE;
+}
+
+bool UserDefaults::remove(const QString &key)
+{
+    const int result = m_database->write(removeSql, [&](SqliteStatement &statement) {
+        statement.bindText(1, key.toUtf8());
+        return statement.step();
+    });
+    return result == SQLITE_DONE;
+}
+
+QString UserDefaults::path() const
+{
+    return m_database->path();
+}
+
+QString UserDefaults::lastError() const
+{
+    return SqliteDatabase::lastError();
+}
+
+} // namespace kavrin

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/AudioPlayer.h"
+#include "platform/AudioRecorder.h"
+#include "platform/AudioSession.h"
+#include "platform/SystemSound.h"
+
+#include <QStringList>
+
+#include <vector>
+
+namespace kavrin::test
+{
+
+/// What the fakes of one test were asked to do, in order.
+using Journal = QStringList;
+
+class FakeAudioSession : public AudioSession
+{
+public:
+    explicit FakeAudioSession(Journal &journal) : m_journal(journal) { }
+
+    bool permission = true;
+    std::optional<Error> categoryFailure;
+    std::optional<Error> activationFailure;
+    Options options;
+
+    QCoro::Task<bool> requestRecordPermission() override
+    {
+        m_journal.append(QStringLiteral("ask permission"));
+        co_return permission;
+    }
+
+    void setCategory(Category, Mode, Options newOptions) override
+    {
+        m_journal.append(QStringLiteral("set category"));
+        options = newOptions;
+        if (categoryFailure) {
+            throw Error(*categoryFailure);
+        }
+    }
+
+    void activate() override
+    {
+        m_journal.append(QStringLiteral("activate"));
+        if (activationFailure) {
+            throw Error(*activationFailure);
+        }
+    }
+
+private:
+    Journal &m_journal;
+};
+
+class FakeAudioRecorder : public AudioRecorder
+{
+public:
+    explicit FakeAudioRecorder(Journal &journal) : m_journal(journal) { }
+    ~FakeAudioRecorder() override { m_journal.append(QStringLiteral("release")); }
+
+    bool firstSamplesCome = true;
+    float power = -160;
+
+    QCoro::Task<bool> record() override
+    {
+        m_journal.append(QStringLiteral("record"));
+        m_isRecording = firstSamplesCome;
+        co_return firstSamplesCome;
+    }
+
+    void stop() override
+    {
+        m_journal.append(QStringLiteral("stop"));
+        m_isRecording = false;
+    }
+
+    [[nodiscard]] bool isRecording() const override { return m_isRecording; }
+    void setMeteringEnabled(bool enabled) override { m_isMetering = enabled; }
+    void updateMeters() override { m_measured = m_isMetering ? power : -160; }
+    [[nodiscard]] float averagePower(int) const override { return m_measured; }
+
+private:
+    Journal &m_journal;
+    bool m_isRecording = false;
+    bool m_isMetering = false;
+    float m_measured = -160;
+};
+
+class FakeSystemSound : public SystemSound
+{
+public:
+    explicit FakeSystemSound(Journal &journal) : m_journal(journal) { }
+
+    void play(Id sound) override { m_journal.append(QStringLiteral("sound %1").arg(int(sound))); }
+
+private:
+    Journal &m_journal;
+};
+
+class FakeAudioPlayer : public AudioPlayer
+{
+public:
+    int loops = 0;
+    float volume = 0;
+    bool isPrepared = false;
+    bool playing = false;
+
+    void setNumberOfLoops(int newLoops) override { loops = newLoops; }
+    void setVolume(float newVolume) override { volume = newVolume; }
+    void prepareToPlay() override { isPrepared = true; }
+    bool play() override { return playing = true; }
+    [[nodiscard]] bool isPlaying() const override { return playing; }
+};
+
+} // namespace kavrin::test

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "doubles/FakeAudio.h"
+#include "platform/BackgroundTasks.h"
+#include "platform/Pasteboard.h"
+
+namespace kavrin::test
+{
+
+class FakePasteboard : public Pasteboard
+{
+public:
+    explicit FakePasteboard(Journal &journal) : m_journal(journal) { }
+
+    QString string;
+
+    void setString(const QString &text) override
+    {
+        m_journal.append(QStringLiteral("paste"));
+        string = text;
+    }
+
+private:
+    Journal &m_journal;
+};
+
+class FakeBackgroundTasks : public BackgroundTasks
+{
+public:
+    explicit FakeBackgroundTasks(Journal &journal) : m_journal(journal) { }
+
+    Identifier begin(const QString &name, std::function<void()> expirationHandler) override
+    {
+        m_journal.append(QStringLiteral("begin %1").arg(name));
+        expire = std::move(expirationHandler);
+        return ++m_last;
+    }
+
+    void end(Identifier task) override { m_journal.append(QStringLiteral("end %1").arg(task)); }
+
+    std::function<void()> expire;
+
+private:
+    Journal &m_journal;
+    Identifier m_last = 0;
+};
+
+} // namespace kavrin::test

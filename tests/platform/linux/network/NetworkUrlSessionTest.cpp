@@ -1,0 +1,622 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/network/NetworkUrlSession.h"
+
+#include "platform/linux/network/ScriptedServer.h"
+#include "support/Wait.h"
+
+#include <QNetworkReply>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <gtest/gtest.h>
+
+namespace kavrin
+{
+namespace
+{
+
+using namespace Qt::StringLiterals;
+using test::answer;
+using test::ScriptedAnswer;
+using test::ScriptedServer;
+using Protocol = ScriptedServer::Protocol;
+using Then = ScriptedAnswer::Then;
+
+UrlRequest get(const QUrl &url)
+{
+    UrlRequest request;
+    request.url = url;
+    return request;
+}
+
+UrlRequest post(const QUrl &url)
+{
+    UrlRequest request;
+    request.url = url;
+    request.method = "POST";
+    request.headers = {{"Content-Type", "audio/mp4"}, {"Authorization", "Bearer token"}};
+    request.body = "sound";
+    return request;
+}
+
+/// The body that a new session gets for `request`.
+QByteArray fetch(const UrlRequest &request)
+{
+    NetworkUrlSession session;
+    return test::await(session.data(request));
+}
+
+/// The error that a new session throws for `request`.
+Error failureOf(const UrlRequest &request)
+{
+    try {
+        fetch(request);
+    } catch (const Error &error) {
+        return error;
+    }
+    ADD_FAILURE() << "no error was thrown";
+    return {{}, 0, {}};
+}
+
+void expectFailure(const Error &error, QNetworkReply::NetworkError code, const QString &description)
+{
+    EXPECT_EQ(error.domain, u"network"_s);
+    EXPECT_EQ(error.code, code);
+    EXPECT_EQ(error.localizedDescription.toStdString(), description.toStdString());
+}
+
+TEST(NetworkUrlSession, ReturnsTheBodyOfAnAnswer)
+{
+    for (const QHostAddress::SpecialAddress address :
+         {QHostAddress::LocalHost, QHostAddress::LocalHostIPv6}) {
+        ScriptedServer server(Protocol::Http, QHostAddress(address));
+        SCOPED_TRACE(server.url({}).toString().toStdString());
+        server.add(answer("200 OK", R"({"text":"hello"})"));
+        EXPECT_EQ(fetch(get(server.url(u"/"_s))), R"({"text":"hello"})");
+    }
+}
+
+TEST(NetworkUrlSession, ReturnsTheBodyOfEveryKindOfAnswerUnchanged)
+{
+    const struct {
+        const char *what;
+        ScriptedAnswer sent;
+        QByteArray body;
+    } cases[] = {
+        {"an empty body", answer("200 OK", ""), ""},
+        {"no content", {"HTTP/1.1 204 No Content\r\n\r\n"}, ""},
+        {"HTML", answer("200 OK", "<html>Sign in</html>", "Content-Type: text/html\r\n"),
+         "<html>Sign in</html>"},
+        {"bytes that are no text", answer("200 OK", QByteArray("\0\xff\r\n", 4)),
+         QByteArray("\0\xff\r\n", 4)},
+        {"a body in chunks",
+         {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nhel\r\n2\r\nlo\r\n0\r\n\r\n"},
+         "hello"},
+        {"a body that ends with the connection", {"HTTP/1.1 200 OK\r\n\r\nhello", Then::Close}, "hello"},
+        {"a body without type", answer("200 OK", "hello"), "hello"},
+    };
+    for (const auto &[what, sent, body] : cases) {
+        SCOPED_TRACE(what);
+        ScriptedServer server;
+        server.add(sent);
+        EXPECT_EQ(fetch(get(server.url(u"/"_s))), body);
+    }
+}
+
+TEST(NetworkUrlSession, ReturnsTheBodyWhateverTheStatus)
+{
+    const QByteArray statuses[] = {
+        "201 Created",     "300 Multiple Choices", "304 Not Modified",
+        "400 Bad Request", "401 Unauthorized",     "402 Payment Required",
+        "403 Forbidden",   "404 Not Found",        "405 Method Not Allowed",
+        "408 Timeout",     "409 Conflict",         "410 Gone",
+        "413 Too Large",   "418 I'm a teapot",     "422 Unprocessable",
+        "429 Too Many",    "500 Internal",         "501 Not Implemented",
+        "502 Bad Gateway", "503 Unavailable",      "504 Timeout",
+        "599 Unknown",
+    };
+    for (const QByteArray &status : statuses) {
+        SCOPED_TRACE(status.toStdString());
+        ScriptedServer server;
+        const QByteArray body = status.startsWith("304") ? "" : "body of " + status;
+        server.add(answer(status, body));
+        EXPECT_EQ(fetch(post(server.url(u"/"_s))), body);
+    }
+}
+
+TEST(NetworkUrlSession, ReturnsTheBodyOfAnAnswerThatAsksForCredentials)
+{
+    for (const QByteArray scheme :
+         {"Basic realm=\"x\"", "Bearer", "Digest realm=\"x\", nonce=\"1\"", "Negotiate"}) {
+        SCOPED_TRACE(scheme.toStdString());
+        ScriptedServer server;
+        server.add(
+            answer("401 Unauthorized", R"({"error":"bad key"})", "WWW-Authenticate: " + scheme + "\r\n"));
+        EXPECT_EQ(fetch(post(server.url(u"/"_s))), R"({"error":"bad key"})");
+        EXPECT_EQ(server.received().size(), 1U);
+    }
+}
+
+TEST(NetworkUrlSession, SendsMethodTargetHeadersAndBodyAsGiven)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", ""));
+    fetch(post(server.url(u"/v1/models/a:b?key=a+b%20c"_s)));
+    const test::ReceivedRequest request = server.received().at(0);
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.target, "/v1/models/a:b?key=a+b%20c");
+    EXPECT_EQ(request.headers["content-type"], "audio/mp4");
+    EXPECT_EQ(request.headers["authorization"], "Bearer token");
+    EXPECT_EQ(request.headers["content-length"], "5");
+    EXPECT_EQ(request.body, "sound");
+}
+
+TEST(NetworkUrlSession, SendsOtherMethodsByTheirName)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "done"));
+    UrlRequest request = get(server.url(u"/"_s));
+    request.method = "PATCH";
+    request.headers = {{"Content-Type", "text/plain"}};
+    request.body = "change";
+    EXPECT_EQ(fetch(request), "done");
+    EXPECT_EQ(server.received().at(0).method, "PATCH");
+    EXPECT_EQ(server.received().at(0).body, "change");
+}
+
+TEST(NetworkUrlSession, SendsALargeBodyWhole)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "done"));
+    UrlRequest request = post(server.url(u"/"_s));
+    request.body = QByteArray(8 << 20, 'x');
+    EXPECT_EQ(fetch(request), "done");
+    EXPECT_EQ(server.received().at(0).body, request.body);
+}
+
+TEST(NetworkUrlSession, KeepsNoCookies)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "first", "Set-Cookie: session=1; Path=/\r\n"));
+    server.add(answer("200 OK", "second"));
+    NetworkUrlSession session;
+    test::await(session.data(get(server.url(u"/"_s))));
+    test::await(session.data(get(server.url(u"/"_s))));
+    EXPECT_FALSE(server.received().at(1).headers.contains("cookie"));
+}
+
+TEST(NetworkUrlSession, AsksAgainForWhatMayBeCached)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "first", "Cache-Control: max-age=3600\r\n"));
+    server.add(answer("200 OK", "second"));
+    NetworkUrlSession session;
+    EXPECT_EQ(test::await(session.data(get(server.url(u"/"_s)))), "first");
+    EXPECT_EQ(test::await(session.data(get(server.url(u"/"_s)))), "second");
+}
+
+TEST(NetworkUrlSession, ServesSeveralExchangesAtOnce)
+{
+    ScriptedServer slow;
+    ScriptedServer quick;
+    quick.add(answer("200 OK", "quick"));
+    NetworkUrlSession session;
+    const QCoro::Task<QByteArray> first = session.data(get(slow.url(u"/"_s)));
+    ASSERT_TRUE(test::waitUntil([&] { return !slow.received().empty(); }));
+    EXPECT_EQ(test::await(session.data(get(quick.url(u"/"_s)))), "quick");
+    EXPECT_FALSE(first.isReady());
+}
+
+TEST(NetworkUrlSession, RefusesAddressesThatAreNotOfTheWeb)
+{
+    const QString addresses[] = {u"file:///etc/passwd"_s,
+                                 u"data:text/plain,hello"_s,
+                                 u"qrc:/x"_s,
+                                 u"ftp://127.0.0.1/"_s,
+                                 u"foo"_s,
+                                 u"//127.0.0.1/x"_s,
+                                 {}};
+    for (const QString &address : addresses) {
+        SCOPED_TRACE(address.toStdString());
+        expectFailure(failureOf(get(QUrl(address))), QNetworkReply::ProtocolUnknownError,
+                      u"Only addresses that begin with http:// or https:// can be reached."_s);
+    }
+}
+
+TEST(NetworkUrlSession, RefusesAnAddressWithoutHost)
+{
+    expectFailure(failureOf(get(QUrl(u"http:///path"_s))), QNetworkReply::HostNotFoundError,
+                  u"The address names no server."_s);
+}
+
+TEST(NetworkUrlSession, RefusesAHeaderThatWouldBeginAnother)
+{
+    for (const QByteArray &end : {QByteArray("\n"), QByteArray("\r\nHost: other"), QByteArray("\0", 1)}) {
+        const ScriptedServer server;
+        UrlRequest request = get(server.url(u"/"_s));
+        request.headers = {{"Authorization", "Bearer secret" + end}};
+        expectFailure(failureOf(request), QNetworkReply::ProtocolInvalidOperationError,
+                      u"The request's Authorization header holds a line break and cannot be sent."_s);
+        EXPECT_TRUE(server.received().empty());
+    }
+}
+
+TEST(NetworkUrlSession, SaysThatAServerRefusesTheConnection)
+{
+    QUrl url;
+    {
+        const ScriptedServer server;
+        url = server.url(u"/path?key=secret"_s);
+    }
+    expectFailure(failureOf(get(url)), QNetworkReply::ConnectionRefusedError,
+                  u"The connection to 127.0.0.1 was refused."_s);
+}
+
+TEST(NetworkUrlSession, SaysThatThereIsNoSuchServer)
+{
+    expectFailure(
+        failureOf(get(QUrl(u"http://kavrin.invalid/path?key=secret"_s))), QNetworkReply::HostNotFoundError,
+        u"No server named kavrin.invalid was found; check the address and the network connection."_s);
+}
+
+TEST(NetworkUrlSession, SaysThatAnAnswerWasCutShort)
+{
+    const struct {
+        const char *what;
+        QByteArray sent;
+    } cases[] = {
+        {"nothing", ""},
+        {"half a head", "HTTP/1.1 200 OK\r\nContent-"},
+        {"half a body", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"text\":"},
+        {"half a body of an error", "HTTP/1.1 500 Internal\r\nContent-Length: 100\r\n\r\n{\"text\":"},
+    };
+    for (const auto &[what, sent] : cases) {
+        SCOPED_TRACE(what);
+        ScriptedServer server;
+        for (int attempt = 0; attempt < 10; ++attempt) {
+            server.add({sent, Then::Close});
+        }
+        expectFailure(failureOf(post(server.url(u"/path?key=secret"_s))),
+                      QNetworkReply::RemoteHostClosedError,
+                      u"127.0.0.1 closed the connection before its whole answer had come."_s);
+    }
+}
+
+TEST(NetworkUrlSession, SaysThatAnAnswerIsNotHttp)
+{
+    ScriptedServer server;
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        server.add({"220 mail.example ESMTP\r\n\r\n", Then::Close});
+    }
+    EXPECT_EQ(failureOf(get(server.url(u"/"_s))).domain, u"network"_s);
+}
+
+TEST(NetworkUrlSession, SaysThatAnAnswerCannotBeUnpacked)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "not gzip", "Content-Encoding: gzip\r\n"));
+    expectFailure(failureOf(get(server.url(u"/"_s))), QNetworkReply::UnknownContentError,
+                  u"The answer of 127.0.0.1 could not be understood."_s);
+}
+
+TEST(NetworkUrlSession, GivesUpWhenNothingCame)
+{
+    const ScriptedServer server;
+    UrlRequest request = get(server.url(u"/path?key=secret"_s));
+    request.timeout = std::chrono::milliseconds(100);
+    expectFailure(failureOf(request), QNetworkReply::OperationCanceledError,
+                  u"127.0.0.1 did not answer in time."_s);
+}
+
+TEST(NetworkUrlSession, GivesUpWhenNothingMoreComes)
+{
+    ScriptedServer server;
+    server.add({"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhello"});
+    UrlRequest request = get(server.url(u"/path?key=secret"_s));
+    request.timeout = std::chrono::milliseconds(100);
+    expectFailure(failureOf(request), QNetworkReply::OperationCanceledError,
+                  u"127.0.0.1 did not answer in time."_s);
+}
+
+TEST(NetworkUrlSession, WaitsForAnAnswerThatComesSlowlyButSteadily)
+{
+    ScriptedServer server;
+    const QByteArray body(120, 'x');
+    server.add({answer("200 OK", body).bytes, Then::Drip});
+    UrlRequest request = get(server.url(u"/"_s));
+    request.timeout = std::chrono::seconds(2);
+    EXPECT_EQ(fetch(request), body);
+}
+
+TEST(NetworkUrlSession, FollowsARedirect)
+{
+    for (const QByteArray location : {"/next?a=b", "next?a=b"}) {
+        SCOPED_TRACE(location.toStdString());
+        ScriptedServer server;
+        server.add(answer("302 Found", "moved", "Location: " + location + "\r\n"));
+        server.add(answer("200 OK", "hello"));
+        EXPECT_EQ(fetch(get(server.url(u"/"_s))), "hello");
+        EXPECT_EQ(server.received().at(1).target, "/next?a=b");
+    }
+}
+
+TEST(NetworkUrlSession, RepeatsOrDropsTheBodyAsTheRedirectSays)
+{
+    const struct {
+        QByteArray status;
+        QByteArray sentMethod;
+        QByteArray method;
+        QByteArray body;
+    } cases[] = {
+        {"301 Moved", "POST", "GET", ""},           {"302 Found", "POST", "GET", ""},
+        {"303 See Other", "POST", "GET", ""},       {"303 See Other", "PUT", "GET", ""},
+        {"301 Moved", "PUT", "PUT", "sound"},       {"307 Temporary", "POST", "POST", "sound"},
+        {"308 Permanent", "POST", "POST", "sound"},
+    };
+    for (const auto &[status, sentMethod, method, body] : cases) {
+        SCOPED_TRACE(status.toStdString() + " after " + sentMethod.toStdString());
+        ScriptedServer server;
+        server.add(answer(status, "moved", "Location: /next\r\n"));
+        server.add(answer("200 OK", "hello"));
+        UrlRequest request = post(server.url(u"/"_s));
+        request.method = sentMethod;
+        EXPECT_EQ(fetch(request), "hello");
+        const test::ReceivedRequest second = server.received().at(1);
+        EXPECT_EQ(second.method, method);
+        EXPECT_EQ(second.body, body);
+        EXPECT_EQ(second.headers.contains("content-type"), !body.isEmpty());
+    }
+}
+
+TEST(NetworkUrlSession, ReturnsARedirectThatLeadsNowhere)
+{
+    for (const QByteArray status : {"300 Multiple Choices", "302 Found", "305 Use Proxy", "307 Temporary"}) {
+        SCOPED_TRACE(status.toStdString());
+        ScriptedServer server;
+        server.add(answer(status, "moved"));
+        EXPECT_EQ(fetch(get(server.url(u"/"_s))), "moved");
+    }
+}
+
+TEST(NetworkUrlSession, KeepsAuthorizationOnItsHost)
+{
+    ScriptedServer server;
+    server.add(answer("307 Temporary", "", "Location: /next\r\n"));
+    server.add(answer("200 OK", "hello"));
+    fetch(post(server.url(u"/"_s)));
+    EXPECT_EQ(server.received().at(1).headers["authorization"], "Bearer token");
+}
+
+TEST(NetworkUrlSession, DropsAuthorizationOnTheWayToAnotherPort)
+{
+    ScriptedServer first;
+    ScriptedServer second;
+    first.add(answer("307 Temporary", "", "Location: " + second.url(u"/next"_s).toEncoded() + "\r\n"));
+    second.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(post(first.url(u"/"_s))), "hello");
+    EXPECT_FALSE(second.received().at(0).headers.contains("authorization"));
+    EXPECT_EQ(second.received().at(0).body, "sound");
+}
+
+TEST(NetworkUrlSession, DropsAuthorizationOnTheWayToAnotherHost)
+{
+    ScriptedServer server;
+    server.add(answer("307 Temporary", "",
+                      "Location: " + server.url(u"/next"_s, u"localhost"_s).toEncoded() + "\r\n"));
+    server.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(post(server.url(u"/"_s))), "hello");
+    EXPECT_FALSE(server.received().at(1).headers.contains("authorization"));
+}
+
+TEST(NetworkUrlSession, DoesNotTakeAuthorizationUpAgainOnTheWayBack)
+{
+    ScriptedServer first;
+    ScriptedServer second;
+    first.add(answer("307 Temporary", "", "Location: " + second.url(u"/there"_s).toEncoded() + "\r\n"));
+    second.add(answer("307 Temporary", "", "Location: " + first.url(u"/back"_s).toEncoded() + "\r\n"));
+    first.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(post(first.url(u"/"_s))), "hello");
+    EXPECT_FALSE(first.received().at(1).headers.contains("authorization"));
+}
+
+TEST(NetworkUrlSession, FollowsSixteenRedirects)
+{
+    ScriptedServer server;
+    for (int redirect = 0; redirect < 16; ++redirect) {
+        server.add(answer("302 Found", "", "Location: /again\r\n"));
+    }
+    server.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(get(server.url(u"/"_s))), "hello");
+}
+
+TEST(NetworkUrlSession, GivesUpAfterSixteenRedirects)
+{
+    ScriptedServer server;
+    for (int redirect = 0; redirect < 20; ++redirect) {
+        server.add(answer("302 Found", "", "Location: /again?key=secret\r\n"));
+    }
+    expectFailure(failureOf(get(server.url(u"/"_s))), QNetworkReply::TooManyRedirectsError,
+                  u"127.0.0.1 was reached by too many redirects."_s);
+    EXPECT_EQ(server.received().size(), 17U);
+}
+
+TEST(NetworkUrlSession, FollowsNoRedirectToAnAddressThatIsNotOfTheWeb)
+{
+    ScriptedServer server;
+    server.add(answer("302 Found", "", "Location: file:///etc/passwd\r\n"));
+    expectFailure(failureOf(get(server.url(u"/"_s))), QNetworkReply::ProtocolUnknownError,
+                  u"Only addresses that begin with http:// or https:// can be reached."_s);
+}
+
+/// Makes the certificate of the https servers one that the system trusts.
+class TrustTheCertificate
+{
+public:
+    TrustTheCertificate()
+    {
+        QSslConfiguration configuration = m_before;
+        configuration.addCaCertificates(QSslCertificate::fromPath(ScriptedServer::certificatePath()));
+        QSslConfiguration::setDefaultConfiguration(configuration);
+    }
+
+    ~TrustTheCertificate() { QSslConfiguration::setDefaultConfiguration(m_before); }
+
+    Q_DISABLE_COPY_MOVE(TrustTheCertificate)
+
+private:
+    QSslConfiguration m_before = QSslConfiguration::defaultConfiguration();
+};
+
+QString insecureConnection(const QString &host)
+{
+    return u"No secure connection to %1 could be made; its certificate may be unknown, expired or made out "
+           u"to "
+           u"another name."_s.arg(host);
+}
+
+TEST(NetworkUrlSession, TalksToAServerWithATrustedCertificate)
+{
+    const TrustTheCertificate trust;
+    ScriptedServer server(Protocol::Https);
+    server.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(get(server.url(u"/"_s, u"localhost"_s))), "hello");
+}
+
+TEST(NetworkUrlSession, RefusesACertificateThatNobodyTrusts)
+{
+    ScriptedServer server(Protocol::Https);
+    server.add(answer("200 OK", "hello"));
+    expectFailure(failureOf(post(server.url(u"/path?key=secret"_s, u"localhost"_s))),
+                  QNetworkReply::SslHandshakeFailedError, insecureConnection(u"localhost"_s));
+    EXPECT_TRUE(server.received().empty());
+}
+
+TEST(NetworkUrlSession, RefusesACertificateForAnotherName)
+{
+    const TrustTheCertificate trust;
+    ScriptedServer server(Protocol::Https);
+    server.add(answer("200 OK", "hello"));
+    expectFailure(failureOf(post(server.url(u"/"_s))), QNetworkReply::SslHandshakeFailedError,
+                  insecureConnection(u"127.0.0.1"_s));
+    EXPECT_TRUE(server.received().empty());
+}
+
+TEST(NetworkUrlSession, SaysThatAServerDoesNotSpeakTls)
+{
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress(QHostAddress::LocalHost)));
+    QObject::connect(&server, &QTcpServer::pendingConnectionAvailable, &server, [&server] {
+        QTcpSocket *socket = server.nextPendingConnection();
+        socket->write("HTTP/1.1 400 Bad Request\r\n\r\n");
+        socket->disconnectFromHost();
+    });
+    const QUrl url(u"https://127.0.0.1:%1/"_s.arg(server.serverPort()));
+    expectFailure(failureOf(get(url)), QNetworkReply::SslHandshakeFailedError,
+                  insecureConnection(u"127.0.0.1"_s));
+}
+
+TEST(NetworkUrlSession, FollowsNoRedirectFromASecureAddressToAnother)
+{
+    const TrustTheCertificate trust;
+    ScriptedServer secure(Protocol::Https);
+    const ScriptedServer open;
+    secure.add(answer("307 Temporary", "", "Location: " + open.url(u"/?key=secret"_s).toEncoded() + "\r\n"));
+    expectFailure(failureOf(post(secure.url(u"/"_s, u"localhost"_s))), QNetworkReply::InsecureRedirectError,
+                  u"localhost sends on to an address that is not secure."_s);
+    EXPECT_TRUE(open.received().empty());
+}
+
+TEST(NetworkUrlSession, DropsAuthorizationOnTheWayToASecureAddress)
+{
+    const TrustTheCertificate trust;
+    ScriptedServer open;
+    ScriptedServer secure(Protocol::Https);
+    open.add(
+        answer("308 Permanent", "", "Location: " + secure.url(u"/"_s, u"localhost"_s).toEncoded() + "\r\n"));
+    secure.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(post(open.url(u"/"_s, u"localhost"_s))), "hello");
+    EXPECT_FALSE(secure.received().at(0).headers.contains("authorization"));
+}
+
+void setProxy(const char *variable, const ScriptedServer &proxy)
+{
+    qputenv(variable, "http://127.0.0.1:" + QByteArray::number(proxy.port()));
+}
+
+TEST(NetworkUrlSession, GoesThroughTheProxyOfTheEnvironment)
+{
+    ScriptedServer proxy;
+    setProxy("http_proxy", proxy);
+    proxy.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(post(QUrl(u"http://service.invalid/path"_s))), "hello");
+    EXPECT_EQ(proxy.received().at(0).target, "http://service.invalid/path");
+    EXPECT_EQ(proxy.received().at(0).body, "sound");
+}
+
+TEST(NetworkUrlSession, AsksTheProxyOfTheEnvironmentForASecureConnection)
+{
+    ScriptedServer proxy;
+    setProxy("https_proxy", proxy);
+    proxy.add(answer("502 Bad Gateway", "no"));
+    EXPECT_EQ(failureOf(post(QUrl(u"https://service.invalid/path"_s))).domain, u"network"_s);
+    EXPECT_EQ(proxy.received().at(0).method, "CONNECT");
+    EXPECT_EQ(proxy.received().at(0).target, "service.invalid:443");
+    EXPECT_FALSE(proxy.received().at(0).headers.contains("authorization"));
+}
+
+TEST(NetworkUrlSession, GoesRoundTheProxyWhereTheEnvironmentSaysSo)
+{
+    const ScriptedServer proxy;
+    ScriptedServer server;
+    setProxy("http_proxy", proxy);
+    qputenv("no_proxy", "127.0.0.1");
+    server.add(answer("200 OK", "hello"));
+    EXPECT_EQ(fetch(get(server.url(u"/"_s))), "hello");
+    EXPECT_TRUE(proxy.received().empty());
+}
+
+TEST(NetworkUrlSession, SaysThatTheProxyRefusesTheConnection)
+{
+    {
+        const ScriptedServer proxy;
+        setProxy("http_proxy", proxy);
+        setProxy("https_proxy", proxy);
+    }
+    expectFailure(failureOf(get(QUrl(u"http://service.invalid/path?key=secret"_s))),
+                  QNetworkReply::ConnectionRefusedError, u"The connection to service.invalid was refused."_s);
+    expectFailure(failureOf(get(QUrl(u"https://service.invalid/path?key=secret"_s))),
+                  QNetworkReply::UnknownNetworkError,
+                  u"The connection to service.invalid failed: Proxy connection refused."_s);
+}
+
+TEST(NetworkUrlSession, SaysThatTheProxyAsksForAPassword)
+{
+    ScriptedServer proxy;
+    setProxy("http_proxy", proxy);
+    proxy.add(answer("407 Proxy Authentication Required", "no", "Proxy-Authenticate: Basic realm=\"x\"\r\n"));
+    expectFailure(failureOf(get(QUrl(u"http://service.invalid/path?key=secret"_s))),
+                  QNetworkReply::ProxyAuthenticationRequiredError,
+                  u"The proxy on the way to service.invalid asks for a name and a password."_s);
+}
+
+TEST(NetworkUrlSession, EndsAnExchangeThatIsUnderWayWhenItIsDestroyed)
+{
+    ScriptedServer server;
+    auto session = std::make_unique<NetworkUrlSession>();
+    QCoro::Task<QByteArray> exchange = session->data(get(server.url(u"/path?key=secret"_s)));
+    ASSERT_TRUE(test::waitUntil([&] { return !server.received().empty(); }));
+    session.reset();
+    ASSERT_TRUE(exchange.isReady());
+    try {
+        test::await(std::move(exchange));
+        FAIL() << "no error was thrown";
+    } catch (const Error &error) {
+        expectFailure(error, QNetworkReply::OperationCanceledError,
+                      u"The exchange with 127.0.0.1 was given up."_s);
+    }
+}
+
+} // namespace
+} // namespace kavrin

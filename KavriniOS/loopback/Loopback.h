@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/PeerUser.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace kavrin
+{
+
+/// The HTTP/1.1 server (RFC 9112) through which a keyboard reaches the application on this machine: it reads
+/// the dictation keys of the shared suite, sends "start" and "stop", and notes which transcript it has used.
+/// The contract with a keyboard's author is docs/loopback.md.
+///
+/// It listens on 127.0.0.1 and, where the machine has IPv6, on ::1, and answers only the user that runs this
+/// process: the connection of another user is closed unanswered. One connection carries one request, of at
+/// most 8192 bytes received at once, and one answer.
+///
+/// Connections are served on two threads of its own, which use nothing but the shared suite.
+class Loopback
+{
+public:
+    /// The TCP port that keyboards know.
+    static constexpr std::uint16_t port = 49731;
+
+    using PeerUserFunction = std::function<PeerUser(int socket)>;
+
+    /// The one server of the application, on `port`. It is never destroyed: once started it serves until the
+    /// process ends.
+    static Loopback &shared();
+
+    /// A server that is to listen on `listeningPort` (0: any free one) and to ask `peerUser`, on its own
+    /// threads, whose a connection is.
+    explicit Loopback(std::uint16_t listeningPort, PeerUserFunction peerUser = &kavrin::peerUser);
+
+    /// Ends the server at once: connections that are being served are closed.
+    ~Loopback();
+
+    /// Begins to listen, unless it listens already. Returns without waiting for anything. A failure, such as
+    /// a taken port, is silent and leaves nothing behind; the next call tries anew. Safe from any thread.
+    void start();
+
+    /// The port that it listens on; 0 while it does not. Safe from any thread.
+    [[nodiscard]] std::uint16_t boundPort() const;
+
+private:
+    class Listener;
+
+    const std::uint16_t m_listeningPort;
+    const PeerUserFunction m_peerUser;
+    mutable std::mutex m_mutex;
+    std::unique_ptr<Listener> m_listener;
+};
+
+} // namespace kavrin

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "loopback/LoopbackAnswer.h"
+
+#include "loopback/LoopbackRequest.h"
+#include "store/JsonSerialization.h"
+#include "store/Shared.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <optional>
+
+namespace kavrin
+{
+
+namespace
+{
+
+constexpr std::string_view nothing = "{}";
+constexpr std::string_view done = R"({"ok":true})";
+
+/// The dictation keys that are present, as JSON; nothing where one of them holds what JSON cannot represent.
+/// Read at one moment, so that a new stamp never comes with the text before it.
+std::string get()
+{
+    static const QStringList readableKeys = {QStringLiteral("dictationAlive"),
+                                             QStringLiteral("dictationState"), QStringLiteral("transcript"),
+                                             QStringLiteral("tStamp"), QStringLiteral("tUsed")};
+    const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys));
+    return members ? QJsonDocument(*members).toJson(QJsonDocument::Compact).toStdString()
+                   : std::string(nothing);
+}
+
+void command(const LoopbackRequest &request)
+{
+    const auto value = request.query.find("v");
+    if (value != request.query.end() && (value->second == "start" || value->second == "stop")) {
+        Shared::d().set(QStringLiteral("dictationCommand"), QString::fromStdString(value->second));
+    }
+}
+
+void used(const LoopbackRequest &request)
+{
+    const auto value = request.query.find("t");
+    if (value == request.query.end()) {
+        return;
+    }
+    if (const std::optional<double> stamp = decimalNumber(value->second)) {
+        Shared::d().set(QStringLiteral("tUsed"), *stamp);
+    }
+}
+
+std::string bodyFor(const LoopbackRequest &request)
+{
+    if (request.path == "/get") {
+        return get();
+    }
+    if (request.path == "/cmd") {
+        command(request);
+        return std::string(done);
+    }
+    if (request.path == "/used") {
+        used(request);
+        return std::string(done);
+    }
+    return std::string(nothing);
+}
+
+} // namespace
+
+std::string loopbackAnswer(std::string_view received)
+{
+    const std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
+    const std::string body = request ? bodyFor(*request) : std::string(nothing);
+    return "HTTP/1.1 200 OK\r\n"
+           "Content-Type: application/json\r\n"
+           "Content-Length: "
+        + std::to_string(body.size())
+        + "\r\n"
+          "Connection: close\r\n"
+          "\r\n"
+        + body;
+}
+
+} // namespace kavrin

@@ -1,0 +1,744 @@
+// SPDX-License-Identifier: MIT
+#include "loopback/Loopback.h"
+
+#include "loopback/Client.h"
+#include "store/Shared.h"
+#include "support/Wait.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <ifaddrs.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <bit>
+#include <chrono>
+#include <cstddef>
+#include <thread>
+#include <vector>
+
+namespace kavrin
+{
+
+namespace
+{
+
+using test::Client;
+using test::Family;
+using test::TakenPort;
+using test::waitUntil;
+
+const QString dictationCommand = QStringLiteral("dictationCommand");
+const QString transcript = QStringLiteral("transcript");
+const QString tUsed = QStringLiteral("tUsed");
+
+const std::string nothing = "{}";
+const std::string done = R"({"ok":true})";
+
+std::string answerWith(const std::string &body)
+{
+    return "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: "
+        + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+}
+
+std::string bodyOf(const std::string &answer)
+{
+    const std::size_t end = answer.find("\r\n\r\n");
+    return end == std::string::npos ? std::string() : answer.substr(end + 4);
+}
+
+QJsonObject jsonOf(const std::string &body)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(body)).object();
+}
+
+/// Starts a server on any free port. The port found on one of the two addresses may be taken on the other, so
+/// several may have to be tried.
+std::uint16_t portOf(Loopback &loopback)
+{
+    const auto hasStarted = [&] {
+        loopback.start();
+        return loopback.boundPort() != 0;
+    };
+    return waitUntil(hasStarted) ? loopback.boundPort() : 0;
+}
+
+/// The answer to a client that sends `bytes` at once and then waits.
+std::optional<std::string> answerTo(std::uint16_t port, std::string_view bytes, Family family = Family::Ipv4)
+{
+    const Client client(family);
+    if (!client.connect(port) || !client.send(bytes)) {
+        return std::nullopt;
+    }
+    return client.receiveToEnd();
+}
+
+std::optional<PropertyListValue> stored(const QString &key)
+{
+    return Shared::d().object(key);
+}
+
+class LoopbackTest : public testing::Test
+{
+protected:
+    [[nodiscard]] std::uint16_t port() const { return m_port; }
+
+    std::optional<std::string> ask(const std::string &requestLine) const
+    {
+        return answerTo(m_port, requestLine + "\r\nHost: localhost\r\n\r\n");
+    }
+
+private:
+    Loopback m_loopback{0};
+    const std::uint16_t m_port = portOf(m_loopback);
+};
+
+TEST_F(LoopbackTest, AnswersWithAnEmptyObjectWhereNothingIsStored)
+{
+    EXPECT_EQ(ask("GET /get HTTP/1.1"),
+              "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 2\r\nConnection: "
+              "close\r\n\r\n{}");
+}
+
+TEST_F(LoopbackTest, AnswersACommandInTheExactForm)
+{
+    EXPECT_EQ(
+        ask("POST /cmd?v=start HTTP/1.1"),
+        "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 11\r\nConnection: close\r\n\r\n"
+        "{\"ok\":true}");
+}
+
+TEST_F(LoopbackTest, AnswersEveryRequestWithStatus200)
+{
+    struct Case {
+        std::string received;
+        std::string body;
+    };
+    const std::vector<Case> cases = {
+        {"GET /get HTTP/1.1\r\n\r\n", nothing},
+        {"GET /get?x=1 HTTP/1.1\r\n\r\n", nothing},
+        {"GET / HTTP/1.1\r\n\r\n", nothing},
+        {"GET /GET HTTP/1.1\r\n\r\n", nothing},
+        {"GET /get/ HTTP/1.1\r\n\r\n", nothing},
+        {"GET //get HTTP/1.1\r\n\r\n", nothing},
+        {"GET /CMD?v=start HTTP/1.1\r\n\r\n", nothing},
+        {"GET /a%2 HTTP/1.1\r\n\r\n", nothing},
+        {"GET\r\n\r\n", nothing},
+        {"\r\n", nothing},
+        {" ", nothing},
+        {"\xff\xfe /cmd?v=start", nothing},
+        {"GET /cmd HTTP/1.1\r\n\r\n", done},
+        {"GET /cmd?v HTTP/1.1\r\n\r\n", done},
+        {"GET /cmd?v=pause HTTP/1.1\r\n\r\n", done},
+        {"GET /used HTTP/1.1\r\n\r\n", done},
+        {"GET /used?t=abc HTTP/1.1\r\n\r\n", done},
+    };
+    for (const Case &input : cases) {
+        SCOPED_TRACE(input.received);
+        EXPECT_EQ(answerTo(port(), input.received), answerWith(input.body));
+    }
+}
+
+TEST_F(LoopbackTest, WritesTheCommandThatTheQueryNames)
+{
+    struct Case {
+        std::string target;
+        std::optional<QString> command;
+    };
+    const std::vector<Case> cases = {
+        {"/cmd?v=start", QStringLiteral("start")},
+        {"/cmd?v=stop", QStringLiteral("stop")},
+        {"/cmd?v=stop&v=start", QStringLiteral("start")},
+        {"/cmd?v=start&v", QStringLiteral("start")},
+        {"/cmd?v=st%61rt", QStringLiteral("start")},
+        {"/cmd?v=start&v=", std::nullopt},
+        {"/cmd?v=pause", std::nullopt},
+        {"/cmd?v=Start", std::nullopt},
+        {"/cmd?v=start+", std::nullopt},
+        {"/cmd?V=start", std::nullopt},
+        {"/cmd?v=", std::nullopt},
+        {"/cmd?v", std::nullopt},
+        {"/cmd", std::nullopt},
+        {"/get?v=start", std::nullopt},
+    };
+    for (const Case &input : cases) {
+        SCOPED_TRACE(input.target);
+        Shared::d().remove(dictationCommand);
+        EXPECT_TRUE(ask("GET " + input.target + " HTTP/1.1"));
+        EXPECT_EQ(stored(dictationCommand),
+                  input.command ? std::optional<PropertyListValue>(*input.command) : std::nullopt);
+    }
+}
+
+TEST_F(LoopbackTest, NotesTheTranscriptThatWasUsed)
+{
+    struct Case {
+        std::string target;
+        std::optional<PropertyListValue> stamp;
+    };
+    const std::vector<Case> cases = {
+        {"/used?t=1700000000.123456", 1700000000.123456},
+        {"/used?t=1700000000", 1700000000.0},
+        {"/used?t=1.7e9", 1.7e9},
+        {"/used?t=+1.5", 1.5},
+        {"/used?t=-1.5", -1.5},
+        {"/used?t=1&t=2", 2.0},
+        {"/used?t=1&t=abc", std::nullopt},
+        {"/used?t=abc", std::nullopt},
+        {"/used?t=nan", std::nullopt},
+        {"/used?t=inf", std::nullopt},
+        {"/used?t=1e999", std::nullopt},
+        {"/used?t=%201", std::nullopt},
+        {"/used?t=1%20", std::nullopt},
+        {"/used?t=", std::nullopt},
+        {"/used?t", std::nullopt},
+        {"/used", std::nullopt},
+    };
+    for (const Case &input : cases) {
+        SCOPED_TRACE(input.target);
+        Shared::d().remove(tUsed);
+        EXPECT_EQ(ask("GET " + input.target + " HTTP/1.1"), answerWith(done));
+        EXPECT_EQ(stored(tUsed), input.stamp);
+    }
+}
+
+TEST_F(LoopbackTest, ReportsTheFiveDictationKeysAsTheyAreStored)
+{
+    Shared::d().set(QStringLiteral("dictationAlive"), 1700000000.25);
+    Shared::d().set(QStringLiteral("dictationState"), QStringLiteral("done"));
+    Shared::d().set(transcript, QStringLiteral("Grüße,\n\"Ümit\" 👋"));
+    Shared::d().set(QStringLiteral("tStamp"), qint64(1700000001));
+    Shared::d().set(tUsed, true);
+    Shared::d().set(dictationCommand, QStringLiteral("start"));
+
+    const std::optional<std::string> answer = ask("GET /get HTTP/1.1");
+
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(*answer, answerWith(bodyOf(*answer)));
+    EXPECT_EQ(jsonOf(bodyOf(*answer)),
+              (QJsonObject{{QStringLiteral("dictationAlive"), 1700000000.25},
+                           {QStringLiteral("dictationState"), QStringLiteral("done")},
+                           {transcript, QStringLiteral("Grüße,\n\"Ümit\" 👋")},
+                           {QStringLiteral("tStamp"), 1700000001},
+                           {tUsed, true}}));
+}
+
+TEST_F(LoopbackTest, WritesStoredValuesAsCompactJson)
+{
+    struct Case {
+        PropertyListValue value;
+        std::string json;
+    };
+    const std::vector<Case> cases = {
+        {1700000000.25, "1700000000.25"},
+        {qint64(9007199254740993), "9007199254740993"},
+        {false, "false"},
+        {QStringLiteral("1"), "\"1\""},
+        {PropertyListArray{qint64(1), QStringLiteral("a")}, "[1,\"a\"]"},
+    };
+    for (const Case &input : cases) {
+        SCOPED_TRACE(input.json);
+        Shared::d().set(tUsed, input.value);
+        EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith("{\"tUsed\":" + input.json + "}"));
+    }
+}
+
+TEST_F(LoopbackTest, ReportsNothingWhereAValueIsNoJson)
+{
+    const std::vector<PropertyListValue> values = {Date{1700000000}, QByteArrayLiteral("abc"),
+                                                   PropertyListArray{Date{1}}};
+    Shared::d().set(transcript, QStringLiteral("text"));
+    for (const PropertyListValue &value : values) {
+        SCOPED_TRACE(value.index());
+        Shared::d().set(tUsed, value);
+        EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith(nothing));
+    }
+}
+
+TEST_F(LoopbackTest, DeliversALongTranscriptWhole)
+{
+    const std::string text(std::size_t(3) * 1024 * 1024, 'x');
+    Shared::d().set(transcript, QString::fromStdString(text));
+    const std::optional<std::string> answer = ask("GET /get HTTP/1.1");
+    EXPECT_TRUE(answer == answerWith(R"({"transcript":")" + text + "\"}"));
+}
+
+TEST_F(LoopbackTest, AnswersOnBothLoopbackAddresses)
+{
+    for (const Family family : {Family::Ipv4, Family::Ipv6}) {
+        SCOPED_TRACE(static_cast<int>(family));
+        EXPECT_EQ(answerTo(port(), "GET /cmd HTTP/1.1\r\n\r\n", family), answerWith(done));
+    }
+}
+
+TEST_F(LoopbackTest, AnswersARequestInPiecesFromItsFirst)
+{
+    const Client client;
+    ASSERT_TRUE(client.connect(port()));
+    ASSERT_TRUE(client.send("GET /cmd?v=stop"));
+    EXPECT_EQ(client.receiveToEnd(), answerWith(done));
+
+    EXPECT_TRUE(client.send("ped HTTP/1.1\r\nHost: localhost\r\n\r\n"));
+    EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("stop")));
+}
+
+TEST_F(LoopbackTest, DeliversTheAnswerWhileMorePiecesArrive)
+{
+    for (int i = 0; i < 200; ++i) {
+        const Client client;
+        ASSERT_TRUE(client.connect(port()));
+        ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n"));
+        ASSERT_TRUE(client.send("Host: localhost\r\n"));
+        ASSERT_TRUE(client.send("\r\n"));
+        ASSERT_EQ(client.receiveToEnd(), answerWith(done));
+    }
+}
+
+TEST_F(LoopbackTest, AnswersALineOfAMebibyteFromItsBeginning)
+{
+    const std::string line =
+        "GET /cmd?" + std::string(std::size_t(1024) * 1024, 'x') + "&v=start HTTP/1.1\r\n\r\n";
+    EXPECT_EQ(answerTo(port(), line), answerWith(done));
+    EXPECT_EQ(stored(dictationCommand), std::nullopt);
+}
+
+TEST_F(LoopbackTest, ReceivesNoMoreThan8192Bytes)
+{
+    const std::string head = "GET /cmd?v=stop&v=";
+    const std::string padding(8192 - std::string_view("&v=start").size() - head.size(), 'x');
+    EXPECT_EQ(answerTo(port(), head + padding + "&v=start&v=x HTTP/1.1\r\n\r\n"), answerWith(done));
+    EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
+}
+
+TEST_F(LoopbackTest, AnswersOnlyTheFirstRequestOfAConnection)
+{
+    EXPECT_EQ(answerTo(port(), "GET /cmd HTTP/1.1\r\n\r\nGET /cmd?v=start HTTP/1.1\r\n\r\n"),
+              answerWith(done));
+    EXPECT_EQ(stored(dictationCommand), std::nullopt);
+}
+
+TEST_F(LoopbackTest, AnswersAClientThatHasSentNothingAndNeverWill)
+{
+    const Client client;
+    ASSERT_TRUE(client.connect(port()));
+    client.finishSending();
+    EXPECT_EQ(client.receiveToEnd(), answerWith(nothing));
+}
+
+TEST_F(LoopbackTest, AnswersAClientThatHasFinishedSending)
+{
+    const Client client;
+    ASSERT_TRUE(client.connect(port()));
+    ASSERT_TRUE(client.send("GET /cmd?v=start HTTP/1.1\r\n\r\n"));
+    client.finishSending();
+    EXPECT_EQ(client.receiveToEnd(), answerWith(done));
+}
+
+TEST_F(LoopbackTest, DoesWhatAClientAskedThatIsGone)
+{
+    Client client;
+    ASSERT_TRUE(client.connect(port()));
+    ASSERT_TRUE(client.send("GET /cmd?v=start HTTP/1.1\r\n\r\n"));
+    client.close();
+    EXPECT_TRUE(
+        waitUntil([] { return stored(dictationCommand) == PropertyListValue(QStringLiteral("start")); }));
+}
+
+TEST_F(LoopbackTest, OutlivesClientsThatLeaveWithoutAWord)
+{
+    for (int i = 0; i < 100; ++i) {
+        Client leaving;
+        ASSERT_TRUE(leaving.connect(port()));
+        leaving.close();
+        Client resetting;
+        ASSERT_TRUE(resetting.connect(port()));
+        resetting.reset();
+    }
+    EXPECT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
+}
+
+TEST_F(LoopbackTest, OutlivesClientsThatLeaveInTheMiddleOfAnAnswer)
+{
+    Shared::d().set(transcript, QString(1'000'000, u'x'));
+    for (int i = 0; i < 20; ++i) {
+        Client client;
+        ASSERT_TRUE(client.connect(port()));
+        ASSERT_TRUE(client.send("GET /get HTTP/1.1\r\n\r\n"));
+        client.reset();
+    }
+    EXPECT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
+}
+
+TEST_F(LoopbackTest, ClosesOnAClientThatNeverStopsSending)
+{
+    const Client client;
+    ASSERT_TRUE(client.connect(port()));
+    const std::string chunk(65536, 'x');
+    EXPECT_TRUE(waitUntil([&] { return !client.send(chunk); }));
+}
+
+TEST_F(LoopbackTest, ClosesOnAClientThatNeverCloses)
+{
+    const Client client;
+    ASSERT_TRUE(client.connect(port()));
+    ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n\r\n"));
+    ASSERT_EQ(client.receiveToEnd(), answerWith(done));
+    // So slowly that it is the time that runs out, not the bytes.
+    EXPECT_TRUE(waitUntil([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return !client.send("x");
+    }));
+}
+
+void setDescriptorLimit(rlim_t limit)
+{
+    rlimit limits = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limits), 0);
+    limits.rlim_cur = limit;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limits), 0);
+}
+
+rlimit descriptorLimits()
+{
+    rlimit limits = {};
+    getrlimit(RLIMIT_NOFILE, &limits);
+    return limits;
+}
+
+TEST_F(LoopbackTest, AnswersWhileAThousandClientsAreSilent)
+{
+    setDescriptorLimit(descriptorLimits().rlim_max);
+    const std::vector<Client> silent(1000);
+    for (const Client &client : silent) {
+        ASSERT_TRUE(client.connect(port()));
+    }
+    EXPECT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
+    for (const Client &client : silent) {
+        ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n\r\n"));
+        ASSERT_EQ(client.receiveToEnd(), answerWith(done));
+    }
+}
+
+/// How often threads other than the calling one have gone to sleep.
+long sleepsOfOtherThreads()
+{
+    rusage process = {};
+    rusage thread = {};
+    getrusage(RUSAGE_SELF, &process);
+    getrusage(RUSAGE_THREAD, &thread);
+    return process.ru_nvcsw - thread.ru_nvcsw;
+}
+
+/// Whether a connection of this process, either end, is still open.
+bool hasOpenConnection()
+{
+    for (int descriptor = 0; descriptor < 100; ++descriptor) {
+        sockaddr_storage peer = {};
+        socklen_t length = sizeof peer;
+        const bool hasPeer = getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &length) == 0;
+        if (hasPeer && (peer.ss_family == AF_INET || peer.ss_family == AF_INET6)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST_F(LoopbackTest, WaitsForDescriptorsWhenThereAreNone)
+{
+    const std::uint16_t serverPort = port();
+    ASSERT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
+    ASSERT_TRUE(waitUntil([] { return !hasOpenConnection(); }));
+    const Client client;
+    const rlimit before = descriptorLimits();
+    const int firstFree = dup(STDIN_FILENO);
+    ASSERT_GE(firstFree, 0);
+    close(firstFree);
+
+    setDescriptorLimit(static_cast<rlim_t>(firstFree));
+    const bool isExhausted = dup(STDIN_FILENO) < 0;
+    const long sleeps = sleepsOfOtherThreads();
+    const bool isConnected = client.connect(serverPort) && client.send("GET /cmd HTTP/1.1\r\n\r\n");
+    // The server tries again and again, and sleeps in between.
+    const bool hasTriedAgain = waitUntil([&] { return sleepsOfOtherThreads() >= sleeps + 10; });
+    setDescriptorLimit(before.rlim_cur);
+
+    EXPECT_TRUE(isExhausted);
+    EXPECT_TRUE(isConnected);
+    EXPECT_TRUE(hasTriedAgain);
+    EXPECT_EQ(client.receiveToEnd(), answerWith(done));
+}
+
+TEST_F(LoopbackTest, KeepsItsSocketsFromOtherPrograms)
+{
+    const Client client;
+    ASSERT_TRUE(client.connect(port()));
+    ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n\r\n"));
+    ASSERT_EQ(client.receiveToEnd(), answerWith(done));
+
+    const QStringList descriptors = QDir(QStringLiteral("/proc/self/fd"))
+                                        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    int sockets = 0;
+    for (const QString &descriptor : descriptors) {
+        struct stat status = {};
+        if (fstat(descriptor.toInt(), &status) == 0 && S_ISSOCK(status.st_mode)) {
+            ++sockets;
+            EXPECT_EQ(fcntl(descriptor.toInt(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+        }
+    }
+    EXPECT_GE(sockets, 4) << "two that listen and the two ends of one connection";
+}
+
+bool isRefused(const sockaddr *address, socklen_t length)
+{
+    const int socket = ::socket(address->sa_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socket < 0) {
+        return false;
+    }
+    const bool refused = connect(socket, address, length) != 0 && errno == ECONNREFUSED;
+    close(socket);
+    return refused;
+}
+
+TEST_F(LoopbackTest, ListensOnNoOtherAddressOfTheMachine)
+{
+    sockaddr_in other = {};
+    other.sin_family = AF_INET;
+    other.sin_port = htons(port());
+    other.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
+    EXPECT_TRUE(isRefused(reinterpret_cast<const sockaddr *>(&other), sizeof other));
+
+    ifaddrs *addresses = nullptr;
+    ASSERT_EQ(getifaddrs(&addresses), 0);
+    for (const ifaddrs *address = addresses; address != nullptr; address = address->ifa_next) {
+        if (address->ifa_addr == nullptr || address->ifa_addr->sa_family != AF_INET) {
+            continue;
+        }
+        other = *reinterpret_cast<const sockaddr_in *>(address->ifa_addr);
+        other.sin_port = htons(port());
+        SCOPED_TRACE(address->ifa_name);
+        if (other.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
+            EXPECT_TRUE(isRefused(reinterpret_cast<const sockaddr *>(&other), sizeof other));
+        }
+    }
+    freeifaddrs(addresses);
+}
+
+TEST_F(LoopbackTest, KeepsValuesWholeWhenManyAskAtOnce)
+{
+    constexpr int threadCount = 8;
+    constexpr int rounds = 50;
+    const std::array<QString, 2> texts = {QString(5000, u'a'), QString(5000, u'b')};
+    const std::array<std::string, 2> commands = {"start", "stop"};
+    const std::array<std::string, 2> stamps = {"1700000000.25", "-1e-5"};
+    std::atomic<int> wrong = 0;
+
+    const auto check = [&](bool right) { wrong += right ? 0 : 1; };
+    const auto oneOf = [](const QJsonValue &value, const QJsonValue &first, const QJsonValue &second) {
+        return value.isUndefined() || value == first || value == second;
+    };
+    const auto askOften = [&](int thread) {
+        for (int i = 0; i < rounds; ++i) {
+            const auto choice = static_cast<std::size_t>(thread + i) % 2;
+            Shared::d().set(transcript, texts[choice]);
+            check(ask("GET /cmd?v=" + commands[choice] + " HTTP/1.1") == answerWith(done));
+            check(ask("GET /used?t=" + stamps[choice] + " HTTP/1.1") == answerWith(done));
+            const std::string answer = ask("GET /get HTTP/1.1").value_or("");
+            const QJsonObject values = jsonOf(bodyOf(answer));
+            check(answer == answerWith(bodyOf(answer)));
+            check(oneOf(values.value(transcript), texts[0], texts[1]));
+            check(oneOf(values.value(tUsed), 1700000000.25, -1e-5));
+        }
+    };
+    {
+        std::vector<std::jthread> threads;
+        threads.reserve(threadCount);
+        for (int thread = 0; thread < threadCount; ++thread) {
+            threads.emplace_back(askOften, thread);
+        }
+    }
+    EXPECT_EQ(wrong, 0);
+    const std::optional<PropertyListValue> command = stored(dictationCommand);
+    EXPECT_TRUE(command == PropertyListValue(QStringLiteral("start"))
+                || command == PropertyListValue(QStringLiteral("stop")));
+}
+
+TEST(Loopback, HasThePortThatKeyboardsKnow)
+{
+    EXPECT_EQ(Loopback::port, 49731);
+}
+
+TEST(Loopback, DoesNotListenBeforeItIsStarted)
+{
+    const Loopback loopback(0);
+    EXPECT_EQ(loopback.boundPort(), 0);
+}
+
+TEST(Loopback, KeepsItsPortWhenStartedAgain)
+{
+    Loopback loopback(0);
+    const std::uint16_t port = portOf(loopback);
+    loopback.start();
+    EXPECT_EQ(loopback.boundPort(), port);
+    EXPECT_EQ(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
+}
+
+TEST(Loopback, StartsOnceWhenStartedFromManyThreads)
+{
+    Loopback loopback(0);
+    portOf(loopback);
+    {
+        std::array<std::jthread, 4> threads;
+        for (std::jthread &thread : threads) {
+            thread = std::jthread([&] { loopback.start(); });
+        }
+    }
+    EXPECT_EQ(answerTo(loopback.boundPort(), "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
+}
+
+TEST(Loopback, StartsOnceItsPortIsFree)
+{
+    for (const Family family : {Family::Ipv4, Family::Ipv6}) {
+        SCOPED_TRACE(static_cast<int>(family));
+        TakenPort taken(family);
+        Loopback loopback(taken.port());
+        loopback.start();
+        EXPECT_EQ(loopback.boundPort(), 0);
+
+        taken.release();
+        EXPECT_EQ(portOf(loopback), taken.port());
+        EXPECT_EQ(answerTo(taken.port(), "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
+    }
+}
+
+TEST(Loopback, ListensNowhereWhenItsPortIsTakenOnOneAddress)
+{
+    const TakenPort taken(Family::Ipv6);
+    Loopback loopback(taken.port());
+    loopback.start();
+    EXPECT_FALSE(Client(Family::Ipv4).connect(taken.port()));
+}
+
+TEST(Loopback, FreesItsPortWhenDestroyed)
+{
+    auto first = std::make_unique<Loopback>(0);
+    const std::uint16_t port = portOf(*first);
+    ASSERT_EQ(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
+    first.reset();
+
+    Loopback second(port);
+    second.start();
+    EXPECT_EQ(second.boundPort(), port);
+}
+
+TEST(Loopback, ClosesItsConnectionsWhenDestroyed)
+{
+    auto loopback = std::make_unique<Loopback>(0);
+    const std::uint16_t port = portOf(*loopback);
+    const Client silent;
+    ASSERT_TRUE(silent.connect(port));
+    const Client answered;
+    ASSERT_TRUE(answered.connect(port));
+    ASSERT_TRUE(answered.send("GET /cmd HTTP/1.1\r\n\r\n"));
+    ASSERT_TRUE(answered.receiveToEnd());
+
+    loopback.reset();
+
+    EXPECT_EQ(silent.receiveToEnd().value_or(""), "");
+    EXPECT_TRUE(waitUntil([&] { return !answered.send("x"); }));
+}
+
+TEST(Loopback, LeavesAnotherUserUnanswered)
+{
+    Loopback loopback(0, [](int) { return PeerUser::Other; });
+    const Client client;
+    ASSERT_TRUE(client.connect(portOf(loopback)));
+    // The connection may be closed before all is sent.
+    static_cast<void>(client.send("GET /cmd?v=start HTTP/1.1\r\n\r\n"));
+    EXPECT_EQ(client.receiveToEnd().value_or(""), "");
+    EXPECT_EQ(stored(dictationCommand), std::nullopt);
+}
+
+TEST(Loopback, AnswersWhereTheUserCannotBeTold)
+{
+    Loopback loopback(0, [](int) { return PeerUser::Gone; });
+    EXPECT_EQ(answerTo(portOf(loopback), "GET /cmd?v=start HTTP/1.1\r\n\r\n"), answerWith(done));
+    EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
+}
+
+TEST(Loopback, AsksWhoseEachConnectionIs)
+{
+    std::atomic<int> asked = 0;
+    Loopback loopback(0, [&](int socket) {
+        ++asked;
+        return peerUser(socket);
+    });
+    const std::uint16_t port = portOf(loopback);
+    EXPECT_EQ(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n", Family::Ipv4), answerWith(done));
+    EXPECT_EQ(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n", Family::Ipv6), answerWith(done));
+    EXPECT_EQ(asked, 2);
+}
+
+TEST(Loopback, OutlivesAQuestionThatFails)
+{
+    std::atomic<bool> first = true;
+    Loopback loopback(0, [&](int) {
+        if (first.exchange(false)) {
+            throw std::bad_alloc();
+        }
+        return PeerUser::Same;
+    });
+    const std::uint16_t port = portOf(loopback);
+    EXPECT_NE(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
+    EXPECT_EQ(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
+}
+
+/// Makes this process one on a machine whose kernel knows no IPv6.
+bool forgetIpv6()
+{
+    static_assert(std::endian::native == std::endian::little);
+    std::array<sock_filter, 6> filter = {{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_socket, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_INET6, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAFNOSUPPORT),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program{.len = filter.size(), .filter = filter.data()};
+    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0
+        && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0 && socket(AF_INET6, SOCK_STREAM, 0) < 0;
+}
+
+bool answersWithoutIpv6()
+{
+    if (!forgetIpv6()) {
+        return false;
+    }
+    Loopback loopback(0);
+    return answerTo(portOf(loopback), "GET /cmd HTTP/1.1\r\n\r\n") == answerWith(done);
+}
+
+TEST(Loopback, AnswersOnAMachineWithoutIpv6)
+{
+    // In a process of its own, because there is no way back.
+    EXPECT_EXIT(_exit(answersWithoutIpv6() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+
+} // namespace kavrin

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Error.h"
+#include "platform/linux/audio/Libav.h"
+
+#include <QFile>
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace kavrin
+{
+
+/// Writes sound as AAC-LC (ISO/IEC 14496-3) into a fragmented MPEG-4 file (ISO/IEC 14496-12) with the brand
+/// "M4A ".
+///
+/// A fragment holds one second and is written when it is full: a file whose writer was killed, or whose disk
+/// filled, plays up to the last whole fragment and mostly further, and memory does not grow with the length.
+/// The encoder puts 64 ms of silence (1024 samples at 16 kHz) before the first sample.
+///
+/// Not thread-safe: one thread at a time. Equal samples give equal files.
+class AacFileWriter
+{
+public:
+    /// Removes what is at `path` and makes a new file there that its owner alone may read and write. A writer
+    /// that still has the old file open goes on writing that one, which no name leads to any more.
+    /// Throws Error "file" where the file cannot be made, "audio" where the encoder refuses the format.
+    AacFileWriter(const QString &path, int sampleRate, int channels);
+
+    /// Closes the file. What came after the last whole fragment is lost unless finish() was called.
+    ~AacFileWriter();
+
+    AacFileWriter(const AacFileWriter &) = delete;
+    AacFileWriter &operator=(const AacFileWriter &) = delete;
+
+    /// Takes interleaved samples between -1 and 1, any number of them. After a failure it does nothing.
+    void write(std::span<const float> samples);
+
+    /// Writes what is left and closes the file. Does nothing the second time.
+    void finish();
+
+    /// The first failure since the file was opened; none where all went well.
+    [[nodiscard]] const std::optional<Error> &failure() const { return m_failure; }
+
+private:
+    static int writeBytes(void *writer, std::uint8_t *bytes, int count);
+
+    void openFile();
+    void openEncoder(int sampleRate, int channels);
+    void openContainer();
+    void encode(AVFrame *frame);
+    void fail(const QString &reason);
+    [[nodiscard]] Error fileError(const QString &reason) const;
+
+    QFile m_file;
+    std::optional<Error> m_failure;
+    libav::Codec m_encoder;
+    libav::Frame m_frame; ///< filled up to m_filled, then encoded
+    libav::Packet m_packet;
+    libav::Stream m_stream;
+    libav::Output m_container;
+    int m_filled = 0; ///< samples of each channel in m_frame
+    std::int64_t m_position = 0; ///< samples of each channel encoded so far
+};
+
+} // namespace kavrin

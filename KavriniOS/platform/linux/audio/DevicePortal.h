@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QCoroTask>
+
+/// The desktop's portal to devices, org.freedesktop.portal.Device on the session bus.
+namespace kavrin::DevicePortal
+{
+
+/// Asks whether this process may use the microphone; the portal may ask the user. True as well where no
+/// portal answers to this application: the sound server decides then. Main thread only.
+QCoro::Task<bool> accessMicrophone();
+
+} // namespace kavrin::DevicePortal

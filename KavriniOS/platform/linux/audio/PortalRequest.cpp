@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/audio/PortalRequest.h"
+
+#include <QUuid>
+
+namespace kavrin
+{
+
+QString PortalRequest::service()
+{
+    return QStringLiteral("org.freedesktop.portal.Desktop");
+}
+
+PortalRequest::PortalRequest(const QDBusConnection &bus)
+    : m_bus(bus), m_portal(service(), bus, QDBusServiceWatcher::WatchForUnregistration),
+      m_token(QStringLiteral("kavrin_") + QUuid::createUuid().toString(QUuid::Id128))
+{
+    m_answer.start();
+    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(Granted); });
+    listen(path());
+}
+
+QString PortalRequest::path() const
+{
+    const QString sender = m_bus.baseService().mid(1).replace(u'.', u'_');
+    return QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, m_token);
+}
+
+void PortalRequest::listen(const QString &path)
+{
+    m_bus.connect(service(), path, QStringLiteral("org.freedesktop.portal.Request"),
+                  QStringLiteral("Response"), this, SLOT(response(uint, QVariantMap)));
+}
+
+void PortalRequest::follow(const QString &actualPath)
+{
+    if (actualPath != path()) {
+        listen(actualPath);
+    }
+}
+
+void PortalRequest::response(uint result, const QVariantMap & /*details*/)
+{
+    finish(result);
+}
+
+/// The first answer counts.
+void PortalRequest::finish(uint result)
+{
+    if (!m_answer.future().isFinished()) {
+        m_answer.addResult(result);
+        m_answer.finish();
+    }
+}
+
+} // namespace kavrin

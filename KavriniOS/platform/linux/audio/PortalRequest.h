@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QFuture>
+#include <QObject>
+#include <QPromise>
+#include <QString>
+#include <QVariantMap>
+
+namespace kavrin
+{
+
+/// One question to the desktop's portal (org.freedesktop.portal.Request). The answer is a signal of an object
+/// that the portal makes for the question; its path is agreed on beforehand, so that the answer cannot come
+/// before somebody listens. Main thread only.
+class PortalRequest : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr uint Granted = 0; ///< 1 is refused by the user, 2 ended in another way
+
+    /// The portal's name on the bus.
+    static QString service();
+
+    /// Listens from now on.
+    explicit PortalRequest(const QDBusConnection &bus);
+
+    /// The option "handle_token" of the question.
+    [[nodiscard]] const QString &token() const { return m_token; }
+
+    /// Listens to the path that the portal gave, where it is not the one agreed on (before version 0.9).
+    void follow(const QString &actualPath);
+
+    /// What the portal answers; Granted when it vanishes first.
+    [[nodiscard]] QFuture<uint> answer() const { return m_answer.future(); }
+
+private:
+    [[nodiscard]] QString path() const;
+    void listen(const QString &path);
+    void finish(uint result);
+    Q_SLOT void response(uint result, const QVariantMap &details);
+
+    QDBusConnection m_bus;
+    QDBusServiceWatcher m_portal;
+    QString m_token;
+    QPromise<uint> m_answer;
+};
+
+} // namespace kavrin

@@ -1,0 +1,181 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/audio/PulseAudioRecorder.h"
+
+#include <QCoroFuture>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <utility>
+
+namespace kavrin
+{
+
+using namespace std::chrono_literals;
+
+namespace
+{
+
+constexpr auto Patience = 500ms;
+
+// Short enough to be ready within a few hundredths of a second, long enough to wake the machine rarely.
+constexpr pa_usec_t FragmentDuration = 20 * PA_USEC_PER_MSEC;
+
+constexpr std::array<float, 1024> Silence{};
+
+/// Knows nothing of the recorder, which may be gone when it resumes.
+QCoro::Task<bool> result(QFuture<bool> future)
+{
+    co_return co_await future;
+}
+
+pa_buffer_attr captureBuffer(const pa_sample_spec &format)
+{
+    constexpr auto serverDefault = static_cast<std::uint32_t>(-1);
+    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(FragmentDuration, &format));
+    return {.maxlength = serverDefault,
+            .tlength = serverDefault,
+            .prebuf = serverDefault,
+            .minreq = serverDefault,
+            .fragsize = fragment};
+}
+
+} // namespace
+
+MakeAudioRecorder PulseAudioRecorder::factory(std::shared_ptr<SoundServer> server)
+{
+    return [server = std::move(server)](const QString &path, const AudioRecorderSettings &settings) {
+        return std::make_shared<PulseAudioRecorder>(server, path, settings);
+    };
+}
+
+PulseAudioRecorder::PulseAudioRecorder(std::shared_ptr<SoundServer> server, const QString &path,
+                                       const AudioRecorderSettings &settings)
+    : m_server(std::move(server)), m_sampleRate(settings.sampleRate), m_channels(settings.channels),
+      m_averagePower(static_cast<std::size_t>(std::max(settings.channels, 0)), SoundLevel::Silence),
+      m_writer(path, settings.sampleRate, settings.channels), m_level(settings.channels)
+{
+    m_patience.setSingleShot(true);
+    m_patience.setTimerType(Qt::PreciseTimer);
+    m_patience.setInterval(Patience);
+    QObject::connect(&m_patience, &QTimer::timeout, &m_patience, [this] {
+        const SoundServer::Lock lock(*m_server);
+        answer(false);
+    });
+    m_firstSamples.start();
+}
+
+PulseAudioRecorder::~PulseAudioRecorder()
+{
+    const SoundServer::Lock lock(*m_server);
+    m_stream.reset();
+    answer(false);
+}
+
+QCoro::Task<bool> PulseAudioRecorder::record()
+{
+    const bool first = !m_stream && !m_stopped;
+    if (first) {
+        openStream();
+        m_patience.start();
+    }
+    return result(m_firstSamples.future());
+}
+
+void PulseAudioRecorder::openStream()
+{
+    const pa_sample_spec format{.format = PA_SAMPLE_FLOAT32NE,
+                                .rate = static_cast<std::uint32_t>(m_sampleRate),
+                                .channels = static_cast<std::uint8_t>(m_channels)};
+    const SoundStream::Description description{.direction = SoundStream::Direction::Capture,
+                                               .name = "Dictation",
+                                               .format = format,
+                                               .buffer = captureBuffer(format)};
+    SoundStream::Handlers handlers;
+    handlers.transfer = [this](pa_stream *stream, std::size_t /*bytes*/) { read(stream); };
+    handlers.ended = [this] { answer(false); };
+    try {
+        m_server->connect();
+        const SoundServer::Lock lock(*m_server);
+        m_stream = std::make_unique<SoundStream>(m_server, description, std::move(handlers));
+    } catch (const Error &) {
+        const SoundServer::Lock lock(*m_server);
+        answer(false);
+    }
+}
+
+void PulseAudioRecorder::stop()
+{
+    m_patience.stop();
+    const SoundServer::Lock lock(*m_server);
+    m_stopped = true;
+    if (m_stream) {
+        m_stream->transferNow();
+        m_stream.reset();
+    }
+    m_writer.finish();
+    answer(false);
+}
+
+bool PulseAudioRecorder::isRecording() const
+{
+    return m_stream && m_stream->isAlive();
+}
+
+void PulseAudioRecorder::setMeteringEnabled(bool enabled)
+{
+    const SoundServer::Lock lock(*m_server);
+    m_metering = enabled;
+}
+
+void PulseAudioRecorder::updateMeters()
+{
+    const SoundServer::Lock lock(*m_server);
+    if (std::vector<float> power = m_level.take(); !power.empty()) {
+        m_averagePower = std::move(power);
+    }
+}
+
+float PulseAudioRecorder::averagePower(int channel) const
+{
+    const bool exists = channel >= 0 && channel < m_channels;
+    return exists ? m_averagePower[static_cast<std::size_t>(channel)] : SoundLevel::Silence;
+}
+
+void PulseAudioRecorder::read(pa_stream *stream)
+{
+    const void *data = nullptr;
+    std::size_t bytes = 0;
+    while (pa_stream_peek(stream, &data, &bytes) == 0 && bytes > 0) {
+        const std::size_t samples = bytes / sizeof(float);
+        if (data) {
+            take(std::span(static_cast<const float *>(data), samples));
+        } else {
+            // What the server left out becomes silence, so that the rest keeps its place in time.
+            for (std::size_t done = 0; done < samples; done += Silence.size()) {
+                take(std::span(Silence).first(std::min(Silence.size(), samples - done)));
+            }
+        }
+        pa_stream_drop(stream);
+        answer(true);
+    }
+}
+
+void PulseAudioRecorder::take(std::span<const float> samples)
+{
+    m_writer.write(samples);
+    if (m_metering) {
+        m_level.add(samples);
+    }
+}
+
+/// The first answer counts.
+void PulseAudioRecorder::answer(bool samplesCame)
+{
+    if (!std::exchange(m_answered, true)) {
+        m_firstSamples.addResult(samplesCame);
+        m_firstSamples.finish();
+    }
+}
+
+} // namespace kavrin

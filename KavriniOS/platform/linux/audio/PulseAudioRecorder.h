@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/AudioRecorder.h"
+#include "platform/linux/audio/AacFileWriter.h"
+#include "platform/linux/audio/SoundLevel.h"
+#include "platform/linux/audio/SoundServer.h"
+#include "platform/linux/audio/SoundStream.h"
+
+#include <QPromise>
+#include <QTimer>
+
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace kavrin
+{
+
+/// Records from the sound server's default source. Samples are encoded and written on the sound thread as
+/// they arrive, so nothing grows with the length of the recording but its file. It records once: after
+/// stop(), or after the server went away, record() gives false.
+///
+/// A file that can no longer be written (a full disk) keeps what it holds; the recording goes on without it.
+class PulseAudioRecorder final : public AudioRecorder
+{
+public:
+    static MakeAudioRecorder factory(std::shared_ptr<SoundServer> server);
+
+    /// Opens the file; see MakeAudioRecorder.
+    PulseAudioRecorder(std::shared_ptr<SoundServer> server, const QString &path,
+                       const AudioRecorderSettings &settings);
+    ~PulseAudioRecorder() override;
+
+    PulseAudioRecorder(const PulseAudioRecorder &) = delete;
+    PulseAudioRecorder &operator=(const PulseAudioRecorder &) = delete;
+
+    /// Connects to the server first where the connection was lost, which may take up to two seconds. The task
+    /// outlives the recorder: it gives false when the recorder is destroyed first.
+    QCoro::Task<bool> record() override;
+    void stop() override;
+    [[nodiscard]] bool isRecording() const override;
+    void setMeteringEnabled(bool enabled) override;
+    void updateMeters() override;
+    [[nodiscard]] float averagePower(int channel) const override;
+
+private:
+    void openStream();
+    void read(pa_stream *stream);
+    void take(std::span<const float> samples);
+    void answer(bool samplesCame);
+
+    std::shared_ptr<SoundServer> m_server;
+    int m_sampleRate;
+    int m_channels;
+    QTimer m_patience; ///< with the first samples
+    std::vector<float> m_averagePower; ///< of each channel, at the last update
+
+    // Below: with the server's lock held.
+    AacFileWriter m_writer;
+    SoundLevel m_level;
+    bool m_metering = false;
+    bool m_stopped = false;
+    QPromise<bool> m_firstSamples; ///< what record() gives
+    bool m_answered = false;
+    std::unique_ptr<SoundStream> m_stream;
+};
+
+} // namespace kavrin

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/audio/PulseAudioSession.h"
+
+#include "platform/linux/audio/DevicePortal.h"
+
+#include <QFileInfo>
+
+#include <utility>
+
+namespace kavrin
+{
+
+PulseAudioSession::PulseAudioSession(std::shared_ptr<SoundServer> server, QString sandboxMark,
+                                     QObject *parent)
+    : AudioSession(parent), m_server(std::move(server)), m_sandboxMark(std::move(sandboxMark))
+{
+    const auto tell = [this](bool began) {
+        Q_EMIT interruption(began ? InterruptionType::Began : InterruptionType::Ended);
+    };
+    connect(&m_server->suspendedStreams(), &SuspendedStreams::changed, this, tell);
+    connect(&m_sleep, &SleepMonitor::sleepChanged, this, tell);
+}
+
+QCoro::Task<bool> PulseAudioSession::requestRecordPermission()
+{
+    if (!QFileInfo::exists(m_sandboxMark)) {
+        co_return true;
+    }
+    QCoro::Task<bool> access = DevicePortal::accessMicrophone();
+    co_return co_await access;
+}
+
+void PulseAudioSession::setCategory(Category /*category*/, Mode /*mode*/, Options options)
+{
+    m_options = options;
+    if (m_active) {
+        applyCategory();
+    }
+}
+
+void PulseAudioSession::activate()
+{
+    m_server->connect();
+    m_active = true;
+    applyCategory();
+}
+
+void PulseAudioSession::applyCategory()
+{
+    m_server->setMediaRole(m_options.testFlag(MixWithOthers) ? QByteArray() : QByteArrayLiteral("phone"));
+}
+
+} // namespace kavrin

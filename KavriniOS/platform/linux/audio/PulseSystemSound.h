@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/SystemSound.h"
+#include "platform/linux/audio/SoundServer.h"
+
+#include <memory>
+
+namespace kavrin
+{
+
+/// Two soft tones of an eighth of a second, made here: a rising one for the beginning, a falling one for the
+/// end. They are heard even when this object is gone, as long as the server connection stays. Without a
+/// server there is no sound.
+class PulseSystemSound final : public SystemSound
+{
+public:
+    explicit PulseSystemSound(std::shared_ptr<SoundServer> server);
+
+    void play(Id sound) override;
+
+private:
+    std::shared_ptr<SoundServer> m_server;
+};
+
+} // namespace kavrin

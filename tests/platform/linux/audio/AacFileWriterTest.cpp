@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/audio/AacFileWriter.h"
+
+#include "SoundFiles.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <csignal>
+#include <memory>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kavrin::test
+{
+
+namespace
+{
+
+constexpr std::size_t Rate = 16000;
+
+QString recordingPath()
+{
+    return QDir::home().filePath(QStringLiteral("recording.m4a"));
+}
+
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
+
+QString written(const std::vector<float> &samples)
+{
+    AacFileWriter writer(recordingPath(), Rate, 1);
+    writer.write(samples);
+    writer.finish();
+    EXPECT_FALSE(writer.failure());
+    return recordingPath();
+}
+
+/// No file of this process may grow beyond `bytes`, as on a full disk.
+void limitFilesTo(rlim_t bytes)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{bytes, RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+} // namespace
+
+TEST(AacFileWriter, WritesTheRateAndChannelsAskedFor)
+{
+    struct Case {
+        int sampleRate;
+        int channels;
+        const char *expected;
+    };
+    for (const Case &c : std::to_array<Case>(
+             {{16000, 1, "aac,16000,1"}, {16000, 2, "aac,16000,2"}, {44100, 2, "aac,44100,2"}})) {
+        SCOPED_TRACE(c.expected);
+        AacFileWriter writer(recordingPath(), c.sampleRate, c.channels);
+        writer.write(std::vector<float>(static_cast<std::size_t>(c.sampleRate * c.channels)));
+        writer.finish();
+        EXPECT_EQ(probed(recordingPath()), QLatin1String(c.expected));
+    }
+}
+
+TEST(AacFileWriter, KeepsTheWholeToneAndItsPitch)
+{
+    for (const double seconds : {0.25, 1.0, 3.1415}) {
+        SCOPED_TRACE(seconds);
+        const std::vector<float> heard = withoutSilence(decoded(written(tone(440, seconds, Rate, 0.5))));
+        EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, seconds, 0.03);
+        EXPECT_GT(shareOf(440, heard, Rate), 0.95);
+    }
+}
+
+TEST(AacFileWriter, DecodesToWhatWasWrittenAndTheEncodersLead)
+{
+    const std::size_t length = decoded(written(std::vector<float>(3 * Rate))).size();
+    EXPECT_GE(length, 3U * Rate + 1024);
+    EXPECT_LE(length, 3U * Rate + 2048);
+}
+
+TEST(AacFileWriter, KeepsTheHighestSoundsOfSpeech)
+{
+    EXPECT_GT(shareOf(7400, withoutSilence(decoded(written(tone(7400, 1, Rate, 0.5)))), Rate), 0.9);
+}
+
+TEST(AacFileWriter, TakesSamplesInPiecesOfAnySize)
+{
+    const std::vector<float> samples = tone(440, 1.1, Rate);
+    const QByteArray whole = contentsOf(written(samples));
+    {
+        AacFileWriter writer(recordingPath(), Rate, 1);
+        for (std::size_t done = 0; done < samples.size(); done += 333) {
+            writer.write(std::span(samples).subspan(done, std::min<std::size_t>(333, samples.size() - done)));
+        }
+        writer.finish();
+    }
+    EXPECT_EQ(contentsOf(recordingPath()), whole);
+}
+
+TEST(AacFileWriter, FinishesAFileWithoutSamples)
+{
+    EXPECT_EQ(probed(written({})), QStringLiteral("aac,16000,1"));
+}
+
+TEST(AacFileWriter, BeginsWithAnOrdinaryBrand)
+{
+    EXPECT_EQ(contentsOf(written(tone(440, 1, Rate))).mid(4, 8), "ftypM4A ");
+}
+
+TEST(AacFileWriter, LetsOnlyTheOwnerRead)
+{
+    umask(0);
+    const QString path = written(tone(440, 1, Rate));
+    struct stat status{};
+    ASSERT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+}
+
+TEST(AacFileWriter, ReplacesAnEarlierFile)
+{
+    const QByteArray fresh = contentsOf(written(tone(440, 1, Rate)));
+    fileOf(QStringLiteral("recording.m4a"), QByteArray(1000000, 'x'));
+    EXPECT_EQ(contentsOf(written(tone(440, 1, Rate))), fresh);
+}
+
+TEST(AacFileWriter, FollowsNoLink)
+{
+    const QString other = fileOf(QStringLiteral("other"), "precious");
+    ASSERT_TRUE(QFile::link(other, recordingPath()));
+    written(tone(440, 1, Rate));
+    EXPECT_EQ(contentsOf(other), "precious");
+    EXPECT_FALSE(QFileInfo(recordingPath()).isSymLink());
+}
+
+TEST(AacFileWriter, LeavesTheNewFileAloneWhenItsOldOneWasReplaced)
+{
+    AacFileWriter older(recordingPath(), Rate, 1);
+    older.write(tone(440, 2, Rate));
+    written(tone(880, 1, Rate));
+    older.finish();
+    EXPECT_GT(shareOf(880, withoutSilence(decoded(recordingPath())), Rate), 0.95);
+}
+
+TEST(AacFileWriter, SaysWhichFileCannotBeMadeAndWhy)
+{
+    const QString path = QDir::home().filePath(QStringLiteral("missing/recording.m4a"));
+    try {
+        const AacFileWriter writer(path, Rate, 1);
+        FAIL() << "nothing was thrown";
+    } catch (const Error &error) {
+        EXPECT_EQ(error.domain, QStringLiteral("file"));
+        EXPECT_THAT(error.localizedDescription.toStdString(), testing::HasSubstr(path.toStdString()));
+        EXPECT_THAT(error.localizedDescription.toStdString(),
+                    testing::HasSubstr("No such file or directory"));
+    }
+}
+
+TEST(AacFileWriter, RefusesAFolderInPlaceOfTheFile)
+{
+    ASSERT_TRUE(QDir::home().mkdir(QStringLiteral("recording.m4a")));
+    EXPECT_THROW(AacFileWriter(recordingPath(), Rate, 1), Error);
+}
+
+TEST(AacFileWriter, RefusesFormatsThatCannotBeEncoded)
+{
+    struct Case {
+        int sampleRate;
+        int channels;
+    };
+    for (const Case &c :
+         std::to_array<Case>({{0, 1}, {-1, 1}, {123, 1}, {16000, 0}, {16000, -1}, {16000, 99}})) {
+        SCOPED_TRACE(testing::Message() << c.sampleRate << " Hz, " << c.channels << " channels");
+        EXPECT_THROW(AacFileWriter(recordingPath(), c.sampleRate, c.channels), Error);
+    }
+}
+
+TEST(AacFileWriter, PlaysUpToAnyByteItWasCutAt)
+{
+    const QString path = written(tone(440, 10, Rate, 0.5));
+    const QByteArray whole = contentsOf(path);
+    const auto wholeLength = static_cast<double>(decoded(path).size());
+    for (const double share : {0.3, 0.47, 0.5, 0.731, 0.9, 0.99}) {
+        SCOPED_TRACE(share);
+        const auto bytes = static_cast<qsizetype>(share * static_cast<double>(whole.size()));
+        const QString cut = fileOf(QStringLiteral("cut.m4a"), whole.first(bytes));
+        const std::vector<float> heard = decoded(cut);
+        // A fragment is a tenth of the file; one whose table was cut off is lost.
+        EXPECT_GT(static_cast<double>(heard.size()), (share - 0.12) * wholeLength);
+        EXPECT_GT(shareOf(440, withoutSilence(heard), Rate), 0.9);
+    }
+}
+
+TEST(AacFileWriter, LeavesAPlayableFileWhenItIsNeverFinished)
+{
+    {
+        AacFileWriter writer(recordingPath(), Rate, 1);
+        writer.write(tone(440, 5, Rate));
+    }
+    EXPECT_GT(decoded(recordingPath()).size(), 3U * Rate);
+}
+
+TEST(AacFileWriter, IsPlayableFromTheFirstSecondsOnWhileItIsWritten)
+{
+    AacFileWriter writer(recordingPath(), Rate, 1);
+    writer.write(tone(440, 2.5, Rate));
+    EXPECT_GE(decoded(recordingPath()).size(), 1U * Rate);
+}
+
+TEST(AacFileWriter, KeepsWhatFittedOnAFullDisk)
+{
+    limitFilesTo(40000);
+    AacFileWriter writer(recordingPath(), Rate, 1);
+    writer.write(tone(440, 20, Rate));
+    writer.finish();
+    ASSERT_TRUE(writer.failure());
+    EXPECT_THAT(writer.failure()->localizedDescription.toStdString(),
+                testing::AllOf(testing::HasSubstr(recordingPath().toStdString()),
+                               testing::HasSubstr("File too large")));
+    EXPECT_GT(decoded(recordingPath()).size(), 2U * Rate);
+}
+
+TEST(AacFileWriter, SaysSoWhenNotEvenTheHeaderFits)
+{
+    limitFilesTo(10);
+    EXPECT_THROW(AacFileWriter(recordingPath(), Rate, 1), Error);
+}
+
+TEST(AacFileWriter, FinishesOnce)
+{
+    AacFileWriter writer(recordingPath(), Rate, 1);
+    writer.write(tone(440, 1, Rate));
+    writer.finish();
+    const QByteArray once = contentsOf(recordingPath());
+    writer.finish();
+    EXPECT_EQ(contentsOf(recordingPath()), once);
+}
+
+} // namespace kavrin::test

@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/audio/PulseAudioRecorder.h"
+
+#include "SoundFiles.h"
+#include "support/PrivateSoundServer.h"
+#include "support/Wait.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <sys/resource.h>
+
+namespace kavrin::test
+{
+
+namespace
+{
+
+constexpr int Rate = 16000;
+
+/// A running sound server, a connection to it and a place for the recording.
+class PulseAudioRecorderTest : public testing::Test
+{
+protected:
+    PulseAudioRecorderTest() { m_machine.start(); }
+
+    std::unique_ptr<PulseAudioRecorder> makeRecorder()
+    {
+        auto recorder = std::make_unique<PulseAudioRecorder>(m_server, m_path, AudioRecorderSettings());
+        recorder->setMeteringEnabled(true);
+        return recorder;
+    }
+
+    static float power(PulseAudioRecorder &recorder)
+    {
+        recorder.updateMeters();
+        return recorder.averagePower(0);
+    }
+
+    /// The speaker plays a tone, and the recorder has heard it to its end.
+    void speakTone(PulseAudioRecorder &recorder, double frequency, double seconds, double amplitude = 0.5)
+    {
+        m_machine.speak(
+            fileOf(QStringLiteral("tone.wav"), wavOf(tone(frequency, seconds, 48000, amplitude), 48000)));
+        EXPECT_TRUE(waitUntil([&] { return power(recorder) < -100; }));
+    }
+
+    [[nodiscard]] bool isMicrophoneInUse() const
+    {
+        return !m_machine.streams(QStringLiteral("source-outputs")).isEmpty();
+    }
+
+    void suspendMicrophone(bool suspended) const
+    {
+        m_machine.control({QStringLiteral("suspend-source"), QStringLiteral("microphone"),
+                           suspended ? QStringLiteral("1") : QStringLiteral("0")});
+    }
+
+    PrivateSoundServer m_machine;
+    std::shared_ptr<SoundServer> m_server = std::make_shared<SoundServer>();
+    QString m_path = QDir::home().filePath(QStringLiteral("dict.m4a"));
+};
+
+} // namespace
+
+TEST_F(PulseAudioRecorderTest, RecordsAToneWhole)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    speakTone(*recorder, 440, 1);
+    recorder->stop();
+    const std::vector<float> heard = withoutSilence(decoded(m_path));
+    EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, 1, 0.05);
+    EXPECT_GT(shareOf(440, heard, Rate), 0.95);
+}
+
+TEST_F(PulseAudioRecorderTest, HonoursItsSettings)
+{
+    const AudioRecorderSettings settings{.sampleRate = 44100, .channels = 2};
+    const auto recorder = PulseAudioRecorder::factory(m_server)(m_path, settings);
+    EXPECT_TRUE(await(recorder->record()));
+    recorder->stop();
+    EXPECT_EQ(probed(m_path), QStringLiteral("aac,44100,2"));
+}
+
+TEST_F(PulseAudioRecorderTest, RecordsOneChannelAtSixteenKilohertzByDefault)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    recorder->stop();
+    EXPECT_EQ(probed(m_path), QStringLiteral("aac,16000,1"));
+}
+
+TEST_F(PulseAudioRecorderTest, SaysWhichFileCannotBeMade)
+{
+    m_path = QStringLiteral("/nowhere/dict.m4a");
+    try {
+        makeRecorder();
+        FAIL() << "nothing was thrown";
+    } catch (const Error &error) {
+        EXPECT_THAT(error.localizedDescription.toStdString(), testing::HasSubstr("/nowhere/dict.m4a"));
+    }
+}
+
+TEST_F(PulseAudioRecorderTest, IsRecordingFromTheStartToTheStop)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_FALSE(recorder->isRecording());
+    QCoro::Task<bool> started = recorder->record();
+    EXPECT_TRUE(recorder->isRecording());
+    EXPECT_TRUE(await(std::move(started)));
+    EXPECT_TRUE(recorder->isRecording());
+    recorder->stop();
+    EXPECT_FALSE(recorder->isRecording());
+}
+
+TEST_F(PulseAudioRecorderTest, LetsTheMicrophoneGoWhenItStops)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    EXPECT_TRUE(isMicrophoneInUse());
+    recorder->stop();
+    EXPECT_TRUE(waitUntil([&] { return !isMicrophoneInUse(); }));
+}
+
+TEST_F(PulseAudioRecorderTest, LetsTheMicrophoneGoWhenItIsDestroyed)
+{
+    auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    recorder.reset();
+    EXPECT_TRUE(waitUntil([&] { return !isMicrophoneInUse(); }));
+}
+
+TEST_F(PulseAudioRecorderTest, StopsTwiceAsOnce)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    recorder->stop();
+    recorder->stop();
+    EXPECT_EQ(probed(m_path), QStringLiteral("aac,16000,1"));
+}
+
+TEST_F(PulseAudioRecorderTest, StopsWithoutHavingRecorded)
+{
+    const auto recorder = makeRecorder();
+    recorder->stop();
+    EXPECT_EQ(probed(m_path), QStringLiteral("aac,16000,1"));
+}
+
+TEST_F(PulseAudioRecorderTest, DoesNotRecordAgainAfterTheStop)
+{
+    const auto recorder = makeRecorder();
+    recorder->stop();
+    EXPECT_FALSE(await(recorder->record()));
+    EXPECT_FALSE(recorder->isRecording());
+}
+
+TEST_F(PulseAudioRecorderTest, MetersSilence)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    EXPECT_EQ(power(*recorder), -160);
+}
+
+TEST_F(PulseAudioRecorderTest, MetersAFullScaleToneAtMinusThreeDecibels)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    QProcess speaker;
+    speaker.start(QStringLiteral("paplay"),
+                  {fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 20, 48000), 48000))});
+    EXPECT_TRUE(waitUntil([&] { return std::abs(power(*recorder) + 3.01) < 0.3; }));
+    speaker.kill();
+    speaker.waitForFinished();
+}
+
+TEST_F(PulseAudioRecorderTest, KeepsItsLevelWhereNoSamplesCame)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    QProcess speaker;
+    speaker.start(QStringLiteral("paplay"),
+                  {fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 20, 48000), 48000))});
+    EXPECT_TRUE(waitUntil([&] { return power(*recorder) > -10; }));
+    recorder->stop();
+    recorder->updateMeters();
+    const float last = recorder->averagePower(0);
+    recorder->updateMeters();
+    EXPECT_EQ(recorder->averagePower(0), last);
+    EXPECT_GT(last, -10);
+    speaker.kill();
+    speaker.waitForFinished();
+}
+
+TEST_F(PulseAudioRecorderTest, MetersNothingUnlessEnabled)
+{
+    const auto recorder = makeRecorder();
+    recorder->setMeteringEnabled(false);
+    EXPECT_TRUE(await(recorder->record()));
+    m_machine.speak(fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 0.3, 48000), 48000)));
+    EXPECT_EQ(power(*recorder), -160);
+}
+
+TEST_F(PulseAudioRecorderTest, KnowsOnlyItsOwnChannels)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_EQ(recorder->averagePower(-1), -160);
+    EXPECT_EQ(recorder->averagePower(1), -160);
+}
+
+TEST_F(PulseAudioRecorderTest, SaysNoWhereNoServerRuns)
+{
+    m_machine.kill();
+    const auto recorder = makeRecorder();
+    EXPECT_FALSE(await(recorder->record()));
+    EXPECT_FALSE(recorder->isRecording());
+}
+
+TEST_F(PulseAudioRecorderTest, SaysNoWhereThereIsNoMicrophone)
+{
+    m_machine.control({QStringLiteral("unload-module"), QStringLiteral("module-remap-source")});
+    m_machine.control({QStringLiteral("unload-module"), QStringLiteral("module-null-sink")});
+    const auto recorder = makeRecorder();
+    EXPECT_FALSE(await(recorder->record()));
+    EXPECT_FALSE(recorder->isRecording());
+}
+
+TEST_F(PulseAudioRecorderTest, GoesOnWaitingForAMicrophoneThatIsSilentAtFirst)
+{
+    suspendMicrophone(true);
+    const auto recorder = makeRecorder();
+    EXPECT_FALSE(await(recorder->record()));
+    EXPECT_TRUE(recorder->isRecording());
+    suspendMicrophone(false);
+    speakTone(*recorder, 440, 0.5);
+    recorder->stop();
+    EXPECT_GT(shareOf(440, withoutSilence(decoded(m_path)), Rate), 0.9);
+}
+
+TEST_F(PulseAudioRecorderTest, ConnectsAgainAfterTheServerWasRestarted)
+{
+    m_server->connect();
+    m_machine.kill();
+    m_machine.start();
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+}
+
+TEST_F(PulseAudioRecorderTest, KeepsWhatItHeardWhenTheServerDies)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    speakTone(*recorder, 440, 0.7);
+    m_machine.kill();
+    EXPECT_TRUE(waitUntil([&] { return !recorder->isRecording(); }));
+    recorder->stop();
+    const std::vector<float> heard = withoutSilence(decoded(m_path));
+    EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, 0.7, 0.05);
+    EXPECT_GT(shareOf(440, heard, Rate), 0.95);
+}
+
+TEST_F(PulseAudioRecorderTest, KeepsWhatFittedOnAFullDisk)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    const auto recorder = makeRecorder();
+    const rlimit limit{4000, RLIM_INFINITY};
+    EXPECT_TRUE(await(recorder->record()));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    EXPECT_TRUE(waitUntil([&] { return QFileInfo(m_path).size() >= 4000; }));
+    recorder->stop();
+    const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    EXPECT_GT(decoded(m_path).size(), 0.5 * Rate);
+}
+
+TEST_F(PulseAudioRecorderTest, DoesNotHarmAnotherOnTheSamePath)
+{
+    const auto older = makeRecorder();
+    EXPECT_TRUE(await(older->record()));
+    speakTone(*older, 440, 0.3);
+    const auto newer = makeRecorder();
+    EXPECT_TRUE(await(newer->record()));
+    older->stop();
+    speakTone(*newer, 880, 0.3);
+    newer->stop();
+    const std::vector<float> heard = withoutSilence(decoded(m_path));
+    EXPECT_GT(shareOf(880, heard, Rate), 0.9);
+}
+
+TEST_F(PulseAudioRecorderTest, AnswersNoWhenItIsDestroyedBeforeTheFirstSamples)
+{
+    m_server->connect();
+    m_machine.freeze();
+    auto recorder = makeRecorder();
+    QCoro::Task<bool> started = recorder->record();
+    recorder.reset();
+    EXPECT_FALSE(await(std::move(started)));
+}
+
+TEST_F(PulseAudioRecorderTest, AnswersNoWhenItIsStoppedBeforeTheFirstSamples)
+{
+    m_server->connect();
+    m_machine.freeze();
+    const auto recorder = makeRecorder();
+    QCoro::Task<bool> started = recorder->record();
+    recorder->stop();
+    EXPECT_FALSE(await(std::move(started)));
+}
+
+TEST_F(PulseAudioRecorderTest, StopsAtOnceWhenTheServerHangs)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    m_machine.freeze();
+    recorder->stop();
+    EXPECT_EQ(probed(m_path), QStringLiteral("aac,16000,1"));
+}
+
+TEST_F(PulseAudioRecorderTest, StartsAndStopsAHundredTimes)
+{
+    const auto openFiles = [] {
+        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+    };
+    qsizetype before = 0;
+    for (int round = 0; round < 100; ++round) {
+        SCOPED_TRACE(round);
+        const auto recorder = makeRecorder();
+        ASSERT_TRUE(await(recorder->record()));
+        recorder->stop();
+        if (round == 0) {
+            before = openFiles();
+        }
+    }
+    EXPECT_EQ(openFiles(), before);
+    EXPECT_TRUE(waitUntil([&] { return !isMicrophoneInUse(); }));
+}
+
+} // namespace kavrin::test

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <cstddef>
+#include <vector>
+
+/// Sounds to feed and to compare. Mono throughout; lengths in seconds, frequencies in hertz.
+namespace kavrin::test
+{
+
+/// A sine of full scale times `amplitude`.
+std::vector<float> tone(double frequency, double seconds, int sampleRate, double amplitude = 1);
+
+/// A canonical RIFF/WAVE file of 16-bit samples.
+QByteArray wavOf(const std::vector<float> &samples, int sampleRate);
+
+/// Writes `bytes` to a new file in the private home; returns its path.
+QString fileOf(const QString &name, const QByteArray &bytes);
+
+/// The samples of a sound file as FFmpeg decodes them, at the file's own rate; as many as can be decoded.
+std::vector<float> decoded(const QString &path);
+
+/// One line of ffprobe's about a file's sound: "codec_name,sample_rate,channels".
+QString probed(const QString &path);
+
+/// How much of the power of `samples` is at `frequency`: 1 for a pure tone, 0 for none.
+double shareOf(double frequency, const std::vector<float> &samples, int sampleRate);
+
+/// The part from the first to the last sample louder than a twentieth of full scale.
+std::vector<float> withoutSilence(const std::vector<float> &samples);
+
+} // namespace kavrin::test

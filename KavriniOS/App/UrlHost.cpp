@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#include "App/UrlHost.h"
+
+#include <QRegularExpression>
+#include <QUrl>
+
+namespace kavrin
+{
+
+std::optional<QString> urlHost(const QString &url)
+{
+    // QUrl tells whether it is a URL, but gives the host in lower case.
+    if (!QUrl(url, QUrl::StrictMode).isValid()) {
+        return std::nullopt;
+    }
+    static const QRegularExpression authority(
+        QStringLiteral("\\A[A-Za-z][A-Za-z0-9+.-]*://(?:[^/?#@]*@)?(\\[[^\\]]*\\]|[^/?#:]*)"));
+    const QString host = authority.match(url).captured(1);
+    return host.isEmpty() ? std::nullopt : std::optional(host);
+}
+
+} // namespace kavrin

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "App/KavrinApp.h"
+#include "platform/linux/desktop/TerminationSignals.h"
+#include "store/Shared.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QLockFile>
+#include <QNetworkProxyFactory>
+
+#include <cstdio>
+
+namespace
+{
+
+using namespace kavrin;
+
+/// The URL to open, or the empty string. Ends the process on --help, --version and wrong usage.
+QString urlArgument(const QCoreApplication &application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Dictation and settings for the Kavrin keyboard."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("URL"),
+                                 QStringLiteral("kavrin://dictate starts a dictation."),
+                                 QStringLiteral("[URL]"));
+    const bool isUnderstood = parser.parse(application.arguments());
+    if (!isUnderstood || parser.positionalArguments().size() > 1) {
+        const QString reason = isUnderstood ? QStringLiteral("One URL at a time.") : parser.errorText();
+        std::fprintf(stderr, "kavrin: %s\nSee kavrin --help.\n", qUtf8Printable(reason));
+        std::exit(2);
+    }
+    parser.process(application); // --help and --version
+    return parser.positionalArguments().value(0);
+}
+
+/// One process serves a suite. Where the lock cannot be made at all, serving goes on without it.
+bool anotherProcessServes(QLockFile &lock)
+{
+    lock.setStaleLockTime(0);
+    return !lock.tryLock() && lock.error() == QLockFile::LockFailedError;
+}
+
+void useOffscreenWithoutDisplay()
+{
+    const bool hasDisplay =
+        qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (!hasDisplay && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    useOffscreenWithoutDisplay();
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("kavrin"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Kavrin"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.kavrin.Kavrin"));
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+
+    const QString url = urlArgument(application);
+    QLockFile lock(QFileInfo(Shared::d().path()).path() + QStringLiteral("/application.lock"));
+    if (anotherProcessServes(lock)) {
+        KavrinApp::openUrl(url);
+        if (url.isEmpty()) {
+            std::fputs("Kavrin is already running.\n", stderr);
+        }
+        return 0;
+    }
+
+    KavrinApp app;
+    const TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::requested, &app, &KavrinApp::stop);
+    QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
+    app.start();
+    KavrinApp::openUrl(url);
+    return QGuiApplication::exec();
+}

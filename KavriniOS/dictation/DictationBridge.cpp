@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "dictation/DictationBridge.h"
+
+#include "loopback/Loopback.h"
+#include "store/Shared.h"
+
+#include <chrono>
+
+namespace kavrin
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds pollInterval = 120ms;
+constexpr qint64 passesPerBeat = 8;
+
+const QString commandKey = QStringLiteral("dictationCommand");
+
+void consumeCommand()
+{
+    Shared::d().set(commandKey, QString());
+}
+
+QCoro::Task<> startWhenIdle(std::shared_ptr<Recorder> recorder)
+{
+    if (recorder->state() == Recorder::S::done) {
+        recorder->setState(Recorder::S::idle);
+    }
+    if (recorder->state() == Recorder::S::idle) {
+        const QCoro::Task<> start = recorder->start();
+        co_await start;
+    }
+}
+
+void stopWhenRecording(Recorder &recorder)
+{
+    if (recorder.state() == Recorder::S::recording) {
+        recorder.stop();
+    }
+}
+
+} // namespace
+
+DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer)
+    : m_clock(platform.clock), m_recorder(std::make_shared<Recorder>(platform)),
+      m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
+{
+    m_recorder->autoReset = true;
+}
+
+QCoro::Task<> DictationBridge::run(std::stop_token stop)
+{
+    Loopback::shared().start();
+    Clock &clock = m_clock;
+    const std::shared_ptr<Recorder> recorder = m_recorder;
+    for (qint64 pass = 1; !stop.stop_requested(); ++pass) {
+        if (pass % passesPerBeat == 1) {
+            Shared::d().set(QStringLiteral("dictationAlive"), clock.now());
+        }
+        const QString command = Shared::d().string(commandKey).value_or(QString());
+        if (command == u"start") {
+            consumeCommand();
+            const QCoro::Task<> start = startWhenIdle(recorder);
+            co_await start;
+        } else if (command == u"stop") {
+            consumeCommand();
+            stopWhenRecording(*recorder);
+        }
+        const QCoro::Task<> sleep = clock.sleep(pollInterval, stop);
+        co_await sleep;
+    }
+}
+
+} // namespace kavrin

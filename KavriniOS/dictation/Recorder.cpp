@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+#include "dictation/Recorder.h"
+
+#include "platform/FileManager.h"
+#include "store/Shared.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace kavrin
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds meterInterval = 50ms;
+
+/// -50 dB and below is 0, full scale is 1.
+double levelOf(float decibels)
+{
+    return double(std::clamp((decibels + 50.0F) / 50.0F, 0.0F, 1.0F));
+}
+
+} // namespace
+
+Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_platform(std::move(platform)) { }
+
+QString Recorder::url()
+{
+    return FileManager::temporaryDirectory() + QStringLiteral("/dict.m4a");
+}
+
+QCoro::Task<> Recorder::start()
+{
+    const QPointer<Recorder> self(this);
+    const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
+    const bool granted = co_await permission;
+    if (!self) {
+        co_return;
+    }
+    if (!granted) {
+        publishState(QStringLiteral("idle"));
+        setMessage(QStringLiteral("Microphone permission denied."));
+        co_return;
+    }
+    publishState(QStringLiteral("starting"));
+    if (!prepare()) {
+        co_return;
+    }
+    m_platform.sounds.play(SystemSound::Id::BeginRecording);
+    const std::shared_ptr<AudioRecorder> recorder = m_recorder;
+    const QCoro::Task<bool> firstSamples = recorder->record();
+    co_await firstSamples;
+    if (!self) {
+        co_return;
+    }
+    setState(S::recording);
+    publishState(QStringLiteral("recording"));
+    setMessage(QStringLiteral("Listening… tap the keyboard mic again to stop."));
+    startMeter();
+}
+
+/// Makes the session active and a recorder on the file; false, with the reason in the message, where that
+/// fails.
+bool Recorder::prepare()
+{
+    try {
+        m_platform.session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default,
+                                       AudioSession::MixWithOthers | AudioSession::AllowBluetooth
+                                           | AudioSession::DefaultToSpeaker);
+        m_platform.session.activate();
+        m_recorder = m_platform.makeRecorder(url(), AudioRecorderSettings());
+    } catch (const std::exception &error) {
+        setMessage(QStringLiteral("Recording failed: ") + QString::fromUtf8(error.what()));
+        return false;
+    }
+    m_recorder->setMeteringEnabled(true);
+    return true;
+}
+
+void Recorder::stop()
+{
+    delete m_meter;
+    setLevel(0);
+    if (m_recorder) {
+        m_recorder->stop();
+    }
+    m_platform.sounds.play(SystemSound::Id::EndRecording);
+    setState(S::working);
+    publishState(QStringLiteral("working"));
+    setMessage(QStringLiteral("Transcribing…"));
+    const BackgroundTasks::Identifier task =
+        m_platform.backgroundTasks.begin(QStringLiteral("transcribe"), [] { });
+    finish(this, m_platform, task);
+}
+
+QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
+                               BackgroundTasks::Identifier task)
+{
+    S state = S::idle;
+    QString message;
+    try {
+        const QCoro::Task<QString> transcription = platform.transcribe(url());
+        message = co_await transcription;
+        handOver(platform, message);
+        state = recorder && !recorder->autoReset ? S::done : S::idle;
+    } catch (const std::exception &error) {
+        message = QStringLiteral("Error: ") + QString::fromUtf8(error.what());
+        publishState(QStringLiteral("idle"));
+    }
+    if (recorder) {
+        recorder->setState(state);
+        recorder->setMessage(message);
+    }
+    platform.backgroundTasks.end(task);
+}
+
+/// The state comes last: whoever sees "done" finds the transcript and its stamp stored.
+void Recorder::handOver(const Platform &platform, const QString &transcript)
+{
+    Shared::d().set(QStringLiteral("transcript"), transcript);
+    Shared::d().set(QStringLiteral("tStamp"), platform.clock.now());
+    platform.pasteboard.setString(transcript);
+    publishState(QStringLiteral("done"));
+}
+
+void Recorder::startMeter()
+{
+    m_meter = new QTimer(this);
+    connect(m_meter, &QTimer::timeout, this, &Recorder::updateLevel);
+    m_meter->start(meterInterval);
+}
+
+void Recorder::updateLevel()
+{
+    if (!m_recorder || !m_recorder->isRecording()) {
+        return;
+    }
+    m_recorder->updateMeters();
+    setLevel(levelOf(m_recorder->averagePower(0)));
+}
+
+void Recorder::publishState(const QString &state)
+{
+    Shared::d().set(QStringLiteral("dictationState"), state);
+}
+
+void Recorder::setState(S state)
+{
+    if (m_state != state) {
+        m_state = state;
+        Q_EMIT stateChanged();
+    }
+}
+
+void Recorder::setMessage(const QString &message)
+{
+    if (m_message != message) {
+        m_message = message;
+        Q_EMIT messageChanged();
+    }
+}
+
+void Recorder::setLevel(double level)
+{
+    if (m_level != level) {
+        m_level = level;
+        Q_EMIT levelChanged();
+    }
+}
+
+} // namespace kavrin

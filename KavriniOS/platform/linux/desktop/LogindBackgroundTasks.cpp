@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/LogindBackgroundTasks.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+namespace kavrin
+{
+
+namespace
+{
+
+const QString service = QStringLiteral("org.freedesktop.login1");
+const QString path = QStringLiteral("/org/freedesktop/login1");
+const QString manager = QStringLiteral("org.freedesktop.login1.Manager");
+
+} // namespace
+
+LogindBackgroundTasks::LogindBackgroundTasks(QDBusConnection bus) : m_bus(std::move(bus))
+{
+    for (const QString &signal : {QStringLiteral("PrepareForSleep"), QStringLiteral("PrepareForShutdown")}) {
+        m_bus.connect(service, path, manager, signal, this, SLOT(onPrepare(bool)));
+    }
+}
+
+BackgroundTasks::Identifier LogindBackgroundTasks::begin(const QString &name,
+                                                         std::function<void()> expirationHandler)
+{
+    const Identifier task = ++m_last;
+    m_tasks[task].expirationHandler = std::move(expirationHandler);
+    if (!m_bus.isConnected()) {
+        // A call would never be answered, and its watcher would stay for good.
+        return task;
+    }
+
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, manager, QStringLiteral("Inhibit"));
+    call.setArguments(
+        {QStringLiteral("sleep:shutdown"), QStringLiteral("Kavrin"), name, QStringLiteral("delay")});
+    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, task, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
+        const auto running = m_tasks.find(task);
+        // The task may have ended meanwhile; then the lock goes with the reply.
+        if (reply.isValid() && running != m_tasks.end()) {
+            running->second.lock = reply.value();
+        }
+    });
+    return task;
+}
+
+void LogindBackgroundTasks::end(Identifier task)
+{
+    m_tasks.erase(task);
+}
+
+void LogindBackgroundTasks::onPrepare(bool begins)
+{
+    if (!begins) {
+        return;
+    }
+    const std::map<Identifier, Task> tasks = m_tasks;
+    for (const auto &[identifier, task] : tasks) {
+        // The handler of one task may have ended another.
+        if (m_tasks.contains(identifier)) {
+            task.expirationHandler();
+        }
+    }
+}
+
+} // namespace kavrin

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/TerminationSignals.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <csignal>
+
+namespace kavrin
+{
+
+namespace
+{
+
+// A signal handler may do little more than write to a descriptor, which stays open as long as the handler.
+const int wakeDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+
+void wake(int)
+{
+    const int saved = errno;
+    eventfd_write(wakeDescriptor, 1);
+    errno = saved;
+}
+
+} // namespace
+
+TerminationSignals::TerminationSignals() : m_notifier(wakeDescriptor, QSocketNotifier::Read)
+{
+    connect(&m_notifier, &QSocketNotifier::activated, this, [this] {
+        eventfd_t count = 0;
+        eventfd_read(wakeDescriptor, &count);
+        Q_EMIT requested();
+    });
+    struct sigaction action = {};
+    action.sa_handler = wake;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+} // namespace kavrin

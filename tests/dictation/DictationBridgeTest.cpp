@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+#include "dictation/DictationBridge.h"
+
+#include "doubles/FakeRecorderPlatform.h"
+#include "store/Shared.h"
+#include "support/Wait.h"
+
+#include <gmock/gmock.h>
+
+using namespace kavrin;
+using namespace kavrin::test;
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QString shared(const QString &key)
+{
+    return Shared::d().string(key).value_or(u"none"_s);
+}
+
+void command(const QString &text)
+{
+    ASSERT_TRUE(Shared::d().set(u"dictationCommand"_s, text));
+}
+
+double alive()
+{
+    const auto value = Shared::d().object(u"dictationAlive"_s);
+    return value ? std::get<double>(*value) : 0;
+}
+
+class DictationBridgeTest : public testing::Test
+{
+protected:
+    ~DictationBridgeTest() override
+    {
+        stop.request_stop();
+        waitUntil([this] { return !running || ended; });
+    }
+
+    void run()
+    {
+        running = true;
+        bridge.run(stop.get_token()).then([this] { ended = true; });
+        waitUntil([this] { return machine.clock.isAsleep(); });
+    }
+
+    /// Lets the loop make one more pass.
+    void pass()
+    {
+        const size_t passes = machine.clock.sleeps.size();
+        machine.clock.wake();
+        ASSERT_TRUE(
+            waitUntil([&] { return machine.clock.sleeps.size() > passes && machine.clock.isAsleep(); }));
+    }
+
+    FakeRecorderPlatform machine;
+    DictationBridge bridge{machine.platform(),
+                           [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); }};
+    std::stop_source stop;
+    bool running = false;
+    bool ended = false;
+};
+
+} // namespace
+
+TEST_F(DictationBridgeTest, BeatsOnTheFirstPassAndOnEveryEighthAfterIt)
+{
+    run();
+    EXPECT_EQ(alive(), machine.clock.time);
+    std::vector<int> beats;
+    for (int number = 2; number <= 20; ++number) {
+        machine.clock.time += 0.12;
+        const double before = alive();
+        pass();
+        if (alive() != before) {
+            EXPECT_EQ(alive(), machine.clock.time);
+            beats.push_back(number);
+        }
+    }
+    EXPECT_EQ(beats, (std::vector{9, 17}));
+}
+
+TEST_F(DictationBridgeTest, Sleeps120MillisecondsBetweenPasses)
+{
+    run();
+    pass();
+    EXPECT_THAT(machine.clock.sleeps, testing::Each(std::chrono::milliseconds(120)));
+}
+
+TEST_F(DictationBridgeTest, ACommandThatIsAlreadyThereIsTakenOnTheFirstPass)
+{
+    command(u"start"_s);
+    run();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+}
+
+TEST_F(DictationBridgeTest, StartRecordsAndStopTranscribes)
+{
+    run();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"working");
+
+    machine.finishTranscription(u"hello"_s);
+    ASSERT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"done"; }));
+    EXPECT_EQ(shared(u"transcript"_s), u"hello");
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::idle);
+}
+
+TEST_F(DictationBridgeTest, AfterATranscriptANewStartRecordsAtOnce)
+{
+    run();
+    for (const QString &text : {u"first"_s, u"second"_s}) {
+        command(u"start"_s);
+        pass();
+        command(u"stop"_s);
+        pass();
+        machine.finishTranscription(text);
+        ASSERT_TRUE(waitUntil([&] { return shared(u"transcript"_s) == text; }));
+    }
+}
+
+TEST_F(DictationBridgeTest, AStartWhileRecordingIsSwallowed)
+{
+    run();
+    command(u"start"_s);
+    pass();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+}
+
+TEST_F(DictationBridgeTest, AStartWhileTranscribingIsSwallowed)
+{
+    run();
+    command(u"start"_s);
+    pass();
+    command(u"stop"_s);
+    pass();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"working");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
+TEST_F(DictationBridgeTest, StartWrittenTwiceWithinAPassIsOneRecording)
+{
+    run();
+    command(u"start"_s);
+    command(u"start"_s);
+    pass();
+    pass();
+    EXPECT_EQ(machine.recorders.size(), 1U);
+}
+
+TEST_F(DictationBridgeTest, AStopWhileIdleIsSwallowed)
+{
+    run();
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_TRUE(machine.journal.isEmpty());
+    EXPECT_EQ(shared(u"dictationState"_s), u"none");
+}
+
+TEST_F(DictationBridgeTest, AStopWhileTranscribingIsSwallowed)
+{
+    run();
+    command(u"start"_s);
+    pass();
+    command(u"stop"_s);
+    pass();
+    const Journal before = machine.journal;
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(machine.journal, before);
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
+TEST_F(DictationBridgeTest, AnyOtherValueStaysAndTheLoopGoesOn)
+{
+    const PropertyListValue values[] = {u"Start"_s, u"STOP"_s, u"start "_s,        u"pause"_s,
+                                        qint64(1),  true,      QByteArray("start")};
+    run();
+    for (const PropertyListValue &value : values) {
+        Shared::d().set(u"dictationCommand"_s, value);
+        pass();
+        EXPECT_EQ(Shared::d().object(u"dictationCommand"_s), value);
+    }
+    EXPECT_TRUE(machine.journal.isEmpty());
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+}
+
+TEST_F(DictationBridgeTest, ARefusedPermissionLeavesTheStateIdleAndTheNextStartAsksAgain)
+{
+    machine.session.permission = false;
+    run();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    machine.session.permission = true;
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+}
+
+TEST_F(DictationBridgeTest, AFailedSetUpLeavesTheStateStartingUntilTheNextAttempt)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    run();
+    command(u"start"_s);
+    pass();
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"starting");
+    machine.session.activationFailure.reset();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+}
+
+TEST_F(DictationBridgeTest, StoppingTheLoopDuringASleepEndsItWithoutAnotherPass)
+{
+    run();
+    const size_t passes = machine.clock.sleeps.size();
+    command(u"start"_s);
+    stop.request_stop();
+    EXPECT_TRUE(waitUntil([this] { return ended; }));
+    EXPECT_EQ(machine.clock.sleeps.size(), passes);
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"start");
+}
+
+TEST_F(DictationBridgeTest, TheBridgeMayGoWhileItsLoopSleeps)
+{
+    bool done = false;
+    auto other = std::make_unique<DictationBridge>(
+        machine.platform(), [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); });
+    other->run(stop.get_token()).then([&] { done = true; });
+    other.reset();
+    stop.request_stop();
+    EXPECT_TRUE(waitUntil([&] { return done; }));
+}

@@ -1,0 +1,264 @@
+// SPDX-License-Identifier: MIT
+#include "dictation/Recorder.h"
+
+#include "doubles/FakeRecorderPlatform.h"
+#include "platform/FileManager.h"
+#include "store/Shared.h"
+#include "support/Wait.h"
+
+#include <gmock/gmock.h>
+
+using namespace kavrin;
+using namespace kavrin::test;
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString listening = u"Listening… tap the keyboard mic again to stop."_s;
+
+QString sharedState()
+{
+    return Shared::d().string(u"dictationState"_s).value_or(u"none"_s);
+}
+
+class RecorderTest : public testing::Test
+{
+protected:
+    FakeRecorderPlatform machine;
+    Recorder recorder{machine.platform()};
+
+    void start() { QCoro::waitFor(recorder.start()); }
+
+    void dictate(const QString &text)
+    {
+        start();
+        recorder.stop();
+        machine.finishTranscription(text);
+        ASSERT_TRUE(waitUntil([this] { return recorder.state() != Recorder::S::working; }));
+    }
+};
+
+} // namespace
+
+TEST_F(RecorderTest, IsIdleAtFirstAndTouchesNothing)
+{
+    EXPECT_EQ(recorder.state(), Recorder::S::idle);
+    EXPECT_EQ(recorder.message(), u"Starting…");
+    EXPECT_EQ(recorder.level(), 0);
+    EXPECT_FALSE(recorder.autoReset);
+    EXPECT_TRUE(machine.journal.isEmpty());
+    EXPECT_EQ(sharedState(), u"none");
+}
+
+TEST_F(RecorderTest, RecordsIntoTheOneFileOfTheTemporaryDirectory)
+{
+    EXPECT_EQ(Recorder::url(), FileManager::temporaryDirectory() + u"/dict.m4a"_s);
+    start();
+    EXPECT_EQ(machine.openedFiles, QStringList{Recorder::url()});
+    const AudioRecorderSettings expected = {
+        .format = AudioRecorderSettings::Format::Mpeg4Aac, .sampleRate = 16000, .channels = 1};
+    EXPECT_EQ(machine.settings, std::vector{expected});
+}
+
+TEST_F(RecorderTest, StartingAsksThenSetsUpThenSoundsThenRecords)
+{
+    start();
+    EXPECT_EQ(machine.journal,
+              (Journal{u"ask permission"_s, u"set category"_s, u"activate"_s, u"open"_s, u"sound 1113"_s,
+                       u"record"_s}));
+    EXPECT_EQ(machine.session.options.toInt(), 13);
+    EXPECT_EQ(recorder.state(), Recorder::S::recording);
+    EXPECT_EQ(recorder.message(), listening);
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, ARefusedPermissionIsSaidAndLeavesItIdle)
+{
+    machine.session.permission = false;
+    start();
+    EXPECT_EQ(recorder.state(), Recorder::S::idle);
+    EXPECT_EQ(recorder.message(), u"Microphone permission denied.");
+    EXPECT_EQ(sharedState(), u"idle");
+    EXPECT_EQ(machine.journal, Journal{u"ask permission"_s});
+}
+
+TEST_F(RecorderTest, ASessionThatCannotBeActivatedIsSaidAndTheStateStaysStarting)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    start();
+    EXPECT_EQ(recorder.state(), Recorder::S::idle);
+    EXPECT_EQ(recorder.message(), u"Recording failed: No sound server.");
+    EXPECT_EQ(sharedState(), u"starting");
+}
+
+TEST_F(RecorderTest, ARecorderThatCannotBeMadeIsSaidAndTheStateStaysStarting)
+{
+    machine.recorderFailure = Error(u"file"_s, 1, u"The disk is full."_s);
+    start();
+    EXPECT_EQ(recorder.message(), u"Recording failed: The disk is full.");
+    EXPECT_EQ(sharedState(), u"starting");
+    EXPECT_FALSE(machine.journal.contains(u"sound 1113"));
+}
+
+TEST_F(RecorderTest, AfterAFailedStartTheNextOneWorks)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    start();
+    machine.session.activationFailure.reset();
+    start();
+    EXPECT_EQ(recorder.state(), Recorder::S::recording);
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, TheLevelFollowsTheInputPower)
+{
+    const std::pair<float, double> rows[] = {
+        {-25.0F, 0.5}, {-60.0F, 0}, {3.0F, 1}, {-49.0F, double(1.0F / 50.0F)}, {0.0F, 1}, {-50.0F, 0}};
+    start();
+    for (const auto &[power, expected] : rows) {
+        machine.recorders.back().lock()->power = power;
+        EXPECT_TRUE(waitUntil([&] { return recorder.level() == expected; }))
+            << power << " dB gave " << recorder.level();
+    }
+}
+
+TEST_F(RecorderTest, StoppingEndsTheRecordingAndTranscribesWithoutWaiting)
+{
+    start();
+    machine.journal.clear();
+    recorder.stop();
+    EXPECT_EQ(machine.journal,
+              (Journal{u"stop"_s, u"sound 1114"_s, u"begin transcribe"_s, u"transcribe dict.m4a"_s}));
+    EXPECT_EQ(recorder.state(), Recorder::S::working);
+    EXPECT_EQ(recorder.message(), u"Transcribing…");
+    EXPECT_EQ(recorder.level(), 0);
+    EXPECT_EQ(sharedState(), u"working");
+    machine.finishTranscription(u""_s);
+    waitUntil([&] { return recorder.state() != Recorder::S::working; });
+}
+
+TEST_F(RecorderTest, ATranscriptIsHandedOverInFull)
+{
+    machine.clock.time = 1'800'000'123.25;
+    dictate(u"hello world"_s);
+    EXPECT_EQ(Shared::d().object(u"transcript"_s), PropertyListValue(u"hello world"_s));
+    EXPECT_EQ(Shared::d().object(u"tStamp"_s), PropertyListValue(1'800'000'123.25));
+    EXPECT_EQ(machine.pasteboard.string, u"hello world");
+    EXPECT_EQ(sharedState(), u"done");
+    EXPECT_EQ(recorder.state(), Recorder::S::done);
+    EXPECT_EQ(recorder.message(), u"hello world");
+    EXPECT_EQ(machine.journal.last(), u"end 1");
+}
+
+TEST_F(RecorderTest, WithAutoResetItIsIdleAgainAtOnceWhileTheStateReadsDone)
+{
+    recorder.autoReset = true;
+    dictate(u"text"_s);
+    EXPECT_EQ(recorder.state(), Recorder::S::idle);
+    EXPECT_EQ(sharedState(), u"done");
+    EXPECT_EQ(machine.pasteboard.string, u"text");
+}
+
+TEST_F(RecorderTest, WhoeverSeesDoneFindsTheTranscriptOnThePasteboardAndStored)
+{
+    start();
+    recorder.stop();
+    QString pastedAtDone;
+    QString storedAtDone;
+    QObject::connect(&recorder, &Recorder::stateChanged, &recorder, [&] {
+        pastedAtDone = machine.pasteboard.string;
+        storedAtDone = Shared::d().string(u"transcript"_s).value_or(QString());
+    });
+    machine.finishTranscription(u"text"_s);
+    waitUntil([&] { return recorder.state() == Recorder::S::done; });
+    EXPECT_EQ(pastedAtDone, u"text");
+    EXPECT_EQ(storedAtDone, u"text");
+}
+
+TEST_F(RecorderTest, AFailedTranscriptionIsSaidAndLeavesTheLastTranscriptAlone)
+{
+    dictate(u"first"_s);
+    const auto stamp = Shared::d().object(u"tStamp"_s);
+    machine.clock.time += 10;
+    start();
+    recorder.stop();
+    machine.failTranscription(Error(u"stt"_s, 1, u"{\"error\":\"no key\"}"_s));
+    ASSERT_TRUE(waitUntil([&] { return recorder.state() == Recorder::S::idle; }));
+    EXPECT_EQ(recorder.message(), u"Error: {\"error\":\"no key\"}");
+    EXPECT_EQ(sharedState(), u"idle");
+    EXPECT_EQ(Shared::d().string(u"transcript"_s), u"first"_s);
+    EXPECT_EQ(Shared::d().object(u"tStamp"_s), stamp);
+    EXPECT_EQ(machine.pasteboard.string, u"first");
+    EXPECT_EQ(machine.journal.last(), u"end 2");
+}
+
+TEST_F(RecorderTest, StoppingWithoutARecordingTranscribesWhateverLiesThere)
+{
+    recorder.stop();
+    EXPECT_EQ(machine.journal, (Journal{u"sound 1114"_s, u"begin transcribe"_s, u"transcribe dict.m4a"_s}));
+    EXPECT_EQ(recorder.state(), Recorder::S::working);
+    machine.failTranscription(Error(u"file"_s, 1, u"no file"_s));
+    EXPECT_TRUE(waitUntil([&] { return recorder.state() == Recorder::S::idle; }));
+}
+
+TEST_F(RecorderTest, StartingAgainWhileRecordingMakesANewRecorderAndLetsTheOldOneGoWithoutStoppingIt)
+{
+    start();
+    machine.journal.clear();
+    start();
+    EXPECT_EQ(machine.journal,
+              (Journal{u"ask permission"_s, u"set category"_s, u"activate"_s, u"open"_s, u"release"_s,
+                       u"sound 1113"_s, u"record"_s}));
+    EXPECT_TRUE(machine.recorders.front().expired());
+}
+
+TEST_F(RecorderTest, AfterStartingTwiceTheOldMeterStillFollowsTheNewRecording)
+{
+    start();
+    start();
+    recorder.stop(); // ends the new meter only
+    QCoro::waitFor(machine.recorders.back().lock()->record());
+    machine.recorders.back().lock()->power = 0;
+    EXPECT_TRUE(waitUntil([&] { return recorder.level() == 1; }));
+    machine.finishTranscription(u""_s);
+    waitUntil([&] { return recorder.state() != Recorder::S::working; });
+}
+
+TEST_F(RecorderTest, ARecorderWithoutSamplesCountsAsRecordingAndShowsNoLevel)
+{
+    Recorder::Platform platform = machine.platform();
+    platform.makeRecorder = [this](const QString &, const AudioRecorderSettings &) {
+        auto silent = std::make_shared<FakeAudioRecorder>(machine.journal);
+        silent->firstSamplesCome = false;
+        silent->power = 0;
+        return silent;
+    };
+    Recorder other(platform);
+    QCoro::waitFor(other.start());
+    EXPECT_EQ(other.state(), Recorder::S::recording);
+    EXPECT_EQ(other.level(), 0);
+}
+
+TEST_F(RecorderTest, ATranscriptionCompletesAfterTheRecorderIsGone)
+{
+    auto closing = std::make_unique<Recorder>(machine.platform());
+    QCoro::waitFor(closing->start());
+    closing->stop();
+    closing.reset();
+    machine.finishTranscription(u"late text"_s);
+    EXPECT_TRUE(waitUntil([] { return sharedState() == u"done"; }));
+    EXPECT_EQ(Shared::d().string(u"transcript"_s), u"late text"_s);
+    EXPECT_EQ(machine.pasteboard.string, u"late text");
+    EXPECT_TRUE(waitUntil([&] { return machine.journal.last() == u"end 1"; }));
+}
+
+TEST_F(RecorderTest, ClosingWhileRecordingSoundsNothingAndLeavesTheStateRecording)
+{
+    auto closing = std::make_unique<Recorder>(machine.platform());
+    QCoro::waitFor(closing->start());
+    machine.journal.clear();
+    closing.reset();
+    EXPECT_EQ(machine.journal, Journal{u"release"_s});
+    EXPECT_EQ(sharedState(), u"recording");
+}

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "PrivateDisplay.h"
+#include "support/Wait.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace kavrin::test
+{
+
+namespace
+{
+
+using namespace Qt::StringLiterals;
+
+const QString owner = QStringLiteral(KAVRIN_PASTEBOARD_OWNER);
+
+std::unique_ptr<PrivateDisplay> makeDisplay(const std::string &kind)
+{
+    if (kind == "X11") {
+        return std::make_unique<PrivateX11Display>();
+    }
+    return std::make_unique<PrivateWaylandDisplay>();
+}
+
+} // namespace
+
+class DesktopPasteboardTest : public testing::TestWithParam<std::string>
+{
+protected:
+    void set(const QStringList &texts) { m_display->show(owner, texts); }
+
+    bool holds(const QString &text)
+    {
+        return waitUntil([&] { return m_display->clipboard() == text; });
+    }
+
+private:
+    std::unique_ptr<PrivateDisplay> m_display = makeDisplay(GetParam());
+};
+
+TEST_P(DesktopPasteboardTest, GivesTheTextToOtherPrograms)
+{
+    set({u"hello world"_s});
+    EXPECT_TRUE(holds(u"hello world"_s));
+}
+
+TEST_P(DesktopPasteboardTest, KeepsEveryCharacter)
+{
+    const QString text = u"Günaydın, dünya! 你好 👋🏽\n\ttwo lines, \"quoted\", 100 % $HOME -n\n"_s;
+    set({text});
+    EXPECT_TRUE(holds(text));
+}
+
+TEST_P(DesktopPasteboardTest, TakesALongText)
+{
+    const QString text = u"a long dictation, "_s.repeated(60'000);
+    QFile file(QDir::home().filePath(u"long.txt"_s));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text.toUtf8());
+    file.close();
+    set({u'@' + file.fileName()});
+    EXPECT_TRUE(holds(text));
+}
+
+TEST_P(DesktopPasteboardTest, HoldsTheLastOfSeveralTexts)
+{
+    QStringList texts;
+    for (int number = 0; number < 30; ++number) {
+        texts.append(u"text %1"_s.arg(number));
+    }
+    set(texts);
+    EXPECT_TRUE(holds(texts.last()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Displays, DesktopPasteboardTest, testing::Values("X11", "Wayland"),
+                         [](const auto &kind) { return kind.param; });
+
+} // namespace kavrin::test

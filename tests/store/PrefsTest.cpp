@@ -1,0 +1,247 @@
+// SPDX-License-Identifier: MIT
+#include "store/Prefs.h"
+#include "store/Shared.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+using namespace kavrin;
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+double revision()
+{
+    const auto value = Shared::d().object(u"settingsRevision"_s);
+    return value ? std::get<double>(*value) : 0;
+}
+
+/// Stores a value behind the back of Prefs, as a keyboard does.
+void store(const QString &key, const PropertyListValue &value)
+{
+    ASSERT_TRUE(Shared::d().set(key, value));
+}
+
+} // namespace
+
+TEST(Prefs, AnUnsetKeyReadsItsCatalogueDefault)
+{
+    EXPECT_TRUE(Prefs::get<bool>(u"numpadAuto"_s));
+    EXPECT_FALSE(Prefs::get<bool>(u"numberRow"_s));
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
+    EXPECT_EQ(Prefs::get<QString>(u"provider"_s), u"openai");
+    EXPECT_EQ(Prefs::get<QString>(u"customModel"_s), u"whisper-1");
+}
+
+TEST(Prefs, EverySettingReadsItsOwnDefault)
+{
+    for (const Prefs::Item &item : Prefs::items()) {
+        SCOPED_TRACE(item.key.toStdString());
+        if (const auto *toggle = std::get_if<catalogue::Toggle>(&item.kind)) {
+            EXPECT_EQ(Prefs::get<bool>(item.key), toggle->defaultValue);
+        } else if (const auto *slider = std::get_if<catalogue::Slider>(&item.kind)) {
+            EXPECT_EQ(Prefs::get<double>(item.key), slider->defaultValue);
+        } else if (const auto *choice = std::get_if<catalogue::Choice>(&item.kind)) {
+            EXPECT_EQ(Prefs::get<QString>(item.key), choice->defaultValue);
+        } else if (const auto *text = std::get_if<catalogue::Text>(&item.kind)) {
+            EXPECT_EQ(Prefs::get<QString>(item.key), text->defaultValue);
+        }
+    }
+}
+
+TEST(Prefs, AKeyOfAnotherKindOrOutsideTheCatalogueReadsZero)
+{
+    EXPECT_FALSE(Prefs::get<bool>(u"rowH"_s));
+    EXPECT_EQ(Prefs::get<double>(u"numpadAuto"_s), 0);
+    EXPECT_EQ(Prefs::get<QString>(u"rowH"_s), u"");
+    EXPECT_EQ(Prefs::get<QString>(u"act.resize"_s), u"");
+    EXPECT_FALSE(Prefs::get<bool>(u"unknown"_s));
+    EXPECT_EQ(Prefs::get<double>(u"unknown"_s), 0);
+    EXPECT_EQ(Prefs::get<QString>(u"unknown"_s), u"");
+}
+
+TEST(Prefs, AStoredValueReadsAsABoolWhenItIsOne)
+{
+    const std::pair<PropertyListValue, bool> rows[] = {
+        {false, false},
+        {qint64(0), false},
+        {0.0, false},
+        {true, true},
+        {qint64(1), true},
+        {1.0, true},
+        // The rest is not a bool, so the default of "numpadAuto" counts.
+        {qint64(2), true},
+        {0.5, true},
+        {u"false"_s, true},
+        {Date{0}, true},
+        {QByteArray("0"), true},
+    };
+    for (const auto &[stored, expected] : rows) {
+        store(u"numpadAuto"_s, stored);
+        Prefs::reset({});
+        EXPECT_EQ(Prefs::get<bool>(u"numpadAuto"_s), expected) << stored.index();
+    }
+}
+
+TEST(Prefs, AStoredNumberReadsAsADouble)
+{
+    const std::pair<PropertyListValue, double> rows[] = {
+        {40.5, 40.5}, {qint64(40), 40}, {true, 1}, {false, 0}, {u"40"_s, 54}, {Date{40}, 54},
+    };
+    for (const auto &[stored, expected] : rows) {
+        store(u"rowH"_s, stored);
+        Prefs::reset({});
+        EXPECT_EQ(Prefs::get<double>(u"rowH"_s), expected) << stored.index();
+    }
+}
+
+TEST(Prefs, OnlyAStoredStringReadsAsAString)
+{
+    const std::pair<PropertyListValue, QString> rows[] = {
+        {u"gemini"_s, u"gemini"_s}, {u""_s, u""_s},     {qint64(5), u"openai"_s},
+        {true, u"openai"_s},        {2.5, u"openai"_s},
+    };
+    for (const auto &[stored, expected] : rows) {
+        store(u"provider"_s, stored);
+        Prefs::reset({});
+        EXPECT_EQ(Prefs::get<QString>(u"provider"_s), expected) << stored.index();
+    }
+}
+
+TEST(Prefs, AValueOfAnotherTypeStaysStored)
+{
+    store(u"rowH"_s, u"tall"_s);
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
+    EXPECT_EQ(Shared::d().object(u"rowH"_s), PropertyListValue(u"tall"_s));
+}
+
+TEST(Prefs, SettingWritesTheSuiteAtOnceAndStampsTheRevision)
+{
+    const double before = Date::now().secondsSince1970;
+    EXPECT_TRUE(Prefs::set(u"rowH"_s, 60.0));
+    EXPECT_EQ(Shared::d().object(u"rowH"_s), PropertyListValue(60.0));
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
+    EXPECT_GE(revision(), before);
+    EXPECT_LE(revision(), Date::now().secondsSince1970);
+}
+
+TEST(Prefs, AValueOnceReadStaysAsReadUntilItIsSetHere)
+{
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
+    store(u"rowH"_s, 60.0);
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
+    Prefs::set(u"rowH"_s, 61.0);
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 61);
+}
+
+TEST(Prefs, SettingOneKeyLeavesTheOthersCached)
+{
+    EXPECT_EQ(Prefs::get<double>(u"vGap"_s), 11);
+    store(u"vGap"_s, 5.0);
+    Prefs::set(u"rowH"_s, 60.0);
+    EXPECT_EQ(Prefs::get<double>(u"vGap"_s), 11);
+}
+
+TEST(Prefs, FormatsAValueWithItsUnit)
+{
+    struct Row {
+        double value;
+        QString unit;
+        QString expected;
+    };
+    const Row rows[] = {
+        {5, u"ms"_s, u"5 ms"_s},
+        {0.5, u""_s, u"0.50"_s},
+        {100, u"%"_s, u"100%"_s},
+        {85, u"%"_s, u"85%"_s},
+        {30, u""_s, u"30"_s},
+        {0.85, u""_s, u"0.85"_s},
+        {1.5, u"pt"_s, u"1.50 pt"_s},
+        {0.125, u""_s, u"0.12"_s}, // halves go to the even digit, as in C
+        {0.375, u""_s, u"0.38"_s},
+        {-12, u"pt"_s, u"-12 pt"_s},
+        {-0.0, u""_s, u"0"_s},
+        {12.5, u"%%"_s, u"12.50 %%"_s},
+        {9007199254740993.0, u""_s, u"9007199254740992"_s},
+        {-9223372036854775808.0, u""_s, u"-9223372036854775808"_s},
+    };
+    for (const Row &row : rows) {
+        EXPECT_EQ(Prefs::format(row.value, row.unit), row.expected);
+    }
+}
+
+TEST(PrefsDeathTest, AWholeNumberBeyond64BitsStopsTheProgramWithAMessage)
+{
+    EXPECT_DEATH(Prefs::format(9223372036854775808.0, u""_s), "does not fit into 64 bits");
+    EXPECT_DEATH(Prefs::format(std::numeric_limits<double>::infinity(), u""_s), "does not fit into 64 bits");
+}
+
+TEST(Prefs, RowsShowAsOtherSettingsStand)
+{
+    struct Row {
+        QString dictMode;
+        QString provider;
+        QString language;
+        QStringList visible;
+    };
+    const QStringList conditional = {u"provider"_s,     u"openaiKey"_s,   u"openaiModel"_s, u"geminiKey"_s,
+                                     u"geminiModel"_s,  u"customURL"_s,   u"customKey"_s,   u"customModel"_s,
+                                     u"langExtra_en"_s, u"langExtra_tr"_s};
+    const Row rows[] = {
+        {u"api"_s,
+         u"openai"_s,
+         u"en"_s,
+         {u"provider"_s, u"openaiKey"_s, u"openaiModel"_s, u"langExtra_tr"_s}},
+        {u"api"_s,
+         u"gemini"_s,
+         u"tr"_s,
+         {u"provider"_s, u"geminiKey"_s, u"geminiModel"_s, u"langExtra_en"_s}},
+        {u"api"_s,
+         u"custom"_s,
+         u"de"_s,
+         {u"provider"_s, u"customURL"_s, u"customKey"_s, u"customModel"_s, u"langExtra_en"_s,
+          u"langExtra_tr"_s}},
+        {u"system"_s, u"openai"_s, u"en"_s, {u"langExtra_tr"_s}},
+        {u"API"_s, u"openai"_s, u"EN"_s, {u"langExtra_en"_s, u"langExtra_tr"_s}},
+    };
+    for (const Row &row : rows) {
+        Prefs::set(u"dictMode"_s, row.dictMode);
+        Prefs::set(u"provider"_s, row.provider);
+        Prefs::set(u"language"_s, row.language);
+        for (const QString &key : conditional) {
+            EXPECT_EQ(Prefs::isVisible(key), row.visible.contains(key))
+                << key.toStdString() << " with " << row.dictMode.toStdString() << ' '
+                << row.provider.toStdString();
+        }
+    }
+}
+
+TEST(Prefs, WithNothingSetTheRowsOfTheDefaultServiceShow)
+{
+    EXPECT_TRUE(Prefs::isVisible(u"provider"_s));
+    EXPECT_TRUE(Prefs::isVisible(u"openaiKey"_s));
+    EXPECT_TRUE(Prefs::isVisible(u"openaiModel"_s));
+    EXPECT_FALSE(Prefs::isVisible(u"geminiKey"_s));
+    EXPECT_FALSE(Prefs::isVisible(u"customURL"_s));
+    EXPECT_TRUE(Prefs::isVisible(u"rowH"_s));
+    EXPECT_TRUE(Prefs::isVisible(u"unknown"_s));
+}
+
+TEST(Prefs, SeveralThreadsReadAndSet)
+{
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([number] {
+            for (int round = 0; round < 50; ++round) {
+                Prefs::set(u"rowH"_s, double(number));
+                EXPECT_THAT(Prefs::get<double>(u"rowH"_s), testing::AllOf(testing::Ge(0), testing::Lt(4)));
+                Prefs::reset({u"vGap"_s});
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+}

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: MIT
+#include "store/Shared.h"
+#include "tools/kavrinctl/Kavrinctl.h"
+
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+using namespace kavrin;
+using namespace kavrin::test;
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+void store(const QString &key, const PropertyListValue &value)
+{
+    ASSERT_TRUE(Shared::d().set(key, value));
+}
+
+QString stored(const QString &key)
+{
+    return Shared::d().string(key).value_or(u"none"_s);
+}
+
+/// Stands in for the running application: beats, and obeys a command as the test says.
+class Application
+{
+public:
+    explicit Application(std::function<void(const QString &command)> obey)
+    {
+        beat();
+        m_thread = std::jthread([obey = std::move(obey)](const std::stop_token &stop) {
+            while (!stop.stop_requested()) {
+                beat();
+                const QString command = stored(u"dictationCommand"_s);
+                if (command == u"start" || command == u"stop") {
+                    store(u"dictationCommand"_s, QString());
+                    obey(command);
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+    }
+
+private:
+    static void beat() { store(u"dictationAlive"_s, Date::now().secondsSince1970); }
+
+    std::jthread m_thread;
+};
+
+void record(const QString &command)
+{
+    store(u"dictationState"_s, command == u"start" ? u"recording"_s : u"working"_s);
+}
+
+} // namespace
+
+TEST(KavrinctlDictate, WithoutARunningApplicationCommandsAreRefusedAndNotLeftBehind)
+{
+    for (const QString &action : {u"start"_s, u"stop"_s, u"toggle"_s}) {
+        const Outcome outcome = kavrinctl({u"dictate"_s, action});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_TRUE(outcome.errors.contains(u"Kavrin is not running"));
+        EXPECT_EQ(stored(u"dictationCommand"_s), u"none");
+    }
+}
+
+TEST(KavrinctlDictate, AnApplicationWhoseHeartbeatIsOldDoesNotRun)
+{
+    store(u"dictationAlive"_s, Date::now().secondsSince1970 - 60);
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"status"_s}).output, u"not running\n");
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"start"_s}).exitCode, 1);
+}
+
+TEST(KavrinctlDictate, StartReturnsWhenRecordingRuns)
+{
+    const Application application(record);
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"start"_s}).exitCode, 0);
+    EXPECT_EQ(stored(u"dictationState"_s), u"recording");
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"status"_s}).output, u"recording\n");
+}
+
+TEST(KavrinctlDictate, AStartThatFailsIsSaid)
+{
+    const std::pair<QString, QString> rows[] = {{u"starting"_s, u"microphone could not be opened"_s},
+                                                {u"idle"_s, u"not be allowed"_s}};
+    for (const auto &[state, message] : rows) {
+        const Application application([&](const QString &) { store(u"dictationState"_s, state); });
+        const Outcome outcome = kavrinctl({u"dictate"_s, u"start"_s});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_TRUE(outcome.errors.contains(message)) << outcome.errors.toStdString();
+    }
+}
+
+TEST(KavrinctlDictate, StartWhileTranscribingIsRefused)
+{
+    store(u"dictationState"_s, u"working"_s);
+    const Application application([](const QString &) { });
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"start"_s}).exitCode, 1);
+}
+
+TEST(KavrinctlDictate, StopNeedsARecording)
+{
+    const Application application([](const QString &) { });
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"stop"_s}).exitCode, 1);
+    for (const QString &leftOver : {u"recording"_s, u"starting"_s}) {
+        store(u"dictationState"_s, leftOver); // by an application that was killed, or a start that failed
+        EXPECT_EQ(kavrinctl({u"dictate"_s, u"stop"_s}).exitCode, 1);
+    }
+}
+
+TEST(KavrinctlDictate, ToggleStartsThenStops)
+{
+    const Application application(record);
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"toggle"_s}).exitCode, 0);
+    EXPECT_EQ(stored(u"dictationState"_s), u"recording");
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"toggle"_s}).exitCode, 0);
+    EXPECT_EQ(stored(u"dictationState"_s), u"working");
+}
+
+TEST(KavrinctlDictate, ToggleStartsAnewWhenTheRecordingIsLeftFromAnApplicationThatWasKilled)
+{
+    store(u"dictationState"_s, u"recording"_s);
+    bool started = false;
+    const Application application([&](const QString &command) { started = command == u"start"; });
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"toggle"_s}).exitCode, 0);
+    EXPECT_TRUE(started);
+}
+
+TEST(KavrinctlDictate, WaitPrintsATranscriptThatIsNotUsedYetAndMarksIt)
+{
+    store(u"transcript"_s, u"hello world"_s);
+    store(u"tStamp"_s, 1000.5);
+    store(u"dictationState"_s, u"done"_s);
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.output, u"hello world\n");
+    EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(1000.5));
+}
+
+TEST(KavrinctlDictate, WaitWaitsForTheDictationUnderWayAndNotForAnOldTranscript)
+{
+    store(u"transcript"_s, u"old"_s);
+    store(u"tStamp"_s, 1000.5);
+    store(u"dictationState"_s, u"working"_s);
+    const Application application([](const QString &) { });
+    QProcess waiting;
+    waiting.start(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), {u"dictate"_s, u"wait"_s});
+    ASSERT_TRUE(waiting.waitForStarted());
+    store(u"transcript"_s, u"new"_s);
+    store(u"tStamp"_s, 1001.5);
+    store(u"dictationState"_s, u"done"_s);
+    ASSERT_TRUE(waiting.waitForFinished());
+    EXPECT_EQ(waiting.exitCode(), 0);
+    EXPECT_EQ(waiting.readAllStandardOutput(), "new\n");
+}
+
+TEST(KavrinctlDictate, WaitSaysThatTheDictationUnderWayHasFailed)
+{
+    store(u"dictationState"_s, u"working"_s);
+    const Application application([](const QString &) { });
+    QProcess waiting;
+    waiting.start(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), {u"dictate"_s, u"wait"_s});
+    // One failure after the other, for as long as it takes the process to begin to look.
+    while (!waiting.waitForFinished(100)) {
+        ASSERT_NE(waiting.state(), QProcess::NotRunning);
+        const bool isWorking = stored(u"dictationState"_s) == u"working";
+        store(u"dictationState"_s, isWorking ? u"idle"_s : u"working"_s);
+    }
+    EXPECT_EQ(waiting.exitCode(), 1);
+    EXPECT_TRUE(waiting.readAllStandardError().contains("The dictation failed"));
+}
+
+TEST(KavrinctlDictate, WaitEndsWhenNothingComesInTime)
+{
+    const Application application([](const QString &) { });
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s, u"--timeout"_s, u"0.05"_s});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(outcome.errors.contains(u"No transcript has come"));
+}
+
+TEST(KavrinctlDictate, WaitEndsWhenTheApplicationIsGone)
+{
+    store(u"dictationAlive"_s, Date::now().secondsSince1970 - 60);
+    store(u"dictationState"_s, u"working"_s);
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(outcome.errors.contains(u"Kavrin is not running"));
+}
+
+TEST(KavrinctlDictate, StatusTellsAProgramWhetherKavrinRuns)
+{
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"status"_s, u"--json"_s}).output,
+              u"{\"running\":false,\"state\":null}\n");
+    const Application application(record);
+    store(u"dictationState"_s, u"done"_s);
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"status"_s, u"--json"_s}).output,
+              u"{\"running\":true,\"state\":\"done\"}\n");
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/Console.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLocale>
+#include <QStringDecoder>
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+namespace kavrin::ctl
+{
+
+namespace
+{
+
+void printBytes(const QByteArray &line)
+{
+    std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
+    std::fputc('\n', stdout);
+    if (std::fflush(stdout) != 0) {
+        throw Refusal{QStringLiteral("Standard output could not be written.")};
+    }
+}
+
+} // namespace
+
+void print(const QString &line)
+{
+    printBytes(line.toUtf8());
+}
+
+void print(const QJsonValue &value)
+{
+    // A JSON document is an array or an object; one value is what stands between the brackets of an array.
+    const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    printBytes(array.sliced(1, array.size() - 2));
+}
+
+QString readStandardInput()
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly)) {
+        throw Refusal{QStringLiteral("Standard input could not be read.")};
+    }
+    QStringDecoder decode(QStringDecoder::Utf8);
+    QString text = decode(input.readAll());
+    if (decode.hasError()) {
+        throw Refusal{QStringLiteral("Standard input is not UTF-8 text.")};
+    }
+    return text;
+}
+
+bool takeFlag(QStringList &arguments, const QString &flag)
+{
+    return arguments.removeAll(flag) > 0;
+}
+
+void expectCount(const QStringList &arguments, qsizetype least, qsizetype most)
+{
+    if (arguments.size() < least) {
+        throw UsageError{QStringLiteral("Something is missing.")};
+    }
+    if (arguments.size() > most) {
+        throw UsageError{QStringLiteral("\"%1\" is one argument too many.").arg(arguments.at(most))};
+    }
+}
+
+void expectNoFlags(const QStringList &arguments)
+{
+    for (const QString &argument : arguments) {
+        if (argument.startsWith(u"--")) {
+            throw UsageError{QStringLiteral("There is no option \"%1\" here.").arg(argument)};
+        }
+    }
+}
+
+std::optional<double> toNumber(const QString &text)
+{
+    const QByteArray characters = text.toLatin1();
+    double number = 0;
+    const auto [end, error] = std::from_chars(characters.begin(), characters.end(), number);
+    const bool isWhole = error == std::errc() && end == characters.end();
+    return isWhole && std::isfinite(number) ? std::optional(number) : std::nullopt;
+}
+
+QString fromNumber(double number)
+{
+    return QString::number(number, 'g', QLocale::FloatingPointShortest);
+}
+
+} // namespace kavrin::ctl

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "store/Prefs.h"
+
+namespace kavrin::ctl
+{
+
+/// The setting `key` of the catalogue. Throws Refusal where there is none, or where it is an action.
+const Prefs::Item &findSetting(const QString &key);
+
+/// The value as it stands, for a person: secrets are masked, numbers have their unit.
+QString displayValue(const Prefs::Item &item);
+
+} // namespace kavrin::ctl

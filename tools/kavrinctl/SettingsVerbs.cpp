@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/Setting.h"
+
+#include "store/JsonSerialization.h"
+#include "store/Shared.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kavrin::ctl
+{
+
+namespace
+{
+
+using namespace Qt::StringLiterals;
+
+/// Reads a setting by its kind.
+struct ReadValue {
+    const QString &key;
+
+    PropertyListValue operator()(const catalogue::Toggle &) const { return Prefs::get<bool>(key); }
+    PropertyListValue operator()(const catalogue::Slider &) const { return Prefs::get<double>(key); }
+    PropertyListValue operator()(const catalogue::Choice &) const { return Prefs::get<QString>(key); }
+    PropertyListValue operator()(const catalogue::Text &) const { return Prefs::get<QString>(key); }
+    PropertyListValue operator()(const catalogue::Action &) const { return QString(); }
+};
+
+/// A value as it is printed.
+QString bareText(const PropertyListValue &value)
+{
+    if (const auto *boolean = std::get_if<bool>(&value)) {
+        return *boolean ? u"true"_s : u"false"_s;
+    }
+    if (const auto *number = std::get_if<double>(&value)) {
+        return fromNumber(*number);
+    }
+    return std::get<QString>(value);
+}
+
+/// Reads what a person typed as a value that the setting's control could enter. Throws Refusal.
+struct ParseValue {
+    const Prefs::Item &item;
+    const QString &text;
+
+    PropertyListValue operator()(const catalogue::Toggle &) const
+    {
+        if (text == u"true" || text == u"on") {
+            return true;
+        }
+        if (text == u"false" || text == u"off") {
+            return false;
+        }
+        throw Refusal{u"%1 is either true or false, not \"%2\"."_s.arg(item.key, text)};
+    }
+
+    PropertyListValue operator()(const catalogue::Slider &slider) const
+    {
+        const std::optional<double> number = toNumber(text);
+        if (!number) {
+            throw Refusal{u"%1 is a number, not \"%2\"."_s.arg(item.key, text)};
+        }
+        if (*number < slider.lower || *number > slider.upper) {
+            throw Refusal{u"%1 goes from %2 to %3, and %4 is outside."_s.arg(
+                item.key, fromNumber(slider.lower), fromNumber(slider.upper), text)};
+        }
+        const double steps = *number / slider.step;
+        constexpr double tolerance = 1e-6;
+        if (std::abs(steps - std::round(steps)) > tolerance) {
+            throw Refusal{u"%1 goes in steps of %2, and %3 lies between two of them."_s.arg(
+                item.key, fromNumber(slider.step), text)};
+        }
+        return *number;
+    }
+
+    PropertyListValue operator()(const catalogue::Choice &choice) const
+    {
+        QStringList values;
+        for (const Prefs::Opt &option : choice.options) {
+            values.append(option.v);
+        }
+        if (!values.contains(text)) {
+            throw Refusal{u"%1 is one of %2, not \"%3\"."_s.arg(item.key, values.join(u", "_s), text)};
+        }
+        return text;
+    }
+
+    PropertyListValue operator()(const catalogue::Text &) const
+    {
+        const bool isOneLine = std::none_of(text.begin(), text.end(), [](QChar character) {
+            return character.category() == QChar::Other_Control
+                || character.category() == QChar::Separator_Line
+                || character.category() == QChar::Separator_Paragraph;
+        });
+        if (!isOneLine) {
+            throw Refusal{u"%1 is one line of text, without control characters."_s.arg(item.key)};
+        }
+        return text;
+    }
+
+    PropertyListValue operator()(const catalogue::Action &) const { return text; }
+};
+
+} // namespace
+
+const Prefs::Item &findSetting(const QString &key)
+{
+    const auto item = Prefs::items().find(key);
+    if (item == Prefs::items().end()) {
+        throw Refusal{u"There is no setting \"%1\". \"kavrinctl catalogue\" lists them all."_s.arg(key)};
+    }
+    if (std::holds_alternative<catalogue::Action>(item->kind)) {
+        throw Refusal{u"\"%1\" is something to do in the application and has no value."_s.arg(key)};
+    }
+    return *item;
+}
+
+QString displayValue(const Prefs::Item &item)
+{
+    const PropertyListValue value = std::visit(ReadValue{item.key}, item.kind);
+    if (const auto *slider = std::get_if<catalogue::Slider>(&item.kind)) {
+        return Prefs::format(std::get<double>(value), slider->unit);
+    }
+    const auto *text = std::get_if<catalogue::Text>(&item.kind);
+    const bool isMasked = text != nullptr && text->secret && !bareText(value).isEmpty();
+    return isMasked ? u"••••"_s : bareText(value);
+}
+
+void get(QStringList arguments)
+{
+    const bool asJson = takeFlag(arguments, u"--json"_s);
+    expectNoFlags(arguments);
+    expectCount(arguments, 1, 1);
+    const Prefs::Item &item = findSetting(arguments.first());
+    const PropertyListValue value = std::visit(ReadValue{item.key}, item.kind);
+    if (asJson) {
+        print(toJson(value).value_or(QJsonValue()));
+    } else {
+        print(bareText(value));
+    }
+}
+
+void set(QStringList arguments)
+{
+    expectCount(arguments, 2, 2);
+    const Prefs::Item &item = findSetting(arguments.at(0));
+    const PropertyListValue value = std::visit(ParseValue{item, arguments.at(1)}, item.kind);
+    if (!Prefs::set(item.key, value)) {
+        throw Refusal{u"%1 could not be stored: %2"_s.arg(item.key, Shared::d().lastError())};
+    }
+}
+
+} // namespace kavrin::ctl

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/Console.h"
+
+#include "platform/linux/network/NetworkUrlSession.h"
+#include "transcription/Transcriber.h"
+
+#include <QCoreApplication>
+#include <QNetworkProxyFactory>
+
+#include <optional>
+
+namespace kavrin::ctl
+{
+
+namespace
+{
+
+struct Result {
+    std::optional<QString> text;
+    QString failure;
+};
+
+/// Never throws: waiting for a task that does would not end.
+QCoro::Task<Result> textOf(QString path, UrlSession &session)
+{
+    Result result;
+    try {
+        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, session);
+        result.text = co_await transcription;
+    } catch (const Error &error) {
+        result.failure = QStringLiteral("%1: %2").arg(error.domain, error.localizedDescription);
+    } catch (const std::exception &error) {
+        result.failure = QString::fromUtf8(error.what());
+    }
+    co_return result;
+}
+
+} // namespace
+
+void transcribe(QStringList arguments)
+{
+    expectNoFlags(arguments);
+    expectCount(arguments, 1, 1);
+    QNetworkProxyFactory::setUseSystemConfiguration(true);
+    NetworkUrlSession session;
+    const Result result = QCoro::waitFor(textOf(arguments.first(), session));
+    if (!result.text) {
+        throw Refusal{result.failure};
+    }
+    print(*result.text);
+}
+
+} // namespace kavrin::ctl

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/Setting.h"
+
+#include "store/Shared.h"
+
+namespace kavrin::ctl
+{
+
+using namespace Qt::StringLiterals;
+
+void exportSettings(QStringList arguments)
+{
+    expectNoFlags(arguments);
+    expectCount(arguments, 0, 0);
+    const QString blob = Prefs::exportBlob();
+    if (blob.isEmpty() && !Shared::d().lastError().isEmpty()) {
+        throw Refusal{u"The settings could not be read: "_s + Shared::d().lastError()};
+    }
+    if (blob.isEmpty()) {
+        throw Refusal{
+            u"The settings cannot be written as text: a date or data is stored under the key of one. "
+            "\"kavrinctl defaults read --types\" shows which; set it anew or reset it."_s};
+    }
+    print(blob);
+}
+
+void importSettings(QStringList arguments)
+{
+    expectNoFlags(arguments);
+    expectCount(arguments, 0, 1);
+    const QString source = arguments.value(0, u"-"_s);
+    const qsizetype count = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
+    print(count == 1 ? u"1 setting imported."_s : u"%1 settings imported."_s.arg(count));
+}
+
+void reset(QStringList arguments)
+{
+    expectNoFlags(arguments);
+    for (const QString &key : arguments) {
+        findSetting(key);
+    }
+    if (!(arguments.isEmpty() ? Prefs::resetAll() : Prefs::reset(arguments))) {
+        throw Refusal{u"The settings could not be reset: "_s + Shared::d().lastError()};
+    }
+}
+
+} // namespace kavrin::ctl

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// What kavrinctl can do: a table of verbs, each a function over its arguments.
+namespace kavrin::ctl
+{
+
+enum ExitCode {
+    Done = 0,
+    Refused = 1, ///< refused, failed, or no such value
+    WrongUsage = 2,
+};
+
+/// Thrown by a verb whose arguments make no sense; kavrinctl shows the message and the verb's usage.
+struct UsageError {
+    QString message;
+};
+
+/// Thrown by a verb that cannot do what it was asked; kavrinctl shows the message.
+struct Refusal {
+    QString message;
+};
+
+struct Verb {
+    const char *name;
+    const char *usage; ///< its arguments, one form a line
+    const char *summary;
+    const char *help; ///< more of it, may be empty
+    void (*run)(QStringList arguments);
+};
+
+void where(QStringList arguments);
+void catalogue(QStringList arguments);
+void get(QStringList arguments);
+void set(QStringList arguments);
+void defaults(QStringList arguments);
+void tools(QStringList arguments);
+void exportSettings(QStringList arguments);
+void importSettings(QStringList arguments);
+void reset(QStringList arguments);
+void transcribe(QStringList arguments);
+void dictate(QStringList arguments);
+
+} // namespace kavrin::ctl

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/Verb.h"
+
+#include "platform/Error.h"
+#include "store/Shared.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace
+{
+
+using namespace kavrin;
+using namespace kavrin::ctl;
+
+constexpr std::array verbs = {
+    Verb{"where", "[--json]", "Where the shared suite and the recording are", "", where},
+    Verb{"catalogue", "[--json]", "Every setting, with its value or as data", "", ctl::catalogue},
+    Verb{"get", "KEY [--json]", "The value of a setting, its default when it was never set", "", get},
+    Verb{"set", "KEY VALUE", "Change a setting",
+         "A switch takes true or false, a slider a number within its range, a choice one of its options.",
+         set},
+    Verb{"defaults",
+         "read [KEY] [--types]\nwrite KEY --bool|--int|--double|--string|--date|--data VALUE\ndelete KEY",
+         "The shared suite as a keyboard sees it, unchecked",
+         "Values are printed as JSON; dates are ISO 8601, data is Base64.", defaults},
+    Verb{"tools", "[--json]\nset ORDER HIDDEN", "The toolbar's order and its hidden tools",
+         "ORDER and HIDDEN are tools joined by commas; \"\" is an empty list.", tools},
+    Verb{"export", "", "All settings and keys as one line of text", "Keep it to yourself: it holds API keys.",
+         exportSettings},
+    Verb{"import", "[TEXT | -]", "Read back what export wrote; from standard input without TEXT", "",
+         importSettings},
+    Verb{"reset", "[KEY...]", "Back to the defaults: these settings, or all but the texts (API keys)", "",
+         reset},
+    Verb{"transcribe", "FILE", "The text of a recording, from the configured service", "", transcribe},
+    Verb{"dictate", "start | stop | toggle\nstatus [--json]\nwait [--timeout SECONDS]",
+         "Dictate with the running application",
+         "start and stop return when the application has obeyed. toggle is for a hotkey: it starts, or "
+         "stops.\n"
+         "wait prints the transcript when a new one arrives, and marks it as used.",
+         dictate},
+};
+
+QString usage(const Verb &verb)
+{
+    QString text;
+    for (const QString &form : QString::fromLatin1(verb.usage).split(u'\n')) {
+        text +=
+            QStringLiteral("  kavrinctl %1 %2").arg(QLatin1String(verb.name), form).trimmed().prepend(u"  ")
+            + u'\n';
+    }
+    return text;
+}
+
+QString help(const Verb &verb)
+{
+    QString text = QString::fromUtf8(verb.summary) + QStringLiteral(".\n\n") + usage(verb);
+    if (*verb.help != '\0') {
+        text += u'\n' + QString::fromUtf8(verb.help) + u'\n';
+    }
+    return text;
+}
+
+QString generalHelp()
+{
+    QString text = QStringLiteral("kavrinctl VERB [ARGUMENTS]: Kavrin from the command line.\n\n");
+    for (const Verb &verb : verbs) {
+        text +=
+            QStringLiteral("  %1 %2\n").arg(QLatin1String(verb.name), -11).arg(QLatin1String(verb.summary));
+    }
+    return text
+        + QStringLiteral(
+               "\n\"kavrinctl VERB --help\" tells more. Exit code: 0 done, 1 refused, failed or no such "
+               "value, 2 wrong usage.\n");
+}
+
+void write(std::FILE *stream, const QString &text)
+{
+    std::fputs(text.toUtf8().constData(), stream);
+}
+
+int run(const Verb &verb, const QStringList &arguments)
+{
+    if (arguments.value(0) == u"--help") {
+        write(stdout, help(verb));
+        return Done;
+    }
+    const auto fail = [](const QString &message) {
+        write(stderr, QStringLiteral("kavrinctl: %1\n").arg(message));
+    };
+    if (Shared::group() && !Shared::isShared()) {
+        fail(QStringLiteral(
+            "The suite shared with the keyboard cannot be opened; these are the private settings."));
+    }
+    try {
+        verb.run(arguments);
+        return Done;
+    } catch (const UsageError &error) {
+        fail(error.message + QStringLiteral("\n") + usage(verb).chopped(1));
+        return WrongUsage;
+    } catch (const Refusal &refusal) {
+        fail(refusal.message);
+    } catch (const Error &error) {
+        fail(error.localizedDescription);
+    }
+    return Refused;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments().mid(1);
+    if (arguments.isEmpty()) {
+        write(stderr, generalHelp());
+        return WrongUsage;
+    }
+    const QString name = arguments.takeFirst();
+    if (name == u"--help" || name == u"help") {
+        write(stdout, generalHelp());
+        return Done;
+    }
+    if (name == u"--version") {
+        write(stdout, QStringLiteral("kavrinctl " KAVRIN_VERSION "\n"));
+        return Done;
+    }
+    const auto *verb = std::find_if(verbs.begin(), verbs.end(),
+                                    [&](const Verb &known) { return name == QLatin1String(known.name); });
+    if (verb == verbs.end()) {
+        write(stderr,
+              QStringLiteral("kavrinctl: There is no \"%1\". \"kavrinctl --help\" lists what there is.\n")
+                  .arg(name));
+        return WrongUsage;
+    }
+    return run(*verb, arguments);
+}

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "tools/stt/SpeechRecognizer.h"
+
+#include "tools/stt/AudioDecoder.h"
+#include "tools/stt/Recordings.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <numeric>
+
+using namespace kavrin;
+using namespace kavrin::test;
+
+namespace
+{
+
+constexpr const char *model = KAVRIN_SPEECH_MODEL;
+
+std::vector<std::int16_t> samplesOf(const Recording &recording)
+{
+    return decodeAudio(view(readFile(recording.path)));
+}
+
+QStringList words(const QString &text)
+{
+    return text.split(u' ', Qt::SkipEmptyParts);
+}
+
+/// The least number of words to substitute, remove or insert to turn one text into the other.
+qsizetype wordErrors(const QStringList &spoken, const QStringList &heard)
+{
+    std::vector<qsizetype> row(static_cast<std::size_t>(heard.size()) + 1);
+    std::iota(row.begin(), row.end(), 0);
+    for (qsizetype removed = 1; removed <= spoken.size(); ++removed) {
+        qsizetype diagonal = std::exchange(row[0], removed);
+        for (std::size_t column = 1; column < row.size(); ++column) {
+            const bool same = spoken[removed - 1] == heard[static_cast<qsizetype>(column) - 1];
+            const qsizetype substituted = diagonal + (same ? 0 : 1);
+            diagonal = row[column];
+            row[column] = std::min({substituted, row[column] + 1, row[column - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+/// Errors for each spoken word over all recordings, each as `encode` hands it over.
+template <typename Encode> double wordErrorRate(const Encode &encode)
+{
+    SpeechRecognizer recognizer(QString::fromLatin1(model));
+    qsizetype errors = 0;
+    qsizetype spoken = 0;
+    for (const Recording &recording : proseRecordings()) {
+        const QString text = recognizer.recognize(decodeAudio(view(encode(recording))));
+        errors += wordErrors(words(recording.spoken), words(text));
+        spoken += words(recording.spoken).size();
+    }
+    return static_cast<double>(errors) / static_cast<double>(spoken);
+}
+
+TEST(SpeechRecognizer, UnderstandsMostWordsOfRecordedSpeech)
+{
+    EXPECT_LT(wordErrorRate([](const Recording &recording) { return readFile(recording.path); }), 0.30);
+}
+
+TEST(SpeechRecognizer, UnderstandsMostWordsOfSpeechCodedForUpload)
+{
+    const auto encode = [](const Recording &recording) {
+        return ffmpeg({QStringLiteral("-i"), recording.path, QStringLiteral("-c:a"), QStringLiteral("aac"),
+                       QStringLiteral("-b:a"), QStringLiteral("32k")},
+                      QStringLiteral("m4a"));
+    };
+
+    EXPECT_LT(wordErrorRate(encode), 0.35);
+}
+
+TEST(SpeechRecognizer, AnswersTheSameWhateverItHeardBefore)
+{
+    SpeechRecognizer recognizer(QString::fromLatin1(model));
+    const std::vector<std::int16_t> prose = samplesOf(proseRecording());
+    const QString first = recognizer.recognize(prose);
+
+    recognizer.recognize(samplesOf(shortRecording()));
+
+    EXPECT_EQ(recognizer.recognize(prose), first);
+}
+
+TEST(SpeechRecognizer, HearsNothingInSilence)
+{
+    SpeechRecognizer recognizer(QString::fromLatin1(model));
+    for (const std::size_t length : {0, 1, 100, 16000, 320000}) {
+        SCOPED_TRACE(length);
+        EXPECT_EQ(recognizer.recognize(std::vector<std::int16_t>(length)), QString());
+    }
+}
+
+TEST(SpeechRecognizer, JoinsThePiecesOfALongRecordingByABlank)
+{
+    SpeechRecognizer recognizer(QString::fromLatin1(model));
+    const std::vector<std::int16_t> clip = samplesOf(proseRecording());
+    const std::vector<std::int16_t> pause(speechSampleRate);
+    std::vector<std::int16_t> recording;
+    for (int round = 0; round < 3; ++round) {
+        recording.insert(recording.end(), clip.begin(), clip.end());
+        recording.insert(recording.end(), pause.begin(), pause.end());
+    }
+
+    const QString text = recognizer.recognize(recording);
+
+    EXPECT_EQ(text, text.simplified());
+    EXPECT_EQ(text.count(QStringLiteral("leisure to consider how much there might be")), 3)
+        << text.toStdString();
+}
+
+TEST(SpeechRecognizer, StopsWhenToldTo)
+{
+    SpeechRecognizer recognizer(QString::fromLatin1(model));
+    const std::stop_source stop;
+    stop.request_stop();
+
+    EXPECT_THROW(recognizer.recognize(samplesOf(proseRecording()), stop.get_token()), RecognitionStopped);
+}
+
+TEST(SpeechRecognizer, SaysWhichModelIsMissing)
+{
+    try {
+        const SpeechRecognizer recognizer(QStringLiteral("/nowhere/en-us"));
+        FAIL() << "loaded";
+    } catch (const std::runtime_error &error) {
+        EXPECT_STREQ(error.what(),
+                     "The speech model is missing: there is no /nowhere/en-us/en-us. "
+                     "Install the package pocketsphinx-en-us.");
+    }
+}
+
+} // namespace

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+#include "tools/stt/SpeechServer.h"
+
+#include "tools/stt/AudioDecoder.h"
+#include "tools/stt/SpeechRecognizer.h"
+#include "tools/stt/UploadForm.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <httplib.h>
+
+#include <thread>
+
+#include <sys/socket.h>
+
+namespace kavrin
+{
+namespace
+{
+
+constexpr const char *address = "127.0.0.1";
+constexpr const char *path = "/v1/audio/transcriptions";
+constexpr const char *jsonType = "application/json";
+constexpr const char *textType = "text/plain; charset=utf-8";
+
+std::string compactJson(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString();
+}
+
+void refuse(httplib::Response &response, const Refusal &refusal)
+{
+    const bool ownFault = refusal.status() >= 500;
+    const QJsonObject error{
+        {QStringLiteral("message"), QString::fromUtf8(refusal.what())},
+        {QStringLiteral("type"),
+         ownFault ? QStringLiteral("server_error") : QStringLiteral("invalid_request_error")},
+        {QStringLiteral("param"),
+         refusal.field().empty() ? QJsonValue() : QJsonValue(QString::fromStdString(refusal.field()))},
+        {QStringLiteral("code"), QJsonValue()},
+    };
+    response.status = refusal.status();
+    response.set_content(compactJson({{QStringLiteral("error"), error}}), jsonType);
+}
+
+/// What to say about a request that never came to be answered as a transcription.
+Refusal refusalOfStatus(const httplib::Request &request, int status)
+{
+    if (status == 404 && request.path == path) {
+        return {405, "Only POST is answered here."};
+    }
+    if (status == 404) {
+        return {404, std::string("There is nothing here. Recordings are sent by POST to ") + path + "."};
+    }
+    return {status, "The request is not understood."};
+}
+
+void refuseEverythingElse(httplib::Server &server)
+{
+    const auto refuseBody = [](const httplib::Request &request, httplib::Response &response,
+                               const httplib::ContentReader &read) {
+        discardBody(request, read);
+        refuse(response, refusalOfStatus(request, 404));
+    };
+    constexpr const char *anyPath = ".*";
+    server.Post(anyPath, refuseBody)
+        .Put(anyPath, refuseBody)
+        .Patch(anyPath, refuseBody)
+        .Delete(anyPath, refuseBody);
+    server.set_error_handler([](const httplib::Request &request, httplib::Response &response) {
+        if (response.body.empty()) {
+            refuse(response, refusalOfStatus(request, response.status));
+        }
+    });
+}
+
+// Without SO_REUSEPORT, which is the library's choice: two services must not share a port unnoticed.
+void setListenerOptions(int socket)
+{
+    constexpr int on = 1;
+    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+}
+
+} // namespace
+
+SpeechServer::SpeechServer(SpeechRecognizer &recognizer)
+    : m_recognizer(recognizer), m_server(std::make_unique<httplib::Server>())
+{
+    m_server->set_socket_options(setListenerOptions);
+    // An idle connection would hold up the end of the service.
+    m_server->set_keep_alive_max_count(1);
+    m_server->Post(path,
+                   [this](const httplib::Request &request, httplib::Response &response,
+                          const httplib::ContentReader &read) {
+                       try {
+                           answerTranscription(request, response, read);
+                       } catch (const Refusal &refusal) {
+                           refuse(response, refusal);
+                       } catch (const AudioError &error) {
+                           refuse(response, {400, error.what(), "file"});
+                       } catch (const RecognitionStopped &stopped) {
+                           refuse(response, {503, stopped.what()});
+                       } catch (const std::exception &failure) {
+                           refuse(response, {500, failure.what()});
+                       }
+                   });
+    refuseEverythingElse(*m_server);
+}
+
+SpeechServer::~SpeechServer() = default;
+
+QUrl SpeechServer::bind(int port)
+{
+    const int bound = port == 0                 ? m_server->bind_to_any_port(address)
+        : m_server->bind_to_port(address, port) ? port
+                                                : -1;
+    if (bound < 0) {
+        throw std::runtime_error("Port " + std::to_string(port) + " of " + address
+                                 + " cannot be used, most likely because another program uses it. "
+                                   "Choose another one, or 0 for any that is free.");
+    }
+    QUrl url;
+    url.setScheme(QStringLiteral("http"));
+    url.setHost(QString::fromLatin1(address));
+    url.setPort(bound);
+    url.setPath(QString::fromLatin1(path));
+    return url;
+}
+
+void SpeechServer::serve()
+{
+    const bool ended = m_server->listen_after_bind();
+    m_served = true;
+    if (!ended && !m_stop.stop_requested()) {
+        throw std::runtime_error("The speech service can take no more connections.");
+    }
+}
+
+void SpeechServer::stop()
+{
+    m_stop.request_stop();
+    // The library's server ignores a stop that comes before it runs.
+    while (!m_server->is_running() && !m_served) {
+        std::this_thread::yield();
+    }
+    m_server->stop();
+}
+
+void SpeechServer::answerTranscription(const httplib::Request &request, httplib::Response &response,
+                                       const httplib::ContentReader &read)
+{
+    const UploadForm form = readUploadForm(request, read, largestUpload);
+    const std::vector<std::int16_t> samples = decodeAudio(form.file);
+    const QString text = m_recognizer.recognize(samples, m_stop.get_token());
+    if (form.format == ResponseFormat::Text) {
+        response.set_content((text + u'\n').toStdString(), textType);
+    } else {
+        response.set_content(compactJson({{QStringLiteral("text"), text}}), jsonType);
+    }
+}
+
+} // namespace kavrin

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+#include "tools/stt/SpeechRecognizer.h"
+#include "tools/stt/SpeechServer.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <thread>
+
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+
+constexpr int noPort = -1;
+constexpr int largestPort = 65535;
+
+void printLine(FILE *stream, const QString &line)
+{
+    std::fprintf(stream, "%s\n", qPrintable(line));
+    std::fflush(stream);
+}
+
+void complain(const QString &message)
+{
+    printLine(stderr, QStringLiteral("kavrin-stt: ") + message);
+}
+
+/// The signals that end the service. Blocked before the first thread starts, so that only waitForEnd() gets
+/// them.
+sigset_t blockEndingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+void waitForEnd(const sigset_t &signals)
+{
+    int signal = 0;
+    sigwait(&signals, &signal);
+}
+
+int serve(int port, const sigset_t &endingSignals)
+{
+    kavrin::SpeechRecognizer recognizer(QStringLiteral(KAVRIN_SPEECH_MODEL));
+    kavrin::SpeechServer server(recognizer);
+    printLine(stdout, server.bind(port).toString());
+
+    std::exception_ptr failure;
+    std::thread serving([&] {
+        try {
+            server.serve();
+        } catch (...) {
+            failure = std::current_exception();
+            ::kill(::getpid(), SIGTERM);
+        }
+    });
+    waitForEnd(endingSignals);
+    server.stop();
+    serving.join();
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    return done;
+}
+
+int portOf(const QCommandLineParser &parser, const QCommandLineOption &option)
+{
+    bool isNumber = false;
+    const int port = parser.value(option).toInt(&isNumber);
+    return isNumber && port >= 0 && port <= largestPort ? port : noPort;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const sigset_t endingSignals = blockEndingSignals();
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("kavrin-stt"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Turns recorded English speech into text on this machine, without an account, a key or a "
+        "network.\nAnswers POST /v1/audio/transcriptions on 127.0.0.1 as OpenAI's service does. "
+        "Prints its address\non one line when it is ready, and serves until it is terminated."));
+    const QCommandLineOption portOption(
+        QStringLiteral("port"), QStringLiteral("Serve on port <N> of 127.0.0.1; 0 takes any free one."),
+        QStringLiteral("N"));
+    const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("Show this help."));
+    const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("Show the version."));
+    parser.addOptions({portOption, helpOption, versionOption});
+
+    const bool understood = parser.parse(QCoreApplication::arguments());
+    if (understood && parser.isSet(helpOption)) {
+        printLine(stdout, parser.helpText().trimmed());
+        return done;
+    }
+    if (understood && parser.isSet(versionOption)) {
+        printLine(stdout, QStringLiteral("kavrin-stt " KAVRIN_VERSION));
+        return done;
+    }
+    const int port = portOf(parser, portOption);
+    if (!understood || !parser.positionalArguments().isEmpty() || port == noPort) {
+        complain(understood ? QStringLiteral("Give a port from 0 to 65535: kavrin-stt --port N")
+                            : parser.errorText());
+        return wrongUsage;
+    }
+
+    try {
+        return serve(port, endingSignals);
+    } catch (const std::exception &failure) {
+        complain(QString::fromUtf8(failure.what()));
+        return failed;
+    }
+}

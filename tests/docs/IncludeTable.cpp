@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: MIT
+#include "IncludeTable.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QRegularExpression>
+
+#include <stdexcept>
+#include <utility>
+
+namespace kavrin::test
+{
+
+namespace
+{
+
+using namespace Qt::StringLiterals;
+
+/// The cells of a table's row, without the marks of code; none where `line` is no row.
+QStringList cells(const QString &line)
+{
+    if (!line.startsWith(u'|')) {
+        return {};
+    }
+    QStringList cells = line.split(u'|').mid(1);
+    cells.replaceInStrings(u"`"_s, QString());
+    for (QString &cell : cells) {
+        cell = cell.trimmed();
+    }
+    return cells;
+}
+
+QSet<QString> folderSet(const QString &cell)
+{
+    const QStringList names = cell == u"nothing" ? QStringList() : cell.split(u", "_s);
+    return {names.begin(), names.end()};
+}
+
+bool isWithin(const QString &path, const QString &folder)
+{
+    return path.startsWith(folder + u'/');
+}
+
+/// The source files below `folder`, as paths from `base`.
+QStringList sourceFiles(const QDir &base, const QString &folder)
+{
+    QStringList paths;
+    QDirIterator files(base.filePath(folder), {u"*.h"_s, u"*.cpp"_s}, QDir::Files,
+                       QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        paths.append(base.relativeFilePath(files.next()));
+    }
+    return paths;
+}
+
+QString read(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw std::runtime_error(path.toStdString() + ": " + file.errorString().toStdString());
+    }
+    return QString::fromUtf8(file.readAll());
+}
+
+} // namespace
+
+IncludeTable IncludeTable::parse(const QString &markdown)
+{
+    IncludeTable table;
+    bool inTable = false;
+    for (const QString &line : markdown.split(u'\n')) {
+        const QStringList row = cells(line);
+        if (!inTable) {
+            inTable = row.value(0) == u"Folder" && row.value(1) == u"May include";
+        } else if (row.size() < 2) {
+            break;
+        } else if (!row.first().startsWith(u"---")) {
+            table.m_rows[row.first()] = folderSet(row.at(1));
+        }
+    }
+    return table;
+}
+
+QStringList IncludeTable::folders() const
+{
+    QStringList folders;
+    for (const auto &[folder, allowed] : m_rows) {
+        folders.append(folder);
+    }
+    return folders;
+}
+
+QString IncludeTable::folderOf(const QString &path) const
+{
+    QString found;
+    for (const auto &[folder, allowed] : m_rows) {
+        if (isWithin(path, folder) && folder.size() > found.size()) {
+            found = folder;
+        }
+    }
+    return found;
+}
+
+QStringList IncludeTable::violations(const QString &path, const QString &contents) const
+{
+    static const QRegularExpression include(uR"regex(^\s*#\s*include\s*"([^"]*)")regex"_s);
+    const QString from = folderOf(path);
+    if (from.isEmpty()) {
+        return {u"%1:1: its folder is not in the table"_s.arg(path)};
+    }
+    if (m_rows.at(from).contains(u"all"_s)) {
+        return {};
+    }
+    QStringList violations;
+    int number = 0;
+    for (const QString &line : contents.split(u'\n')) {
+        ++number;
+        const QString included = include.match(line).captured(1);
+        if (!included.contains(u'/')) {
+            continue;
+        }
+        const QString to = folderOf(included);
+        if (to.isEmpty()) {
+            violations.append(
+                u"%1:%2: %3 is in no folder of the table"_s.arg(path).arg(number).arg(included));
+        } else if (from != to && !m_rows.at(from).contains(to)) {
+            violations.append(u"%1:%2: %3 may not include %4"_s.arg(path).arg(number).arg(from, to));
+        }
+    }
+    return violations;
+}
+
+QStringList IncludeTable::violationsBelow(const QString &root) const
+{
+    // Includes name the folders of KavriniOS without it, and tools as it is.
+    QStringList found;
+    for (const auto &[base, folder] :
+         {std::pair(u"KavriniOS/"_s, u"."_s), std::pair(QString(), u"tools"_s)}) {
+        const QDir baseFolder(root + u'/' + base);
+        for (const QString &path : sourceFiles(baseFolder, folder)) {
+            for (const QString &violation : violations(path, read(baseFolder.filePath(path)))) {
+                found.append(base + violation);
+            }
+        }
+    }
+    found.sort();
+    return found;
+}
+
+} // namespace kavrin::test

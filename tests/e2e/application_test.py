@@ -1,0 +1,78 @@
+# SPDX-License-Identifier: MIT
+"""The application's process: how it starts, hands over, beats and ends."""
+
+import signal
+import socket
+import time
+import unittest
+
+from support.private_session import PORT, PrivateSession, enter_private_network, wait_until
+
+
+class Application(unittest.TestCase):
+    def setUp(self):
+        self.session = self.enterContext(PrivateSession(sound=False))
+
+    def test_it_stamps_its_start_and_beats(self):
+        before = time.time()
+        self.session.start_kavrin()
+        suite = self.session.suite()
+        self.assertGreaterEqual(suite.get("probeApp"), before)
+        first = suite.get("dictationAlive")
+        self.assertGreaterEqual(first, before)
+        wait_until(lambda: suite.get("dictationAlive") > first, "another beat")
+
+    def test_the_port_answers_on_both_loopback_addresses_and_on_no_other(self):
+        self.session.start_kavrin()
+        for address in ("127.0.0.1", "::1"):
+            with socket.create_connection((address, PORT), timeout=5) as client:
+                client.sendall(b"GET /nowhere HTTP/1.1\r\n\r\n")
+                answer = b""
+                while chunk := client.recv(4096):
+                    answer += chunk
+                self.assertEqual(answer, b"HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n"
+                                         b"Content-Length: 2\r\nConnection: close\r\n\r\n{}")
+        listening = self.session.run("ss", "--listening", "--tcp", "--numeric", "--no-header").stdout
+        addresses = {line.split()[3] for line in listening.splitlines() if f":{PORT}" in line}
+        self.assertEqual(addresses, {f"127.0.0.1:{PORT}", f"[::1]:{PORT}"})
+
+    def test_a_termination_ends_it_with_code_0(self):
+        for number in (signal.SIGTERM, signal.SIGINT):
+            with self.subTest(number):
+                kavrin = self.session.start_kavrin()
+                kavrin.send_signal(number)
+                self.assertEqual(kavrin.wait(10), 0)
+
+    def test_a_url_given_at_launch_is_opened(self):
+        self.session.start_kavrin("kavrin://dictate")
+        suite = self.session.suite()
+        suite.wait_for("dictationState", "starting")
+        self.assertEqual(suite.get("dictationCommand"), "")
+
+    def test_a_second_launch_ends_and_leaves_the_first_running(self):
+        first = self.session.start_kavrin()
+        started = self.session.suite().get("probeApp")
+        self.assertEqual(self.session.run(self.session.bin / "kavrin").returncode, 0)
+        self.assertIsNone(first.poll())
+        self.assertEqual(self.session.suite().get("probeApp"), started)
+
+    def test_wrong_usage_is_explained(self):
+        for arguments in (["--nonsense"], ["kavrin://a", "kavrin://b"]):
+            with self.subTest(arguments):
+                done = self.session.run(self.session.bin / "kavrin", *arguments, check=False)
+                self.assertEqual(done.returncode, 2)
+                self.assertTrue(done.stderr)
+
+    def test_nothing_is_written_to_its_output(self):
+        kavrin = self.session.start(self.session.bin / "kavrin", stderr=-2)
+        suite = self.session.suite()
+        wait_until(lambda: suite.get("dictationAlive"), "the heartbeat")
+        suite.set("dictationCommand", "string", "start")
+        suite.wait_for("dictationState", "starting")
+        kavrin.send_signal(signal.SIGTERM)
+        self.assertEqual(kavrin.communicate()[0], "")
+
+
+if __name__ == "__main__":
+    enter_private_network()
+    unittest.main(verbosity=2)

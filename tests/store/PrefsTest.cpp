@@ -232,6 +232,7 @@ TEST(Prefs, WithNothingSetTheRowsOfTheDefaultServiceShow)
 TEST(Prefs, SeveralThreadsReadAndSet)
 {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([number] {
             for (int round = 0; round < 50; ++round) {

@@ -245,6 +245,7 @@ TEST(Shared, FirstUseFromSeveralThreadsGivesOneSuite)
 {
     std::vector<UserDefaults *> seen(4);
     std::vector<std::thread> threads;
+    threads.reserve(seen.size());
     for (UserDefaults *&suite : seen) {
         threads.emplace_back([&suite] { suite = &Shared::d(); });
     }

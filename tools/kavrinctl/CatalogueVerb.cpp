@@ -94,7 +94,7 @@ void printPage(const Prefs::Page &page)
 
 } // namespace
 
-void catalogue(QStringList arguments)
+void catalogue(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);

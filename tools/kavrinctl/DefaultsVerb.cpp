@@ -80,7 +80,7 @@ void expectRead()
     }
 }
 
-void read(QStringList arguments)
+void read(QStringList &arguments)
 {
     const bool withType = takeFlag(arguments, u"--types"_s);
     takeFlag(arguments, u"--json"_s); // it always is
@@ -196,7 +196,7 @@ void remove(const QStringList &arguments)
 
 } // namespace
 
-void defaults(QStringList arguments)
+void defaults(QStringList &arguments)
 {
     expectCount(arguments, 1, arguments.size());
     const QString action = arguments.takeFirst();

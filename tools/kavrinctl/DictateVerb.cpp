@@ -198,7 +198,7 @@ QDeadlineTimer parseLimit(QStringList &arguments)
 
 } // namespace
 
-void dictate(QStringList arguments)
+void dictate(QStringList &arguments)
 {
     expectCount(arguments, 1, 3);
     const QString action = arguments.takeFirst();

@@ -127,7 +127,7 @@ QString displayValue(const Prefs::Item &item)
     return isMasked ? u"••••"_s : bareText(value);
 }
 
-void get(QStringList arguments)
+void get(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
@@ -141,7 +141,7 @@ void get(QStringList arguments)
     }
 }
 
-void set(QStringList arguments)
+void set(QStringList &arguments)
 {
     expectCount(arguments, 2, 2);
     const Prefs::Item &item = findSetting(arguments.at(0));

@@ -65,7 +65,7 @@ void change(const QString &orderText, const QString &hiddenText)
 
 } // namespace
 
-void tools(QStringList arguments)
+void tools(QStringList &arguments)
 {
     if (arguments.value(0) == u"set") {
         expectCount(arguments, 3, 3);

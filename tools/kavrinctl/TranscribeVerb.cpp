@@ -37,7 +37,7 @@ QCoro::Task<Result> textOf(QString path, UrlSession &session)
 
 } // namespace
 
-void transcribe(QStringList arguments)
+void transcribe(QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 1, 1);

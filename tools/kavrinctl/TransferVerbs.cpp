@@ -9,7 +9,7 @@ namespace kavrin::ctl
 
 using namespace Qt::StringLiterals;
 
-void exportSettings(QStringList arguments)
+void exportSettings(QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 0, 0);
@@ -25,7 +25,7 @@ void exportSettings(QStringList arguments)
     print(blob);
 }
 
-void importSettings(QStringList arguments)
+void importSettings(QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 0, 1);
@@ -34,7 +34,7 @@ void importSettings(QStringList arguments)
     print(count == 1 ? u"1 setting imported."_s : u"%1 settings imported."_s.arg(count));
 }
 
-void reset(QStringList arguments)
+void reset(QStringList &arguments)
 {
     expectNoFlags(arguments);
     for (const QString &key : arguments) {

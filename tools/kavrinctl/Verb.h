@@ -29,19 +29,19 @@ struct Verb {
     const char *usage; ///< its arguments, one form a line
     const char *summary;
     const char *help; ///< more of it, may be empty
-    void (*run)(QStringList arguments);
+    void (*run)(QStringList &arguments);
 };
 
-void where(QStringList arguments);
-void catalogue(QStringList arguments);
-void get(QStringList arguments);
-void set(QStringList arguments);
-void defaults(QStringList arguments);
-void tools(QStringList arguments);
-void exportSettings(QStringList arguments);
-void importSettings(QStringList arguments);
-void reset(QStringList arguments);
-void transcribe(QStringList arguments);
-void dictate(QStringList arguments);
+void where(QStringList &arguments);
+void catalogue(QStringList &arguments);
+void get(QStringList &arguments);
+void set(QStringList &arguments);
+void defaults(QStringList &arguments);
+void tools(QStringList &arguments);
+void exportSettings(QStringList &arguments);
+void importSettings(QStringList &arguments);
+void reset(QStringList &arguments);
+void transcribe(QStringList &arguments);
+void dictate(QStringList &arguments);
 
 } // namespace kavrin::ctl

@@ -9,7 +9,7 @@
 namespace kavrin::ctl
 {
 
-void where(QStringList arguments)
+void where(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, QStringLiteral("--json"));
     expectNoFlags(arguments);

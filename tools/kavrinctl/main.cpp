@@ -82,7 +82,7 @@ void write(std::FILE *stream, const QString &text)
     std::fputs(text.toUtf8().constData(), stream);
 }
 
-int run(const Verb &verb, const QStringList &arguments)
+int run(const Verb &verb, QStringList arguments)
 {
     if (arguments.value(0) == u"--help") {
         write(stdout, help(verb));

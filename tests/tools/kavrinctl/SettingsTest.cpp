@@ -18,7 +18,7 @@ namespace
 {
 
 /// The catalogue as kavrinctl prints it, without what depends on the settings as they stand.
-QJsonArray withoutVisibility(QJsonArray pages)
+QJsonArray withoutVisibility(const QJsonArray &pages)
 {
     QByteArray text = QJsonDocument(pages).toJson(QJsonDocument::Compact);
     text.replace(",\"visible\":true", "").replace(",\"visible\":false", "");

@@ -19,7 +19,8 @@ namespace kavrin
 /// - Redirects (301, 302, 303, 307, 308) are followed sixteen times at most, and never from https to http.
 ///   After 301, 302 and 303 a POST becomes a GET without body. Once an address of another scheme, host or
 ///   port is reached, an Authorization header is no longer sent.
-/// - An answer in chunks that is cut short may be returned as far as it came: Qt does not always tell. One with
+/// - An answer in chunks that is cut short may be returned as far as it came: Qt does not always tell. One
+/// with
 ///   a Content-Length never is.
 /// - Nothing is kept between exchanges: no cookies, no credentials, no cached answers. Connections are.
 ///

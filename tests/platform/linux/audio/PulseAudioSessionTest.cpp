@@ -2,10 +2,10 @@
 #include "platform/linux/audio/PulseAudioSession.h"
 
 #include "FakeDevicePortal.h"
-#include "support/PrivateBus.h"
 #include "SoundFiles.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
 #include "platform/linux/audio/PulseAudioRecorder.h"
+#include "support/PrivateBus.h"
 #include "support/PrivateSoundServer.h"
 #include "support/Wait.h"
 

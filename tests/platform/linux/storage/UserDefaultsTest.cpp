@@ -282,6 +282,7 @@ TEST(UserDefaults, SeveralThreadsWriteAndReadWithoutTearingAValue)
     constexpr int rounds = 100;
     std::atomic<int> torn = 0;
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([&, number] {
             const QString mine(1000, QChar(u'a' + number));

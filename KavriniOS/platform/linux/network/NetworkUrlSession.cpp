@@ -202,6 +202,14 @@ UrlRequest redirected(UrlRequest request, int status, const QUrl &target)
     return request;
 }
 
+/// Qt does not always tell when the status is an error already. The length of a body that it has unpacked is
+/// unknown.
+bool isCutShort(const QNetworkReply &reply)
+{
+    const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
+    return length.isValid() && reply.bytesAvailable() < length.toLongLong();
+}
+
 } // namespace
 
 NetworkUrlSession::NetworkUrlSession() = default;
@@ -238,6 +246,11 @@ QCoro::Task<QByteArray> NetworkUrlSession::data(UrlRequest request)
         }
         if (!isWholeAnswer(*reply)) {
             throw failure(*reply);
+        }
+        if (isCutShort(*reply)) {
+            throw networkError(
+                QNetworkReply::RemoteHostClosedError,
+                failureDescription(QNetworkReply::RemoteHostClosedError).arg(request.url.host()));
         }
         const QUrl target = redirectTarget(*reply);
         if (target.isEmpty()) {

@@ -23,6 +23,11 @@ double levelOf(float decibels)
     return double(std::clamp((decibels + 50.0F) / 50.0F, 0.0F, 1.0F));
 }
 
+QString recordingFailed(const std::exception &error)
+{
+    return QStringLiteral("Recording failed: ") + QString::fromUtf8(error.what());
+}
+
 } // namespace
 
 Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_platform(std::move(platform)) { }
@@ -73,7 +78,7 @@ bool Recorder::prepare()
         m_platform.session.activate();
         m_recorder = m_platform.makeRecorder(url(), AudioRecorderSettings());
     } catch (const std::exception &error) {
-        setMessage(QStringLiteral("Recording failed: ") + QString::fromUtf8(error.what()));
+        setMessage(recordingFailed(error));
         return false;
     }
     m_recorder->setMeteringEnabled(true);
@@ -86,6 +91,7 @@ void Recorder::stop()
     setLevel(0);
     if (m_recorder) {
         m_recorder->stop();
+        reportFailure();
     }
     m_platform.sounds.play(SystemSound::Id::EndRecording);
     setState(S::working);
@@ -129,17 +135,26 @@ void Recorder::handOver(const Platform &platform, const QString &transcript)
 void Recorder::startMeter()
 {
     m_meter = new QTimer(this);
-    connect(m_meter, &QTimer::timeout, this, &Recorder::updateLevel);
+    connect(m_meter, &QTimer::timeout, this, &Recorder::updateMeter);
     m_meter->start(meterInterval);
 }
 
-void Recorder::updateLevel()
+void Recorder::updateMeter()
 {
+    reportFailure();
     if (!m_recorder || !m_recorder->isRecording()) {
         return;
     }
     m_recorder->updateMeters();
     setLevel(levelOf(m_recorder->averagePower(0)));
+}
+
+/// While there is still somebody speaking to whom it matters.
+void Recorder::reportFailure()
+{
+    if (const std::optional<Error> failure = m_recorder ? m_recorder->failure() : std::nullopt) {
+        setMessage(recordingFailed(*failure));
+    }
 }
 
 void Recorder::publishState(const QString &state)

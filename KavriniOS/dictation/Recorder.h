@@ -74,7 +74,8 @@ Q_SIGNALS:
 private:
     bool prepare();
     void startMeter();
-    void updateLevel();
+    void updateMeter();
+    void reportFailure();
     void setMessage(const QString &message);
     void setLevel(double level);
     static void publishState(const QString &state);

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace kavrin
 {
@@ -40,6 +41,10 @@ public:
     virtual void stop() = 0;
 
     [[nodiscard]] virtual bool isRecording() const = 0;
+
+    /// Why what is said is recorded no longer, from the moment on when that is so: the file can be written no
+    /// further, or the sound that had come has ended. What was recorded before is kept.
+    [[nodiscard]] virtual std::optional<Error> failure() const = 0;
 
     /// Metering costs nothing until it is enabled.
     virtual void setMeteringEnabled(bool enabled) = 0;

@@ -138,6 +138,34 @@ TEST_F(RecorderTest, StoppingEndsTheRecordingAndTranscribesWithoutWaiting)
     waitUntil([&] { return recorder.state() != Recorder::S::working; });
 }
 
+TEST_F(RecorderTest, ARecordingThatFailsInTheMiddleIsSaidAtOnceAndTranscribedAsFarAsItCame)
+{
+    start();
+    machine.recorders.back().lock()->recordingFailure.emplace(u"file"_s, 1, u"No space left on device."_s);
+    EXPECT_TRUE(waitUntil([&] {
+        return recorder.message() == u"Recording failed: No space left on device.";
+    })) << recorder.message().toStdString();
+    EXPECT_EQ(recorder.state(), Recorder::S::recording);
+    EXPECT_EQ(sharedState(), u"recording");
+    recorder.stop();
+    machine.finishTranscription(u"as far as"_s);
+    EXPECT_TRUE(waitUntil([&] { return recorder.state() == Recorder::S::done; }));
+    EXPECT_EQ(recorder.message(), u"as far as");
+}
+
+TEST_F(RecorderTest, AFailureThatShowsWhenTheRecordingEndsIsSaid)
+{
+    start();
+    machine.recorders.back().lock()->failureAtStop.emplace(u"file"_s, 1, u"No space left on device."_s);
+    QStringList messages;
+    QObject::connect(&recorder, &Recorder::messageChanged, &recorder,
+                     [&] { messages.append(recorder.message()); });
+    recorder.stop();
+    EXPECT_EQ(messages, (QStringList{u"Recording failed: No space left on device."_s, u"Transcribing…"_s}));
+    machine.finishTranscription(u""_s);
+    waitUntil([&] { return recorder.state() != Recorder::S::working; });
+}
+
 TEST_F(RecorderTest, ATranscriptIsHandedOverInFull)
 {
     machine.clock.time = 1'800'000'123.25;

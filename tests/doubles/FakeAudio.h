@@ -61,6 +61,8 @@ public:
 
     bool firstSamplesCome = true;
     float power = -160;
+    std::optional<Error> recordingFailure;
+    std::optional<Error> failureAtStop;
 
     QCoro::Task<bool> record() override
     {
@@ -73,9 +75,13 @@ public:
     {
         m_journal.append(QStringLiteral("stop"));
         m_isRecording = false;
+        if (failureAtStop) {
+            recordingFailure.emplace(*failureAtStop);
+        }
     }
 
     [[nodiscard]] bool isRecording() const override { return m_isRecording; }
+    [[nodiscard]] std::optional<Error> failure() const override { return recordingFailure; }
     void setMeteringEnabled(bool enabled) override { m_isMetering = enabled; }
     void updateMeters() override { m_measured = m_isMetering ? power : -160; }
     [[nodiscard]] float averagePower(int) const override { return m_measured; }

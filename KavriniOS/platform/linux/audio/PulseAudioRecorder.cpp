@@ -93,7 +93,7 @@ void PulseAudioRecorder::openStream()
                                                .buffer = captureBuffer(format)};
     SoundStream::Handlers handlers;
     handlers.transfer = [this](pa_stream *stream, std::size_t /*bytes*/) { read(stream); };
-    handlers.ended = [this] { answer(false); };
+    handlers.ended = [this] { end(); };
     try {
         m_server->connect();
         const SoundServer::Lock lock(*m_server);
@@ -120,6 +120,17 @@ void PulseAudioRecorder::stop()
 bool PulseAudioRecorder::isRecording() const
 {
     return m_stream && m_stream->isAlive();
+}
+
+std::optional<Error> PulseAudioRecorder::failure() const
+{
+    const SoundServer::Lock lock(*m_server);
+    if (m_endedEarly) {
+        return Error(QStringLiteral("audio"), 3,
+                     QStringLiteral("The microphone or the sound server went away. What was said before is "
+                                    "kept; stop, and start again once it is back."));
+    }
+    return m_writer.failure();
 }
 
 void PulseAudioRecorder::setMeteringEnabled(bool enabled)
@@ -167,6 +178,13 @@ void PulseAudioRecorder::take(std::span<const float> samples)
     if (m_metering) {
         m_level.add(samples);
     }
+}
+
+/// The stream has ended by itself.
+void PulseAudioRecorder::end()
+{
+    m_endedEarly = m_answered;
+    answer(false);
 }
 
 /// The first answer counts.

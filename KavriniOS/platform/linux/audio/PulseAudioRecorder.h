@@ -40,6 +40,7 @@ public:
     QCoro::Task<bool> record() override;
     void stop() override;
     [[nodiscard]] bool isRecording() const override;
+    [[nodiscard]] std::optional<Error> failure() const override;
     void setMeteringEnabled(bool enabled) override;
     void updateMeters() override;
     [[nodiscard]] float averagePower(int channel) const override;
@@ -48,6 +49,7 @@ private:
     void openStream();
     void read(pa_stream *stream);
     void take(std::span<const float> samples);
+    void end();
     void answer(bool samplesCame);
 
     std::shared_ptr<SoundServer> m_server;
@@ -63,6 +65,7 @@ private:
     bool m_stopped = false;
     QPromise<bool> m_firstSamples; ///< what record() gives
     bool m_answered = false;
+    bool m_endedEarly = false;
     std::unique_ptr<SoundStream> m_stream;
 };
 

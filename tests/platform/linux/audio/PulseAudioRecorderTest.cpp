@@ -40,6 +40,12 @@ protected:
         return recorder.averagePower(0);
     }
 
+    static QString failure(const PulseAudioRecorder &recorder)
+    {
+        const std::optional<Error> failure = recorder.failure();
+        return failure ? failure->localizedDescription : QString();
+    }
+
     /// The speaker plays a tone, and the recorder has heard it to its end.
     void speakTone(PulseAudioRecorder &recorder, double frequency, double seconds, double amplitude = 0.5)
     {
@@ -226,6 +232,7 @@ TEST_F(PulseAudioRecorderTest, SaysNoWhereThereIsNoMicrophone)
     const auto recorder = makeRecorder();
     EXPECT_FALSE(await(recorder->record()));
     EXPECT_FALSE(recorder->isRecording());
+    EXPECT_FALSE(recorder->failure());
 }
 
 TEST_F(PulseAudioRecorderTest, GoesOnWaitingForAMicrophoneThatIsSilentAtFirst)
@@ -256,6 +263,9 @@ TEST_F(PulseAudioRecorderTest, KeepsWhatItHeardWhenTheServerDies)
     speakTone(*recorder, 440, 0.7);
     m_machine.kill();
     EXPECT_TRUE(waitUntil([&] { return !recorder->isRecording(); }));
+    EXPECT_EQ(failure(*recorder),
+              QStringLiteral("The microphone or the sound server went away. What was said before is kept; "
+                             "stop, and start again once it is back."));
     recorder->stop();
     const std::vector<float> heard = withoutSilence(decoded(m_path));
     EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, 0.7, 0.05);
@@ -269,7 +279,9 @@ TEST_F(PulseAudioRecorderTest, KeepsWhatFittedOnAFullDisk)
     const rlimit limit{4000, RLIM_INFINITY};
     EXPECT_TRUE(await(recorder->record()));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    EXPECT_TRUE(waitUntil([&] { return QFileInfo(m_path).size() >= 4000; }));
+    EXPECT_TRUE(waitUntil([&] { return recorder->failure().has_value(); }));
+    EXPECT_EQ(failure(*recorder),
+              QStringLiteral("The recording \"%1\" cannot be written: File too large.").arg(m_path));
     recorder->stop();
     const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);

@@ -9,7 +9,7 @@ import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
-from support.private_session import PrivateSession, enter_private_network  # noqa: E402
+from support.private_session import PrivateSession, enter_private_namespaces  # noqa: E402
 
 SLEEPER = "import time\nwhile True: time.sleep(0.12)"
 
@@ -39,7 +39,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--seconds", type=int, default=60, help="how long to watch (60)")
     options = parser.parse_args()
-    enter_private_network()
+    enter_private_namespaces()
     with PrivateSession(sound=False) as session:
         processes = {"kavrin": session.start_kavrin(), "sleeper": session.start(sys.executable, "-c", SLEEPER)}
         time.sleep(2)

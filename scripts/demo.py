@@ -22,7 +22,7 @@ sys.path.insert(0, str(ROOT / "tests"))
 sys.dont_write_bytecode = True
 
 from support.private_session import (  # noqa: E402
-    PORT, SPEECH, Failure, PrivateSession, enter_private_network, wait_until)
+    PORT, SPEECH, Failure, PrivateSession, enter_private_namespaces, wait_until)
 from support.time_lines import TimeLine, picture  # noqa: E402
 from support.word_error_rate import WordErrorRate, word_error_rate  # noqa: E402
 
@@ -91,7 +91,7 @@ class Keyboard:
 def main():
     options = parse_options()
     if not options.mic:
-        enter_private_network()
+        enter_private_namespaces()
     if port_is_taken():
         raise Failure(f"port {PORT} of this machine is taken, most likely by a running Kavrin; end that first")
     time_lines = demonstrate_microphone() if options.mic else demonstrate_recordings()

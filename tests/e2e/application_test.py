@@ -6,7 +6,7 @@ import socket
 import time
 import unittest
 
-from support.private_session import PORT, PrivateSession, enter_private_network, wait_until
+from support.private_session import PORT, PrivateSession, enter_private_namespaces, wait_until
 
 
 class Application(unittest.TestCase):
@@ -74,5 +74,5 @@ class Application(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    enter_private_network()
+    enter_private_namespaces()
     unittest.main(verbosity=2)

@@ -6,7 +6,7 @@ import stat
 import subprocess
 import unittest
 
-from support.private_session import SPEECH, PrivateSession, enter_private_network, wait_until
+from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 
 CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
@@ -124,5 +124,5 @@ class Clipboard(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    enter_private_network()
+    enter_private_namespaces()
     unittest.main(verbosity=2)

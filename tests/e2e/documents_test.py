@@ -7,7 +7,7 @@ import subprocess
 import sys
 import unittest
 
-from support.private_session import ROOT, SPEECH, PrivateSession, enter_private_network
+from support.private_session import ROOT, SPEECH, PrivateSession, enter_private_namespaces
 
 CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
@@ -48,5 +48,5 @@ class Examples(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    enter_private_network()
+    enter_private_namespaces()
     unittest.main(verbosity=2)

@@ -6,7 +6,7 @@ import signal
 import threading
 import unittest
 
-from support.private_session import SPEECH, PrivateSession, enter_private_network, wait_until
+from support.private_session import SPEECH, PrivateSession, enter_private_namespaces
 
 CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
@@ -114,19 +114,11 @@ class Faults(unittest.TestCase):
             session.start_speech_service()
             self.assertEqual(self.dictate(session), SPOKEN)
 
-    def test_a_taken_port_leaves_dictation_over_the_suite(self):
-        with PrivateSession() as session, HangingService(port=49731):
-            session.start_speech_service()
-            session.start(session.bin / "kavrin", stdout=None)
-            suite = session.suite()
-            wait_until(lambda: suite.get("dictationAlive"), "the heartbeat")
-            self.assertEqual(self.dictate(session), SPOKEN)
-
 
 class HangingService:
     """A speech service that answers with an error, and only when it is released."""
 
-    def __init__(self, port=0):
+    def __init__(self):
         self.release = threading.Event()
         release = self.release
 
@@ -143,7 +135,7 @@ class HangingService:
             def log_message(self, *_):
                 pass
 
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", port), Handler)
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
         self.server.daemon_threads = True
         self.server.handle_error = lambda *_: None  # clients that were killed do not wait for their answer
         self.url = f"http://127.0.0.1:{self.server.server_port}/v1/audio/transcriptions"
@@ -159,5 +151,5 @@ class HangingService:
 
 
 if __name__ == "__main__":
-    enter_private_network()
+    enter_private_namespaces()
     unittest.main(verbosity=2)

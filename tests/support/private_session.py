@@ -26,27 +26,33 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PORT = 49731
 SPEECH = pathlib.Path("/usr/share/pocketsphinx/test/data")
 
-_ENTERED = "KAVRIN_PRIVATE_NETWORK"
+_ENTERED = "KAVRIN_PRIVATE_NAMESPACES"
 _PR_SET_PDEATHSIG = 1
 _PR_CAP_AMBIENT = 47
 _PR_CAP_AMBIENT_CLEAR_ALL = 4
 _SIOCSIFFLAGS = 0x8914
+_MS_RDONLY = 1
+_MS_REMOUNT = 32
+_MS_BIND = 4096
+_MNT_DETACH = 2
 _IFF_UP = 0x1
 
 
-def enter_private_network():
-    """Starts the running script again in a network of its own, so that Kavrin's port is free there whatever else
-    runs on the machine. Where the machine does not permit that, returns in the machine's own network."""
+def enter_private_namespaces():
+    """Starts the running script again with a network and mounts of its own, as root or not: Kavrin's port is free
+    there whatever else runs on the machine, and small_disk() and make_read_only() change nothing outside. Where the
+    machine does not permit that, returns in the machine's own namespaces."""
     if os.environ.pop(_ENTERED, None):
         _bring_up_loopback()
         return
-    namespace = ["unshare", "--net"] if os.geteuid() == 0 else ["unshare", "--map-current-user", "--keep-caps", "--net"]
+    user = [] if os.geteuid() == 0 else ["--map-current-user", "--keep-caps"]
+    namespaces = ["unshare", *user, "--net", "--mount"]
     permitted = shutil.which("unshare") and subprocess.run(
-        [*namespace, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
+        [*namespaces, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
     if permitted:
         os.environ[_ENTERED] = "1"
         sys.stdout.flush()
-        os.execvp(namespace[0], [*namespace, sys.executable, *sys.argv])
+        os.execvp(namespaces[0], [*namespaces, sys.executable, *sys.argv])
 
 
 def _bring_up_loopback():
@@ -66,6 +72,34 @@ def wait_until(condition, what, limit=30, interval=0.01):
         if time.monotonic() > deadline:
             raise TimeoutError(f"{what}: not within {limit} s")
         time.sleep(interval)
+
+
+def small_disk(folder, size):
+    """Puts an empty disk of `size` bytes (whole pages) in the folder's place."""
+    _mount("tmpfs", folder, "tmpfs", 0, f"size={size},mode=0700")
+
+
+def make_read_only(folder):
+    """Nobody, root neither, can change anything in the folder from now on; processes that have files open there for
+    writing must have closed them."""
+    _mount(folder, folder, None, _MS_BIND)
+    _mount(None, folder, None, _MS_BIND | _MS_REMOUNT | _MS_RDONLY)
+
+
+def undo_mount(folder):
+    """Brings back what was in the folder before the last small_disk() or make_read_only()."""
+    _check(ctypes.CDLL(None, use_errno=True).umount2(os.fsencode(folder), _MNT_DETACH), f"umount {folder}")
+
+
+def _mount(source, target, kind, flags, options=None):
+    texts = [None if text is None else os.fsencode(text) for text in (source, target, kind)]
+    mount = ctypes.CDLL(None, use_errno=True).mount
+    _check(mount(*texts, ctypes.c_ulong(flags), options and options.encode()), f"mount {target}")
+
+
+def _check(result, what):
+    if result != 0:
+        raise OSError(ctypes.get_errno(), f"{what}: {os.strerror(ctypes.get_errno())}")
 
 
 class Failure(Exception):

@@ -7,7 +7,6 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QLockFile>
-#include <QNetworkProxyFactory>
 
 #include <cstdio>
 
@@ -63,7 +62,6 @@ int main(int argc, char **argv)
     QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.kavrin.Kavrin"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    QNetworkProxyFactory::setUseSystemConfiguration(true);
 
     const QString url = urlArgument(application);
     QLockFile lock(QFileInfo(Shared::d().path()).path() + QStringLiteral("/application.lock"));

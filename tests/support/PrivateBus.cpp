@@ -5,9 +5,7 @@
 
 #include <QFile>
 
-#include <csignal>
 #include <stdexcept>
-#include <sys/prctl.h>
 
 namespace kavrin::test
 {
@@ -35,24 +33,21 @@ PrivateBus::PrivateBus(const char *variable) : m_connection(QString())
     file.write(QString::fromLatin1(Configuration).arg(path).toUtf8());
     file.close();
 
-    m_daemon.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    m_daemon.start(QStringLiteral("dbus-daemon"),
-                   {QStringLiteral("--nofork"), QStringLiteral("--print-address"),
-                    QStringLiteral("--config-file=") + file.fileName()});
-    waitUntil([&] { return m_daemon.canReadLine() || m_daemon.state() == QProcess::NotRunning; });
-    const QByteArray address = m_daemon.readLine().trimmed();
-    qputenv(variable, address);
-    m_connection = QDBusConnection::connectToBus(QString::fromUtf8(address), path);
+    m_daemon.emplace(QStringLiteral("dbus-daemon"),
+                     QStringList{QStringLiteral("--nofork"), QStringLiteral("--print-address"),
+                                 QStringLiteral("--config-file=") + file.fileName()});
+    waitUntil([&] { return m_daemon->output().contains(u'\n') || !m_daemon->isRunning(); });
+    const QString address = m_daemon->output().section(u'\n', 0, 0);
+    qputenv(variable, address.toUtf8());
+    m_connection = QDBusConnection::connectToBus(address, path);
     if (!m_connection.isConnected()) {
-        throw std::runtime_error("dbus-daemon: " + m_daemon.readAllStandardError().toStdString());
+        throw std::runtime_error("dbus-daemon: " + m_daemon->output().toStdString());
     }
 }
 
 PrivateBus::~PrivateBus()
 {
     QDBusConnection::disconnectFromBus(m_connection.name());
-    m_daemon.kill();
-    m_daemon.waitForFinished();
 }
 
 } // namespace kavrin::test

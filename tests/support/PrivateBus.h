@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "support/ChildProcess.h"
+
 #include <QDBusConnection>
-#include <QProcess>
-#include <QString>
+
+#include <optional>
 
 namespace kavrin::test
 {
@@ -24,7 +26,7 @@ public:
     [[nodiscard]] QDBusConnection connection() const { return m_connection; }
 
 private:
-    QProcess m_daemon;
+    std::optional<ChildProcess> m_daemon;
     QDBusConnection m_connection;
 };
 

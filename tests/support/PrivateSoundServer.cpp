@@ -5,10 +5,7 @@
 
 #include <QFile>
 
-#include <csignal>
 #include <stdexcept>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 
 namespace kavrin::test
 {
@@ -16,28 +13,18 @@ namespace kavrin::test
 namespace
 {
 
-struct Result {
-    bool succeeded;
-    QString output;
-};
-
-Result run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program, arguments);
-    const bool ended = waitUntil([&] { return process.state() == QProcess::NotRunning; });
-    const bool succeeded = ended && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    return {succeeded, QString::fromUtf8(process.readAll())};
-}
-
 QString require(const QString &program, const QStringList &arguments)
 {
-    const Result result = run(program, arguments);
-    if (!result.succeeded) {
-        throw std::runtime_error(program.toStdString() + ": " + result.output.toStdString());
+    ChildProcess process(program, arguments);
+    if (!process.succeeds()) {
+        throw std::runtime_error(program.toStdString() + ": " + process.output().toStdString());
     }
-    return result.output;
+    return process.output();
+}
+
+bool answers()
+{
+    return ChildProcess(QStringLiteral("pactl"), {QStringLiteral("get-default-source")}).succeeds();
 }
 
 } // namespace
@@ -45,14 +32,6 @@ QString require(const QString &program, const QStringList &arguments)
 PrivateSoundServer::PrivateSoundServer()
 {
     qputenv("PULSE_SERVER", "unix:" + QFile::encodeName(socketPath()));
-    m_server.setProcessChannelMode(QProcess::MergedChannels);
-    // A test that is killed takes its server along.
-    m_server.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
-}
-
-PrivateSoundServer::~PrivateSoundServer()
-{
-    kill();
 }
 
 QString PrivateSoundServer::socketPath() const
@@ -77,32 +56,26 @@ void PrivateSoundServer::start()
                  "set-default-sink speaker\n"
                  "set-default-source microphone\n");
     file.close();
-    m_server.start(QStringLiteral("pulseaudio"),
-                   {QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
-                    QStringLiteral("--exit-idle-time=-1"), QStringLiteral("--disallow-exit=false"),
-                    QStringLiteral("--realtime=no"), QStringLiteral("--high-priority=no"),
-                    QStringLiteral("--use-pid-file=no"), QStringLiteral("-F"), script});
-    const bool answers = waitUntil([&] {
-        return m_server.state() == QProcess::NotRunning
-            || run(QStringLiteral("pactl"), {QStringLiteral("get-default-source")}).succeeded;
-    });
-    if (!answers || m_server.state() == QProcess::NotRunning) {
-        throw std::runtime_error("pulseaudio: " + m_server.readAll().toStdString());
+    m_server.emplace(QStringLiteral("pulseaudio"),
+                     QStringList{QStringLiteral("-n"), QStringLiteral("--daemonize=no"),
+                                 QStringLiteral("--exit-idle-time=-1"),
+                                 QStringLiteral("--disallow-exit=false"), QStringLiteral("--realtime=no"),
+                                 QStringLiteral("--high-priority=no"), QStringLiteral("--use-pid-file=no"),
+                                 QStringLiteral("-F"), script});
+    const bool isReady = waitUntil([&] { return !m_server->isRunning() || answers(); });
+    if (!isReady || !m_server->isRunning()) {
+        throw std::runtime_error("pulseaudio: " + m_server->output().toStdString());
     }
 }
 
 void PrivateSoundServer::kill()
 {
-    m_server.kill();
-    m_server.waitForFinished();
+    m_server.reset();
 }
 
 void PrivateSoundServer::freeze()
 {
-    const auto server = static_cast<pid_t>(m_server.processId());
-    ::kill(server, SIGSTOP);
-    siginfo_t stopped{};
-    waitid(P_PID, static_cast<id_t>(server), &stopped, WSTOPPED | WNOWAIT);
+    m_server->freeze();
 }
 
 QString PrivateSoundServer::control(const QStringList &arguments) const

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <QProcess>
-#include <QString>
-#include <QStringList>
+#include "support/ChildProcess.h"
+
+#include <optional>
 
 namespace kavrin::test
 {
@@ -16,10 +16,6 @@ class PrivateSoundServer
 public:
     /// Points PULSE_SERVER at the server, without starting it.
     PrivateSoundServer();
-    ~PrivateSoundServer();
-
-    PrivateSoundServer(const PrivateSoundServer &) = delete;
-    PrivateSoundServer &operator=(const PrivateSoundServer &) = delete;
 
     /// Returns when the server answers; throws std::runtime_error when it does not.
     void start();
@@ -42,7 +38,7 @@ public:
 private:
     [[nodiscard]] QString socketPath() const;
 
-    QProcess m_server;
+    std::optional<ChildProcess> m_server;
 };
 
 } // namespace kavrin::test

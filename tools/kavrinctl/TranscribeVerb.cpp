@@ -5,7 +5,6 @@
 #include "transcription/Transcriber.h"
 
 #include <QCoreApplication>
-#include <QNetworkProxyFactory>
 
 #include <optional>
 
@@ -41,7 +40,6 @@ void transcribe(QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 1, 1);
-    QNetworkProxyFactory::setUseSystemConfiguration(true);
     NetworkUrlSession session;
     const Result result = QCoro::waitFor(textOf(arguments.first(), session));
     if (!result.text) {

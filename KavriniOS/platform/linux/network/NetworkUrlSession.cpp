@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/network/NetworkUrlSession.h"
 
-#include <QCoroNetworkReply>
-#include <QNetworkAccessManager>
+#include "platform/linux/network/CurlExchange.h"
+
 #include <QNetworkProxyFactory>
-#include <QNetworkReply>
-#include <QNetworkRequest>
-#include <QScopedPointer>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 namespace kavrin
 {
@@ -19,22 +17,10 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-/// A reply is let go from within its own finished() signal, where it must not be deleted at once.
-using ReplyPointer = QScopedPointer<QNetworkReply, QScopedPointerDeleteLater>;
-
 constexpr int maximumRedirects = 16;
+constexpr int proxyAuthenticationRequired = 407;
 
-/// Qt asks for the system's proxies only where the whole application is told to.
-class SystemProxies final : public QNetworkProxyFactory
-{
-public:
-    QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override
-    {
-        return systemProxyForQuery(query);
-    }
-};
-
-Error networkError(QNetworkReply::NetworkError code, const QString &description)
+Error networkError(CURLcode code, const QString &description)
 {
     return {u"network"_s, code, description};
 }
@@ -42,11 +28,11 @@ Error networkError(QNetworkReply::NetworkError code, const QString &description)
 void checkAddress(const QUrl &url)
 {
     if (url.scheme() != "http"_L1 && url.scheme() != "https"_L1) {
-        throw networkError(QNetworkReply::ProtocolUnknownError,
+        throw networkError(CURLE_UNSUPPORTED_PROTOCOL,
                            u"Only addresses that begin with http:// or https:// can be reached."_s);
     }
     if (url.host().isEmpty()) {
-        throw networkError(QNetworkReply::HostNotFoundError, u"The address names no server."_s);
+        throw networkError(CURLE_URL_MALFORMAT, u"The address names no server."_s);
     }
 }
 
@@ -55,114 +41,100 @@ void checkHeaders(const UrlRequest &request)
 {
     for (const auto &[name, value] : request.headers) {
         if (std::ranges::any_of(value, [](char c) { return c == '\r' || c == '\n' || c == '\0'; })) {
-            throw networkError(QNetworkReply::ProtocolInvalidOperationError,
+            throw networkError(CURLE_BAD_FUNCTION_ARGUMENT,
                                u"The request's %1 header holds a line break and cannot be sent."_s.arg(
                                    QString::fromLatin1(name)));
         }
     }
 }
 
-QNetworkRequest networkRequest(const UrlRequest &request)
+QNetworkProxy proxyFor(const QUrl &url)
 {
-    QNetworkRequest result(request.url);
-    result.setTransferTimeout(static_cast<int>(request.timeout.count()));
-    result.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
-    result.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
-    result.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
-    result.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
-    result.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    for (const auto &[name, value] : request.headers) {
-        result.setRawHeader(name, value);
-    }
-    return result;
+    const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url));
+    return proxies.value(0, QNetworkProxy::NoProxy);
 }
 
-QNetworkReply *send(QNetworkAccessManager &manager, const UrlRequest &request)
+QString connectionFailure(int systemError, bool toProxy)
 {
-    const QNetworkRequest prepared = networkRequest(request);
-    if (request.method == "GET") {
-        return manager.get(prepared);
-    }
-    if (request.method == "POST") {
-        return manager.post(prepared, request.body);
-    }
-    return manager.sendCustomRequest(prepared, request.method, request.body);
-}
-
-int statusOf(const QNetworkReply &reply)
-{
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-}
-
-/// Qt reports a status of 400 and above as an error, too, though the answer is whole.
-bool isWholeAnswer(const QNetworkReply &reply)
-{
-    switch (reply.error()) {
-    case QNetworkReply::NoError:
-        return true;
-    case QNetworkReply::ProtocolUnknownError:
-    case QNetworkReply::ProtocolFailure:
-        return false;
+    switch (systemError) {
+    case ECONNREFUSED:
+        return toProxy ? u"The connection to the proxy on the way to %1 was refused."_s
+                       : u"The connection to %1 was refused."_s;
+    case ETIMEDOUT:
+        return toProxy ? u"The proxy on the way to %1 did not answer in time."_s
+                       : u"%1 did not answer in time."_s;
     default:
-        return statusOf(reply) >= 400 && reply.error() > QNetworkReply::UnknownProxyError;
+        return toProxy ? u"The proxy on the way to %1 cannot be reached; check the network connection."_s
+                       : u"%1 cannot be reached; check the network connection."_s;
     }
 }
 
-QString failureDescription(QNetworkReply::NetworkError error)
+QString proxyFailure(int status)
 {
-    switch (error) {
-    case QNetworkReply::ConnectionRefusedError:
-        return u"The connection to %1 was refused."_s;
-    case QNetworkReply::RemoteHostClosedError:
+    return status == proxyAuthenticationRequired
+        ? u"The proxy on the way to %1 asks for a name and a password."_s
+        : u"The proxy on the way to %1 failed."_s;
+}
+
+/// In words for a person, with a place for the host.
+QString failureDescription(const CurlExchange &exchange, bool throughProxy)
+{
+    if (exchange.proxyStatus() >= 300) {
+        return proxyFailure(exchange.proxyStatus());
+    }
+    switch (exchange.result()) {
+    case CURLE_OK: // only a proxy's own refusal is no answer
+        return proxyFailure(exchange.status());
+    case CURLE_COULDNT_CONNECT:
+        return connectionFailure(exchange.systemError(), throughProxy);
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_RECV_ERROR:
+    case CURLE_SEND_ERROR:
         return u"%1 closed the connection before its whole answer had come."_s;
-    case QNetworkReply::HostNotFoundError:
+    case CURLE_COULDNT_RESOLVE_HOST:
         return u"No server named %1 was found; check the address and the network connection."_s;
-    case QNetworkReply::TimeoutError:
-    case QNetworkReply::OperationCanceledError:
-        return u"%1 did not answer in time."_s;
-    case QNetworkReply::SslHandshakeFailedError:
-        return u"No secure connection to %1 could be made; its certificate may be unknown, expired or made "
-               u"out "
-               u"to another name."_s;
-    case QNetworkReply::ProxyConnectionRefusedError:
-        return u"The connection to the proxy on the way to %1 was refused."_s;
-    case QNetworkReply::ProxyConnectionClosedError:
-        return u"The proxy on the way to %1 closed the connection."_s;
-    case QNetworkReply::ProxyNotFoundError:
+    case CURLE_COULDNT_RESOLVE_PROXY:
         return u"The proxy on the way to %1 was not found."_s;
-    case QNetworkReply::ProxyTimeoutError:
-        return u"The proxy on the way to %1 did not answer in time."_s;
-    case QNetworkReply::ProxyAuthenticationRequiredError:
-        return u"The proxy on the way to %1 asks for a name and a password."_s;
-    case QNetworkReply::UnknownProxyError:
-        return u"The proxy on the way to %1 failed."_s;
-    case QNetworkReply::ProtocolFailure:
-    case QNetworkReply::UnknownContentError:
+    case CURLE_PROXY:
+        return proxyFailure(0);
+    case CURLE_OPERATION_TIMEDOUT:
+        return u"%1 did not answer in time."_s;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_ISSUER_ERROR:
+        return u"No secure connection to %1 could be made; its certificate may be unknown, expired or made "
+               u"out to another name."_s;
+    case CURLE_BAD_CONTENT_ENCODING:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_WEIRD_SERVER_REPLY:
         return u"The answer of %1 could not be understood."_s;
+    case CURLE_ABORTED_BY_CALLBACK:
+        return u"The exchange with %1 was given up."_s;
     default:
-        return u"The connection to %1 failed."_s;
+        return u"The connection to %1 failed: "_s + QString::fromUtf8(curl_easy_strerror(exchange.result()))
+            + u'.';
     }
 }
 
-Error failure(const QNetworkReply &reply)
+/// Throws unless a whole answer of the service came.
+void checkAnswer(const CurlExchange &exchange, const QUrl &url, bool throughProxy)
 {
-    const QString host = reply.url().host();
-    // What has no number of its own comes from the socket, whose text says more and knows no address.
-    const QString description = reply.error() == QNetworkReply::UnknownNetworkError
-        ? u"The connection to %1 failed: %2."_s.arg(host, reply.errorString())
-        : failureDescription(reply.error()).arg(host);
-    return networkError(reply.error(), description);
+    const bool isRefusedByProxy = throughProxy && exchange.status() == proxyAuthenticationRequired;
+    if (exchange.result() != CURLE_OK || isRefusedByProxy) {
+        throw networkError(isRefusedByProxy ? CURLE_PROXY : exchange.result(),
+                           failureDescription(exchange, throughProxy).arg(url.host()));
+    }
 }
 
 /// Where the answer sends the request, or an empty address where it is the last one.
-QUrl redirectTarget(const QNetworkReply &reply)
+QUrl redirectTarget(const CurlExchange &exchange)
 {
     static constexpr std::array followed{301, 302, 303, 307, 308};
-    if (std::ranges::find(followed, statusOf(reply)) == followed.end()) {
-        return {};
-    }
-    const QUrl location = reply.attribute(QNetworkRequest::RedirectionTargetAttribute).toUrl();
-    return location.isEmpty() ? QUrl() : reply.url().resolved(location);
+    const bool isFollowed = std::ranges::find(followed, exchange.status()) != followed.end();
+    return isFollowed ? exchange.redirectTarget() : QUrl();
 }
 
 bool haveSameOrigin(const QUrl &a, const QUrl &b)
@@ -187,7 +159,7 @@ UrlRequest redirected(UrlRequest request, int status, const QUrl &target)
 {
     checkAddress(target);
     if (request.url.scheme() == "https"_L1 && target.scheme() == "http"_L1) {
-        throw networkError(QNetworkReply::InsecureRedirectError,
+        throw networkError(CURLE_UNSUPPORTED_PROTOCOL,
                            u"%1 sends on to an address that is not secure."_s.arg(request.url.host()));
     }
     if (!haveSameOrigin(request.url, target)) {
@@ -202,35 +174,23 @@ UrlRequest redirected(UrlRequest request, int status, const QUrl &target)
     return request;
 }
 
-/// Qt does not always tell when the status is an error already. The length of a body that it has unpacked is
-/// unknown.
-bool isCutShort(const QNetworkReply &reply)
-{
-    const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
-    return length.isValid() && reply.bytesAvailable() < length.toLongLong();
-}
-
 } // namespace
 
 NetworkUrlSession::NetworkUrlSession() = default;
 
 NetworkUrlSession::~NetworkUrlSession()
 {
-    m_closing = true;
-    // A reply that is deleted before it has finished would leave its coroutine waiting for ever.
-    const auto replies = m_manager ? m_manager->findChildren<QNetworkReply *>() : QList<QNetworkReply *>();
-    for (QNetworkReply *reply : replies) {
-        reply->abort();
+    while (!m_exchanges.empty()) {
+        (*m_exchanges.begin())->giveUp();
     }
 }
 
-QNetworkAccessManager &NetworkUrlSession::manager()
+CurlTransfers &NetworkUrlSession::transfers()
 {
-    if (!m_manager) {
-        m_manager = std::make_unique<QNetworkAccessManager>();
-        m_manager->setProxyFactory(new SystemProxies);
+    if (!m_transfers) {
+        m_transfers = std::make_unique<CurlTransfers>();
     }
-    return *m_manager;
+    return *m_transfers;
 }
 
 QCoro::Task<QByteArray> NetworkUrlSession::data(UrlRequest request)
@@ -238,27 +198,19 @@ QCoro::Task<QByteArray> NetworkUrlSession::data(UrlRequest request)
     checkAddress(request.url);
     checkHeaders(request);
     for (int redirects = 0; redirects <= maximumRedirects; ++redirects) {
-        const ReplyPointer reply(send(manager(), request));
-        co_await reply.get();
-        if (m_closing) {
-            throw networkError(QNetworkReply::OperationCanceledError,
-                               u"The exchange with %1 was given up."_s.arg(request.url.host()));
-        }
-        if (!isWholeAnswer(*reply)) {
-            throw failure(*reply);
-        }
-        if (isCutShort(*reply)) {
-            throw networkError(
-                QNetworkReply::RemoteHostClosedError,
-                failureDescription(QNetworkReply::RemoteHostClosedError).arg(request.url.host()));
-        }
-        const QUrl target = redirectTarget(*reply);
+        const QNetworkProxy proxy = proxyFor(request.url);
+        CurlExchange exchange(transfers(), request, proxy);
+        m_exchanges.insert(&exchange);
+        co_await exchange.ended();
+        m_exchanges.erase(&exchange);
+        checkAnswer(exchange, request.url, proxy.type() != QNetworkProxy::NoProxy);
+        const QUrl target = redirectTarget(exchange);
         if (target.isEmpty()) {
-            co_return reply->readAll();
+            co_return exchange.answer();
         }
-        request = redirected(std::move(request), statusOf(*reply), target);
+        request = redirected(std::move(request), exchange.status(), target);
     }
-    throw networkError(QNetworkReply::TooManyRedirectsError,
+    throw networkError(CURLE_TOO_MANY_REDIRECTS,
                        u"%1 was reached by too many redirects."_s.arg(request.url.host()));
 }
 

@@ -4,28 +4,31 @@
 #include "platform/UrlSession.h"
 
 #include <memory>
-
-class QNetworkAccessManager;
+#include <unordered_set>
 
 namespace kavrin
 {
 
-/// HTTP/1.1 and HTTP/2 (RFC 9110, 9112, 9113) over Qt's network stack, which is made on first use. Main
-/// thread only.
+class CurlExchange;
+class CurlTransfers;
+
+/// HTTP/1.1 and HTTP/2 (RFC 9110, 9112, 9113) with libcurl, which is set up on first use. Main thread only.
 ///
 /// - Only http and https addresses are reached.
 /// - Proxies are those of the system's configuration, or of http_proxy, https_proxy, all_proxy and no_proxy.
-/// - Certificates are checked against those that the system trusts; there is no way round that.
+/// - Certificates are checked against those that the system trusts, or those in the file that SSL_CERT_FILE
+///   names; there is no way round that.
 /// - Redirects (301, 302, 303, 307, 308) are followed sixteen times at most, and never from https to http.
 ///   After 301, 302 and 303 a POST becomes a GET without body. Once an address of another scheme, host or
 ///   port is reached, an Authorization header is no longer sent.
-/// - An answer in chunks that is cut short may be returned as far as it came: Qt does not always tell. One
-/// with
-///   a Content-Length never is.
 /// - Nothing is kept between exchanges: no cookies, no credentials, no cached answers. Connections are.
 ///
-/// An Error's code is the number of the QNetworkReply::NetworkError; its description names the host, and
-/// never more of the address, which may hold a key.
+/// (libcurl and not Qt's network stack: Qt writes head and body of a request apart and leaves Nagle's
+/// algorithm on, RFC 896, so that one upload in eight waits 40 ms for the other side to acknowledge what it
+/// has.)
+///
+/// An Error's code is libcurl's CURLcode; its description names the host, and never more of the address,
+/// which may hold a key.
 class NetworkUrlSession final : public UrlSession
 {
 public:
@@ -38,10 +41,10 @@ public:
     QCoro::Task<QByteArray> data(UrlRequest request) override;
 
 private:
-    QNetworkAccessManager &manager();
+    CurlTransfers &transfers();
 
-    std::unique_ptr<QNetworkAccessManager> m_manager;
-    bool m_closing = false;
+    std::unique_ptr<CurlTransfers> m_transfers;
+    std::unordered_set<CurlExchange *> m_exchanges; ///< that are under way
 };
 
 } // namespace kavrin

@@ -2,6 +2,7 @@
 #include "platform/linux/audio/PulseAudioRecorder.h"
 
 #include "SoundFiles.h"
+#include "support/ChildProcess.h"
 #include "support/PrivateSoundServer.h"
 #include "support/Wait.h"
 
@@ -175,21 +176,17 @@ TEST_F(PulseAudioRecorderTest, MetersAFullScaleToneAtMinusThreeDecibels)
 {
     const auto recorder = makeRecorder();
     EXPECT_TRUE(await(recorder->record()));
-    QProcess speaker;
-    speaker.start(QStringLiteral("paplay"),
-                  {fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 20, 48000), 48000))});
+    const ChildProcess speaker(QStringLiteral("paplay"),
+                               {fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 20, 48000), 48000))});
     EXPECT_TRUE(waitUntil([&] { return std::abs(power(*recorder) + 3.01) < 0.3; }));
-    speaker.kill();
-    speaker.waitForFinished();
 }
 
 TEST_F(PulseAudioRecorderTest, KeepsItsLevelWhereNoSamplesCame)
 {
     const auto recorder = makeRecorder();
     EXPECT_TRUE(await(recorder->record()));
-    QProcess speaker;
-    speaker.start(QStringLiteral("paplay"),
-                  {fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 20, 48000), 48000))});
+    const ChildProcess speaker(QStringLiteral("paplay"),
+                               {fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 20, 48000), 48000))});
     EXPECT_TRUE(waitUntil([&] { return power(*recorder) > -10; }));
     recorder->stop();
     recorder->updateMeters();
@@ -197,8 +194,6 @@ TEST_F(PulseAudioRecorderTest, KeepsItsLevelWhereNoSamplesCame)
     recorder->updateMeters();
     EXPECT_EQ(recorder->averagePower(0), last);
     EXPECT_GT(last, -10);
-    speaker.kill();
-    speaker.waitForFinished();
 }
 
 TEST_F(PulseAudioRecorderTest, MetersNothingUnlessEnabled)

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/network/NetworkUrlSession.h"
 
-#include "platform/linux/network/ScriptedServer.h"
+#include "support/ScriptedServer.h"
 #include "support/Wait.h"
 
-#include <QNetworkReply>
-#include <QSslCertificate>
-#include <QSslConfiguration>
 #include <QTcpServer>
 #include <QTcpSocket>
 
+#include <curl/curl.h>
 #include <gtest/gtest.h>
 
 namespace kavrin
@@ -21,6 +19,8 @@ using namespace Qt::StringLiterals;
 using test::answer;
 using test::ScriptedAnswer;
 using test::ScriptedServer;
+using test::setProxy;
+using test::TrustTheCertificate;
 using Protocol = ScriptedServer::Protocol;
 using Then = ScriptedAnswer::Then;
 
@@ -60,7 +60,7 @@ Error failureOf(const UrlRequest &request)
     return {{}, 0, {}};
 }
 
-void expectFailure(const Error &error, QNetworkReply::NetworkError code, const QString &description)
+void expectFailure(const Error &error, CURLcode code, const QString &description)
 {
     EXPECT_EQ(error.domain, u"network"_s);
     EXPECT_EQ(error.code, code);
@@ -220,14 +220,14 @@ TEST(NetworkUrlSession, RefusesAddressesThatAreNotOfTheWeb)
                                  {}};
     for (const QString &address : addresses) {
         SCOPED_TRACE(address.toStdString());
-        expectFailure(failureOf(get(QUrl(address))), QNetworkReply::ProtocolUnknownError,
+        expectFailure(failureOf(get(QUrl(address))), CURLE_UNSUPPORTED_PROTOCOL,
                       u"Only addresses that begin with http:// or https:// can be reached."_s);
     }
 }
 
 TEST(NetworkUrlSession, RefusesAnAddressWithoutHost)
 {
-    expectFailure(failureOf(get(QUrl(u"http:///path"_s))), QNetworkReply::HostNotFoundError,
+    expectFailure(failureOf(get(QUrl(u"http:///path"_s))), CURLE_URL_MALFORMAT,
                   u"The address names no server."_s);
 }
 
@@ -237,7 +237,7 @@ TEST(NetworkUrlSession, RefusesAHeaderThatWouldBeginAnother)
         const ScriptedServer server;
         UrlRequest request = get(server.url(u"/"_s));
         request.headers = {{"Authorization", "Bearer secret" + end}};
-        expectFailure(failureOf(request), QNetworkReply::ProtocolInvalidOperationError,
+        expectFailure(failureOf(request), CURLE_BAD_FUNCTION_ARGUMENT,
                       u"The request's Authorization header holds a line break and cannot be sent."_s);
         EXPECT_TRUE(server.received().empty());
     }
@@ -250,14 +250,13 @@ TEST(NetworkUrlSession, SaysThatAServerRefusesTheConnection)
         const ScriptedServer server;
         url = server.url(u"/path?key=secret"_s);
     }
-    expectFailure(failureOf(get(url)), QNetworkReply::ConnectionRefusedError,
-                  u"The connection to 127.0.0.1 was refused."_s);
+    expectFailure(failureOf(get(url)), CURLE_COULDNT_CONNECT, u"The connection to 127.0.0.1 was refused."_s);
 }
 
 TEST(NetworkUrlSession, SaysThatThereIsNoSuchServer)
 {
     expectFailure(
-        failureOf(get(QUrl(u"http://kavrin.invalid/path?key=secret"_s))), QNetworkReply::HostNotFoundError,
+        failureOf(get(QUrl(u"http://kavrin.invalid/path?key=secret"_s))), CURLE_COULDNT_RESOLVE_HOST,
         u"No server named kavrin.invalid was found; check the address and the network connection."_s);
 }
 
@@ -266,20 +265,23 @@ TEST(NetworkUrlSession, SaysThatAnAnswerWasCutShort)
     const struct {
         const char *what;
         QByteArray sent;
+        CURLcode code;
     } cases[] = {
-        {"nothing", ""},
-        {"half a head", "HTTP/1.1 200 OK\r\nContent-"},
-        {"half a body", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"text\":"},
-        {"half a body of an error", "HTTP/1.1 500 Internal\r\nContent-Length: 100\r\n\r\n{\"text\":"},
+        {"nothing", "", CURLE_GOT_NOTHING},
+        {"half a head", "HTTP/1.1 200 OK\r\nContent-", CURLE_GOT_NOTHING},
+        {"half a body", "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{\"text\":", CURLE_PARTIAL_FILE},
+        {"half a body of an error",
+         "HTTP/1.1 500 Internal\r\nContent-Length: 100\r\n\r\n{\"text\":", CURLE_PARTIAL_FILE},
+        {"half the chunks", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\n{\"t\r\n",
+         CURLE_PARTIAL_FILE},
     };
-    for (const auto &[what, sent] : cases) {
+    for (const auto &[what, sent, code] : cases) {
         SCOPED_TRACE(what);
         ScriptedServer server;
         for (int attempt = 0; attempt < 10; ++attempt) {
             server.add({sent, Then::Close});
         }
-        expectFailure(failureOf(post(server.url(u"/path?key=secret"_s))),
-                      QNetworkReply::RemoteHostClosedError,
+        expectFailure(failureOf(post(server.url(u"/path?key=secret"_s))), code,
                       u"127.0.0.1 closed the connection before its whole answer had come."_s);
     }
 }
@@ -297,7 +299,7 @@ TEST(NetworkUrlSession, SaysThatAnAnswerCannotBeUnpacked)
 {
     ScriptedServer server;
     server.add(answer("200 OK", "not gzip", "Content-Encoding: gzip\r\n"));
-    expectFailure(failureOf(get(server.url(u"/"_s))), QNetworkReply::UnknownContentError,
+    expectFailure(failureOf(get(server.url(u"/"_s))), CURLE_BAD_CONTENT_ENCODING,
                   u"The answer of 127.0.0.1 could not be understood."_s);
 }
 
@@ -306,8 +308,7 @@ TEST(NetworkUrlSession, GivesUpWhenNothingCame)
     const ScriptedServer server;
     UrlRequest request = get(server.url(u"/path?key=secret"_s));
     request.timeout = std::chrono::milliseconds(100);
-    expectFailure(failureOf(request), QNetworkReply::OperationCanceledError,
-                  u"127.0.0.1 did not answer in time."_s);
+    expectFailure(failureOf(request), CURLE_OPERATION_TIMEDOUT, u"127.0.0.1 did not answer in time."_s);
 }
 
 TEST(NetworkUrlSession, GivesUpWhenNothingMoreComes)
@@ -316,8 +317,7 @@ TEST(NetworkUrlSession, GivesUpWhenNothingMoreComes)
     server.add({"HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nhello"});
     UrlRequest request = get(server.url(u"/path?key=secret"_s));
     request.timeout = std::chrono::milliseconds(100);
-    expectFailure(failureOf(request), QNetworkReply::OperationCanceledError,
-                  u"127.0.0.1 did not answer in time."_s);
+    expectFailure(failureOf(request), CURLE_OPERATION_TIMEDOUT, u"127.0.0.1 did not answer in time."_s);
 }
 
 TEST(NetworkUrlSession, WaitsForAnAnswerThatComesSlowlyButSteadily)
@@ -437,7 +437,7 @@ TEST(NetworkUrlSession, GivesUpAfterSixteenRedirects)
     for (int redirect = 0; redirect < 20; ++redirect) {
         server.add(answer("302 Found", "", "Location: /again?key=secret\r\n"));
     }
-    expectFailure(failureOf(get(server.url(u"/"_s))), QNetworkReply::TooManyRedirectsError,
+    expectFailure(failureOf(get(server.url(u"/"_s))), CURLE_TOO_MANY_REDIRECTS,
                   u"127.0.0.1 was reached by too many redirects."_s);
     EXPECT_EQ(server.received().size(), 17U);
 }
@@ -446,28 +446,9 @@ TEST(NetworkUrlSession, FollowsNoRedirectToAnAddressThatIsNotOfTheWeb)
 {
     ScriptedServer server;
     server.add(answer("302 Found", "", "Location: file:///etc/passwd\r\n"));
-    expectFailure(failureOf(get(server.url(u"/"_s))), QNetworkReply::ProtocolUnknownError,
+    expectFailure(failureOf(get(server.url(u"/"_s))), CURLE_UNSUPPORTED_PROTOCOL,
                   u"Only addresses that begin with http:// or https:// can be reached."_s);
 }
-
-/// Makes the certificate of the https servers one that the system trusts.
-class TrustTheCertificate
-{
-public:
-    TrustTheCertificate()
-    {
-        QSslConfiguration configuration = m_before;
-        configuration.addCaCertificates(QSslCertificate::fromPath(ScriptedServer::certificatePath()));
-        QSslConfiguration::setDefaultConfiguration(configuration);
-    }
-
-    ~TrustTheCertificate() { QSslConfiguration::setDefaultConfiguration(m_before); }
-
-    Q_DISABLE_COPY_MOVE(TrustTheCertificate)
-
-private:
-    QSslConfiguration m_before = QSslConfiguration::defaultConfiguration();
-};
 
 QString insecureConnection(const QString &host)
 {
@@ -489,7 +470,7 @@ TEST(NetworkUrlSession, RefusesACertificateThatNobodyTrusts)
     ScriptedServer server(Protocol::Https);
     server.add(answer("200 OK", "hello"));
     expectFailure(failureOf(post(server.url(u"/path?key=secret"_s, u"localhost"_s))),
-                  QNetworkReply::SslHandshakeFailedError, insecureConnection(u"localhost"_s));
+                  CURLE_PEER_FAILED_VERIFICATION, insecureConnection(u"localhost"_s));
     EXPECT_TRUE(server.received().empty());
 }
 
@@ -498,7 +479,7 @@ TEST(NetworkUrlSession, RefusesACertificateForAnotherName)
     const TrustTheCertificate trust;
     ScriptedServer server(Protocol::Https);
     server.add(answer("200 OK", "hello"));
-    expectFailure(failureOf(post(server.url(u"/"_s))), QNetworkReply::SslHandshakeFailedError,
+    expectFailure(failureOf(post(server.url(u"/"_s))), CURLE_PEER_FAILED_VERIFICATION,
                   insecureConnection(u"127.0.0.1"_s));
     EXPECT_TRUE(server.received().empty());
 }
@@ -513,8 +494,7 @@ TEST(NetworkUrlSession, SaysThatAServerDoesNotSpeakTls)
         socket->disconnectFromHost();
     });
     const QUrl url(u"https://127.0.0.1:%1/"_s.arg(server.serverPort()));
-    expectFailure(failureOf(get(url)), QNetworkReply::SslHandshakeFailedError,
-                  insecureConnection(u"127.0.0.1"_s));
+    expectFailure(failureOf(get(url)), CURLE_SSL_CONNECT_ERROR, insecureConnection(u"127.0.0.1"_s));
 }
 
 TEST(NetworkUrlSession, FollowsNoRedirectFromASecureAddressToAnother)
@@ -523,7 +503,7 @@ TEST(NetworkUrlSession, FollowsNoRedirectFromASecureAddressToAnother)
     ScriptedServer secure(Protocol::Https);
     const ScriptedServer open;
     secure.add(answer("307 Temporary", "", "Location: " + open.url(u"/?key=secret"_s).toEncoded() + "\r\n"));
-    expectFailure(failureOf(post(secure.url(u"/"_s, u"localhost"_s))), QNetworkReply::InsecureRedirectError,
+    expectFailure(failureOf(post(secure.url(u"/"_s, u"localhost"_s))), CURLE_UNSUPPORTED_PROTOCOL,
                   u"localhost sends on to an address that is not secure."_s);
     EXPECT_TRUE(open.received().empty());
 }
@@ -538,11 +518,6 @@ TEST(NetworkUrlSession, DropsAuthorizationOnTheWayToASecureAddress)
     secure.add(answer("200 OK", "hello"));
     EXPECT_EQ(fetch(post(open.url(u"/"_s, u"localhost"_s))), "hello");
     EXPECT_FALSE(secure.received().at(0).headers.contains("authorization"));
-}
-
-void setProxy(const char *variable, const ScriptedServer &proxy)
-{
-    qputenv(variable, "http://127.0.0.1:" + QByteArray::number(proxy.port()));
 }
 
 TEST(NetworkUrlSession, GoesThroughTheProxyOfTheEnvironment)
@@ -584,11 +559,10 @@ TEST(NetworkUrlSession, SaysThatTheProxyRefusesTheConnection)
         setProxy("http_proxy", proxy);
         setProxy("https_proxy", proxy);
     }
-    expectFailure(failureOf(get(QUrl(u"http://service.invalid/path?key=secret"_s))),
-                  QNetworkReply::ConnectionRefusedError, u"The connection to service.invalid was refused."_s);
-    expectFailure(failureOf(get(QUrl(u"https://service.invalid/path?key=secret"_s))),
-                  QNetworkReply::UnknownNetworkError,
-                  u"The connection to service.invalid failed: Proxy connection refused."_s);
+    expectFailure(failureOf(get(QUrl(u"http://service.invalid/path?key=secret"_s))), CURLE_COULDNT_CONNECT,
+                  u"The connection to the proxy on the way to service.invalid was refused."_s);
+    expectFailure(failureOf(get(QUrl(u"https://service.invalid/path?key=secret"_s))), CURLE_COULDNT_CONNECT,
+                  u"The connection to the proxy on the way to service.invalid was refused."_s);
 }
 
 TEST(NetworkUrlSession, SaysThatTheProxyAsksForAPassword)
@@ -596,8 +570,7 @@ TEST(NetworkUrlSession, SaysThatTheProxyAsksForAPassword)
     ScriptedServer proxy;
     setProxy("http_proxy", proxy);
     proxy.add(answer("407 Proxy Authentication Required", "no", "Proxy-Authenticate: Basic realm=\"x\"\r\n"));
-    expectFailure(failureOf(get(QUrl(u"http://service.invalid/path?key=secret"_s))),
-                  QNetworkReply::ProxyAuthenticationRequiredError,
+    expectFailure(failureOf(get(QUrl(u"http://service.invalid/path?key=secret"_s))), CURLE_PROXY,
                   u"The proxy on the way to service.invalid asks for a name and a password."_s);
 }
 
@@ -613,8 +586,7 @@ TEST(NetworkUrlSession, EndsAnExchangeThatIsUnderWayWhenItIsDestroyed)
         test::await(std::move(exchange));
         FAIL() << "no error was thrown";
     } catch (const Error &error) {
-        expectFailure(error, QNetworkReply::OperationCanceledError,
-                      u"The exchange with 127.0.0.1 was given up."_s);
+        expectFailure(error, CURLE_ABORTED_BY_CALLBACK, u"The exchange with 127.0.0.1 was given up."_s);
     }
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/network/ScriptedServer.h"
+#include "support/ScriptedServer.h"
 
 #include <QFile>
-#include <QSslConfiguration>
+#include <QSslCertificate>
 #include <QSslKey>
 #include <QSslServer>
 #include <QTcpSocket>
@@ -21,7 +21,12 @@ using namespace Qt::StringLiterals;
 
 QString fileBesideThis(const QString &name)
 {
-    return QStringLiteral(KAVRIN_SOURCE_DIR "/tests/platform/linux/network/") + name;
+    return QStringLiteral(KAVRIN_SOURCE_DIR "/tests/support/") + name;
+}
+
+QList<QSslCertificate> certificate()
+{
+    return QSslCertificate::fromPath(fileBesideThis(u"localhost-certificate.pem"_s));
 }
 
 std::unique_ptr<QTcpServer> makeSslServer()
@@ -31,7 +36,7 @@ std::unique_ptr<QTcpServer> makeSslServer()
         throw std::runtime_error("there is no localhost-key.pem");
     }
     QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
-    configuration.setLocalCertificateChain(QSslCertificate::fromPath(ScriptedServer::certificatePath()));
+    configuration.setLocalCertificateChain(certificate());
     configuration.setPrivateKey(QSslKey(&key, QSsl::Ec));
     auto server = std::make_unique<QSslServer>();
     server->setSslConfiguration(configuration);
@@ -111,11 +116,6 @@ QUrl ScriptedServer::url(const QString &target, const QString &host) const
     return url;
 }
 
-QString ScriptedServer::certificatePath()
-{
-    return fileBesideThis(u"localhost-certificate.pem"_s);
-}
-
 void ScriptedServer::accept()
 {
     while (QTcpSocket *socket = m_server->nextPendingConnection()) {
@@ -150,6 +150,21 @@ void ScriptedServer::reply(QTcpSocket *socket)
     if (next.then == ScriptedAnswer::Then::Close) {
         socket->disconnectFromHost();
     }
+}
+
+TrustTheCertificate::TrustTheCertificate()
+{
+    qputenv("SSL_CERT_FILE", QFile::encodeName(fileBesideThis(u"localhost-certificate.pem"_s)));
+}
+
+TrustTheCertificate::~TrustTheCertificate()
+{
+    qunsetenv("SSL_CERT_FILE");
+}
+
+void setProxy(const char *variable, const ScriptedServer &proxy)
+{
+    qputenv(variable, proxy.url({}).toEncoded());
 }
 
 } // namespace kavrin::test

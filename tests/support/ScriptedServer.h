@@ -45,7 +45,7 @@ class ScriptedServer
 public:
     enum class Protocol {
         Http,
-        Https, ///< with a certificate for "localhost" that nobody trusts: certificate()
+        Https, ///< with a certificate for "localhost" that nobody trusts, see TrustTheCertificate
     };
 
     explicit ScriptedServer(Protocol protocol = Protocol::Http,
@@ -62,9 +62,6 @@ public:
     /// What has come so far.
     [[nodiscard]] const std::vector<ReceivedRequest> &received() const { return m_received; }
 
-    /// The certificate file of an https server.
-    static QString certificatePath();
-
 private:
     void accept();
     void read(QTcpSocket *socket, QByteArray &buffer);
@@ -75,5 +72,19 @@ private:
     std::deque<ScriptedAnswer> m_answers;
     std::vector<ReceivedRequest> m_received;
 };
+
+/// As long as it lives the https servers' certificate is one that the system trusts.
+class TrustTheCertificate
+{
+public:
+    TrustTheCertificate();
+    ~TrustTheCertificate();
+
+    TrustTheCertificate(const TrustTheCertificate &) = delete;
+    TrustTheCertificate &operator=(const TrustTheCertificate &) = delete;
+};
+
+/// Makes `variable` of the environment ("http_proxy") lead to a server.
+void setProxy(const char *variable, const ScriptedServer &proxy);
 
 } // namespace kavrin::test

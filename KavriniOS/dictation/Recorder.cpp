@@ -141,7 +141,10 @@ void Recorder::startMeter()
 
 void Recorder::updateMeter()
 {
-    reportFailure();
+    // The meter of a recording that another one replaced goes on after the stop.
+    if (m_state == S::recording) {
+        reportFailure();
+    }
     if (!m_recorder || !m_recorder->isRecording()) {
         return;
     }

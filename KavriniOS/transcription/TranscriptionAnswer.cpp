@@ -16,6 +16,14 @@ namespace
 
 using namespace Qt::StringLiterals;
 
+/// Mostly the answer of another server than the one that was meant, or of one in trouble.
+Error answerError(QJsonParseError::ParseError code, const QString &what)
+{
+    return {
+        u"json"_s, code,
+        u"The service's answer is %1. Check the service's address and key, or try again later."_s.arg(what)};
+}
+
 /// JSON begins with an ASCII character; where the zero bytes beside it stand tells its encoding.
 QStringConverter::Encoding encodingOf(const QByteArray &body)
 {
@@ -38,20 +46,22 @@ QByteArray toUtf8(const QByteArray &body)
     QStringDecoder decode(encoding);
     const QString text = decode(body);
     if (decode.hasError() || !text.isValidUtf16()) {
-        throw Error(u"json"_s, QJsonParseError::IllegalUTF8String,
-                    u"The service's answer is not JSON: its characters cannot be decoded."_s);
+        throw answerError(QJsonParseError::IllegalUTF8String,
+                          u"not JSON: its characters cannot be decoded"_s);
     }
     return text.toUtf8();
 }
 
 QJsonDocument parseJson(const QByteArray &body)
 {
+    if (body.isEmpty()) {
+        throw answerError(QJsonParseError::IllegalValue, u"empty"_s);
+    }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(toUtf8(body), &error);
     if (error.error != QJsonParseError::NoError) {
-        throw Error(
-            u"json"_s, error.error,
-            u"The service's answer is not JSON: %1 at byte %2."_s.arg(error.errorString()).arg(error.offset));
+        throw answerError(error.error,
+                          u"not JSON: %1 at byte %2"_s.arg(error.errorString()).arg(error.offset));
     }
     return document;
 }

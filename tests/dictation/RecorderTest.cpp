@@ -253,6 +253,21 @@ TEST_F(RecorderTest, AfterStartingTwiceTheOldMeterStillFollowsTheNewRecording)
     waitUntil([&] { return recorder.state() != Recorder::S::working; });
 }
 
+TEST_F(RecorderTest, AfterStartingTwiceTheOldMeterDoesNotReplaceTheTranscriptByAFailure)
+{
+    start();
+    start();
+    const std::shared_ptr<FakeAudioRecorder> second = machine.recorders.back().lock();
+    second->recordingFailure.emplace(u"file"_s, 1, u"No space left on device."_s);
+    recorder.stop();
+    machine.finishTranscription(u"text"_s);
+    ASSERT_TRUE(waitUntil([&] { return recorder.state() == Recorder::S::done; }));
+    QCoro::waitFor(second->record()); // so that the level shows when the meter has looked
+    second->power = 0;
+    EXPECT_TRUE(waitUntil([&] { return recorder.level() == 1; }));
+    EXPECT_EQ(recorder.message(), u"text");
+}
+
 TEST_F(RecorderTest, ARecorderWithoutSamplesCountsAsRecordingAndShowsNoLevel)
 {
     Recorder::Platform platform = machine.platform();

@@ -157,7 +157,6 @@ void expectNotJson(const Service &service, const QByteArray &body)
 TEST(Answer, ThatIsNotJsonIsAnErrorThatDoesNotShowIt)
 {
     for (const QByteArray &body : {
-             QByteArray(),
              QByteArray("secret"),
              QByteArray("<html>secret</html>"),
              QByteArray(R"({"text":"secret)"),
@@ -179,7 +178,19 @@ TEST(Answer, SaysWhereItStopsBeingJson)
 {
     const Error error = errorOf(multipartTranscript, R"({"text":"secret"} more)");
     EXPECT_EQ(error.localizedDescription.toStdString(),
-              "The service's answer is not JSON: garbage at the end of the document at byte 18.");
+              "The service's answer is not JSON: garbage at the end of the document at byte 18. Check the "
+              "service's address and key, or try again later.");
+}
+
+TEST(Answer, ThatIsEmptyIsSaid)
+{
+    for (const Reader read : {multipartTranscript, geminiTranscript}) {
+        const Error error = errorOf(read, QByteArray());
+        EXPECT_EQ(error.domain, u"json"_s);
+        EXPECT_NE(error.code, 0);
+        EXPECT_EQ(error.localizedDescription.toStdString(),
+                  "The service's answer is empty. Check the service's address and key, or try again later.");
+    }
 }
 
 TEST(Answer, MayBeInAnyUnicodeEncoding)

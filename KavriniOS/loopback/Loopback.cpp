@@ -17,8 +17,11 @@
 #include <asio/write.hpp>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <exception>
@@ -40,7 +43,29 @@ constexpr int threadCount = 2;
 constexpr std::size_t receiveLimit = 8192;
 constexpr std::size_t discardLimit = std::size_t(2) * 1024 * 1024;
 constexpr auto discardTime = 1s;
-constexpr auto pauseAfterFailure = 50ms;
+constexpr auto pauseWithoutDescriptors = 50ms;
+constexpr rlim_t wantedDescriptors = 4096;
+constexpr rlim_t reservedDescriptors = 128;
+
+/// Asks for more descriptors than are usual, 1024, of which a thousand silent connections would leave too
+/// few.
+void raiseDescriptorLimit()
+{
+    rlimit limits = {};
+    if (::getrlimit(RLIMIT_NOFILE, &limits) == 0) {
+        limits.rlim_cur = std::max(limits.rlim_cur, std::min(limits.rlim_max, wantedDescriptors));
+        ::setrlimit(RLIMIT_NOFILE, &limits);
+    }
+}
+
+/// How many connections may be open at once. The other descriptors are for the rest of the application:
+/// clients must not keep it from recording and transcribing.
+rlim_t connectionLimit()
+{
+    rlimit limits = {};
+    ::getrlimit(RLIMIT_NOFILE, &limits);
+    return limits.rlim_cur - std::min(limits.rlim_cur / 2, reservedDescriptors);
+}
 
 /// A child process that outlives the application must hold neither its port nor its connections.
 void setCloseOnExec(int descriptor)
@@ -74,6 +99,30 @@ std::optional<tcp::acceptor> listenOnIpv6(asio::io_context &context, std::uint16
         return std::nullopt;
     }
 }
+
+/// Where an administrator has packets for 127.0.0.1 let in from the network, the listener's address alone
+/// keeps nobody out.
+bool isOfThisMachine(const tcp::socket &socket)
+{
+    asio::error_code error;
+    const tcp::endpoint peer = socket.remote_endpoint(error);
+    return !error && peer.address().is_loopback();
+}
+
+/// A socket that counts as an open connection as long as it exists.
+struct CountedSocket {
+    CountedSocket(tcp::socket accepted, std::atomic<rlim_t> &count)
+        : socket(std::move(accepted)), openConnections(count)
+    {
+        ++openConnections;
+    }
+    ~CountedSocket() { --openConnections; }
+    CountedSocket(const CountedSocket &) = delete;
+    CountedSocket &operator=(const CountedSocket &) = delete;
+
+    tcp::socket socket;
+    std::atomic<rlim_t> &openConnections;
+};
 
 /// Receives once and answers; none when nothing has arrived yet. A connection that has ended or failed is
 /// answered like one that has sent nothing.
@@ -161,6 +210,7 @@ private:
 
     const PeerUserFunction &m_peerUser;
     std::uint16_t m_port = 0;
+    std::atomic<rlim_t> m_openConnections = 0;
     asio::io_context m_context{threadCount};
     std::vector<std::jthread> m_threads;
     Stop m_stop{m_context};
@@ -178,6 +228,7 @@ std::unique_ptr<Loopback::Listener> Loopback::Listener::open(std::uint16_t port,
 
 Loopback::Listener::Listener(std::uint16_t port, const PeerUserFunction &peerUser) : m_peerUser(peerUser)
 {
+    raiseDescriptorLimit();
     tcp::acceptor ipv4 = listenOn(m_context, tcp::endpoint(asio::ip::address_v4::loopback(), port));
     m_port = ipv4.local_endpoint().port();
     std::optional<tcp::acceptor> ipv6 = listenOnIpv6(m_context, m_port);
@@ -197,32 +248,35 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
 {
     asio::steady_timer pause(m_context);
     for (;;) {
-        bool failed = false;
-        try {
-            // The strand keeps a connection's coroutine and the timer that may close its socket apart.
-            const asio::any_io_executor strand = asio::make_strand(m_context);
-            take(co_await acceptor.async_accept(strand, asio::use_awaitable));
-        } catch (const std::exception &) {
-            failed = true;
+        bool mustWait = m_openConnections >= connectionLimit();
+        if (!mustWait) {
+            try {
+                // The strand keeps a connection's coroutine and the timer that may close its socket apart.
+                const asio::any_io_executor strand = asio::make_strand(m_context);
+                take(co_await acceptor.async_accept(strand, asio::use_awaitable));
+            } catch (const std::exception &) {
+                mustWait = true;
+            }
         }
-        if (failed) {
+        if (mustWait) {
             asio::error_code ignored;
-            pause.expires_after(pauseAfterFailure);
+            pause.expires_after(pauseWithoutDescriptors);
             co_await pause.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
         }
     }
 }
 
-/// Starts serving a connection, unless it is another user's.
+/// Starts serving a connection, unless it is another machine's or another user's.
 void Loopback::Listener::take(tcp::socket socket)
 {
-    if (m_peerUser(socket.native_handle()) == PeerUser::Other) {
+    if (!isOfThisMachine(socket) || m_peerUser(socket.native_handle()) == PeerUser::Other) {
         return;
     }
     setCloseOnExec(socket.native_handle());
     socket.non_blocking(true);
     const asio::any_io_executor strand = socket.get_executor();
-    asio::co_spawn(strand, serve(std::make_shared<tcp::socket>(std::move(socket))), asio::detached);
+    const auto counted = std::make_shared<CountedSocket>(std::move(socket), m_openConnections);
+    asio::co_spawn(strand, serve(std::shared_ptr<tcp::socket>(counted, &counted->socket)), asio::detached);
 }
 
 void Loopback::Listener::run()

@@ -16,10 +16,13 @@ namespace kavrin
 /// The contract with a keyboard's author is docs/loopback.md.
 ///
 /// It listens on 127.0.0.1 and, where the machine has IPv6, on ::1, and answers only the user that runs this
-/// process: the connection of another user is closed unanswered. One connection carries one request, of at
-/// most 8192 bytes received at once, and one answer.
+/// process: the connection of another user, or of another machine wherever its packets get through, is closed
+/// unanswered. One connection carries one request, of at most 8192 bytes received at once, and one answer.
 ///
-/// Connections are served on two threads of its own, which use nothing but the shared suite.
+/// Connections are served on two threads of its own, which use nothing but the shared suite. They leave 128
+/// of the process's descriptors, or half where it has fewer than 256, to the rest of the application: beyond
+/// that a client waits until another's connection is closed. Listening raises the process's soft limit on
+/// descriptors to 4096, as far as the hard limit permits.
 class Loopback
 {
 public:

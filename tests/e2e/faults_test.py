@@ -73,21 +73,33 @@ class Faults(unittest.TestCase):
             self.assertEqual(kavrin.wait(10), 0)
 
     def test_a_process_killed_in_any_state_is_started_again(self):
-        with PrivateSession() as session, HangingService() as service:
-            suite = session.suite()
-            session.ctl("set", "provider", "custom")
-            for state in ("recording", "working"):
-                with self.subTest(state):
-                    session.ctl("set", "customURL", service.url)
-                    kavrin = session.start_kavrin()
-                    session.ctl("dictate", "start")
-                    if state == "working":
-                        suite.set("dictationCommand", "string", "stop")
-                    suite.wait_for("dictationState", state)
-                    session.end(kavrin)
-            session.start_speech_service()
-            session.start_kavrin()
-            self.assertEqual(self.dictate(session), SPOKEN)
+        for state in ("idle", "starting", "recording", "working", "done"):
+            with self.subTest(state), PrivateSession() as session, HangingService() as service:
+                url = session.start_speech_service()
+                kavrin = session.start_kavrin()
+                self.bring_into(state, session, service)
+                session.end(kavrin)
+                session.sound_server.send_signal(signal.SIGCONT)
+                session.ctl("set", "customURL", url)
+                session.start_kavrin()
+                self.assertEqual(self.dictate(session), SPOKEN)
+
+    def bring_into(self, state, session, service):
+        """Brings a dictation into the state, and keeps it there."""
+        suite = session.suite()
+        if state == "idle":
+            return  # nothing is written before the first dictation
+        if state == "starting":
+            session.sound_server.send_signal(signal.SIGSTOP)
+            suite.set("dictationCommand", "string", "start")
+        elif state == "done":
+            self.dictate(session)
+        else:
+            session.ctl("set", "customURL", service.url)
+            session.ctl("dictate", "start")
+            if state == "working":
+                suite.set("dictationCommand", "string", "stop")
+        suite.wait_for("dictationState", state)
 
     def test_what_was_said_before_the_process_was_killed_can_still_be_transcribed(self):
         with PrivateSession() as session:

@@ -105,6 +105,10 @@ QString failureDescription(const CurlExchange &exchange, bool throughProxy)
     case CURLE_SSL_ISSUER_ERROR:
         return u"No secure connection to %1 could be made; its certificate may be unknown, expired or made "
                u"out to another name."_s;
+    case CURLE_SSL_CACERT_BADFILE:
+        return u"No secure connection to %1 could be made: the certificates that this system trusts cannot "
+               u"be "
+               u"read. Install the package ca-certificates, or mend SSL_CERT_FILE."_s;
     case CURLE_BAD_CONTENT_ENCODING:
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:

@@ -474,6 +474,17 @@ TEST(NetworkUrlSession, RefusesACertificateThatNobodyTrusts)
     EXPECT_TRUE(server.received().empty());
 }
 
+TEST(NetworkUrlSession, SaysThatTheTrustedCertificatesCannotBeRead)
+{
+    qputenv("SSL_CERT_FILE", "/nonexistent");
+    ScriptedServer server(Protocol::Https);
+    expectFailure(
+        failureOf(post(server.url(u"/path?key=secret"_s, u"localhost"_s))), CURLE_SSL_CACERT_BADFILE,
+        u"No secure connection to localhost could be made: the certificates that this system trusts "
+        u"cannot be read. Install the package ca-certificates, or mend SSL_CERT_FILE."_s);
+    EXPECT_TRUE(server.received().empty());
+}
+
 TEST(NetworkUrlSession, RefusesACertificateForAnotherName)
 {
     const TrustTheCertificate trust;

@@ -477,7 +477,7 @@ TEST(NetworkUrlSession, RefusesACertificateThatNobodyTrusts)
 TEST(NetworkUrlSession, SaysThatTheTrustedCertificatesCannotBeRead)
 {
     qputenv("SSL_CERT_FILE", "/nonexistent");
-    ScriptedServer server(Protocol::Https);
+    const ScriptedServer server(Protocol::Https);
     expectFailure(
         failureOf(post(server.url(u"/path?key=secret"_s, u"localhost"_s))), CURLE_SSL_CACERT_BADFILE,
         u"No secure connection to localhost could be made: the certificates that this system trusts "

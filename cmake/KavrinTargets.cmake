@@ -30,3 +30,24 @@ function(kavrin_executable name)
   target_link_libraries(${name} PRIVATE ${arg_LINKS})
   kavrin_configure(${name})
 endfunction()
+
+# kavrin_qml_library(theme URI Kavrin.Theme SINGLETONS Theme.qml QML Card.qml SOURCES … LINKS …): the library
+# kavrin_theme of one folder, with its QML compiled in. Who uses it links kavrin_theme_qml, which takes the library
+# whole: nothing in C++ refers to what QML imports, and the linker would drop it.
+function(kavrin_qml_library name)
+  cmake_parse_arguments(arg "" "URI" "SINGLETONS;QML;SOURCES;LINKS" ${ARGN})
+  set_source_files_properties(${arg_SINGLETONS} PROPERTIES QT_QML_SINGLETON_TYPE TRUE)
+  string(REPLACE . / folder ${arg_URI})
+  add_library(kavrin_${name} STATIC)
+  qt_add_qml_module(kavrin_${name}
+    URI ${arg_URI} VERSION 1.0 NO_PLUGIN
+    RESOURCE_PREFIX /qt/qml
+    OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/qml/${folder}
+    IMPORT_PATH ${PROJECT_BINARY_DIR}/qml
+    SOURCES ${arg_SOURCES}
+    QML_FILES ${arg_SINGLETONS} ${arg_QML})
+  target_link_libraries(kavrin_${name} PUBLIC ${arg_LINKS} Qt6::Quick)
+  kavrin_configure(kavrin_${name})
+  add_library(kavrin_${name}_qml INTERFACE)
+  target_link_libraries(kavrin_${name}_qml INTERFACE $<LINK_LIBRARY:WHOLE_ARCHIVE,kavrin_${name}>)
+endfunction()

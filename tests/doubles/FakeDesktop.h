@@ -14,14 +14,19 @@ public:
     explicit FakePasteboard(Journal &journal) : m_journal(journal) { }
 
     QString string;
+    bool isSecret = false;
 
-    void setString(const QString &text) override
+    void setString(const QString &text) override { set(text, false); }
+    void setSecret(const QString &text) override { set(text, true); }
+
+private:
+    void set(const QString &text, bool secret)
     {
         m_journal.append(QStringLiteral("paste"));
         string = text;
+        isSecret = secret;
     }
 
-private:
     Journal &m_journal;
 };
 

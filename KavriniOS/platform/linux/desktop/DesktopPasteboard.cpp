@@ -3,18 +3,13 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QMimeData>
 
 namespace kavrin
 {
 
 namespace
 {
-
-bool mustAskCompositor()
-{
-    return QGuiApplication::platformName().startsWith(u"wayland")
-        && QGuiApplication::focusWindow() == nullptr;
-}
 
 void setOwnClipboard(const QString &text)
 {
@@ -25,20 +20,26 @@ void setOwnClipboard(const QString &text)
 
 void DesktopPasteboard::setString(const QString &text)
 {
-    if (mustAskCompositor()) {
+    // Even a window that has the focus may not set the clipboard before it has had a click or a key.
+    if (QGuiApplication::platformName().startsWith(u"wayland")) {
         setThroughWlCopy(text);
     } else {
         setOwnClipboard(text);
     }
 }
 
+void DesktopPasteboard::setSecret(const QString &text)
+{
+    endWlCopy();
+    auto *data = new QMimeData; // the clipboard's from then on
+    data->setText(text);
+    data->setData(QStringLiteral("x-kde-passwordManagerHint"), "secret");
+    QGuiApplication::clipboard()->setMimeData(data);
+}
+
 void DesktopPasteboard::setThroughWlCopy(const QString &text)
 {
-    if (m_wlCopy) {
-        // The text that came before must not be set after this one.
-        m_wlCopy->kill();
-        m_wlCopy->waitForFinished();
-    }
+    endWlCopy();
     auto *process = new QProcess(qGuiApp);
     m_wlCopy = process;
     QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
@@ -56,6 +57,15 @@ void DesktopPasteboard::setThroughWlCopy(const QString &text)
                    {QStringLiteral("--type"), QStringLiteral("text/plain;charset=utf-8")});
     process->write(text.toUtf8());
     process->closeWriteChannel();
+}
+
+/// The text that came before must not be set after the next one.
+void DesktopPasteboard::endWlCopy()
+{
+    if (m_wlCopy) {
+        m_wlCopy->kill();
+        m_wlCopy->waitForFinished();
+    }
 }
 
 } // namespace kavrin

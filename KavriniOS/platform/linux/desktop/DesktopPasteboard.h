@@ -9,15 +9,20 @@
 namespace kavrin
 {
 
-/// The desktop's clipboard. Needs the QGuiApplication. Under Wayland, where a window without the focus may
-/// not set the clipboard, through `wl-copy` (of wl-clipboard) while no window of this application has it.
+/// The desktop's clipboard. Needs the QGuiApplication.
+///
+/// Under Wayland a window may set the clipboard only in answer to a click or a key. Ordinary text goes
+/// through `wl-copy` (of wl-clipboard) there, which may set it at any time. A secret does not, because
+/// `wl-copy` offers a text without the type that marks it: "x-kde-passwordManagerHint", which is "secret".
 class DesktopPasteboard : public Pasteboard
 {
 public:
     void setString(const QString &text) override;
+    void setSecret(const QString &text) override;
 
 private:
     void setThroughWlCopy(const QString &text);
+    void endWlCopy();
 
     QPointer<QProcess> m_wlCopy; ///< as long as it has not set the clipboard
 };

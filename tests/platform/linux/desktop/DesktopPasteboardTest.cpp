@@ -19,6 +19,7 @@ namespace
 using namespace Qt::StringLiterals;
 
 const QString owner = QStringLiteral(KAVRIN_PASTEBOARD_OWNER);
+const QString hint = u"x-kde-passwordManagerHint"_s;
 
 std::unique_ptr<PrivateDisplay> makeDisplay(const std::string &kind)
 {
@@ -39,6 +40,17 @@ protected:
     {
         return waitUntil([&] { return m_display->clipboard() == text; });
     }
+
+    /// The same where a key is pressed meanwhile.
+    bool comesToHold(const QString &text)
+    {
+        return waitUntil([&] {
+            m_display->press();
+            return m_display->clipboard() == text;
+        });
+    }
+
+    QString clipboard(const QString &type) { return m_display->clipboard(type); }
 
 private:
     std::unique_ptr<PrivateDisplay> m_display = makeDisplay(GetParam());
@@ -78,7 +90,28 @@ TEST_P(DesktopPasteboardTest, HoldsTheLastOfSeveralTexts)
     EXPECT_TRUE(holds(texts.last()));
 }
 
+TEST_P(DesktopPasteboardTest, DoesNotMarkOrdinaryTextAsSecret)
+{
+    set({u"hello world"_s});
+    ASSERT_TRUE(holds(u"hello world"_s));
+    EXPECT_EQ(clipboard(hint), u""_s);
+}
+
+TEST_P(DesktopPasteboardTest, AsksThatASecretBeForgotten)
+{
+    set({u"--secret"_s, u"KAVRINCFG1:Günaydın"_s});
+    ASSERT_TRUE(comesToHold(u"KAVRINCFG1:Günaydın"_s));
+    EXPECT_EQ(clipboard(hint), u"secret"_s);
+}
+
 INSTANTIATE_TEST_SUITE_P(Displays, DesktopPasteboardTest, testing::Values("X11", "Wayland"),
                          [](const auto &kind) { return kind.param; });
+
+TEST(DesktopPasteboard, GivesTheTextOfAWaylandWindowThatHasTheFocusButHadNoKey)
+{
+    PrivateWaylandDisplay display;
+    display.show(owner, {u"--window"_s, u"hello world"_s});
+    EXPECT_TRUE(waitUntil([&] { return display.clipboard() == u"hello world"_s; }));
+}
 
 } // namespace kavrin::test

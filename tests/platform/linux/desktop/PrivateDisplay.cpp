@@ -91,9 +91,15 @@ PrivateX11Display::PrivateX11Display()
     qputenv("QT_QPA_PLATFORM", "xcb");
 }
 
-QString PrivateX11Display::clipboard() const
+QString PrivateX11Display::clipboard(const QString &type) const
 {
-    return output(u"xclip"_s, {u"-selection"_s, u"clipboard"_s, u"-o"_s});
+    const QStringList arguments = {u"-selection"_s, u"clipboard"_s, u"-o"_s};
+    return output(u"xclip"_s, type.isEmpty() ? arguments : arguments + QStringList({u"-target"_s, type}));
+}
+
+void PrivateX11Display::press()
+{
+    // Without a window manager no window has the focus, and none needs it for the clipboard.
 }
 
 PrivateWaylandDisplay::PrivateWaylandDisplay()
@@ -127,9 +133,16 @@ PrivateWaylandDisplay::PrivateWaylandDisplay()
     qputenv("QT_QPA_PLATFORM", "wayland");
 }
 
-QString PrivateWaylandDisplay::clipboard() const
+QString PrivateWaylandDisplay::clipboard(const QString &type) const
 {
-    return output(u"wl-paste"_s, {u"--no-newline"_s});
+    const QStringList arguments = {u"--no-newline"_s};
+    return output(u"wl-paste"_s, type.isEmpty() ? arguments : arguments + QStringList({u"--type"_s, type}));
+}
+
+void PrivateWaylandDisplay::press()
+{
+    // The window hears of the keyboard before it hears of the key.
+    output(u"wtype"_s, {u"-s"_s, u"100"_s, u"a"_s});
 }
 
 } // namespace kavrin::test

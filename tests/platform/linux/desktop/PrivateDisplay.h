@@ -9,8 +9,8 @@
 namespace kavrin::test
 {
 
-/// A display without a screen, of this process's own, which nobody types at: no window on it has the focus.
-/// The environment of this process leads to it. Needs a PrivateHome.
+/// A display without a screen, of this process's own, which nobody types at. The environment of this process
+/// leads to it. Needs a PrivateHome.
 class PrivateDisplay
 {
 public:
@@ -22,8 +22,12 @@ public:
     /// Runs `program` on the display until the display is destroyed.
     void show(const QString &program, const QStringList &arguments);
 
-    /// What another program reads from the clipboard; empty where that is not text.
-    [[nodiscard]] virtual QString clipboard() const = 0;
+    /// What another program reads from the clipboard as text, or as the type `type`; empty where it is not of
+    /// that type.
+    [[nodiscard]] virtual QString clipboard(const QString &type = {}) const = 0;
+
+    /// Presses a key in the window that has the focus.
+    virtual void press() = 0;
 
 protected:
     PrivateDisplay() = default;
@@ -44,7 +48,8 @@ class PrivateX11Display : public PrivateDisplay
 {
 public:
     PrivateX11Display();
-    [[nodiscard]] QString clipboard() const override;
+    [[nodiscard]] QString clipboard(const QString &type = {}) const override;
+    void press() override;
 };
 
 /// A Wayland compositor (sway) with data-control, its clipboard read by wl-paste.
@@ -52,7 +57,8 @@ class PrivateWaylandDisplay : public PrivateDisplay
 {
 public:
     PrivateWaylandDisplay();
-    [[nodiscard]] QString clipboard() const override;
+    [[nodiscard]] QString clipboard(const QString &type = {}) const override;
+    void press() override;
 
 private:
     QTemporaryDir m_folder;

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QColor>
+#include <QObject>
+
+#include <optional>
+
+namespace kavrin
+{
+
+/// How the desktop wants its applications to look. Main thread only.
+class Appearance : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Whether the user has chosen dark windows.
+    [[nodiscard]] virtual bool isDark() const = 0;
+
+    /// The colour that the user has chosen for what is to stand out; none where the desktop has no such
+    /// setting.
+    [[nodiscard]] virtual std::optional<QColor> accentColor() const = 0;
+
+Q_SIGNALS:
+    /// Either of them is another one now.
+    void changed();
+};
+
+} // namespace kavrin

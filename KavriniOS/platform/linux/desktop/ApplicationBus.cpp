@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/ApplicationBus.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+
+#include <utility>
+
+namespace kavrin
+{
+
+namespace
+{
+
+using RegisterReply = QDBusReply<QDBusConnectionInterface::RegisterServiceReply>;
+
+const QString activationTokenKey = QStringLiteral("activation-token");
+const QString startupIdKey = QStringLiteral("desktop-startup-id");
+
+QString environmentToken()
+{
+    const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
+    return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
+}
+
+// Read before main(), because QGuiApplication takes it out of the environment.
+const QString launchToken = environmentToken();
+
+QString tokenOf(const QVariantMap &platformData)
+{
+    const QString token = platformData.value(activationTokenKey).toString();
+    return token.isEmpty() ? platformData.value(startupIdKey).toString() : token;
+}
+
+QString objectPath(const QString &name)
+{
+    return u'/' + QString(name).replace(u'.', u'/').replace(u'-', u'_');
+}
+
+} // namespace
+
+ApplicationBus::ApplicationBus(QString name, QDBusConnection bus)
+    : m_name(std::move(name)), m_bus(std::move(bus))
+{
+}
+
+ApplicationBus::~ApplicationBus()
+{
+    m_bus.unregisterService(m_name);
+    m_bus.unregisterObject(objectPath(m_name));
+}
+
+ApplicationBus::Claim ApplicationBus::claim()
+{
+    if (!m_bus.isConnected()) {
+        return Claim::NoBus;
+    }
+    m_bus.registerObject(objectPath(m_name), this, QDBusConnection::ExportScriptableSlots);
+    const RegisterReply reply =
+        m_bus.interface()->registerService(m_name, QDBusConnectionInterface::DontQueueService);
+    if (!reply.isValid()) {
+        return Claim::NoBus;
+    }
+    return reply.value() == QDBusConnectionInterface::ServiceRegistered ? Claim::First : Claim::Taken;
+}
+
+bool ApplicationBus::handOver(const QStringList &urls, std::chrono::milliseconds timeout, const QString &name,
+                              const QDBusConnection &bus)
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(name, objectPath(name), QStringLiteral("org.freedesktop.Application"),
+                                       urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+    if (!urls.isEmpty()) {
+        call << urls;
+    }
+    QVariantMap platformData;
+    if (!launchToken.isEmpty()) {
+        platformData.insert(activationTokenKey, launchToken);
+    }
+    call << platformData;
+    call.setAutoStartService(false);
+    return bus.call(call, QDBus::Block, int(timeout.count())).type() == QDBusMessage::ReplyMessage;
+}
+
+void ApplicationBus::Activate(const QVariantMap &platformData)
+{
+    Q_EMIT activated(tokenOf(platformData));
+}
+
+void ApplicationBus::Open(const QStringList &urls, const QVariantMap &platformData)
+{
+    Q_EMIT openRequested(urls, tokenOf(platformData));
+}
+
+void ApplicationBus::ActivateAction(const QString &action, const QVariantList &parameters,
+                                    const QVariantMap &platformData)
+{
+    Q_EMIT actionRequested(action, parameters, tokenOf(platformData));
+}
+
+} // namespace kavrin

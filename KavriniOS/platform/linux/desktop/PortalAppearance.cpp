@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/PortalAppearance.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPalette>
+
+#include <algorithm>
+#include <array>
+
+namespace kavrin
+{
+
+namespace
+{
+
+const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString appearance = QStringLiteral("org.freedesktop.appearance");
+const QString colorSchemeKey = QStringLiteral("color-scheme");
+const QString accentColorKey = QStringLiteral("accent-color");
+
+// Of "color-scheme"; any other value is no preference.
+constexpr uint dark = 1;
+constexpr uint light = 2;
+
+constexpr int firstTimeout = 150; // milliseconds
+constexpr int usualTimeout = -1;
+
+using Settings = QMap<QString, QVariantMap>;
+
+bool isPaletteDark()
+{
+    const QPalette palette = QGuiApplication::palette();
+    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+}
+
+/// None where a part is outside 0 to 1, which is how the portal says that there is no accent colour.
+std::optional<QColor> color(const QVariant &value)
+{
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != u"(ddd)") {
+        return std::nullopt;
+    }
+    std::array<double, 3> parts{};
+    argument.beginStructure();
+    argument >> parts[0] >> parts[1] >> parts[2];
+    argument.endStructure();
+    if (!std::ranges::all_of(parts, [](double part) { return part >= 0 && part <= 1; })) {
+        return std::nullopt;
+    }
+    return QColor::fromRgbF(float(parts[0]), float(parts[1]), float(parts[2]));
+}
+
+} // namespace
+
+PortalAppearance::PortalAppearance(QDBusConnection bus) : m_bus(std::move(bus))
+{
+    settle();
+    qGuiApp->installEventFilter(this);
+    if (!m_bus.isConnected()) {
+        return;
+    }
+    // Until something registers it, connect() does not find a slot that takes it.
+    qRegisterMetaType<QDBusVariant>();
+    m_bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
+                  SLOT(onSettingChanged(QString, QString, QDBusVariant)));
+    auto *owner = new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(owner, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(usualTimeout); });
+    ask(firstTimeout);
+}
+
+void PortalAppearance::waitForFirstAnswer()
+{
+    if (m_firstAnswer != nullptr) {
+        m_firstAnswer->waitForFinished(); // calls take()
+    }
+}
+
+bool PortalAppearance::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == qGuiApp && event->type() == QEvent::ApplicationPaletteChange) {
+        settle();
+    }
+    return Appearance::eventFilter(watched, event);
+}
+
+void PortalAppearance::ask(int timeout)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("ReadAll"));
+    call << QStringList(appearance);
+    auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call, timeout), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, &PortalAppearance::take);
+    if (timeout == firstTimeout) {
+        m_firstAnswer = answer;
+    }
+}
+
+void PortalAppearance::take(QDBusPendingCallWatcher *answer)
+{
+    answer->deleteLater();
+    const bool isFirst = answer == m_firstAnswer;
+    if (isFirst) {
+        m_firstAnswer = nullptr;
+    }
+
+    const QDBusMessage reply = answer->reply();
+    if (reply.signature() == u"a{sa{sv}}") {
+        Settings settings;
+        reply.arguments().constFirst().value<QDBusArgument>() >> settings;
+        m_settings = settings.value(appearance);
+        settle();
+    } else if (isFirst && answer->error().type() == QDBusError::NoReply) {
+        // A portal that is still starting; nobody waits any more, so it may take its time.
+        ask(usualTimeout);
+    }
+}
+
+void PortalAppearance::onSettingChanged(const QString &settings, const QString &key,
+                                        const QDBusVariant &value)
+{
+    if (settings == appearance) {
+        m_settings[key] = value.variant();
+        settle();
+    }
+}
+
+void PortalAppearance::settle()
+{
+    const uint scheme = m_settings.value(colorSchemeKey).toUInt();
+    const bool isDark = scheme == dark || (scheme != light && isPaletteDark());
+    const std::optional<QColor> accentColor = color(m_settings.value(accentColorKey));
+    if (isDark != m_isDark || accentColor != m_accentColor) {
+        m_isDark = isDark;
+        m_accentColor = accentColor;
+        Q_EMIT changed();
+    }
+}
+
+} // namespace kavrin

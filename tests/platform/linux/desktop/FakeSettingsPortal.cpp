@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: MIT
+#include "FakeSettingsPortal.h"
+
+#include <QDBusArgument>
+#include <QDBusError>
+
+#include <utility>
+
+namespace kavrin::test
+{
+
+namespace
+{
+
+constexpr QLatin1String Service("org.freedesktop.portal.Desktop");
+constexpr QLatin1String Path("/org/freedesktop/portal/desktop");
+constexpr QLatin1String Interface("org.freedesktop.portal.Settings");
+constexpr QLatin1String Appearance("org.freedesktop.appearance");
+
+} // namespace
+
+FakeSettingsPortal::FakeSettingsPortal(QDBusConnection bus, QVariantMap appearance, Answer answer)
+    : m_bus(std::move(bus)), m_appearance(std::move(appearance)), m_answer(answer)
+{
+    m_thread.start();
+    moveToThread(&m_thread);
+    m_bus.registerObject(Path, this, QDBusConnection::ExportAllSlots);
+    m_bus.registerService(Service);
+}
+
+FakeSettingsPortal::~FakeSettingsPortal()
+{
+    m_bus.unregisterService(Service);
+    m_bus.unregisterObject(Path);
+    m_thread.quit();
+    m_thread.wait();
+}
+
+void FakeSettingsPortal::ReadAll(const QStringList &namespaces)
+{
+    setDelayedReply(true);
+    {
+        const QMutexLocker locker(&m_mutex);
+        m_calls.push_back(message());
+    }
+    if (m_answer == Answer::Refusal) {
+        m_bus.send(message().createErrorReply(QDBusError::AccessDenied, QStringLiteral("Not allowed")));
+    } else if (m_answer == Answer::AtOnce && namespaces.contains(Appearance)) {
+        reply(message());
+    }
+}
+
+void FakeSettingsPortal::answer()
+{
+    const QMutexLocker locker(&m_mutex);
+    for (const QDBusMessage &call : m_calls) {
+        reply(call);
+    }
+}
+
+void FakeSettingsPortal::change(const QString &settings, const QString &key, const QVariant &value)
+{
+    QDBusMessage signal = QDBusMessage::createSignal(Path, Interface, QStringLiteral("SettingChanged"));
+    signal << settings << key << QVariant::fromValue(QDBusVariant(value));
+    m_bus.send(signal);
+}
+
+std::size_t FakeSettingsPortal::callCount() const
+{
+    const QMutexLocker locker(&m_mutex);
+    return m_calls.size();
+}
+
+void FakeSettingsPortal::reply(const QDBusMessage &call)
+{
+    QDBusArgument settings;
+    settings.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<QVariantMap>());
+    settings.beginMapEntry();
+    settings << QString(Appearance) << m_appearance;
+    settings.endMapEntry();
+    settings.endMap();
+    m_bus.send(call.createReply(QVariant::fromValue(settings)));
+}
+
+} // namespace kavrin::test

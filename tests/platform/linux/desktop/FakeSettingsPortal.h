@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QMutex>
+#include <QObject>
+#include <QThread>
+#include <QVariantMap>
+
+#include <vector>
+
+namespace kavrin::test
+{
+
+/// Stands for org.freedesktop.portal.Settings of the desktop's portal. It answers in a thread of its own, so
+/// that the test's may wait for it. Main thread only, all the same.
+class FakeSettingsPortal : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
+
+public:
+    enum class Answer {
+        AtOnce,
+        WhenTold, ///< with answer()
+        Refusal,
+    };
+
+    /// `appearance` are the settings of org.freedesktop.appearance.
+    FakeSettingsPortal(QDBusConnection bus, QVariantMap appearance, Answer answer = Answer::AtOnce);
+    ~FakeSettingsPortal() override;
+
+    /// Answers what has been asked so far.
+    void answer();
+
+    /// Tells that a setting is another one now.
+    void change(const QString &settings, const QString &key, const QVariant &value);
+
+    [[nodiscard]] std::size_t callCount() const;
+
+    Q_SLOT void ReadAll(const QStringList &namespaces);
+
+private:
+    void reply(const QDBusMessage &call);
+
+    QDBusConnection m_bus;
+    QVariantMap m_appearance;
+    Answer m_answer;
+    mutable QMutex m_mutex;
+    std::vector<QDBusMessage> m_calls;
+    QThread m_thread;
+};
+
+} // namespace kavrin::test

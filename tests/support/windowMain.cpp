@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include "support/PrivateHome.h"
+
+#include <QAccessible>
+#include <QGuiApplication>
+
+#include <gmock/gmock.h>
+
+/// The main() of tests with windows, which need no display.
+int main(int argc, char **argv)
+{
+    testing::InitGoogleMock(&argc, argv);
+    const kavrin::test::PrivateHome home;
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    QAccessible::setActive(true);
+    return RUN_ALL_TESTS();
+}

@@ -48,7 +48,7 @@ MakeAudioPlayer PulseAudioPlayer::factory(std::shared_ptr<SoundServer> server)
 }
 
 PulseAudioPlayer::PulseAudioPlayer(std::shared_ptr<SoundServer> server, const QByteArray &wav)
-    : m_server(std::move(server)), m_sound(readWav(wav))
+    : m_server(std::move(server)), m_sound(SoundCodecs::load().readWav(wav))
 {
 }
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "platform/AudioPlayer.h"
+#include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/audio/SoundServer.h"
 #include "platform/linux/audio/SoundStream.h"
-#include "platform/linux/audio/WavReader.h"
 
 #include <memory>
 #include <span>

@@ -53,7 +53,8 @@ PulseAudioRecorder::PulseAudioRecorder(std::shared_ptr<SoundServer> server, cons
                                        const AudioRecorderSettings &settings)
     : m_server(std::move(server)), m_sampleRate(settings.sampleRate), m_channels(settings.channels),
       m_averagePower(static_cast<std::size_t>(std::max(settings.channels, 0)), SoundLevel::Silence),
-      m_writer(path, settings.sampleRate, settings.channels), m_level(settings.channels)
+      m_writer(SoundCodecs::load().createAac(path, settings.sampleRate, settings.channels)),
+      m_level(settings.channels)
 {
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
@@ -113,7 +114,7 @@ void PulseAudioRecorder::stop()
         m_stream->transferNow();
         m_stream.reset();
     }
-    m_writer.finish();
+    m_writer->finish();
     answer(false);
 }
 
@@ -130,7 +131,7 @@ std::optional<Error> PulseAudioRecorder::failure() const
                      QStringLiteral("The microphone or the sound server went away. What was said before is "
                                     "kept; stop, and start again once it is back."));
     }
-    return m_writer.failure();
+    return m_writer->failure();
 }
 
 void PulseAudioRecorder::setMeteringEnabled(bool enabled)
@@ -174,7 +175,7 @@ void PulseAudioRecorder::read(pa_stream *stream)
 
 void PulseAudioRecorder::take(std::span<const float> samples)
 {
-    m_writer.write(samples);
+    m_writer->write(samples);
     if (m_metering) {
         m_level.add(samples);
     }

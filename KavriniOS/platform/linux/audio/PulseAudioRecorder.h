@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/AudioRecorder.h"
-#include "platform/linux/audio/AacFileWriter.h"
+#include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/audio/SoundLevel.h"
 #include "platform/linux/audio/SoundServer.h"
 #include "platform/linux/audio/SoundStream.h"
@@ -59,7 +59,7 @@ private:
     std::vector<float> m_averagePower; ///< of each channel, at the last update
 
     // Below: with the server's lock held.
-    AacFileWriter m_writer;
+    std::unique_ptr<SoundFileWriter> m_writer;
     SoundLevel m_level;
     bool m_metering = false;
     bool m_stopped = false;

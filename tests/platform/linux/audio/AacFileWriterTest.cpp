@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/audio/AacFileWriter.h"
+#include "platform/linux/audio/SoundCodecs.h"
 
 #include "SoundFiles.h"
 
@@ -29,6 +29,11 @@ QString recordingPath()
     return QDir::home().filePath(QStringLiteral("recording.m4a"));
 }
 
+std::unique_ptr<SoundFileWriter> createAac(const QString &path, int sampleRate, int channels)
+{
+    return SoundCodecs::load().createAac(path, sampleRate, channels);
+}
+
 QByteArray contentsOf(const QString &path)
 {
     QFile file(path);
@@ -38,10 +43,10 @@ QByteArray contentsOf(const QString &path)
 
 QString written(const std::vector<float> &samples)
 {
-    AacFileWriter writer(recordingPath(), Rate, 1);
-    writer.write(samples);
-    writer.finish();
-    EXPECT_FALSE(writer.failure());
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+    writer->write(samples);
+    writer->finish();
+    EXPECT_FALSE(writer->failure());
     return recordingPath();
 }
 
@@ -65,9 +70,9 @@ TEST(AacFileWriter, WritesTheRateAndChannelsAskedFor)
     for (const Case &c : std::to_array<Case>(
              {{16000, 1, "aac,16000,1"}, {16000, 2, "aac,16000,2"}, {44100, 2, "aac,44100,2"}})) {
         SCOPED_TRACE(c.expected);
-        AacFileWriter writer(recordingPath(), c.sampleRate, c.channels);
-        writer.write(std::vector<float>(static_cast<std::size_t>(c.sampleRate * c.channels)));
-        writer.finish();
+        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), c.sampleRate, c.channels);
+        writer->write(std::vector<float>(static_cast<std::size_t>(c.sampleRate * c.channels)));
+        writer->finish();
         EXPECT_EQ(probed(recordingPath()), QLatin1String(c.expected));
     }
 }
@@ -99,11 +104,12 @@ TEST(AacFileWriter, TakesSamplesInPiecesOfAnySize)
     const std::vector<float> samples = tone(440, 1.1, Rate);
     const QByteArray whole = contentsOf(written(samples));
     {
-        AacFileWriter writer(recordingPath(), Rate, 1);
+        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
         for (std::size_t done = 0; done < samples.size(); done += 333) {
-            writer.write(std::span(samples).subspan(done, std::min<std::size_t>(333, samples.size() - done)));
+            writer->write(
+                std::span(samples).subspan(done, std::min<std::size_t>(333, samples.size() - done)));
         }
-        writer.finish();
+        writer->finish();
     }
     EXPECT_EQ(contentsOf(recordingPath()), whole);
 }
@@ -145,10 +151,10 @@ TEST(AacFileWriter, FollowsNoLink)
 
 TEST(AacFileWriter, LeavesTheNewFileAloneWhenItsOldOneWasReplaced)
 {
-    AacFileWriter older(recordingPath(), Rate, 1);
-    older.write(tone(440, 2, Rate));
+    const std::unique_ptr<SoundFileWriter> older = createAac(recordingPath(), Rate, 1);
+    older->write(tone(440, 2, Rate));
     written(tone(880, 1, Rate));
-    older.finish();
+    older->finish();
     EXPECT_GT(shareOf(880, withoutSilence(decoded(recordingPath())), Rate), 0.95);
 }
 
@@ -156,7 +162,7 @@ TEST(AacFileWriter, SaysWhichFileCannotBeMadeAndWhy)
 {
     const QString path = QDir::home().filePath(QStringLiteral("missing/recording.m4a"));
     try {
-        const AacFileWriter writer(path, Rate, 1);
+        const std::unique_ptr<SoundFileWriter> writer = createAac(path, Rate, 1);
         FAIL() << "nothing was thrown";
     } catch (const Error &error) {
         EXPECT_EQ(error.domain, QStringLiteral("file"));
@@ -169,7 +175,7 @@ TEST(AacFileWriter, SaysWhichFileCannotBeMadeAndWhy)
 TEST(AacFileWriter, RefusesAFolderInPlaceOfTheFile)
 {
     ASSERT_TRUE(QDir::home().mkdir(QStringLiteral("recording.m4a")));
-    EXPECT_THROW(AacFileWriter(recordingPath(), Rate, 1), Error);
+    EXPECT_THROW(createAac(recordingPath(), Rate, 1), Error);
 }
 
 TEST(AacFileWriter, RefusesFormatsThatCannotBeEncoded)
@@ -181,7 +187,7 @@ TEST(AacFileWriter, RefusesFormatsThatCannotBeEncoded)
     for (const Case &c :
          std::to_array<Case>({{0, 1}, {-1, 1}, {123, 1}, {16000, 0}, {16000, -1}, {16000, 99}})) {
         SCOPED_TRACE(testing::Message() << c.sampleRate << " Hz, " << c.channels << " channels");
-        EXPECT_THROW(AacFileWriter(recordingPath(), c.sampleRate, c.channels), Error);
+        EXPECT_THROW(createAac(recordingPath(), c.sampleRate, c.channels), Error);
     }
 }
 
@@ -204,27 +210,27 @@ TEST(AacFileWriter, PlaysUpToAnyByteItWasCutAt)
 TEST(AacFileWriter, LeavesAPlayableFileWhenItIsNeverFinished)
 {
     {
-        AacFileWriter writer(recordingPath(), Rate, 1);
-        writer.write(tone(440, 5, Rate));
+        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+        writer->write(tone(440, 5, Rate));
     }
     EXPECT_GT(decoded(recordingPath()).size(), 3U * Rate);
 }
 
 TEST(AacFileWriter, IsPlayableFromTheFirstSecondsOnWhileItIsWritten)
 {
-    AacFileWriter writer(recordingPath(), Rate, 1);
-    writer.write(tone(440, 2.5, Rate));
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+    writer->write(tone(440, 2.5, Rate));
     EXPECT_GE(decoded(recordingPath()).size(), 1U * Rate);
 }
 
 TEST(AacFileWriter, KeepsWhatFittedOnAFullDisk)
 {
     limitFilesTo(40000);
-    AacFileWriter writer(recordingPath(), Rate, 1);
-    writer.write(tone(440, 20, Rate));
-    writer.finish();
-    ASSERT_TRUE(writer.failure());
-    EXPECT_THAT(writer.failure()->localizedDescription.toStdString(),
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+    writer->write(tone(440, 20, Rate));
+    writer->finish();
+    ASSERT_TRUE(writer->failure());
+    EXPECT_THAT(writer->failure()->localizedDescription.toStdString(),
                 testing::AllOf(testing::HasSubstr(recordingPath().toStdString()),
                                testing::HasSubstr("File too large")));
     EXPECT_GT(decoded(recordingPath()).size(), 2U * Rate);
@@ -233,16 +239,16 @@ TEST(AacFileWriter, KeepsWhatFittedOnAFullDisk)
 TEST(AacFileWriter, SaysSoWhenNotEvenTheHeaderFits)
 {
     limitFilesTo(10);
-    EXPECT_THROW(AacFileWriter(recordingPath(), Rate, 1), Error);
+    EXPECT_THROW(createAac(recordingPath(), Rate, 1), Error);
 }
 
 TEST(AacFileWriter, FinishesOnce)
 {
-    AacFileWriter writer(recordingPath(), Rate, 1);
-    writer.write(tone(440, 1, Rate));
-    writer.finish();
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+    writer->write(tone(440, 1, Rate));
+    writer->finish();
     const QByteArray once = contentsOf(recordingPath());
-    writer.finish();
+    writer->finish();
     EXPECT_EQ(contentsOf(recordingPath()), once);
 }
 

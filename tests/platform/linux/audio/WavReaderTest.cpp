@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/audio/WavReader.h"
+#include "platform/linux/audio/SoundCodecs.h"
 
 #include "SoundFiles.h"
 
@@ -9,6 +9,16 @@
 
 namespace kavrin::test
 {
+
+namespace
+{
+
+Sound readWav(const QByteArray &wav)
+{
+    return SoundCodecs::load().readWav(wav);
+}
+
+} // namespace
 
 TEST(WavReader, ReadsRateChannelsAndSamples)
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/audio/AacFileWriter.h"
+#include "platform/linux/audio/libav/AacFileWriter.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -47,7 +47,6 @@ template <typename T> void requireMemory(const T &pointer)
 
 AacFileWriter::AacFileWriter(const QString &path, int sampleRate, int channels) : m_file(path)
 {
-    libav::silence();
     openEncoder(sampleRate, channels);
     openFile();
     openContainer();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/audio/Libav.h"
+#include "platform/linux/audio/libav/Libav.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -8,7 +8,6 @@ extern "C" {
 }
 
 #include <array>
-#include <mutex>
 
 namespace kavrin::libav
 {
@@ -47,12 +46,6 @@ void CloseInput::operator()(AVFormatContext *format) const
 void CloseOutput::operator()(AVFormatContext *format) const
 {
     avformat_free_context(format);
-}
-
-void silence()
-{
-    static std::once_flag once;
-    std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
 }
 
 QString describe(int error)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/Error.h"
-#include "platform/linux/audio/Libav.h"
+#include "platform/linux/audio/SoundCodecs.h"
+#include "platform/linux/audio/libav/Libav.h"
 
 #include <QFile>
 #include <QString>
@@ -21,29 +21,22 @@ namespace kavrin
 /// filled, plays up to the last whole fragment and mostly further, and memory does not grow with the length.
 /// The encoder puts 64 ms of silence (1024 samples at 16 kHz) before the first sample.
 ///
-/// Not thread-safe: one thread at a time. Equal samples give equal files.
-class AacFileWriter
+/// Equal samples give equal files.
+class AacFileWriter final : public SoundFileWriter
 {
 public:
-    /// Removes what is at `path` and makes a new file there that its owner alone may read and write. A writer
-    /// that still has the old file open goes on writing that one, which no name leads to any more.
-    /// Throws Error "file" where the file cannot be made, "audio" where the encoder refuses the format.
+    /// See SoundCodecs::createAac().
     AacFileWriter(const QString &path, int sampleRate, int channels);
 
     /// Closes the file. What came after the last whole fragment is lost unless finish() was called.
-    ~AacFileWriter();
+    ~AacFileWriter() override;
 
     AacFileWriter(const AacFileWriter &) = delete;
     AacFileWriter &operator=(const AacFileWriter &) = delete;
 
-    /// Takes interleaved samples between -1 and 1, any number of them. After a failure it does nothing.
-    void write(std::span<const float> samples);
-
-    /// Writes what is left and closes the file. Does nothing the second time.
-    void finish();
-
-    /// The first failure since the file was opened; none where all went well.
-    [[nodiscard]] const std::optional<Error> &failure() const { return m_failure; }
+    void write(std::span<const float> samples) override;
+    void finish() override;
+    [[nodiscard]] std::optional<Error> failure() const override { return m_failure; }
 
 private:
     static int writeBytes(void *writer, std::uint8_t *bytes, int count);

@@ -44,10 +44,6 @@ using Output = std::unique_ptr<AVFormatContext, CloseOutput>;
 /// Bytes of the buffer between a container and its file.
 inline constexpr int BufferSize = 16 * 1024;
 
-/// Keeps libav from printing to the standard error. Call it before anything else of libav. Safe from any
-/// thread.
-void silence();
-
 /// What an error number returned by libav means.
 QString describe(int error);
 

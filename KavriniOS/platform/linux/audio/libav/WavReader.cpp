@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/audio/WavReader.h"
+#include "platform/linux/audio/libav/WavReader.h"
 
-#include "platform/linux/audio/Libav.h"
+#include "platform/linux/audio/libav/Libav.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -151,7 +151,6 @@ void decode(AVCodecContext &decoder, const AVPacket *packet, AVFrame &frame, lib
 
 Sound readWav(const QByteArray &wav)
 {
-    libav::silence();
     const MemoryFile file(wav);
     const libav::Input input = openWav(file);
     const int track = av_find_best_stream(input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/audio/SoundCodecs.h"
+#include "platform/linux/audio/libav/AacFileWriter.h"
+#include "platform/linux/audio/libav/WavReader.h"
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
+namespace kavrin
+{
+
+namespace
+{
+
+class LibavCodecs final : public SoundCodecs
+{
+public:
+    /// libav prints to the standard error unless it is told not to.
+    LibavCodecs() { av_log_set_level(AV_LOG_QUIET); }
+
+    [[nodiscard]] std::unique_ptr<SoundFileWriter> createAac(const QString &path, int sampleRate,
+                                                             int channels) const override
+    {
+        return std::make_unique<AacFileWriter>(path, sampleRate, channels);
+    }
+
+    [[nodiscard]] Sound readWav(const QByteArray &wav) const override { return kavrin::readWav(wav); }
+};
+
+} // namespace
+
+} // namespace kavrin
+
+extern "C" Q_DECL_EXPORT const kavrin::SoundCodecs *kavrin_sound_codecs()
+{
+    static const kavrin::LibavCodecs codecs;
+    return &codecs;
+}

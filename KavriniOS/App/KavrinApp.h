@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "dictation/DictateModel.h"
+#include "screens/SettingsModel.h"
+
+#include <QColor>
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 
 #include <memory>
 
@@ -9,17 +14,29 @@ namespace kavrin
 {
 
 /// The application: makes the platform's implementations, hands them to whoever uses them, and owns the
-/// dictation bridge. Needs the QGuiApplication; main thread only.
+/// dictation bridge, the settings and the window that shows them. Needs the QGuiApplication; main thread
+/// only.
 class KavrinApp : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("There is one.")
+
+    Q_PROPERTY(kavrin::SettingsModel *settings READ settings CONSTANT)
+    Q_PROPERTY(kavrin::DictateModelFactory *dictateModels READ dictateModels CONSTANT)
+    Q_PROPERTY(bool dark READ isDark NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor accentColor READ accentColor NOTIFY appearanceChanged)
 
 public:
     KavrinApp();
     ~KavrinApp() override;
 
-    /// Tells the keyboard that the application has been opened, and begins to serve it.
+    /// Opens the window, tells the keyboard so, and begins to serve it.
     void start();
+
+    /// Shows the window again and brings it to the front, with the activation token of whoever asked for it
+    /// (empty where there is none).
+    void activate(const QString &activationToken);
 
     /// Ends serving; stopped() follows.
     void stop();
@@ -28,10 +45,21 @@ public:
     /// nothing. May be called in a process of its own, while another one serves the keyboard.
     static void openUrl(const QString &url);
 
+    [[nodiscard]] SettingsModel *settings();
+    [[nodiscard]] DictateModelFactory *dictateModels();
+    [[nodiscard]] bool isDark() const;
+
+    /// Transparent where the desktop has no such setting.
+    [[nodiscard]] QColor accentColor() const;
+
 Q_SIGNALS:
+    void appearanceChanged();
     void stopped();
 
 private:
+    void openWindow();
+    static void onAppear();
+
     struct Services;
     std::unique_ptr<Services> m_services;
 };

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "App/KavrinApp.h"
+#include "platform/linux/desktop/ApplicationBus.h"
 #include "platform/linux/desktop/TerminationSignals.h"
 #include "store/Shared.h"
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QFont>
 #include <QGuiApplication>
 #include <QLockFile>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -35,7 +38,19 @@ QString urlArgument(const QCoreApplication &application)
     return parser.positionalArguments().value(0);
 }
 
-/// One process serves a suite. Where the lock cannot be made at all, serving goes on without it.
+/// Hands over to the running instance. Returns the exit code of this process.
+int handOver(const QStringList &urls)
+{
+    if (ApplicationBus::handOver(urls)) {
+        return 0;
+    }
+    std::fputs("kavrin: Kavrin is already running, but does not answer. End that process and try again.\n",
+               stderr);
+    return 1;
+}
+
+/// One process serves a suite, also where no session bus tells one from the other. Where the lock cannot be
+/// made at all, serving goes on without it.
 bool anotherProcessServes(QLockFile &lock)
 {
     lock.setStaleLockTime(0);
@@ -51,6 +66,14 @@ void useOffscreenWithoutDisplay()
     }
 }
 
+/// The interface font, in the size that the desktop asks for.
+void useInterfaceFont()
+{
+    QFont font = QGuiApplication::font();
+    font.setFamilies({QStringLiteral("Inter"), QStringLiteral("Noto Sans"), font.family()});
+    QGuiApplication::setFont(font);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -62,8 +85,14 @@ int main(int argc, char **argv)
     QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.kavrin.Kavrin"));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    useInterfaceFont();
 
     const QString url = urlArgument(application);
+    const QStringList urls = url.isEmpty() ? QStringList() : QStringList{url};
+    ApplicationBus bus;
+    if (bus.claim() == ApplicationBus::Claim::Taken) {
+        return handOver(urls);
+    }
     QLockFile lock(QFileInfo(Shared::d().path()).path() + QStringLiteral("/application.lock"));
     if (anotherProcessServes(lock)) {
         KavrinApp::openUrl(url);
@@ -77,6 +106,10 @@ int main(int argc, char **argv)
     const TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::requested, &app, &KavrinApp::stop);
     QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
+    QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
+    // The window stays where it is: the user wants the text in the application that has the focus.
+    QObject::connect(&bus, &ApplicationBus::openRequested, &app,
+                     [](const QStringList &opened) { std::ranges::for_each(opened, &KavrinApp::openUrl); });
     app.start();
     KavrinApp::openUrl(url);
     return QGuiApplication::exec();

@@ -37,16 +37,17 @@ QSet<QString> folderSet(const QString &cell)
     return {names.begin(), names.end()};
 }
 
+/// Modules of QML begin with a capital where their folders do not.
 bool isWithin(const QString &path, const QString &folder)
 {
-    return path.startsWith(folder + u'/');
+    return path.startsWith(folder + u'/', Qt::CaseInsensitive);
 }
 
 /// The source files below `folder`, as paths from `base`.
 QStringList sourceFiles(const QDir &base, const QString &folder)
 {
     QStringList paths;
-    QDirIterator files(base.filePath(folder), {u"*.h"_s, u"*.cpp"_s}, QDir::Files,
+    QDirIterator files(base.filePath(folder), {u"*.h"_s, u"*.cpp"_s, u"*.qml"_s}, QDir::Files,
                        QDirIterator::Subdirectories);
     while (files.hasNext()) {
         paths.append(base.relativeFilePath(files.next()));
@@ -61,6 +62,16 @@ QString read(const QString &path)
         throw std::runtime_error(path.toStdString() + ": " + file.errorString().toStdString());
     }
     return QString::fromUtf8(file.readAll());
+}
+
+/// The path that a line of C++ includes or a line of QML imports: "Theme/" for the module Kavrin.Theme, which
+/// is the folder theme. Empty where the line does neither.
+QString includedPath(const QString &line)
+{
+    static const QRegularExpression include(uR"regex(^\s*#\s*include\s*"([^"]*)")regex"_s);
+    static const QRegularExpression import(uR"regex(^\s*import\s+Kavrin\.(\w+))regex"_s);
+    const QString module = import.match(line).captured(1);
+    return module.isEmpty() ? include.match(line).captured(1) : module + u'/';
 }
 
 } // namespace
@@ -104,7 +115,6 @@ QString IncludeTable::folderOf(const QString &path) const
 
 QStringList IncludeTable::violations(const QString &path, const QString &contents) const
 {
-    static const QRegularExpression include(uR"regex(^\s*#\s*include\s*"([^"]*)")regex"_s);
     const QString from = folderOf(path);
     if (from.isEmpty()) {
         return {u"%1:1: its folder is not in the table"_s.arg(path)};
@@ -116,7 +126,7 @@ QStringList IncludeTable::violations(const QString &path, const QString &content
     int number = 0;
     for (const QString &line : contents.split(u'\n')) {
         ++number;
-        const QString included = include.match(line).captured(1);
+        const QString included = includedPath(line);
         if (!included.contains(u'/')) {
             continue;
         }

@@ -11,8 +11,8 @@ namespace kavrin::test
 {
 
 /// Which folder of the sources may include which, as the table of docs/architecture.md says. Folders are
-/// named as includes name them: "store" for KavriniOS/store, "tools" for tools. A folder holds its
-/// subfolders, except those that have a row of their own.
+/// named as includes name them: "store" for KavriniOS/store, "tools" for tools; the QML module Kavrin.Theme
+/// is the folder theme. A folder holds its subfolders, except those that have a row of their own.
 class IncludeTable
 {
 public:

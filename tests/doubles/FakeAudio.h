@@ -6,6 +6,9 @@
 #include "platform/AudioSession.h"
 #include "platform/SystemSound.h"
 
+#include <QCoroFuture>
+#include <QFuture>
+#include <QPromise>
 #include <QStringList>
 
 #include <vector>
@@ -19,9 +22,10 @@ using Journal = QStringList;
 class FakeAudioSession : public AudioSession
 {
 public:
-    explicit FakeAudioSession(Journal &journal) : m_journal(journal) { }
+    explicit FakeAudioSession(Journal &journal) : m_journal(journal) { m_answer.start(); }
 
     bool permission = true;
+    bool answersAtOnce = true; ///< otherwise the question for permission stays open until answer()
     std::optional<Error> categoryFailure;
     std::optional<Error> activationFailure;
     Options options;
@@ -29,8 +33,14 @@ public:
     QCoro::Task<bool> requestRecordPermission() override
     {
         m_journal.append(QStringLiteral("ask permission"));
+        if (!answersAtOnce) {
+            const QFuture<void> answer = m_answer.future();
+            co_await qCoro(answer).waitForFinished();
+        }
         co_return permission;
     }
+
+    void answer() { m_answer.finish(); }
 
     void setCategory(Category, Mode, Options newOptions) override
     {
@@ -51,6 +61,7 @@ public:
 
 private:
     Journal &m_journal;
+    QPromise<void> m_answer;
 };
 
 class FakeAudioRecorder : public AudioRecorder

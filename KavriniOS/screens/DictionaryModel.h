@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+
+namespace kavrin
+{
+
+/// The personal dictionary as one text, stored under "userDict" of the shared suite with every edit.
+/// Main thread only.
+class DictionaryModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+
+    Q_PROPERTY(QString userDict READ userDict WRITE setUserDict NOTIFY userDictChanged)
+    Q_PROPERTY(QString note READ note NOTIFY noteChanged)
+
+public:
+    explicit DictionaryModel(QObject *parent = nullptr);
+
+    /// As it is being edited; empty where nothing is stored.
+    [[nodiscard]] QString userDict() const { return m_userDict; }
+    void setUserDict(const QString &userDict);
+
+    /// Why the last edit could not be stored; empty when it was.
+    [[nodiscard]] QString note() const { return m_note; }
+
+Q_SIGNALS:
+    void userDictChanged();
+    void noteChanged();
+
+private:
+    QString m_userDict;
+    QString m_note;
+};
+
+} // namespace kavrin

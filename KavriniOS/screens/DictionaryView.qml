@@ -1,0 +1,79 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Templates as T
+import Kavrin.Screens
+import Kavrin.Theme
+
+/// Edits the personal dictionary and text shortcuts as one block of text.
+TitledPage {
+    id: view
+
+    readonly property DictionaryModel dictionary: DictionaryModel { }
+    readonly property string footer: "One entry per line. A plain word is added to the dictionary. Write omw=on my way to create a text shortcut."
+
+    title: "Dictionary"
+
+    Column {
+        width: parent.width
+        spacing: 7
+
+        Rectangle {
+            width: parent.width
+            height: editor.height
+            radius: Theme.radius
+            color: Theme.card
+
+            T.TextArea {
+                id: editor
+
+                width: parent.width
+                height: Math.max(220, implicitHeight)
+                implicitHeight: contentHeight + topPadding + bottomPadding
+                padding: Theme.margin
+                text: view.dictionary.userDict
+                textFormat: TextEdit.PlainText
+                wrapMode: TextEdit.Wrap
+                color: Theme.text
+                selectionColor: Theme.accent
+                selectedTextColor: Theme.onAccent
+                font.family: Theme.monospaceFamily
+                font.pixelSize: Theme.bodySize
+                selectByMouse: true
+                inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
+                onTextChanged: view.dictionary.userDict = text
+                onCursorRectangleChanged: {
+                    if (activeFocus) {
+                        const top = mapToItem(view.contentColumn, 0, cursorRectangle.y).y;
+                        view.showRange(top, top + cursorRectangle.height);
+                    }
+                }
+                // Tab leaves the editor, as it does everywhere else.
+                Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+                Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+                Accessible.role: Accessible.EditableText
+                Accessible.name: view.title
+                Accessible.description: view.footer
+                Accessible.multiLine: true
+            }
+            FocusRing {
+                visible: editor.activeFocus
+                radius: Theme.radius
+            }
+        }
+        Footnote {
+            x: Theme.margin
+            width: parent.width - 2 * Theme.margin
+            visible: text !== ""
+            text: view.dictionary.note
+            color: Theme.warning
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        Footnote {
+            x: Theme.margin
+            width: parent.width - 2 * Theme.margin
+            text: view.footer
+            Accessible.ignored: true
+        }
+    }
+}

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "screens/SettingModel.h"
+#include "store/Prefs.h"
+
+#include <QObject>
+#include <QtQml/qqmlregistration.h>
+
+namespace kavrin
+{
+
+/// A section of a page: the rows that this application can show. Main thread only.
+class SectionModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("A page makes its own.")
+
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QObjectList settings READ settings CONSTANT)
+    Q_PROPERTY(bool visible READ isVisible NOTIFY visibleChanged)
+
+public:
+    SectionModel(const Prefs::Sect &section, QObject *parent);
+
+    [[nodiscard]] QString title() const { return m_title; }
+
+    /// SettingModels, in the catalogue's order.
+    [[nodiscard]] QObjectList settings() const;
+
+    /// Whether any of its rows is visible.
+    [[nodiscard]] bool isVisible() const;
+
+    void refresh();
+
+Q_SIGNALS:
+    void visibleChanged();
+
+    /// A setting was stored that may show or hide others.
+    void changed();
+
+private:
+    QString m_title;
+    QList<SettingModel *> m_settings;
+};
+
+/// A page of the settings catalogue. Main thread only.
+class PageModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("SettingsModel makes them.")
+
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QObjectList sections READ sections CONSTANT)
+    Q_PROPERTY(int rev READ rev NOTIFY revChanged)
+
+public:
+    explicit PageModel(const Prefs::Page &page, QObject *parent = nullptr);
+
+    [[nodiscard]] QString title() const { return m_title; }
+
+    /// SectionModels, in the catalogue's order.
+    [[nodiscard]] QObjectList sections() const;
+
+    /// How often a change has made the page look at all its rows again.
+    [[nodiscard]] int rev() const { return m_rev; }
+
+    /// Reads every value, and which rows are visible, again.
+    Q_INVOKABLE void changed();
+
+Q_SIGNALS:
+    void revChanged();
+
+private:
+    QString m_title;
+    QList<SectionModel *> m_sections;
+    int m_rev = 0;
+};
+
+} // namespace kavrin

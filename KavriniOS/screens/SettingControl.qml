@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import Kavrin.Screens
+import Kavrin.Theme
+
+/// One item of the catalogue as the control that fits its kind, with its footer below.
+CardRow {
+    id: control
+
+    required property SettingModel setting
+    required property SettingActions actions
+
+    /// What an action did may have changed other rows.
+    signal changed
+    /// The user wants to try dictation.
+    signal dictate
+    /// The user wants to order the toolbar.
+    signal openToolbar
+
+    // Brings the footer nearer to its control.
+    spacing: -6
+
+    Loader {
+        width: parent.width
+        sourceComponent: {
+            switch (control.setting.kind) {
+            case SettingModel.Toggle: return toggle;
+            case SettingModel.Slider: return slider;
+            case SettingModel.Choice: return choice;
+            case SettingModel.Text: return field;
+            case SettingModel.Action: return action;
+            }
+        }
+    }
+    Footnote {
+        x: Theme.margin
+        width: parent.width - 2 * Theme.margin
+        bottomPadding: Theme.rowPadding
+        visible: text !== ""
+        text: control.setting.footer
+        // It is the control's description.
+        Accessible.ignored: true
+    }
+    Footnote {
+        x: Theme.margin
+        width: parent.width - 2 * Theme.margin
+        bottomPadding: Theme.rowPadding
+        visible: text !== ""
+        text: control.setting.note
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+
+    Component {
+        id: toggle
+
+        SwitchRow {
+            text: control.setting.title
+            checked: control.setting.on
+            onToggled: control.setting.on = checked
+            Accessible.description: control.setting.footer
+        }
+    }
+    Component {
+        id: slider
+
+        SliderRow {
+            title: control.setting.title
+            valueText: control.setting.numberText
+            footer: control.setting.footer
+            from: control.setting.lower
+            to: control.setting.upper
+            stepSize: control.setting.step
+            value: control.setting.number
+            onMoved: value => control.setting.number = value
+        }
+    }
+    Component {
+        id: choice
+
+        PickerRow {
+            title: control.setting.title
+            footer: control.setting.footer
+            textRole: "t"
+            valueRole: "v"
+            model: control.setting.options
+            currentIndex: control.setting.optionIndex
+            onActivated: index => control.setting.optionIndex = index
+        }
+    }
+    Component {
+        id: field
+
+        FieldRow {
+            title: control.setting.title
+            secret: control.setting.secret
+            footer: control.setting.footer
+            text: control.setting.text
+            onEdited: text => control.setting.text = text
+        }
+    }
+    Component {
+        id: action
+
+        SettingAction {
+            setting: control.setting
+            actions: control.actions
+            onChanged: control.changed()
+            onDictate: control.dictate()
+            onOpenToolbar: control.openToolbar()
+        }
+    }
+}

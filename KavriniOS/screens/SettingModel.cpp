@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: MIT
+#include "screens/SettingModel.h"
+
+#include "store/Shared.h"
+
+#include <QVariantMap>
+
+#include <algorithm>
+#include <cmath>
+
+namespace kavrin
+{
+
+namespace
+{
+
+/// What an item of another kind gives: nothing of it is shown.
+template <typename Kind> const Kind &kindOf(const Prefs::Item &item)
+{
+    static const Kind otherKind = {};
+    const Kind *kind = std::get_if<Kind>(&item.kind);
+    return kind != nullptr ? *kind : otherKind;
+}
+
+} // namespace
+
+SettingModel::SettingModel(Prefs::Item item, QObject *parent)
+    : QObject(parent), m_item(std::move(item)), m_visible(Prefs::isVisible(m_item.key))
+{
+}
+
+void SettingModel::setNote(const QString &note)
+{
+    if (note != m_note) {
+        m_note = note;
+        Q_EMIT noteChanged();
+    }
+}
+
+void SettingModel::refresh()
+{
+    reread();
+    Q_EMIT textChanged();
+    const bool visible = Prefs::isVisible(m_item.key);
+    if (visible != m_visible) {
+        m_visible = visible;
+        Q_EMIT visibleChanged();
+    }
+}
+
+void SettingModel::reread()
+{
+    ++m_tick;
+    Q_EMIT ticked();
+}
+
+bool SettingModel::store(const PropertyListValue &value)
+{
+    const bool stored = Prefs::set(m_item.key, value);
+    setNote(stored ? QString() : tr("This could not be saved. %1").arg(Shared::d().lastError()));
+    return stored;
+}
+
+bool SettingModel::isOn() const
+{
+    return Prefs::get<bool>(m_item.key);
+}
+
+void SettingModel::setOn(bool on)
+{
+    store(on);
+    reread();
+    Q_EMIT changed();
+}
+
+double SettingModel::number() const
+{
+    return Prefs::get<double>(m_item.key);
+}
+
+void SettingModel::setNumber(double number)
+{
+    store(step() * std::round(number / step()));
+    reread();
+}
+
+QString SettingModel::numberText() const
+{
+    return Prefs::format(number(), kindOf<catalogue::Slider>(m_item).unit);
+}
+
+double SettingModel::lower() const
+{
+    return kindOf<catalogue::Slider>(m_item).lower;
+}
+
+double SettingModel::upper() const
+{
+    return kindOf<catalogue::Slider>(m_item).upper;
+}
+
+double SettingModel::step() const
+{
+    return kindOf<catalogue::Slider>(m_item).step;
+}
+
+QString SettingModel::text() const
+{
+    return Prefs::get<QString>(m_item.key);
+}
+
+void SettingModel::setText(const QString &text)
+{
+    // What could not be stored stays in the field: it may be all that there is of it.
+    if (store(text)) {
+        Q_EMIT textChanged();
+    }
+    reread();
+}
+
+bool SettingModel::isSecret() const
+{
+    return kindOf<catalogue::Text>(m_item).secret;
+}
+
+QVariantList SettingModel::options() const
+{
+    QVariantList options;
+    for (const Prefs::Opt &option : kindOf<catalogue::Choice>(m_item).options) {
+        options.append(QVariantMap{{QStringLiteral("v"), option.v}, {QStringLiteral("t"), option.t}});
+    }
+    return options;
+}
+
+int SettingModel::optionIndex() const
+{
+    const std::vector<Prefs::Opt> &options = kindOf<catalogue::Choice>(m_item).options;
+    const auto chosen = std::ranges::find(options, text(), &Prefs::Opt::v);
+    return chosen == options.end() ? -1 : int(chosen - options.begin());
+}
+
+void SettingModel::setOptionIndex(int index)
+{
+    store(kindOf<catalogue::Choice>(m_item).options.at(std::size_t(index)).v);
+    reread();
+    Q_EMIT changed();
+}
+
+QString SettingModel::action() const
+{
+    return kindOf<catalogue::Action>(m_item).identifier;
+}
+
+} // namespace kavrin

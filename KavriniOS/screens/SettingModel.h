@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "store/Prefs.h"
+
+#include <QObject>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+
+namespace kavrin
+{
+
+/// One item of the catalogue as a row shows it. Reads through Prefs, and stores every change at once.
+/// Main thread only.
+class SettingModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("A page makes its own.")
+
+    Q_PROPERTY(QString key READ key CONSTANT)
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString footer READ footer CONSTANT)
+    Q_PROPERTY(Kind kind READ kind CONSTANT)
+    Q_PROPERTY(bool visible READ isVisible NOTIFY visibleChanged)
+    Q_PROPERTY(int tick READ tick NOTIFY ticked)
+    Q_PROPERTY(QString note READ note WRITE setNote NOTIFY noteChanged)
+
+    Q_PROPERTY(bool on READ isOn WRITE setOn NOTIFY ticked)
+
+    Q_PROPERTY(double number READ number WRITE setNumber NOTIFY ticked)
+    Q_PROPERTY(QString numberText READ numberText NOTIFY ticked)
+    Q_PROPERTY(double lower READ lower CONSTANT)
+    Q_PROPERTY(double upper READ upper CONSTANT)
+    Q_PROPERTY(double step READ step CONSTANT)
+
+    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
+    Q_PROPERTY(bool secret READ isSecret CONSTANT)
+
+    Q_PROPERTY(QVariantList options READ options CONSTANT)
+    Q_PROPERTY(int optionIndex READ optionIndex WRITE setOptionIndex NOTIFY ticked)
+
+    Q_PROPERTY(QString action READ action CONSTANT)
+
+public:
+    /// In the order of catalogue::Kind.
+    enum class Kind { Toggle, Slider, Choice, Text, Action };
+    Q_ENUM(Kind)
+
+    explicit SettingModel(Prefs::Item item, QObject *parent = nullptr);
+
+    [[nodiscard]] QString key() const { return m_item.key; }
+    [[nodiscard]] QString title() const { return m_item.title; }
+
+    /// Empty where the item has none.
+    [[nodiscard]] QString footer() const { return m_item.footer.value_or(QString()); }
+
+    [[nodiscard]] Kind kind() const { return Kind(m_item.kind.index()); }
+    [[nodiscard]] bool isVisible() const { return m_visible; }
+
+    /// How often the row has read its value anew.
+    [[nodiscard]] int tick() const { return m_tick; }
+
+    /// What an action has done, or why a change could not be stored.
+    [[nodiscard]] QString note() const { return m_note; }
+    void setNote(const QString &note);
+
+    /// Reads value and visibility again.
+    Q_INVOKABLE void refresh();
+
+    // A toggle.
+    [[nodiscard]] bool isOn() const;
+    void setOn(bool on);
+
+    // A slider. A number is stored snapped to the nearest step.
+    [[nodiscard]] double number() const;
+    void setNumber(double number);
+    [[nodiscard]] QString numberText() const;
+    [[nodiscard]] double lower() const;
+    [[nodiscard]] double upper() const;
+    [[nodiscard]] double step() const;
+
+    // A line of text.
+    [[nodiscard]] QString text() const;
+    void setText(const QString &text);
+    [[nodiscard]] bool isSecret() const;
+
+    // A choice: its options as {v, t}, and which of them is chosen, -1 where none is.
+    [[nodiscard]] QVariantList options() const;
+    [[nodiscard]] int optionIndex() const;
+    void setOptionIndex(int index);
+
+    /// The identifier of an action.
+    [[nodiscard]] QString action() const;
+
+Q_SIGNALS:
+    void ticked();
+    void textChanged();
+    void visibleChanged();
+    void noteChanged();
+
+    /// What was stored may show or hide other rows.
+    void changed();
+
+private:
+    bool store(const PropertyListValue &value);
+    void reread();
+
+    Prefs::Item m_item;
+    bool m_visible;
+    int m_tick = 0;
+    QString m_note;
+};
+
+} // namespace kavrin

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#include "screens/SettingsModel.h"
+
+#include <QVariantMap>
+
+#include <algorithm>
+
+namespace kavrin
+{
+
+SettingsModel::SettingsModel(Pasteboard &pasteboard, Contacts &contacts,
+                             const std::vector<Prefs::Page> &catalogue, QObject *parent)
+    : QObject(parent), m_catalogue(catalogue), m_actions(pasteboard, contacts, this)
+{
+}
+
+QVariantList SettingsModel::pages() const
+{
+    QVariantList pages;
+    for (const Prefs::Page &page : m_catalogue) {
+        pages.append(QVariantMap{{QStringLiteral("id"), page.id},
+                                 {QStringLiteral("title"), page.title},
+                                 {QStringLiteral("icon"), page.icon}});
+    }
+    return pages;
+}
+
+PageModel *SettingsModel::makePage(const QString &id) const
+{
+    const auto page = std::ranges::find(m_catalogue, id, &Prefs::Page::id);
+    return page == m_catalogue.end() ? nullptr : new PageModel(*page);
+}
+
+} // namespace kavrin

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "screens/PageModel.h"
+#include "screens/SettingActions.h"
+#include "store/Prefs.h"
+
+#include <QObject>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+
+#include <vector>
+
+namespace kavrin
+{
+
+/// What the settings screens show: the pages of a catalogue, each made when it is opened. Main thread only.
+class SettingsModel : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application has it.")
+
+    Q_PROPERTY(QVariantList pages READ pages CONSTANT)
+    Q_PROPERTY(kavrin::SettingActions *actions READ actions CONSTANT)
+
+public:
+    /// All three must outlive this object.
+    SettingsModel(Pasteboard &pasteboard, Contacts &contacts,
+                  const std::vector<Prefs::Page> &catalogue = Prefs::pages(), QObject *parent = nullptr);
+
+    /// The pages as {id, title, icon}, in the catalogue's order.
+    [[nodiscard]] QVariantList pages() const;
+
+    [[nodiscard]] SettingActions *actions() { return &m_actions; }
+
+    /// The page with this id, made anew and owned by the caller; null where there is none.
+    [[nodiscard]] Q_INVOKABLE kavrin::PageModel *makePage(const QString &id) const;
+
+private:
+    const std::vector<Prefs::Page> &m_catalogue;
+    SettingActions m_actions;
+};
+
+} // namespace kavrin

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#include "screens/SymbolImageProvider.h"
+
+#include "platform/Symbols.h"
+#include "screens/ToolIcon.h"
+
+#include <QPainter>
+
+#include <algorithm>
+
+namespace kavrin
+{
+
+namespace
+{
+
+/// Where the image has no sourceSize.
+constexpr int defaultPixels = 20;
+
+QImage symbol(const QString &name, int pixels)
+{
+    return name == u"custom.sticker" ? ToolIcon::sticker(pixels) : Symbols::image(name, pixels);
+}
+
+void tint(QImage &image, const QColor &color)
+{
+    QPainter painter(&image);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(image.rect(), color);
+}
+
+} // namespace
+
+QImage SymbolImageProvider::requestImage(const QString &id, QSize *size, const QSize &requestedSize)
+{
+    const int largerSide = std::max(requestedSize.width(), requestedSize.height());
+    const int pixels = largerSide > 0 ? largerSide : defaultPixels;
+    QImage image = symbol(id.section(u'?', 0, 0), pixels);
+    if (image.isNull()) {
+        // Qt Quick would warn of a null image.
+        image = QImage(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+    }
+    const QColor color = QColor::fromString(QLatin1Char('#') + id.section(u'?', 1));
+    tint(image, color.isValid() ? color : QColor(Qt::black));
+    *size = image.size();
+    return image;
+}
+
+} // namespace kavrin

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: MIT
+#include "screens/ToolbarOrder.h"
+
+#include "store/Prefs.h"
+#include "store/Shared.h"
+
+#include <algorithm>
+
+namespace kavrin
+{
+
+namespace
+{
+
+const QString settingsTool = QStringLiteral("settings");
+
+/// Null where no tool has that identifier.
+const Prefs::Tool *findTool(const QString &id)
+{
+    const std::vector<Prefs::Tool> &tools = Prefs::toolIDs();
+    const auto tool = std::ranges::find(tools, id, &Prefs::Tool::id);
+    return tool == tools.end() ? nullptr : &*tool;
+}
+
+bool isShown(const QString &id)
+{
+    return id != settingsTool && findTool(id) != nullptr;
+}
+
+} // namespace
+
+ToolbarOrder::ToolbarOrder(QObject *parent)
+    : QAbstractListModel(parent), m_order(Prefs::toolOrder()), m_hidden(Prefs::toolHidden())
+{
+}
+
+int ToolbarOrder::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_order.size());
+}
+
+QVariant ToolbarOrder::data(const QModelIndex &index, int role) const
+{
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
+        return {};
+    }
+    const QString &id = m_order[index.row()];
+    const Prefs::Tool *tool = findTool(id);
+    switch (role) {
+    case ToolId:
+        return id;
+    case Title:
+        return tool != nullptr ? tool->title : QString();
+    case Icon:
+        return tool != nullptr ? tool->icon : QString();
+    case Shown:
+        return isShown(id);
+    case VisibleTool:
+        return !m_hidden.contains(id);
+    case Position:
+        return int(shownRows().indexOf(index.row())) + 1;
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> ToolbarOrder::roleNames() const
+{
+    return {
+        {ToolId, "toolId"},           {Title, "title"},       {Icon, "icon"}, {Shown, "shown"},
+        {VisibleTool, "visibleTool"}, {Position, "position"},
+    };
+}
+
+QList<int> ToolbarOrder::shownRows() const
+{
+    QList<int> rows;
+    for (int row = 0; row < rowCount(); ++row) {
+        if (isShown(m_order[row])) {
+            rows.append(row);
+        }
+    }
+    return rows;
+}
+
+int ToolbarOrder::shownCount() const
+{
+    return int(shownRows().size());
+}
+
+void ToolbarOrder::move(int from, int toOffset)
+{
+    const bool exists = from >= 0 && from < rowCount() && toOffset >= 0 && toOffset <= rowCount();
+    if (!exists || toOffset == from || toOffset == from + 1) {
+        return;
+    }
+    QStringList order = m_order;
+    order.move(from, toOffset > from ? toOffset - 1 : toOffset);
+    if (store(order, m_hidden)) {
+        beginMoveRows({}, from, from, {}, toOffset);
+        m_order = order;
+        endMoveRows();
+        changed(Position);
+    }
+}
+
+void ToolbarOrder::moveTo(int row, int position)
+{
+    const QList<int> rows = shownRows();
+    const qsizetype now = rows.indexOf(row);
+    if (now < 0) {
+        return;
+    }
+    const qsizetype target = std::clamp<qsizetype>(position - 1, 0, rows.size() - 1);
+    move(row, target > now ? rows[target] + 1 : rows[target]);
+}
+
+void ToolbarOrder::setVisible(int row, bool visible)
+{
+    if (row < 0 || row >= rowCount() || m_order[row] == settingsTool) {
+        return;
+    }
+    std::set<QString> hidden = m_hidden;
+    if (visible) {
+        hidden.erase(m_order[row]);
+    } else {
+        hidden.insert(m_order[row]);
+    }
+    if (hidden != m_hidden && store(m_order, hidden)) {
+        m_hidden = hidden;
+        // Of all rows: the order may hold a tool twice.
+        changed(VisibleTool);
+    }
+}
+
+bool ToolbarOrder::store(const QStringList &order, const std::set<QString> &hidden)
+{
+    const bool stored = Prefs::setTools(order, hidden);
+    m_note = stored ? QString() : tr("This could not be saved. %1").arg(Shared::d().lastError());
+    Q_EMIT noteChanged();
+    if (!stored) {
+        reload();
+    }
+    return stored;
+}
+
+void ToolbarOrder::reload()
+{
+    m_hidden = Prefs::toolHidden();
+    changed(VisibleTool);
+    const QStringList stored = Prefs::toolOrder();
+    // A view makes all rows anew, and the focus is lost; as a rule nothing of the change was stored.
+    if (stored != m_order) {
+        beginResetModel();
+        m_order = stored;
+        endResetModel();
+        Q_EMIT shownCountChanged();
+    }
+}
+
+void ToolbarOrder::changed(Role role)
+{
+    Q_EMIT dataChanged(index(0), index(rowCount() - 1), {role});
+}
+
+} // namespace kavrin

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QAbstractListModel>
+#include <QStringList>
+#include <QtQml/qqmlregistration.h>
+
+#include <set>
+
+namespace kavrin
+{
+
+/// The keyboard's toolbar as it is being edited: one row for each entry of the order, "settings" among them,
+/// which is not shown. Reads Prefs when it is made, and hands every change to Prefs at once; before the first
+/// change nothing is stored. Main thread only.
+class ToolbarOrder : public QAbstractListModel
+{
+    Q_OBJECT
+    QML_ELEMENT
+
+    Q_PROPERTY(int shownCount READ shownCount NOTIFY shownCountChanged)
+    Q_PROPERTY(QString note READ note NOTIFY noteChanged)
+
+public:
+    enum Role {
+        ToolId = Qt::UserRole, ///< "toolId"
+        Title, ///< "title"
+        Icon, ///< "icon": a system symbol, or "custom.sticker"
+        Shown, ///< "shown": whether the editor has a row for it
+        VisibleTool, ///< "visibleTool": whether the toolbar has it
+        Position, ///< "position": its place among the shown rows, from 1; 0 where it has none
+    };
+
+    explicit ToolbarOrder(QObject *parent = nullptr);
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
+
+    [[nodiscard]] const QStringList &order() const { return m_order; }
+    [[nodiscard]] const std::set<QString> &hidden() const { return m_hidden; }
+
+    /// How many rows are shown.
+    [[nodiscard]] int shownCount() const;
+
+    /// Why the last change could not be stored, and was taken back; empty when it was stored.
+    [[nodiscard]] QString note() const { return m_note; }
+
+    /// Moves the row `from` to before the row `toOffset`, both as they are counted before the move; the
+    /// number of rows moves it to the end. Does nothing where that changes nothing or there is no such row.
+    Q_INVOKABLE void move(int from, int toOffset);
+
+    /// Moves a shown row so that it is the `position`th of the shown rows: before the one that it takes the
+    /// place of when moved up, and after it when moved down. The nearest position where there is none such.
+    Q_INVOKABLE void moveTo(int row, int position);
+
+    /// Shows a tool in the toolbar, or hides it. "settings" cannot be hidden.
+    Q_INVOKABLE void setVisible(int row, bool visible);
+
+Q_SIGNALS:
+    void shownCountChanged();
+    void noteChanged();
+
+private:
+    [[nodiscard]] QList<int> shownRows() const;
+    bool store(const QStringList &order, const std::set<QString> &hidden);
+    void reload();
+    void changed(Role role);
+
+    QStringList m_order;
+    std::set<QString> m_hidden;
+    QString m_note;
+};
+
+} // namespace kavrin

@@ -1,0 +1,330 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Layouts
+import Kavrin.Screens
+import Kavrin.Theme
+
+/// Orders the keyboard's toolbar, and hides tools from it.
+TitledPage {
+    id: view
+
+    readonly property ToolbarOrder tools: ToolbarOrder { }
+
+    title: "Toolbar icons"
+
+    Column {
+        width: parent.width
+        spacing: 7
+
+        Card {
+            Item {
+                id: list
+
+                readonly property int iconWidth: 28
+                readonly property int textGap: 14
+
+                /// The row that is held by its handle; null where none is.
+                property Item held: null
+                /// The row that was held last, which stays above the others on its way home.
+                property Item lifted: null
+                /// Where the pointer is in the page, and where it took hold.
+                property real pointer
+                property real pointerAtFirst
+                /// From the held row's top to the pointer, in the content as it was scrolled then.
+                property real grip
+                /// The pointer has moved since, so that it is more than a click.
+                property bool dragged: false
+
+                /// Where the held row would be, were there no ends to the list.
+                readonly property real heldTop: pointer + view.flickable.contentY - grip
+                /// The shown rows from top to bottom, with the held one where it would be dropped: below those that
+                /// it has come more than halfway past. (One binding, so that no row ever sees half of a change.)
+                readonly property var rowsInPlace: {
+                    const others = [];
+                    for (let i = 0; i < rows.count; ++i) {
+                        const row = rows.itemAt(i);
+                        if (row && row.shown && row !== held) {
+                            others.push(row);
+                        }
+                    }
+                    others.sort((one, other) => one.position - other.position);
+                    if (held) {
+                        let top = 0;
+                        const below = others.findIndex(row => {
+                            top += row.height;
+                            return heldTop <= top - row.height / 2;
+                        });
+                        others.splice(below < 0 ? others.length : below, 0, held);
+                    }
+                    return others;
+                }
+                /// Pixels a second, faster the nearer the pointer is to an edge; negative upwards.
+                readonly property real scrollSpeed: {
+                    if (!held || !dragged) {
+                        return 0;
+                    }
+                    const top = view.flickable.y + Theme.rowHeight;
+                    const bottom = view.flickable.y + view.flickable.height - Theme.rowHeight;
+                    return 10 * (Math.min(0, pointer - top) + Math.max(0, pointer - bottom));
+                }
+
+                function topOf(row: Item): real {
+                    let top = 0;
+                    for (const other of rowsInPlace) {
+                        if (other === row) {
+                            break;
+                        }
+                        top += other.height;
+                    }
+                    return top;
+                }
+
+                function take(row: Item, at: real) {
+                    moving.stop();
+                    grip = at + view.flickable.contentY - row.y;
+                    pointer = at;
+                    pointerAtFirst = at;
+                    dragged = false;
+                    lifted = row;
+                    held = row;
+                }
+
+                function drag(to: real) {
+                    pointer = to;
+                    dragged = dragged || Math.abs(to - pointerAtFirst) >= Qt.styleHints.startDragDistance;
+                }
+
+                function drop() {
+                    if (held) {
+                        moving.restart();
+                        view.tools.moveTo(held.index, rowsInPlace.indexOf(held) + 1);
+                        held = null;
+                    }
+                }
+
+                function letGo() {
+                    moving.restart();
+                    held = null;
+                }
+
+                /// Moves a row by itself, as the keyboard and screen readers do, and keeps it in sight.
+                function moveTo(row: Item, position: int) {
+                    if (!held) {
+                        moving.restart();
+                        view.tools.moveTo(row.index, position);
+                        const top = list.mapToItem(view.contentColumn, 0, topOf(row)).y;
+                        view.showRange(top, top + row.height);
+                    }
+                }
+
+                width: parent.width
+                height: rowsInPlace.reduce((sum, row) => sum + row.height, 0)
+                Accessible.role: Accessible.List
+                Accessible.name: view.title
+
+                Timer {
+                    id: moving
+
+                    interval: Theme.transition
+                }
+                FrameAnimation {
+                    running: list.scrollSpeed !== 0
+                    onTriggered: {
+                        const last = Math.max(0, view.flickable.contentHeight - view.flickable.height);
+                        const wanted = view.flickable.contentY + list.scrollSpeed * frameTime;
+                        view.flickable.contentY = Math.max(0, Math.min(wanted, last));
+                    }
+                }
+
+                Repeater {
+                    id: rows
+
+                    model: view.tools
+
+                    CardRow {
+                        id: row
+
+                        required property int index
+                        required property string title
+                        required property string icon
+                        required property bool shown
+                        required property bool visibleTool
+                        required property int position
+
+                        readonly property bool isHeld: list.held === row
+
+                        y: isHeld ? Math.max(0, Math.min(list.heldTop, list.height - height)) : list.topOf(row)
+                        z: list.lifted === row ? 1 : 0
+                        visible: shown
+                        textInset: Theme.margin + list.iconWidth + list.textGap
+                        Accessible.role: Accessible.ListItem
+                        Accessible.name: title
+                        Accessible.ignored: !shown
+                        Keys.onPressed: event => {
+                            const steps = event.key === Qt.Key_Up ? -1 : event.key === Qt.Key_Down ? 1 : 0;
+                            if (steps !== 0 && (handle.activeFocus || event.modifiers & Qt.AltModifier)) {
+                                list.moveTo(row, position + steps);
+                                event.accepted = true;
+                            }
+                        }
+
+                        Behavior on y {
+                            enabled: moving.running || (list.held !== null && !row.isHeld)
+                            NumberAnimation {
+                                duration: Theme.transition
+                                easing.type: Easing.OutCubic
+                            }
+                        }
+
+                        Item {
+                            width: parent.width
+                            height: content.height
+
+                            Rectangle {
+                                anchors.fill: parent
+                                anchors.margins: -1
+                                anchors.bottomMargin: -4
+                                opacity: raised.opacity
+                                radius: Theme.radius + 1
+                                color: Theme.shadow
+                            }
+                            Rectangle {
+                                id: raised
+
+                                anchors.fill: parent
+                                opacity: row.isHeld ? 1 : 0
+                                radius: Theme.radius
+                                color: Theme.raised
+
+                                Behavior on opacity {
+                                    NumberAnimation {
+                                        duration: Theme.quickTransition
+                                    }
+                                }
+                            }
+                            RowLayout {
+                                id: content
+
+                                anchors.left: parent.left
+                                anchors.leftMargin: Theme.margin
+                                anchors.right: parent.right
+                                height: Math.max(Theme.rowHeight, label.implicitHeight + 2 * Theme.rowPadding)
+                                spacing: 0
+
+                                Item {
+                                    implicitWidth: list.iconWidth
+
+                                    Symbol {
+                                        anchors.centerIn: parent
+                                        name: row.icon
+                                        // Symbols that go with type of 17 are a fifth higher than the type.
+                                        size: row.icon === "custom.sticker" ? 23 : Math.round(17 * 1.2)
+                                        color: Theme.accent
+                                    }
+                                }
+                                Text {
+                                    id: label
+
+                                    Layout.fillWidth: true
+                                    Layout.leftMargin: list.textGap
+                                    text: row.title
+                                    horizontalAlignment: Text.AlignLeft
+                                    textFormat: Text.PlainText
+                                    color: Theme.text
+                                    font.pixelSize: Theme.bodySize
+                                    wrapMode: Text.Wrap
+                                    Accessible.ignored: true
+                                }
+                                SwitchRow {
+                                    Layout.fillHeight: true
+                                    implicitWidth: 66
+                                    width: implicitWidth
+                                    leftPadding: 8
+                                    rightPadding: 8
+                                    checked: row.visibleTool
+                                    onToggled: {
+                                        view.tools.setVisible(row.index, checked);
+                                        // Where it could not be stored, the switch goes back.
+                                        checked = Qt.binding(() => row.visibleTool);
+                                    }
+                                    Accessible.name: row.title
+                                    Accessible.ignored: !row.shown
+                                }
+                                Item {
+                                    id: handle
+
+                                    // What RowBackground and screen readers look at.
+                                    readonly property bool down: row.isHeld
+                                    readonly property alias hovered: grabber.containsMouse
+                                    readonly property bool visualFocus: activeFocus
+                                    readonly property int minimumValue: 1
+                                    readonly property int maximumValue: view.tools.shownCount
+                                    readonly property int stepSize: 1
+                                    readonly property int position: row.position
+                                    property real value
+
+                                    onPositionChanged: value = position
+                                    onValueChanged: {
+                                        if (value !== position) {
+                                            list.moveTo(row, Math.round(value));
+                                        }
+                                    }
+
+                                    Layout.fillHeight: true
+                                    implicitWidth: 48
+                                    activeFocusOnTab: true
+                                    Accessible.role: Accessible.Slider
+                                    Accessible.name: qsTr("Move %1").arg(row.title)
+                                    Accessible.description: qsTr("%1 of %2").arg(row.position).arg(maximumValue)
+                                    Accessible.focusable: true
+                                    Accessible.ignored: !row.shown
+                                    Accessible.onIncreaseAction: list.moveTo(row, row.position + 1)
+                                    Accessible.onDecreaseAction: list.moveTo(row, row.position - 1)
+
+                                    RowBackground {
+                                        anchors.fill: parent
+                                        control: handle
+                                    }
+                                    Symbol {
+                                        anchors.centerIn: parent
+                                        name: "line.3.horizontal"
+                                        color: Theme.secondaryText
+                                    }
+                                    MouseArea {
+                                        id: grabber
+
+                                        function pointerAt(mouse: var): real {
+                                            return mapToItem(view, mouse.x, mouse.y).y;
+                                        }
+
+                                        anchors.fill: parent
+                                        hoverEnabled: true
+                                        preventStealing: true
+                                        cursorShape: pressed ? Qt.ClosedHandCursor : Qt.OpenHandCursor
+                                        onPressed: mouse => list.take(row, pointerAt(mouse))
+                                        onPositionChanged: mouse => {
+                                            if (pressed) {
+                                                list.drag(pointerAt(mouse));
+                                            }
+                                        }
+                                        onReleased: list.drop()
+                                        onCanceled: list.letGo()
+                                    }
+                                }
+                            }
+                        }
+                    }
+                }
+            }
+        }
+        Footnote {
+            x: Theme.margin
+            width: parent.width - 2 * Theme.margin
+            visible: text !== ""
+            text: view.tools.note
+            color: Theme.warning
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+    }
+}

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+
+/// One row of a card, set off from the row above by a hairline that begins where the text does.
+Item {
+    id: row
+
+    /// Where the text begins.
+    property real textInset: Theme.margin
+    property alias spacing: column.spacing
+    default property alias content: column.data
+
+    width: parent ? parent.width : 0
+    height: column.height
+
+    Column {
+        id: column
+
+        width: parent.width
+    }
+    Rectangle {
+        visible: row.y > 0
+        x: row.LayoutMirroring.enabled ? 0 : row.textInset
+        width: parent.width - row.textInset
+        height: 1
+        color: Theme.hairline
+    }
+}

@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+
+/// Small secondary text, as section headers, footers and notes have it.
+Text {
+    color: Theme.secondaryText
+    font.pixelSize: Theme.footnoteSize
+    lineHeight: 1.15
+    wrapMode: Text.Wrap
+    horizontalAlignment: Text.AlignLeft
+    textFormat: Text.PlainText
+}

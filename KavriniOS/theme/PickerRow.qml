@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+
+/// A row with a title and the chosen one of several options, which opens the list of them.
+T.ComboBox {
+    id: row
+
+    property string title
+    property string footer
+
+    width: parent.width
+    implicitHeight: Math.max(Theme.rowHeight, implicitContentHeight + topPadding + bottomPadding)
+    leftPadding: Theme.margin
+    rightPadding: Theme.margin
+    topPadding: Theme.rowPadding
+    bottomPadding: Theme.rowPadding
+    hoverEnabled: true
+    Keys.onReturnPressed: popup.open()
+    Keys.onEnterPressed: popup.open()
+    Accessible.role: Accessible.ComboBox
+    Accessible.name: title
+    // Screen readers find no value in a combo box of Qt Quick; it goes first into its description.
+    Accessible.description: footer ? displayText + ". " + footer : displayText
+    Accessible.onPressAction: popup.open()
+
+    background: RowBackground {
+        control: row
+    }
+    contentItem: RowLayout {
+        spacing: 14
+
+        Text {
+            Layout.fillWidth: true
+            Layout.minimumWidth: row.availableWidth * 0.35
+            text: row.title
+            textFormat: Text.PlainText
+            color: Theme.text
+            font.pixelSize: Theme.bodySize
+            wrapMode: Text.Wrap
+            horizontalAlignment: Text.AlignLeft
+            Accessible.ignored: true
+        }
+        Text {
+            Layout.maximumWidth: row.availableWidth * 0.6
+            text: row.displayText
+            textFormat: Text.PlainText
+            color: Theme.secondaryText
+            font.pixelSize: Theme.bodySize
+            wrapMode: Text.Wrap
+            horizontalAlignment: Text.AlignRight
+            Accessible.ignored: true
+        }
+        Symbol {
+            name: "chevron.up.chevron.down"
+            size: 14
+            color: Theme.secondaryText
+        }
+    }
+    delegate: T.ItemDelegate {
+        id: option
+
+        required property int index
+        required property var modelData
+
+        width: ListView.view.width
+        implicitHeight: Math.max(44, implicitContentHeight + topPadding + bottomPadding)
+        padding: 10
+        leftPadding: 12
+        rightPadding: 12
+        text: modelData[row.textRole]
+        highlighted: row.highlightedIndex === index
+        hoverEnabled: true
+        Accessible.role: Accessible.ListItem
+        Accessible.name: text
+        Accessible.selected: row.currentIndex === index
+        Accessible.onPressAction: {
+            row.currentIndex = index;
+            row.activated(index);
+            row.popup.close();
+        }
+
+        background: Rectangle {
+            radius: Theme.radius - 4
+            color: option.down ? Theme.pressed : option.highlighted ? Theme.highlight : "transparent"
+
+            FocusRing {
+                visible: option.highlighted && row.visualFocus
+                radius: parent.radius
+            }
+        }
+        contentItem: RowLayout {
+            spacing: 8
+
+            Text {
+                Layout.fillWidth: true
+                text: option.text
+                textFormat: Text.PlainText
+                color: Theme.text
+                font.pixelSize: Theme.bodySize
+                wrapMode: Text.Wrap
+                horizontalAlignment: Text.AlignLeft
+                Accessible.ignored: true
+            }
+            Symbol {
+                opacity: row.currentIndex === option.index ? 1 : 0
+                name: "checkmark"
+                size: 16
+                color: Theme.accent
+            }
+        }
+    }
+    popup: T.Popup {
+        readonly property real spaceAround: 12
+
+        // As wide as its options want, over the row's end, and never beyond the window.
+        width: Math.min(row.width, Math.max(260, row.width * 0.6))
+        height: Math.min(implicitContentHeight + 2 * padding, row.Window.height - 2 * spaceAround)
+        x: row.mirrored ? 0 : row.width - width
+        y: row.height - 6
+        margins: spaceAround
+        padding: 6
+        modal: true
+        dim: false
+        enter: Transition {
+            NumberAnimation {
+                property: "opacity"
+                from: 0
+                to: 1
+                duration: Theme.quickTransition
+            }
+        }
+        exit: Transition {
+            NumberAnimation {
+                property: "opacity"
+                to: 0
+                duration: Theme.quickTransition
+            }
+        }
+        background: Rectangle {
+            radius: Theme.radius
+            color: Theme.raised
+            border.width: 1
+            border.color: Theme.hairline
+
+            Repeater {
+                model: 8
+
+                Rectangle {
+                    required property int index
+
+                    z: -1
+                    anchors.fill: parent
+                    anchors.margins: -2 * index
+                    anchors.topMargin: 4 - 2 * index
+                    anchors.bottomMargin: -4 - 2 * index
+                    radius: Theme.radius + 2 * index
+                    color: Theme.shadow
+                }
+            }
+        }
+        contentItem: ListView {
+            clip: true
+            implicitHeight: contentHeight
+            model: row.delegateModel
+            currentIndex: row.highlightedIndex
+            highlightMoveDuration: 0
+            boundsBehavior: Flickable.StopAtBounds
+            Accessible.role: Accessible.List
+            Accessible.name: row.title
+            T.ScrollBar.vertical: ScrollBar { }
+        }
+    }
+}

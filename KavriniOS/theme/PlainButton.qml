@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Templates as T
+
+/// A button that stands by itself: filled with the accent colour where `prominent`.
+T.Button {
+    id: button
+
+    property bool prominent: false
+
+    implicitWidth: Math.max(Theme.rowHeight * 2, implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: Math.max(Theme.rowHeight, implicitContentHeight + topPadding + bottomPadding)
+    leftPadding: 28
+    rightPadding: 28
+    topPadding: Theme.rowPadding
+    bottomPadding: Theme.rowPadding
+    hoverEnabled: true
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    background: Item {
+        Rectangle {
+            anchors.fill: parent
+            radius: Theme.radius
+            color: button.prominent ? Theme.accent : "transparent"
+        }
+        Rectangle {
+            anchors.fill: parent
+            radius: Theme.radius
+            color: button.down ? Theme.pressed : button.hovered ? Theme.highlight : "transparent"
+        }
+        FocusRing {
+            anchors.margins: -4
+            radius: Theme.radius + 4
+            control: button
+        }
+    }
+    contentItem: Text {
+        text: button.text
+        textFormat: Text.PlainText
+        color: button.prominent ? Theme.onAccent : Theme.accent
+        font.pixelSize: Theme.bodySize
+        font.weight: button.prominent ? Font.DemiBold : Font.Normal
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.Wrap
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+
+/// The background of a row that can be pressed: says that it is hovered, pressed or has the focus.
+Item {
+    id: background
+
+    required property Item control
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: 3
+        radius: Theme.radius - 3
+        color: background.control.down ? Theme.pressed : background.control.hovered ? Theme.highlight : "transparent"
+
+        FocusRing {
+            control: background.control
+        }
+    }
+}

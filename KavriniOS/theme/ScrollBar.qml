@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Templates as T
+
+/// A thin bar at the side, seen while there is more than fits and something moves or points at it.
+T.ScrollBar {
+    id: bar
+
+    padding: 2
+    implicitWidth: 10
+    minimumSize: 0.08
+    visible: size < 1
+    contentItem: Rectangle {
+        implicitWidth: 6
+        radius: 3
+        color: Theme.secondaryText
+        opacity: bar.pressed ? 0.8 : bar.active || bar.hovered ? 0.5 : 0
+
+        Behavior on opacity {
+            NumberAnimation {
+                duration: Theme.transition
+            }
+        }
+    }
+}

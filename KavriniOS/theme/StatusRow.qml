@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Layouts
+
+/// A row that only says something, with a symbol beside it where it has one.
+RowLayout {
+    id: row
+
+    property string symbol
+    property string text
+    property color color: Theme.text
+
+    x: Theme.margin
+    width: parent.width - 2 * Theme.margin
+    height: Math.max(Theme.rowHeight, label.implicitHeight + 2 * Theme.rowPadding)
+    spacing: 10
+    Accessible.role: Accessible.StaticText
+    Accessible.name: text
+
+    Symbol {
+        visible: name !== ""
+        name: row.symbol
+        color: row.color
+    }
+    Text {
+        id: label
+
+        Layout.fillWidth: true
+        text: row.text
+        textFormat: Text.PlainText
+        color: row.color
+        font.pixelSize: Theme.bodySize
+        wrapMode: Text.Wrap
+        horizontalAlignment: Text.AlignLeft
+        Accessible.ignored: true
+    }
+}

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+pragma Singleton
+
+import QtQuick
+
+/// Every colour, distance, duration and type size of the application. Distances are in logical pixels,
+/// durations in milliseconds.
+QtObject {
+    id: theme
+
+    /// What the desktop wants; the application sets both.
+    property bool dark: false
+    property color desktopAccent: "transparent"
+
+    readonly property color background: dark ? "#111114" : "#f2f2f6"
+    readonly property color card: dark ? "#1d1d21" : "#ffffff"
+    readonly property color raised: dark ? "#2a2a30" : "#ffffff"
+    readonly property color text: dark ? "#f4f4f6" : "#18181b"
+    readonly property color secondaryText: dark ? "#a5a5af" : "#62626c"
+    readonly property color hairline: dark ? "#34343b" : "#e3e3e9"
+    readonly property color track: dark ? "#46464f" : "#d6d6de"
+    readonly property color thumb: "#ffffff"
+    readonly property color highlight: dark ? "#14ffffff" : "#0c000000"
+    readonly property color pressed: dark ? "#24ffffff" : "#18000000"
+    readonly property color shadow: dark ? "#20000000" : "#08000000"
+    readonly property color good: dark ? "#3ddc74" : "#1a7f3c"
+    readonly property color warning: dark ? "#ffb340" : "#b25e00"
+    readonly property color destructive: dark ? "#ff6961" : "#c9211a"
+    readonly property color accent: desktopAccent.a > 0 ? desktopAccent : dark ? "#7d9dff" : "#3157d5"
+    /// Readable on the accent colour.
+    readonly property color onAccent: luminance(accent) > 0.36 ? "#18181b" : "#ffffff"
+
+    readonly property int margin: 16
+    readonly property int radius: 12
+    readonly property int rowHeight: 48
+    readonly property int rowPadding: 11
+    readonly property int barHeight: 52
+    readonly property int symbolSize: 20
+    readonly property int contentWidth: 640
+
+    /// Type grows with the font size that the desktop asks of its applications; its lines are
+    /// 18 pixels high where nobody has asked for anything.
+    readonly property FontMetrics desktopFont: FontMetrics {
+        font: Qt.application.font
+    }
+    readonly property real fontScale: Math.max(1, desktopFont.height / 18)
+    /// A family whose digits are equally wide; those of the interface font are not.
+    readonly property string tabularFamily: "Noto Sans"
+    readonly property string monospaceFamily: "monospace"
+    readonly property int largeTitleSize: Math.round(30 * fontScale)
+    readonly property int titleSize: Math.round(17 * fontScale)
+    readonly property int bodySize: Math.round(16 * fontScale)
+    readonly property int footnoteSize: Math.round(13 * fontScale)
+
+    readonly property int transition: 260
+    readonly property int quickTransition: 120
+
+    /// The relative luminance of a colour, 0 to 1, as WCAG 2 defines it.
+    function luminance(color: color): real {
+        const linear = part => part <= 0.04045 ? part / 12.92 : Math.pow((part + 0.055) / 1.055, 2.4);
+        return 0.2126 * linear(color.r) + 0.7152 * linear(color.g) + 0.0722 * linear(color.b);
+    }
+}

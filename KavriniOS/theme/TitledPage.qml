@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Templates as T
+
+/// A page: a bar, and below it the content, led by a large title that shrinks into the bar as it is scrolled
+/// away. The content keeps a readable width.
+FocusScope {
+    id: page
+
+    property string title
+    property bool canGoBack: T.StackView.index > 0
+    default property alias content: column.data
+    readonly property alias contentColumn: column
+    readonly property alias flickable: flickable
+
+    /// The user wants to go back to where the page was opened.
+    signal back
+
+    readonly property real titleShrunk: Math.max(0, Math.min(1, (flickable.contentY - largeTitle.height * 0.4)
+                                                                / (largeTitle.height * 0.5)))
+    readonly property Item focusedItem: Window.activeFocusItem
+
+    onFocusedItemChanged: {
+        if (focusedItem && isInside(focusedItem)) {
+            show(focusedItem);
+        }
+    }
+
+    function isInside(item: Item): bool {
+        for (let ancestor = item.parent; ancestor; ancestor = ancestor.parent) {
+            if (ancestor === column) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    /// Scrolls as little as it takes to show an item.
+    function show(item: Item) {
+        const top = item.mapToItem(column, 0, 0).y;
+        showRange(top, top + item.height);
+    }
+
+    /// Scrolls as little as it takes to show what lies between two heights of the content.
+    function showRange(top: real, bottom: real) {
+        const last = Math.max(0, flickable.contentHeight - flickable.height);
+        if (top < flickable.contentY + Theme.margin) {
+            flickable.contentY = Math.max(0, Math.min(top - Theme.margin, last));
+        } else if (bottom > flickable.contentY + flickable.height - Theme.margin) {
+            flickable.contentY = Math.max(0, Math.min(bottom - flickable.height + Theme.margin, last));
+        }
+    }
+
+    Accessible.role: Accessible.Pane
+    Accessible.name: title
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.background
+    }
+
+    Flickable {
+        id: flickable
+
+        anchors.fill: parent
+        anchors.topMargin: Theme.barHeight
+        contentWidth: width
+        contentHeight: column.height
+        boundsBehavior: Flickable.DragOverBounds
+        clip: true
+        T.ScrollBar.vertical: ScrollBar { }
+
+        Column {
+            id: column
+
+            x: (parent.width - width) / 2
+            width: Math.min(page.width - 2 * Theme.margin, Theme.contentWidth)
+            bottomPadding: 2 * Theme.margin
+            spacing: 26
+
+            Text {
+                id: largeTitle
+
+                width: parent.width
+                leftPadding: 2
+                opacity: 1 - page.titleShrunk
+                text: page.title
+                textFormat: Text.PlainText
+                color: Theme.text
+                font.pixelSize: Theme.largeTitleSize
+                font.weight: Font.Bold
+                wrapMode: Text.Wrap
+                horizontalAlignment: Text.AlignLeft
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+        }
+    }
+
+    Item {
+        width: parent.width
+        height: Theme.barHeight
+
+        T.AbstractButton {
+            id: backButton
+
+            visible: page.canGoBack
+            x: page.LayoutMirroring.enabled ? parent.width - width - 6 : 6
+            anchors.verticalCenter: parent.verticalCenter
+            width: 44
+            height: 44
+            hoverEnabled: true
+            text: qsTr("Back")
+            onClicked: page.back()
+            Keys.onReturnPressed: clicked()
+            Accessible.role: Accessible.Button
+            Accessible.name: text
+            Accessible.onPressAction: clicked()
+            background: RowBackground {
+                control: backButton
+            }
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "chevron.left"
+                    size: 20
+                    color: Theme.accent
+                    mirror: page.LayoutMirroring.enabled
+                }
+            }
+        }
+        Text {
+            anchors.centerIn: parent
+            width: parent.width - 2 * 56
+            opacity: page.titleShrunk
+            text: page.title
+            textFormat: Text.PlainText
+            color: Theme.text
+            font.pixelSize: Theme.titleSize
+            font.weight: Font.DemiBold
+            horizontalAlignment: Text.AlignHCenter
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 10
+            elide: Text.ElideRight
+            Accessible.ignored: true
+        }
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 1
+            opacity: page.titleShrunk
+            color: Theme.hairline
+        }
+    }
+}

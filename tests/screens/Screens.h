@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "doubles/FakeContacts.h"
+#include "doubles/FakeDesktop.h"
+#include "screens/SettingsModel.h"
+#include "store/Shared.h"
+#include "support/QmlWindow.h"
+#include "support/Wait.h"
+
+#include <QAccessible>
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+#include <memory>
+
+inline void PrintTo(const QString &text, std::ostream *stream)
+{
+    *stream << '"' << text.toStdString() << '"';
+}
+
+namespace kavrin::test
+{
+
+using namespace Qt::StringLiterals;
+
+/// The settings screens over the real suite, with a clipboard and an address book of the test's own.
+class Screens : public testing::Test
+{
+protected:
+    Journal journal;
+    FakePasteboard pasteboard{journal};
+    FakeContacts contacts;
+
+    /// Shows a page of this catalogue.
+    void openPage(const std::vector<Prefs::Page> &catalogue, const QString &id, QSize size = QSize(360, 720))
+    {
+        m_window.reset();
+        m_catalogue = catalogue;
+        m_settings = std::make_unique<SettingsModel>(pasteboard, contacts, m_catalogue);
+        m_page.reset(m_settings->makePage(id));
+        m_window = std::make_unique<QmlWindow>(
+            u"Kavrin.Screens"_qs, u"PageView"_qs,
+            QVariantMap{{u"page"_qs, QVariant::fromValue(m_page.get())},
+                        {u"actions"_qs, QVariant::fromValue(m_settings->actions())}},
+            size);
+    }
+
+    void openPage(const QString &id, QSize size = QSize(360, 720)) { openPage(Prefs::pages(), id, size); }
+
+    /// Shows the first screen of the application.
+    void openSettings()
+    {
+        m_window.reset();
+        m_settings = std::make_unique<SettingsModel>(pasteboard, contacts);
+        m_window =
+            std::make_unique<QmlWindow>(u"Kavrin.Screens"_qs, u"SettingsView"_qs,
+                                        QVariantMap{{u"settings"_qs, QVariant::fromValue(m_settings.get())}});
+    }
+
+    QmlWindow &window() { return *m_window; }
+    PageModel &page() { return *m_page; }
+
+    static std::optional<PropertyListValue> stored(const QString &key) { return Shared::d().object(key); }
+
+private:
+    std::vector<Prefs::Page> m_catalogue;
+    std::unique_ptr<SettingsModel> m_settings;
+    std::unique_ptr<PageModel> m_page;
+    std::unique_ptr<QmlWindow> m_window;
+};
+
+} // namespace kavrin::test

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#include "screens/SettingModel.h"
+#include "store/Shared.h"
+
+#include <QSignalSpy>
+
+#include <gmock/gmock.h>
+
+namespace kavrin::test
+{
+
+namespace
+{
+
+using namespace Qt::StringLiterals;
+
+std::optional<PropertyListValue> stored(const QString &key)
+{
+    return Shared::d().object(key);
+}
+
+Prefs::Item slider(double lower, double upper, double step)
+{
+    return {u"number"_qs, u"Number"_qs, catalogue::Slider{lower, lower, upper, step, {}}};
+}
+
+TEST(SettingModel, StoresANumberAtItsNearestStep)
+{
+    struct Case {
+        double lower;
+        double upper;
+        double step;
+        double moved;
+        double expected;
+        QString label;
+    };
+    const std::vector<Case> cases = {
+        {0, 1, 0.05, 0.437, 0.45, u"0.45"_qs}, {0, 1, 0.05, 0.42, 0.4, u"0.40"_qs},
+        {36, 80, 1, 54.4, 54, u"54"_qs},       {36, 80, 1, 54.5, 55, u"55"_qs},
+        {-12, 12, 1, -2.5, -3, u"-3"_qs},      {5, 1440, 5, 1440, 1440, u"1440"_qs},
+        {150, 800, 10, 384, 380, u"380"_qs},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.moved);
+        SettingModel setting(slider(c.lower, c.upper, c.step));
+        setting.setNumber(c.moved);
+        const auto value = stored(u"number"_qs);
+        ASSERT_TRUE(value && std::holds_alternative<double>(*value));
+        EXPECT_DOUBLE_EQ(std::get<double>(*value), c.expected);
+        EXPECT_EQ(setting.numberText(), c.label);
+    }
+}
+
+TEST(SettingModel, TellsThePageOfTogglesAndChoicesOnly)
+{
+    struct Case {
+        Prefs::Kind kind;
+        std::function<void(SettingModel &)> change;
+        int changes;
+    };
+    const std::vector<Case> cases = {
+        {catalogue::Toggle{false}, [](SettingModel &setting) { setting.setOn(true); }, 1},
+        {catalogue::Choice{u"a"_qs, {{u"a"_qs, u"A"_qs}, {u"b"_qs, u"B"_qs}}},
+         [](SettingModel &setting) { setting.setOptionIndex(1); }, 1},
+        {catalogue::Slider{0, 0, 9, 1, {}}, [](SettingModel &setting) { setting.setNumber(4); }, 0},
+        {catalogue::Text{{}, false}, [](SettingModel &setting) { setting.setText(u"x"_qs); }, 0},
+        {catalogue::Text{{}, true}, [](SettingModel &setting) { setting.setText(u"x"_qs); }, 0},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.kind.index());
+        SettingModel setting({u"key"_qs, u"Title"_qs, c.kind});
+        const QSignalSpy changed(&setting, &SettingModel::changed);
+        c.change(setting);
+        EXPECT_EQ(changed.size(), c.changes);
+        EXPECT_EQ(setting.tick(), 1);
+    }
+}
+
+TEST(SettingModel, StampsTheRevisionWithEveryChange)
+{
+    SettingModel setting({u"key"_qs, u"Title"_qs, catalogue::Text{{}, false}});
+    setting.setText(u"a"_qs);
+    const auto first = stored(u"settingsRevision"_qs);
+    setting.setText(u"ab"_qs);
+    EXPECT_GT(std::get<double>(*stored(u"settingsRevision"_qs)), std::get<double>(*first));
+}
+
+TEST(SettingModel, HasNoChosenOptionWhereTheStoredOneIsUnknown)
+{
+    Prefs::set(u"key"_qs, u"gone"_qs);
+    const SettingModel setting({u"key"_qs, u"Title"_qs, catalogue::Choice{u"a"_qs, {{u"a"_qs, u"A"_qs}}}});
+    EXPECT_EQ(setting.optionIndex(), -1);
+}
+
+} // namespace
+
+} // namespace kavrin::test

@@ -161,9 +161,6 @@ FocusScope {
                 visible: view.rec.recording
                 prominent: true
                 text: qsTr("Stop")
-                Accessible.role: Accessible.Button
-                Accessible.name: text
-                Accessible.onPressAction: clicked()
                 onVisibleChanged: Qt.callLater(view.placeFocus)
                 onClicked: view.rec.stop()
             }
@@ -173,9 +170,6 @@ FocusScope {
                 Layout.alignment: Qt.AlignHCenter
                 Layout.margins: Theme.margin
                 text: qsTr("Close")
-                Accessible.role: Accessible.Button
-                Accessible.name: text
-                Accessible.onPressAction: clicked()
                 onClicked: view.closed()
             }
         }

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
-import QtQuick.Templates as T
 
 /// A row that does something when pressed.
-T.AbstractButton {
+PressButton {
     id: row
 
     property bool destructive: false
@@ -14,12 +13,6 @@ T.AbstractButton {
     rightPadding: Theme.margin
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
-    hoverEnabled: true
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: clicked()
 
     background: RowBackground {
         control: row

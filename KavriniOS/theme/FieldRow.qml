@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
-import QtQuick.Templates as T
 
 /// A row with a line of text to edit, under its title. Where `secret`, the text is masked unless the user asks
 /// to see it. Nothing is capitalised or corrected.
@@ -17,7 +16,7 @@ Item {
     signal edited(string text)
 
     width: parent.width
-    implicitHeight: Math.max(Theme.rowHeight, (label.visible ? label.height : 0) + field.implicitHeight
+    implicitHeight: Math.max(Theme.rowHeight, (label.visible ? label.height : 0) + box.height
                                               + 2 * Theme.rowPadding)
 
     Footnote {
@@ -31,34 +30,56 @@ Item {
         Accessible.ignored: true
     }
 
-    T.TextField {
-        id: field
+    FocusScope {
+        id: box
 
-        property bool revealed: false
+        // Qt 6.4 tells screen readers a masked text as it is, or no name with it: what they find of a secret field
+        // is this box, with the text as it is shown.
+        readonly property string text: field.displayText
+        readonly property int cursorPosition: field.cursorPosition
 
         x: Theme.margin
         y: label.visible ? label.y + label.height : (row.height - height) / 2
         width: parent.width - 2 * Theme.margin - (reveal.visible ? reveal.width : 0)
-        implicitHeight: Math.ceil(contentHeight) + topPadding + bottomPadding
-        topPadding: 3
-        bottomPadding: 3
-        color: Theme.text
-        selectionColor: Theme.accent
-        selectedTextColor: Theme.onAccent
-        placeholderTextColor: Theme.secondaryText
-        placeholderText: row.placeholder
-        font.pixelSize: Theme.bodySize
-        horizontalAlignment: TextInput.AlignLeft
-        selectByMouse: true
-        echoMode: row.secret && !revealed ? TextInput.Password : TextInput.Normal
-        passwordCharacter: "•"
-        inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
-                          | (row.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : 0)
-        onTextEdited: row.edited(text)
+        height: field.height
+        Accessible.ignored: !row.secret
         Accessible.role: Accessible.EditableText
-        Accessible.name: row.title || row.placeholder
+        Accessible.name: row.title
         Accessible.description: row.footer
+        Accessible.focusable: true
 
+        TextInput {
+            id: field
+
+            property bool revealed: false
+
+            width: parent.width
+            height: Math.ceil(contentHeight) + topPadding + bottomPadding
+            topPadding: 3
+            bottomPadding: 3
+            focus: true
+            activeFocusOnTab: true
+            clip: true
+            color: Theme.text
+            selectionColor: Theme.accent
+            selectedTextColor: Theme.onAccent
+            font.pixelSize: Theme.bodySize
+            horizontalAlignment: TextInput.AlignLeft
+            selectByMouse: true
+            echoMode: row.secret && !revealed ? TextInput.Password : TextInput.Normal
+            passwordCharacter: "•"
+            inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
+                              | (row.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : 0)
+            onTextEdited: row.edited(text)
+            Accessible.ignored: row.secret
+            Accessible.role: Accessible.EditableText
+            Accessible.name: row.title || row.placeholder
+            Accessible.description: row.footer
+
+            HoverHandler {
+                cursorShape: Qt.IBeamCursor
+            }
+        }
         Text {
             anchors.fill: parent
             visible: field.length === 0 && field.preeditText === ""
@@ -72,30 +93,25 @@ Item {
             Accessible.ignored: true
         }
         Rectangle {
-            anchors.bottom: parent.bottom
-            anchors.bottomMargin: -3
+            y: parent.height + 1
             width: parent.width
-            height: field.activeFocus ? 2 : 0
+            height: 2
+            visible: field.activeFocus
             color: Theme.accent
         }
     }
 
-    T.AbstractButton {
+    PressButton {
         id: reveal
 
         visible: row.secret && field.length > 0
-        x: row.width - width - Theme.margin + 10
-        y: field.y + (field.height - height) / 2
+        x: row.LayoutMirroring.enabled ? Theme.margin - 10 : row.width - width - Theme.margin + 10
+        y: box.y + (box.height - height) / 2
         width: 40
         height: 40
         checkable: true
-        hoverEnabled: true
         text: checked ? qsTr("Hide %1").arg(row.title) : qsTr("Show %1").arg(row.title)
         onCheckedChanged: field.revealed = checked
-        Keys.onReturnPressed: toggle()
-        Accessible.role: Accessible.Button
-        Accessible.name: text
-        Accessible.onPressAction: toggle()
         background: RowBackground {
             control: reveal
         }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates as T
 
 /// A row that leads to another page.
-T.AbstractButton {
+PressButton {
     id: row
 
     property string symbol
@@ -15,12 +14,6 @@ T.AbstractButton {
     rightPadding: Theme.margin
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
-    hoverEnabled: true
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: clicked()
 
     background: RowBackground {
         control: row

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
-import QtQuick.Templates as T
 
 /// A button that stands by itself: filled with the accent colour where `prominent`.
-T.Button {
+PressButton {
     id: button
 
     property bool prominent: false
@@ -14,9 +13,6 @@ T.Button {
     rightPadding: 28
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
-    hoverEnabled: true
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
 
     background: Item {
         Rectangle {

@@ -10,6 +10,7 @@ T.ScrollBar {
     implicitWidth: 10
     minimumSize: 0.08
     visible: size < 1
+    Accessible.ignored: true
     contentItem: Rectangle {
         implicitWidth: 6
         radius: 3

@@ -14,14 +14,20 @@ T.Switch {
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
     hoverEnabled: true
-    Keys.onReturnPressed: flip()
-    Keys.onEnterPressed: flip()
+    Keys.onReturnPressed: event => flipOnce(event)
+    Keys.onEnterPressed: event => flipOnce(event)
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
     Accessible.checkable: true
     Accessible.checked: checked
     Accessible.onToggleAction: flip()
     Accessible.onPressAction: flip()
+
+    function flipOnce(event: var) {
+        if (!event.isAutoRepeat) {
+            flip();
+        }
+    }
 
     function flip() {
         toggle();

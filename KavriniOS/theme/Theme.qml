@@ -27,8 +27,9 @@ QtObject {
     readonly property color warning: dark ? "#ffb340" : "#b25e00"
     readonly property color destructive: dark ? "#ff6961" : "#c9211a"
     readonly property color accent: desktopAccent.a > 0 ? desktopAccent : dark ? "#7d9dff" : "#3157d5"
+    readonly property bool accentIsLight: luminance(accent) > 0.36
     /// Readable on the accent colour.
-    readonly property color onAccent: luminance(accent) > 0.36 ? "#18181b" : "#ffffff"
+    readonly property color onAccent: accentIsLight ? "#18181b" : "#ffffff"
 
     readonly property int margin: 16
     readonly property int radius: 12
@@ -56,7 +57,7 @@ QtObject {
     readonly property int quickTransition: 120
 
     /// The relative luminance of a colour, 0 to 1, as WCAG 2 defines it.
-    function luminance(color: color): real {
+    function luminance(color) {
         const linear = part => part <= 0.04045 ? part / 12.92 : Math.pow((part + 0.055) / 1.055, 2.4);
         return 0.2126 * linear(color.r) + 0.7152 * linear(color.g) + 0.0722 * linear(color.b);
     }

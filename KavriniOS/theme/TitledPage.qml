@@ -101,7 +101,7 @@ FocusScope {
         width: parent.width
         height: Theme.barHeight
 
-        T.AbstractButton {
+        PressButton {
             id: backButton
 
             visible: page.canGoBack
@@ -109,13 +109,8 @@ FocusScope {
             anchors.verticalCenter: parent.verticalCenter
             width: 44
             height: 44
-            hoverEnabled: true
             text: qsTr("Back")
             onClicked: page.back()
-            Keys.onReturnPressed: clicked()
-            Accessible.role: Accessible.Button
-            Accessible.name: text
-            Accessible.onPressAction: clicked()
             background: RowBackground {
                 control: backButton
             }

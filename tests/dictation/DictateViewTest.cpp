@@ -56,13 +56,7 @@ public:
     }
 
     /// As the application does when the screen asks to be closed.
-    void close()
-    {
-        // The pictures go before the renderer does, which would leak them otherwise.
-        delete m_window->view().rootObject();
-        m_window->view().releaseResources();
-        m_window.reset();
-    }
+    void close() { m_window.reset(); }
 
     /// Presents the screen, stops the recording and has `text` come back.
     void dictate(const QString &text, QSize size = QSize(360, 720))
@@ -88,7 +82,8 @@ public:
         QQuickItem *item = m_window->item(name);
         ASSERT_NE(item, nullptr) << name.toStdString() << " is not among "
                                  << m_window->names().join(u", "_s).toStdString();
-        ASSERT_TRUE(waitUntil([&] { return isInside(item); })) << name.toStdString();
+        m_window->view().grabWindow(); // which lays out what has just appeared
+        ASSERT_TRUE(isInside(item)) << name.toStdString();
         QTest::mouseClick(&m_window->view(), Qt::LeftButton, {}, rectangle(item).center().toPoint());
     }
 

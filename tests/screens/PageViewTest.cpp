@@ -223,12 +223,10 @@ TEST_F(PageViewTest, MasksKeysUntilTheUserAsksToSeeThem)
 {
     Prefs::set(u"openaiKey"_qs, u"hidden key"_qs);
     openPage(u"dictation"_qs);
-    QQuickItem *field = window().item(u"API key"_qs);
-    ASSERT_TRUE(field != nullptr);
-    EXPECT_EQ(field->property("displayText").toString(), u"••••••••••"_qs);
-    EXPECT_TRUE(window().find(u"API key"_qs)->state().passwordEdit);
+    QAccessibleInterface *found = window().find(u"API key"_qs);
+    EXPECT_EQ(found->textInterface()->text(0, 99), u"••••••••••"_qs);
     window().click(u"Show API key"_qs);
-    EXPECT_EQ(field->property("displayText").toString(), u"hidden key"_qs);
+    EXPECT_EQ(found->textInterface()->text(0, 99), u"hidden key"_qs);
 }
 
 TEST_F(PageViewTest, ShowsWhatIsStoredAgainWhenItIsOpenedAgain)

@@ -15,11 +15,6 @@
 
 #include <memory>
 
-inline void PrintTo(const QString &text, std::ostream *stream)
-{
-    *stream << '"' << text.toStdString() << '"';
-}
-
 namespace kavrin::test
 {
 

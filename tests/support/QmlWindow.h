@@ -8,6 +8,14 @@
 #include <QStringList>
 #include <QVariantMap>
 
+#include <ostream>
+
+/// How GoogleTest shows a text.
+inline void PrintTo(const QString &text, std::ostream *stream)
+{
+    *stream << '"' << text.toStdString() << '"';
+}
+
 namespace kavrin::test
 {
 

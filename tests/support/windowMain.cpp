@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/PrivateHome.h"
 
-#include <QAccessible>
 #include <QGuiApplication>
 
 #include <gmock/gmock.h>
@@ -13,6 +12,5 @@ int main(int argc, char **argv)
     const kavrin::test::PrivateHome home;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
-    QAccessible::setActive(true);
     return RUN_ALL_TESTS();
 }

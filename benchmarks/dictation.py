@@ -12,11 +12,12 @@ import pathlib
 import platform
 import random
 import shutil
-import statistics
 import subprocess
 import sys
 import threading
 import time
+
+from figures import two
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
 from support.private_session import PrivateSession, enter_private_namespaces  # noqa: E402
@@ -51,11 +52,6 @@ class Service:
         self.server.daemon_threads = True
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
         self.url = f"http://127.0.0.1:{self.server.server_port}/v1/audio/transcriptions"
-
-
-def percentile(values, share):
-    ordered = sorted(values)
-    return ordered[min(len(ordered) - 1, int(share * len(ordered)))]
 
 
 def command_to_recording(suite, rounds):
@@ -140,11 +136,6 @@ def growth(session, suite, kavrin, minutes):
     before = resident_megabytes(kavrin.pid)
     make_noise(session, 60 * minutes)
     return resident_megabytes(kavrin.pid) - before
-
-
-def two(values):
-    """Median and 95th percentile."""
-    return f"{statistics.median(values):.1f}, {percentile(values, 0.95):.1f} ms"
 
 
 def main():

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+import QtQuick.Controls
+
+/// As large as Kavrin's.
+ApplicationWindow {
+    width: 420
+    height: 760
+    visible: true
+}

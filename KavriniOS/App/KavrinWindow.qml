@@ -108,7 +108,7 @@ T.ApplicationWindow {
     }
 
     Shortcut {
-        sequences: ["Escape", StandardKey.Back, "Alt+Left"]
+        sequences: ["Escape", StandardKey.Back]
         enabled: !window.dictating
         onActivated: pages.goBack(true)
     }

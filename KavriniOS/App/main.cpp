@@ -9,6 +9,7 @@
 #include <QFont>
 #include <QGuiApplication>
 #include <QLockFile>
+#include <QLoggingCategory>
 
 #include <algorithm>
 #include <cstdio>
@@ -78,6 +79,8 @@ void useInterfaceFont()
 
 int main(int argc, char **argv)
 {
+    // Nothing is logged unless QT_LOGGING_RULES asks for it.
+    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false\n*.warning=false"));
     useOffscreenWithoutDisplay();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("kavrin"));

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
-import QtQuick.Templates as T
 import Kavrin.Screens
 import Kavrin.Theme
 
@@ -23,12 +22,11 @@ TitledPage {
             radius: Theme.radius
             color: Theme.card
 
-            T.TextArea {
+            TextEdit {
                 id: editor
 
                 width: parent.width
                 height: Math.max(220, implicitHeight)
-                implicitHeight: contentHeight + topPadding + bottomPadding
                 padding: Theme.margin
                 text: view.dictionary.userDict
                 textFormat: TextEdit.PlainText
@@ -39,6 +37,7 @@ TitledPage {
                 font.family: Theme.monospaceFamily
                 font.pixelSize: Theme.bodySize
                 selectByMouse: true
+                activeFocusOnTab: true
                 inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
                 onTextChanged: view.dictionary.userDict = text
                 onCursorRectangleChanged: {

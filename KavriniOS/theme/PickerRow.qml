@@ -166,6 +166,8 @@ T.ComboBox {
             model: row.delegateModel
             currentIndex: row.highlightedIndex
             highlightMoveDuration: 0
+            // All options are there, for screen readers, too.
+            cacheBuffer: 10000
             boundsBehavior: Flickable.StopAtBounds
             Accessible.role: Accessible.List
             Accessible.name: row.title

@@ -13,9 +13,9 @@ Item {
     property alias from: slider.from
     property alias to: slider.to
     property alias stepSize: slider.stepSize
-    property alias value: slider.value
+    property real value
 
-    /// The user has moved the slider.
+    /// The user has moved the slider, or a screen reader has.
     signal moved(real value)
 
     width: parent.width
@@ -55,16 +55,27 @@ Item {
         x: Theme.margin
         anchors.top: heading.bottom
         width: parent.width - 2 * Theme.margin
+        // What screen readers look for.
+        readonly property real minimumValue: from
+        readonly property real maximumValue: to
+        // A stored value beyond the range stays stored until the slider is moved.
+        property bool ready: false
+
         implicitHeight: 36
         snapMode: T.Slider.SnapAlways
         hoverEnabled: true
-        onMoved: row.moved(value)
+        onValueChanged: {
+            if (ready && value !== row.value) {
+                row.moved(value);
+            }
+        }
+        Component.onCompleted: ready = true
         Accessible.role: Accessible.Slider
         Accessible.name: row.title
         // Screen readers read a slider's number bare; the value in words goes first into its description.
         Accessible.description: row.footer ? row.valueText + ". " + row.footer : row.valueText
-        Accessible.onIncreaseAction: step(true)
-        Accessible.onDecreaseAction: step(false)
+        Accessible.onIncreaseAction: increase()
+        Accessible.onDecreaseAction: decrease()
         Keys.onPressed: event => {
             const target = event.key === Qt.Key_Home ? from : event.key === Qt.Key_End ? to : undefined;
             if (target !== undefined) {
@@ -73,12 +84,12 @@ Item {
             }
         }
 
-        function step(up: bool) {
-            const before = value;
-            up ? increase() : decrease();
-            if (value !== before) {
-                row.moved(value);
-            }
+        // Holds where screen readers set the value.
+        Binding {
+            target: slider
+            property: "value"
+            value: row.value
+            restoreMode: Binding.RestoreNone
         }
 
         background: Rectangle {

@@ -166,6 +166,29 @@ TEST_F(PageViewTest, MovesASliderWithTheKeyboard)
     }
 }
 
+TEST_F(PageViewTest, StoresAValueSetByAScreenReader)
+{
+    openPage(u"layout"_qs);
+    QAccessibleValueInterface *height = window().find(u"Key height"_qs)->valueInterface();
+    EXPECT_EQ(height->minimumValue().toDouble(), 36);
+    EXPECT_EQ(height->maximumValue().toDouble(), 80);
+    height->setCurrentValue(60);
+    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(60.0));
+    window().item(u"Key height"_qs)->forceActiveFocus();
+    window().press(Qt::Key_Right);
+    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(61.0));
+}
+
+TEST_F(PageViewTest, LeavesAStoredValueBeyondTheRangeUntilTheSliderIsMoved)
+{
+    Prefs::set(u"rowH"_qs, 200.0);
+    openPage(u"layout"_qs);
+    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(200.0));
+    window().item(u"Key height"_qs)->forceActiveFocus();
+    window().press(Qt::Key_Left);
+    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(79.0));
+}
+
 TEST_F(PageViewTest, ReadsASlidersValueOutInWords)
 {
     openPage(u"layout"_qs);

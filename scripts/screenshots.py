@@ -1,0 +1,131 @@
+# SPDX-License-Identifier: MIT
+"""Takes a picture of every screen of Kavrin, light and dark, as wide as on a phone and on a desktop.
+
+The real application is driven in a display and a session of its own, as a screen reader drives it; the desktop's wish
+for dark windows comes from a stand-in for the settings portal. Each picture is docs/screenshots/SIZE-COLOURS-SCREEN.png.
+"""
+
+import argparse
+import json
+import pathlib
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(ROOT / "tests"))
+sys.dont_write_bytecode = True
+
+from support.private_session import Failure, enter_private_namespaces, wait_until  # noqa: E402
+from support.screen_reader import Window, WindowSession  # noqa: E402
+
+SIZES = {"phone": "360x720", "desktop": "1000x740"}
+COLOUR_SCHEMES = {"light": 2, "dark": 1}  # as org.freedesktop.appearance counts them
+SCALE = 2
+# 256 colours are enough for these pictures, and halve them.
+PALETTE = ("split[picture][colours];[colours]palettegen=reserve_transparent=0:stats_mode=single[palette];"
+           "[picture][palette]paletteuse=dither=none:new=1")
+PORTAL = ("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings")
+DICTIONARY = "omw=on my way\nbrb=be right back\naddr=12 Example Street, 34567 Sampletown\nKavrin\nPocketSphinx\n"
+SPEECH = pathlib.Path("/usr/share/pocketsphinx/test/data/librivox/sense_and_sensibility_01_austen_64kb-0870.wav")
+
+
+class Screens(WindowSession):
+    """A session whose desktop wants one of the two colour schemes."""
+
+    def __init__(self, colours):
+        super().__init__(sound=True)
+        self._colours = colours
+
+    def __enter__(self):
+        super().__enter__()
+        self.env["QT_SCALE_FACTOR"] = str(SCALE)
+        self.start("/usr/bin/python3", "-m", "dbusmock", "--session", *PORTAL)
+        answer = f'ret = {{"org.freedesktop.appearance": {{"color-scheme": dbus.UInt32({COLOUR_SCHEMES[self._colours]})}}}}'
+        call = ("gdbus", "call", "--session", "--dest", PORTAL[0], "--object-path", PORTAL[1],
+                "--method", "org.freedesktop.DBus.Mock.AddMethod", PORTAL[2], "ReadAll", "as", "a{sa{sv}}", answer)
+        wait_until(lambda: self.run(*call, check=False).returncode == 0, "the settings portal")
+        self.ctl("defaults", "write", "userDict", "--string", DICTIONARY)
+        return self
+
+    def photograph(self, process, path):
+        """Writes a picture of the window as it is now."""
+        self.run("ffmpeg", "-loglevel", "error", "-y", "-f", "x11grab", "-window_id", self.window_number(process),
+                 "-i", self.env["DISPLAY"], "-frames:v", "1", "-filter_complex", PALETTE, path)
+
+    def photograph_at_rest(self, process, path):
+        """The same, once two pictures in a row are alike: nothing moves any more."""
+        def is_at_rest():
+            before = path.read_bytes() if path.exists() else None
+            self.photograph(process, path)
+            return path.read_bytes() == before
+
+        wait_until(is_at_rest, f"{path.name} is at rest", interval=0.1)
+
+
+class Album:
+    """The pictures of one size and one colour scheme."""
+
+    def __init__(self, session, folder, prefix, size):
+        self._session = session
+        self._folder = folder
+        self._prefix = prefix
+        self._process = session.start_kavrin("-qwindowgeometry", size + "+0+0")
+        self._window = Window(session, self._process)
+        session.focus_window(self._process)
+        self._window.wait_for_page("Kavrin")
+
+    def take_all(self, pages):
+        self._take("settings")
+        for page in pages:
+            self._window.open_page(page["title"])
+            self._take(page["id"])
+            if page["id"] == "layout":
+                self._window.open_page("Reorder & hide toolbar icons", "Toolbar icons")
+                self._take("toolbar")
+                self._window.go_back(page["title"])
+            if page["id"] == "extensions":
+                self._window.find("To", "combo box").press()
+                self._window.find("Azərbaycanca", "list item")
+                self._take("choice")
+                self._session.press_keys("Escape")
+                self._window.wait_until_gone("Azərbaycanca", "list item")
+            if page["id"] == "dictation":
+                self._take_dictation()
+            self._window.go_back()
+        self._window.open_page("Personal dictionary & shortcuts", "Dictionary")
+        self._take("dictionary")
+        self._session.end(self._process)
+
+    def _take_dictation(self):
+        speech = self._session.start("paplay", SPEECH)
+        self._window.find("Test voice typing", "push button").press()
+        self._window.find("Stop", "push button")
+        self._session.photograph(self._process, self._path("dictating"))
+        self._window.find("Close", "push button").press()
+        self._window.wait_until_gone("Close", "push button")
+        self._session.end(speech)
+
+    def _take(self, screen):
+        self._session.photograph_at_rest(self._process, self._path(screen))
+
+    def _path(self, screen):
+        return self._folder / f"{self._prefix}-{screen}.png"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
+    parser.add_argument("--folder", type=pathlib.Path, default=ROOT / "docs" / "screenshots")
+    options = parser.parse_args()
+    options.folder.mkdir(parents=True, exist_ok=True)
+    enter_private_namespaces()
+    for colours in COLOUR_SCHEMES:
+        with Screens(colours) as session:
+            pages = json.loads(session.ctl("catalogue", "--json"))
+            for size, geometry in SIZES.items():
+                Album(session, options.folder, f"{size}-{colours}", geometry).take_all(pages)
+
+
+if __name__ == "__main__":
+    try:
+        main()
+    except (Failure, TimeoutError) as error:
+        sys.exit(str(error))

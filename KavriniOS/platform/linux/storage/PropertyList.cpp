@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/PropertyList.h"
 
+#include "platform/linux/storage/BinaryPropertyListBounds.h"
+
 #include <plist/plist.h>
 
 #include <algorithm>
@@ -164,6 +166,9 @@ struct ToNode {
 std::optional<PropertyListValue> parse(QByteArrayView data)
 {
     if (data.isEmpty() || data.size() > std::numeric_limits<uint32_t>::max()) {
+        return std::nullopt;
+    }
+    if (data.startsWith(QByteArrayView("bplist")) && !isWithinBounds(data)) {
         return std::nullopt;
     }
     plist_t root = nullptr;

@@ -77,7 +77,8 @@ bool isNumber(const SqliteStatement &row)
 
 template <typename Container> Decoded decodePropertyList(const SqliteStatement &row)
 {
-    Decoded value = PropertyList::parse(row.bytes(valueColumn));
+    const QByteArray list = row.bytes(valueColumn);
+    const Decoded value = list.startsWith("bplist") ? PropertyList::parse(list) : std::nullopt;
     return value && std::holds_alternative<Container>(*value) ? value : std::nullopt;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/PropertyList.h"
 
+#include <QList>
+
 #include <gtest/gtest.h>
 
 using namespace kavrin;
@@ -12,6 +14,39 @@ namespace
 QByteArray xml(const QByteArray &body)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + body + "</plist>";
+}
+
+QByteArray bigEndian(qsizetype value, int size)
+{
+    QByteArray bytes;
+    for (int byte = size - 1; byte >= 0; --byte) {
+        bytes += char(value >> (8 * byte));
+    }
+    return bytes;
+}
+
+/// The binary form of objects that refer to each other by two bytes; the first is the topmost.
+QByteArray binary(const QList<QByteArray> &objects)
+{
+    QByteArray list = "bplist00";
+    QByteArray offsets;
+    for (const QByteArray &object : objects) {
+        offsets += bigEndian(list.size(), 4);
+        list += object;
+    }
+    const QByteArray trailer = QByteArray(6, '\0') + "\x04\x02" + bigEndian(objects.size(), 8)
+        + bigEndian(0, 8) + bigEndian(list.size(), 8);
+    return list + offsets + trailer;
+}
+
+/// Arrays in arrays, each of which refers to the next one `times` times.
+QByteArray nested(int depth, int times)
+{
+    QList<QByteArray> objects;
+    for (int level = 1; level < depth; ++level) {
+        objects += QByteArray(1, char(0xA0 + times)) + bigEndian(level, 2).repeated(times);
+    }
+    return binary(objects << QByteArray("\xA0"));
 }
 
 } // namespace
@@ -53,5 +88,41 @@ TEST(PropertyList, WhatIsNoPropertyListHasNoValue)
           QByteArray("<?xml version=\"1.0\"?><plist><dict>"), QByteArray(64, '\xff')}) {
         SCOPED_TRACE(data.toStdString());
         EXPECT_EQ(PropertyList::parse(data), std::nullopt);
+    }
+}
+
+TEST(PropertyList, ListsInListsAreReadToASaneDepth)
+{
+    EXPECT_NE(PropertyList::parse(nested(100, 1)), std::nullopt);
+    EXPECT_EQ(PropertyList::parse(nested(60'000, 1)), std::nullopt);
+}
+
+TEST(PropertyList, AListThatStandsForMoreThanMemoryHoldsHasNoValue)
+{
+    EXPECT_NE(PropertyList::parse(nested(5, 2)), std::nullopt);
+    EXPECT_EQ(PropertyList::parse(nested(40, 2)), std::nullopt);
+}
+
+TEST(PropertyList, ABinaryListThatIsNotWholeHasNoValue)
+{
+    const std::pair<const char *, QByteArray> rows[] = {
+        {"a member beyond the last object", binary({QByteArray("\xA1\0\x07", 3)})},
+        {"a member of itself", binary({QByteArray("\xA1\0\0", 3)})},
+        {"members that are not there", binary({"\xAE"})},
+        {"a count that is not there", binary({"\xAF"})},
+        {"a count of no size", binary({"\xAF\x1F"})},
+        {"a key without a value", binary({QByteArray("\xD1\0\x01", 3), "\x51k"})},
+        {"nothing but a trailer", "bplist00" + QByteArray(32, '\0')},
+        {"numbers beyond the end", "bplist00" + QByteArray(32, '\xff')},
+    };
+    for (const auto &[what, list] : rows) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(PropertyList::parse(list), std::nullopt);
+    }
+    const QByteArray whole = binary({QByteArray("\xA1\0\x01", 3), "\x51x"});
+    EXPECT_EQ(PropertyList::parse(whole), PropertyListValue(PropertyListArray{u"x"_s}));
+    for (qsizetype size = 0; size < whole.size(); ++size) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(PropertyList::parse(whole.first(size)), std::nullopt);
     }
 }

@@ -232,6 +232,15 @@ TEST(UserDefaults, ARowWhoseValueIsNotOfItsTypeHasNoValue)
     }
 }
 
+TEST(UserDefaults, AListThatIsNotInTheBinaryFormHasNoValue)
+{
+    const auto suite = makeSuite();
+    ASSERT_TRUE(Sqlite(suite->path())
+                    .run("INSERT INTO defaults VALUES ('key', 'array', "
+                         "CAST('<?xml version=\"1.0\"?><plist><array/></plist>' AS BLOB))"));
+    EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
+}
+
 TEST(UserDefaults, AWholeNumberUnderTheTypeDoubleIsADouble)
 {
     const auto suite = makeSuite();

@@ -22,7 +22,9 @@ class UserDefaults
 {
 public:
     /// The suite that the processes of the application group `group` share; null where the group has no
-    /// container or its database can neither be opened nor begun anew.
+    /// container or its database can neither be opened nor begun anew. Where only something passing is in the
+    /// way (another process's lock, a disk that is full or may not be written to), there is a suite: reads
+    /// find what can be read, writes fail until they can be done.
     static std::unique_ptr<UserDefaults> suite(const QString &group);
 
     /// The application's own defaults, which no other application sees. Always there; where its file cannot

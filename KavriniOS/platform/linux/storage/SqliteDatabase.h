@@ -6,6 +6,8 @@
 
 #include <sqlite3.h>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <utility>
@@ -51,8 +53,9 @@ public:
 
     std::mutex &mutex() { return m_mutex; }
 
-    /// Makes sure that the file is open and holds the table of defaults. SQLITE_OK or an error.
-    int open(const QString &path);
+    /// Makes sure that the file is open and holds the table of defaults, waiting for another process that
+    /// keeps it locked. SQLITE_OK or an error.
+    int open(const QString &path, std::chrono::milliseconds lockedLimit);
     void close();
     /// Closes without bringing the log into the file.
     void closeAsItIs();
@@ -64,18 +67,24 @@ public:
     [[nodiscard]] sqlite3 *handle() const { return m_handle; }
 
     /// Whether this connection sees the file as it was when it was opened: a folder that may not be written
-    /// to leaves no room for what SQLite needs to see more.
-    [[nodiscard]] bool isSnapshot() const { return m_isSnapshot; }
+    /// to, or a full disk, leaves no room for what SQLite needs to see more.
+    [[nodiscard]] bool isSnapshot() const { return m_lacking != SQLITE_OK; }
+    /// Whether this connection cannot write, a snapshot or not.
+    [[nodiscard]] bool isReadOnly() const;
+    /// For a snapshot, what writing lacks: SQLITE_READONLY or SQLITE_FULL.
+    [[nodiscard]] int lacking() const { return m_lacking; }
 
 private:
-    int openFile(const QString &path, int flags);
+    int openFile(const QString &path, int flags, std::chrono::milliseconds lockedLimit);
+    int openAndProbe(const QString &path, int flags, std::chrono::milliseconds lockedLimit);
+    int lackingFor(const QString &path, int result) const;
     int probe(const QString &path);
     [[nodiscard]] bool hasMoved() const;
 
     std::mutex m_mutex;
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
-    bool m_isSnapshot = false;
+    int m_lacking = SQLITE_OK;
     QString m_openError;
 };
 
@@ -87,7 +96,8 @@ class SqliteDatabase
 public:
     explicit SqliteDatabase(QString path);
 
-    /// Whether the file is there and is a database, or could be made one. A file that is only locked counts.
+    /// Whether the file is there and is a database, or could be made one. A file that is only locked counts,
+    /// and so does one on a disk that is full or may not be written to.
     bool open();
 
     /// Runs `use` on the statement for `sql`. The result is that of `use`: SQLITE_DONE or SQLITE_ROW for
@@ -104,12 +114,14 @@ public:
 private:
     int run(SqliteConnection &connection, const char *sql, const Use &use);
     int runOnce(SqliteConnection &connection, const char *sql, const Use &use);
+    int openWhenFree(SqliteConnection &connection);
     int openChecked();
     void setAsideIfDamaged();
 
     QString m_path;
     SqliteConnection m_reader;
     SqliteConnection m_writer;
+    std::atomic<bool> m_isLockedOut = false;
 };
 
 } // namespace kavrin

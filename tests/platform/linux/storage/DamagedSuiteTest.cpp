@@ -7,6 +7,7 @@
 #include <QRandomGenerator>
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 using namespace kavrin;
 using namespace Qt::StringLiterals;
@@ -50,6 +51,33 @@ QFileInfoList setAside(const QString &path)
     const QFileInfo file(path);
     return file.dir().entryInfoList({file.fileName() + u".damaged-*"_s}, QDir::Files);
 }
+
+/// A program that has the suite open.
+class Keyboard
+{
+public:
+    explicit Keyboard(const QString &path)
+    {
+        sqlite3_open(path.toUtf8().constData(), &m_handle);
+        text("SELECT count(*) FROM defaults");
+    }
+    ~Keyboard() { sqlite3_close(m_handle); }
+    Q_DISABLE_COPY_MOVE(Keyboard)
+
+    /// The first value of the first row; nothing on failure.
+    QByteArray text(const char *sql)
+    {
+        sqlite3_stmt *statement = nullptr;
+        sqlite3_prepare_v2(m_handle, sql, -1, &statement, nullptr);
+        sqlite3_step(statement);
+        const QByteArray value(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0)));
+        sqlite3_finalize(statement);
+        return value;
+    }
+
+private:
+    sqlite3 *m_handle = nullptr;
+};
 
 } // namespace
 
@@ -124,4 +152,122 @@ TEST(DamagedSuite, DamageUnderARunningProgramIsFoundAndTheProgramGoesOn)
 
     EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s)) << suite->lastError().toStdString();
     EXPECT_EQ(suite->string(u"key1"_s), u"new"_s);
+}
+
+TEST(DamagedSuite, DamageAnywhereInTheHeaderNeverStopsReadingAndWriting)
+{
+    const QString path = makeFile();
+    const QByteArray sound = contents(path);
+    constexpr int headerSize = 100;
+    constexpr int formatNumber = 60; // four bytes; a number that is not known is left alone
+    for (int place = 0; place < headerSize; ++place) {
+        for (const char change : {'\x02', '\xff'}) {
+            if (place >= formatNumber && place < formatNumber + 4) {
+                continue;
+            }
+            SCOPED_TRACE(place);
+            QByteArray damaged = sound;
+            damaged[place] = char(damaged.at(place) ^ change);
+            replace(path, damaged);
+
+            const auto suite = makeSuite();
+            ASSERT_NE(suite, nullptr);
+            ASSERT_TRUE(suite->set(u"written"_s, qint64(place))) << suite->lastError().toStdString();
+            ASSERT_EQ(suite->object(u"written"_s), PropertyListValue(qint64(place)));
+        }
+    }
+}
+
+TEST(DamagedSuite, AKeyThatIsNotInItsPlaceIsDamage)
+{
+    const QString path = makeFile();
+    QByteArray damaged = contents(path);
+    ASSERT_EQ(damaged.count("key21"), 1);
+    replace(path, damaged.replace("key21", "yek21"));
+    EXPECT_TRUE(makeSuite()->set(u"key21"_s, u"new"_s));
+    EXPECT_EQ(setAside(path).size(), 1);
+}
+
+TEST(DamagedSuite, TheLogIsSetAsideWithTheFile)
+{
+    const QString path = makeFile();
+    QByteArray log;
+    {
+        const Keyboard keyboard(path); // which keeps the log from being tidied up
+        makeSuite()->set(u"key1"_s, u"in the log"_s);
+        log = contents(path + u"-wal"_s);
+        replace(path, "this is no database");
+        EXPECT_TRUE(makeSuite()->set(u"key1"_s, u"new"_s));
+    }
+    ASSERT_EQ(setAside(path).size(), 2);
+    EXPECT_EQ(contents(setAside(path).first().filePath()), "this is no database");
+    EXPECT_EQ(contents(setAside(path).last().filePath()), log);
+}
+
+TEST(DamagedSuite, OnlyTheUserMayReadWhatWasSetAside)
+{
+    const QString path = makeFile();
+    replace(path, "this is no database");
+    makeSuite();
+    for (const QFileInfo &copy : setAside(path)) {
+        EXPECT_EQ(copy.permissions() & ~(QFile::ReadUser | QFile::WriteUser),
+                  QFile::ReadOwner | QFile::WriteOwner);
+    }
+}
+
+TEST(DamagedSuite, AProgramThatHasTheFileOpenGoesOnWithTheFreshOne)
+{
+    for (const QByteArray &rubbish :
+         {QByteArray("no"), QByteArray("no database ").repeated(500), QByteArray(100, 0)}) {
+        for (const bool isLogDamaged : {false, true}) {
+            SCOPED_TRACE(rubbish.size());
+            const QString path = makeSuite()->path();
+            Keyboard keyboard(path);
+            makeSuite()->set(u"key1"_s, u"in the log"_s);
+            replace(path, rubbish);
+            if (isLogDamaged) {
+                replace(path + u"-wal"_s, rubbish);
+            }
+
+            const auto suite = makeSuite();
+            EXPECT_EQ(suite->object(u"key1"_s), std::nullopt);
+            EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s)) << suite->lastError().toStdString();
+            EXPECT_EQ(keyboard.text("SELECT value FROM defaults WHERE key = 'key1'"), "new");
+            keyboard.text("UPDATE defaults SET value = 'theirs'");
+            EXPECT_EQ(suite->string(u"key1"_s), u"theirs"_s);
+            EXPECT_EQ(keyboard.text("PRAGMA integrity_check"), "ok");
+        }
+    }
+}
+
+TEST(DamagedSuite, ALogThatIsCutShortUnderItsReadersIsDamage)
+{
+    const QString path = makeFile();
+    Keyboard keyboard(path);
+    keyboard.text("VACUUM"); // puts every page into the log
+    const auto suite = makeSuite();
+    EXPECT_EQ(suite->string(u"key1"_s), u"value 1"_s);
+    replace(path + u"-wal"_s, "no");
+
+    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s)) << suite->lastError().toStdString();
+    EXPECT_EQ(keyboard.text("SELECT value FROM defaults WHERE key = 'key1'"), "new");
+    EXPECT_EQ(setAside(path).size(), 2);
+}
+
+TEST(DamagedSuite, TheFreshFileIsWhatTheContractSays)
+{
+    const QString path = makeFile();
+    QByteArray schema;
+    {
+        schema = Keyboard(path).text("SELECT group_concat(sql) FROM sqlite_schema");
+    }
+    replace(path, "this is no database");
+    makeSuite();
+    Keyboard keyboard(path);
+    EXPECT_EQ(keyboard.text("SELECT group_concat(sql) FROM sqlite_schema"), schema);
+    EXPECT_EQ(keyboard.text("PRAGMA user_version"), "1");
+    EXPECT_EQ(keyboard.text("PRAGMA journal_mode"), "wal");
+    EXPECT_EQ(keyboard.text("PRAGMA page_size"), "512");
+    EXPECT_EQ(keyboard.text("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(keyboard.text("SELECT count(*) FROM defaults"), "0");
 }

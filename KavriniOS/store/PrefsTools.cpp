@@ -71,9 +71,7 @@ std::set<QString> Prefs::toolHidden()
 bool Prefs::setTools(const QStringList &order, const std::set<QString> &hidden)
 {
     const QStringList sorted(hidden.begin(), hidden.end());
-    const bool orderStored = set(orderKey, order.join(separator));
-    const bool hiddenStored = set(hiddenKey, sorted.join(separator));
-    return orderStored && hiddenStored;
+    return set(orderKey, order.join(separator)) && set(hiddenKey, sorted.join(separator));
 }
 
 } // namespace kavrin

@@ -7,6 +7,8 @@
 
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace kavrin
 {
 
@@ -101,12 +103,11 @@ qsizetype Prefs::importBlob(const QString &blob)
 
 bool Prefs::reset(const QStringList &keys)
 {
-    bool removed = true;
-    for (const QString &key : keys) {
-        removed = Shared::d().remove(key) && removed;
-    }
+    // Not on past a failure: every key would wait for the same lock.
+    const bool removed =
+        std::all_of(keys.begin(), keys.end(), [](const QString &key) { return Shared::d().remove(key); });
     clearCache();
-    return stampRevision() && removed;
+    return removed && stampRevision();
 }
 
 bool Prefs::resetAll()

@@ -6,6 +6,28 @@
 namespace kavrin
 {
 
+namespace
+{
+
+/// Closes a stream that nobody owns any more, once the server has opened it.
+void closeWhenOpened(pa_stream *stream, void * /*unused*/)
+{
+    switch (pa_stream_get_state(stream)) {
+    case PA_STREAM_READY:
+        pa_stream_disconnect(stream);
+        break;
+    case PA_STREAM_FAILED:
+    case PA_STREAM_TERMINATED:
+        pa_stream_set_state_callback(stream, nullptr, nullptr);
+        pa_stream_unref(stream);
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
 SoundStream::SoundStream(std::shared_ptr<SoundServer> server, const Description &description,
                          Handlers handlers)
     : m_server(std::move(server)), m_handlers(std::move(handlers)), m_direction(description.direction)
@@ -72,8 +94,14 @@ void SoundStream::close()
     pa_stream_set_moved_callback(m_stream, nullptr, nullptr);
     pa_stream_set_read_callback(m_stream, nullptr, nullptr);
     pa_stream_set_write_callback(m_stream, nullptr, nullptr);
-    pa_stream_disconnect(m_stream);
-    pa_stream_unref(std::exchange(m_stream, nullptr));
+    pa_stream *stream = std::exchange(m_stream, nullptr);
+    if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
+        // libpulse would only forget it, and the server keep the device in use until the connection ends.
+        pa_stream_set_state_callback(stream, &closeWhenOpened, nullptr);
+        return;
+    }
+    pa_stream_disconnect(stream);
+    pa_stream_unref(stream);
 }
 
 bool SoundStream::isAlive() const

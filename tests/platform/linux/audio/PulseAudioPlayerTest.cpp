@@ -201,6 +201,29 @@ TEST_F(PulseAudioPlayerTest, SaysNoWhereNoServerRuns)
     EXPECT_FALSE(player->isPlaying());
 }
 
+TEST_F(PulseAudioPlayerTest, StartsAndStopsAHundredTimes)
+{
+    const auto openFiles = [] {
+        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
+    };
+    qsizetype before = 0;
+    for (int round = 0; round < 100; ++round) {
+        SCOPED_TRACE(round);
+        const auto player = makePlayer();
+        player->setNumberOfLoops(Endless);
+        ASSERT_TRUE(player->play());
+        // Every other one stops while the server has not yet answered.
+        if (round % 2 == 0) {
+            ASSERT_TRUE(waitUntil([&] { return isSpeakerInUse(); }));
+        }
+        if (round == 0) {
+            before = openFiles();
+        }
+    }
+    EXPECT_EQ(openFiles(), before);
+    EXPECT_TRUE(waitUntil([&] { return !isSpeakerInUse(); }));
+}
+
 TEST_F(PulseAudioPlayerTest, IsNotPlayingBeforeItIsToldTo)
 {
     const auto player = makePlayer();

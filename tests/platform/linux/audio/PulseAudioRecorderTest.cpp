@@ -133,6 +133,16 @@ TEST_F(PulseAudioRecorderTest, LetsTheMicrophoneGoWhenItStops)
     EXPECT_TRUE(waitUntil([&] { return !isMicrophoneInUse(); }));
 }
 
+TEST_F(PulseAudioRecorderTest, LetsTheMicrophoneGoWhenItStopsAtOnce)
+{
+    for (int round = 0; round < 10; ++round) {
+        const auto recorder = makeRecorder();
+        const QCoro::Task<bool> started = recorder->record();
+        recorder->stop();
+    }
+    EXPECT_TRUE(waitUntil([&] { return !isMicrophoneInUse(); }));
+}
+
 TEST_F(PulseAudioRecorderTest, LetsTheMicrophoneGoWhenItIsDestroyed)
 {
     auto recorder = makeRecorder();

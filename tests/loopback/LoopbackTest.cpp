@@ -6,6 +6,7 @@
 #include "support/Wait.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -20,7 +21,6 @@
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -444,25 +444,25 @@ long sleepsOfOtherThreads()
     return process.ru_nvcsw - thread.ru_nvcsw;
 }
 
-/// Whether a connection of this process, either end, is still open.
-bool hasOpenConnection()
+/// How many sockets of the Internet protocols this process has open.
+int internetSockets()
 {
+    int sockets = 0;
     for (int descriptor = 0; descriptor < 100; ++descriptor) {
-        sockaddr_storage peer = {};
-        socklen_t length = sizeof peer;
-        const bool hasPeer = getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &length) == 0;
-        if (hasPeer && (peer.ss_family == AF_INET || peer.ss_family == AF_INET6)) {
-            return true;
-        }
+        sockaddr_storage name = {};
+        socklen_t length = sizeof name;
+        const bool hasName = getsockname(descriptor, reinterpret_cast<sockaddr *>(&name), &length) == 0;
+        sockets += hasName && (name.ss_family == AF_INET || name.ss_family == AF_INET6) ? 1 : 0;
     }
-    return false;
+    return sockets;
 }
 
 TEST_F(LoopbackTest, WaitsForDescriptorsWhenThereAreNone)
 {
     const std::uint16_t serverPort = port();
+    const int listening = internetSockets();
     ASSERT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
-    ASSERT_TRUE(waitUntil([] { return !hasOpenConnection(); }));
+    ASSERT_TRUE(waitUntil([&] { return internetSockets() == listening; }));
     const Client client;
     const rlimit before = descriptorLimits();
     const int firstFree = dup(STDIN_FILENO);
@@ -490,14 +490,14 @@ TEST_F(LoopbackTest, KeepsItsSocketsFromOtherPrograms)
     ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n\r\n"));
     ASSERT_EQ(client.receiveToEnd(), answerWith(done));
 
-    const QStringList descriptors = QDir(QStringLiteral("/proc/self/fd"))
-                                        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+    const QFileInfoList descriptors =
+        QDir(QStringLiteral("/proc/self/fd"))
+            .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
     int sockets = 0;
-    for (const QString &descriptor : descriptors) {
-        struct stat status = {};
-        if (fstat(descriptor.toInt(), &status) == 0 && S_ISSOCK(status.st_mode)) {
+    for (const QFileInfo &descriptor : descriptors) {
+        if (descriptor.symLinkTarget().contains(QStringLiteral("socket:["))) {
             ++sockets;
-            EXPECT_EQ(fcntl(descriptor.toInt(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+            EXPECT_EQ(fcntl(descriptor.fileName().toInt(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
         }
     }
     EXPECT_GE(sockets, 4) << "two that listen and the two ends of one connection";

@@ -300,13 +300,17 @@ TEST(Sleep, InterruptsTheSession)
     ASSERT_TRUE(logind.registerService(QStringLiteral("org.freedesktop.login1")));
     PulseAudioSession session(std::make_shared<SoundServer>());
     const Interruptions interruptions(session);
-    for (const bool asleep : {true, false}) {
+    const auto announce = [&](bool asleep) {
         QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/login1"),
                                                          QStringLiteral("org.freedesktop.login1.Manager"),
                                                          QStringLiteral("PrepareForSleep"));
         signal << asleep;
         logind.send(signal);
-    }
+    };
+    announce(true);
+    // On a connection that is only just being made Qt may deliver the second message before the first.
+    interruptions.expect({Type::Began});
+    announce(false);
     interruptions.expect({Type::Began, Type::Ended});
 }
 

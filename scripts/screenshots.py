@@ -48,7 +48,7 @@ class Screens(WindowSession):
 
     def photograph(self, process, path):
         """Writes a picture of the window as it is now."""
-        self.run("ffmpeg", "-loglevel", "error", "-y", "-f", "x11grab", "-window_id", self.window_number(process),
+        self.run("ffmpeg", "-loglevel", "error", "-y", "-f", "x11grab", "-draw_mouse", "0", "-window_id", self.window_number(process),
                  "-i", self.env["DISPLAY"], "-frames:v", "1", "-filter_complex", PALETTE, path)
 
     def photograph_at_rest(self, process, path):
@@ -71,6 +71,7 @@ class Album:
         self._process = session.start_kavrin("-qwindowgeometry", size + "+0+0")
         self._window = Window(session, self._process)
         session.focus_window(self._process)
+        session.run("xdotool", "mousemove", "2047", "1535")  # away from the window
         self._window.wait_for_page("Kavrin")
 
     def take_all(self, pages):

@@ -77,6 +77,13 @@ T.ApplicationWindow {
             }
         }
 
+        // In an item, so that a list that is open keeps Escape for itself.
+        Shortcut {
+            sequences: ["Escape", StandardKey.Back]
+            enabled: !window.dictating
+            onActivated: pages.goBack(true)
+        }
+
         component Slide: NumberAnimation {
             property: "x"
             duration: Theme.transition
@@ -107,11 +114,6 @@ T.ApplicationWindow {
         }
     }
 
-    Shortcut {
-        sequences: ["Escape", StandardKey.Back]
-        enabled: !window.dictating
-        onActivated: pages.goBack(true)
-    }
     MouseArea {
         anchors.fill: parent
         acceptedButtons: Qt.BackButton

@@ -23,7 +23,10 @@ T.ComboBox {
     Accessible.name: title
     // Screen readers find no value in a combo box of Qt Quick; it goes first into its description.
     Accessible.description: footer ? displayText + ". " + footer : displayText
-    Accessible.onPressAction: popup.open()
+    Accessible.onPressAction: {
+        forceActiveFocus(Qt.OtherFocusReason); // the open list is ruled from here
+        popup.open();
+    }
 
     background: RowBackground {
         control: row
@@ -33,7 +36,7 @@ T.ComboBox {
 
         Text {
             Layout.fillWidth: true
-            Layout.minimumWidth: row.availableWidth * 0.35
+            Layout.minimumWidth: row.availableWidth * 0.3
             text: row.title
             textFormat: Text.PlainText
             color: Theme.text
@@ -43,7 +46,7 @@ T.ComboBox {
             Accessible.ignored: true
         }
         Text {
-            Layout.maximumWidth: row.availableWidth * 0.6
+            Layout.maximumWidth: row.availableWidth * 0.55
             text: row.displayText
             textFormat: Text.PlainText
             color: Theme.secondaryText

@@ -2,18 +2,28 @@
 import QtQuick
 
 /// A system symbol in one colour, drawn for the screen's own pixels.
-Image {
+Item {
     id: symbol
 
     required property string name
     property color color: Theme.text
     property int size: Theme.symbolSize
+    property alias mirror: image.mirror
 
-    readonly property int pixels: Math.round(size * Screen.devicePixelRatio)
-
-    width: pixels / Screen.devicePixelRatio
-    height: width
-    sourceSize: Qt.size(pixels, pixels)
-    source: name ? "image://symbol/" + name + "?" + String(color).slice(1) : ""
+    implicitWidth: size
+    implicitHeight: size
     Accessible.ignored: true
+
+    Image {
+        id: image
+
+        readonly property int pixels: Math.round(symbol.size * Screen.devicePixelRatio)
+
+        anchors.centerIn: parent
+        width: pixels / Screen.devicePixelRatio
+        height: width
+        sourceSize: Qt.size(pixels, pixels)
+        source: symbol.name ? "image://symbol/" + symbol.name + "?" + String(symbol.color).slice(1) : ""
+        Accessible.ignored: true
+    }
 }

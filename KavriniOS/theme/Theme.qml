@@ -27,7 +27,10 @@ QtObject {
     readonly property color warning: dark ? "#ffb340" : "#b25e00"
     readonly property color destructive: dark ? "#ff6961" : "#c9211a"
     readonly property color accent: desktopAccent.a > 0 ? desktopAccent : dark ? "#7d9dff" : "#3157d5"
-    readonly property bool accentIsLight: luminance(accent) > 0.36
+    /// About the relative luminance of WCAG 2, 0 to 1.
+    readonly property real accentLuminance: 0.2126 * accent.r * accent.r + 0.7152 * accent.g * accent.g
+                                            + 0.0722 * accent.b * accent.b
+    readonly property bool accentIsLight: accentLuminance > 0.3
     /// Readable on the accent colour.
     readonly property color onAccent: accentIsLight ? "#18181b" : "#ffffff"
 
@@ -55,10 +58,4 @@ QtObject {
 
     readonly property int transition: 260
     readonly property int quickTransition: 120
-
-    /// The relative luminance of a colour, 0 to 1, as WCAG 2 defines it.
-    function luminance(color) {
-        const linear = part => part <= 0.04045 ? part / 12.92 : Math.pow((part + 0.055) / 1.055, 2.4);
-        return 0.2126 * linear(color.r) + 0.7152 * linear(color.g) + 0.0722 * linear(color.b);
-    }
 }

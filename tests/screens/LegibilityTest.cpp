@@ -40,6 +40,12 @@ private:
                 clipped.append(text);
             }
         }
+        if (item->isVisible() && item->property("source").isValid() && item->width() > 0) {
+            const QRectF picture = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+            if (picture.left() < 16 || picture.right() > window().view().width() - 16) {
+                clipped.append(item->property("source").toString());
+            }
+        }
         for (const QQuickItem *child : item->childItems()) {
             if (child->isVisible()) {
                 collect(child, clipped);

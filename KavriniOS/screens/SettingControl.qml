@@ -84,8 +84,8 @@ CardRow {
             textRole: "t"
             valueRole: "v"
             model: control.setting.options
-            currentIndex: control.setting.optionIndex
-            onActivated: index => control.setting.optionIndex = index
+            chosen: control.setting.optionIndex
+            onPicked: index => control.setting.optionIndex = index
         }
     }
     Component {

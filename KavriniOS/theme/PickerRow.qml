@@ -9,6 +9,11 @@ T.ComboBox {
 
     property string title
     property string footer
+    /// Which option is chosen; -1 where none is.
+    property int chosen: -1
+
+    /// The user has picked an option.
+    signal picked(int index)
 
     width: parent.width
     implicitHeight: Math.max(Theme.rowHeight, implicitContentHeight + topPadding + bottomPadding)
@@ -17,6 +22,12 @@ T.ComboBox {
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
     hoverEnabled: true
+    currentIndex: chosen
+    onActivated: index => {
+        picked(index);
+        // Back to the old one where the new one could not be stored.
+        currentIndex = Qt.binding(() => chosen);
+    }
     Keys.onReturnPressed: popup.open()
     Keys.onEnterPressed: popup.open()
     Accessible.role: Accessible.ComboBox
@@ -79,7 +90,6 @@ T.ComboBox {
         Accessible.name: text
         Accessible.selected: row.currentIndex === index
         Accessible.onPressAction: {
-            row.currentIndex = index;
             row.activated(index);
             row.popup.close();
         }

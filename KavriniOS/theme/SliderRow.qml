@@ -67,6 +67,7 @@ Item {
         onValueChanged: {
             if (ready && value !== row.value) {
                 row.moved(value);
+                value = row.value; // which is the old one where the new one could not be stored
             }
         }
         Component.onCompleted: ready = true

@@ -12,6 +12,8 @@ T.ApplicationWindow {
 
     required property KavrinApp app
     property bool dictating: false
+    /// Whether the keyboard moved the focus last, so that it is to be seen on the next page, too.
+    property bool keyboardInUse: false
 
     width: 420
     height: 760
@@ -23,9 +25,14 @@ T.ApplicationWindow {
     LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
     LayoutMirroring.childrenInherit: true
 
+    onActiveFocusItemChanged: {
+        if (activeFocusItem?.visualFocus !== undefined && !pages.busy) {
+            keyboardInUse = activeFocusItem.visualFocus;
+        }
+    }
     onDictatingChanged: {
         if (!dictating) {
-            pages.focusCurrent(pages.byKeyboard);
+            pages.focusCurrent();
         }
     }
 
@@ -43,9 +50,6 @@ T.ApplicationWindow {
     T.StackView {
         id: pages
 
-        /// Whether the keyboard did what changed the page last, so that the focus is to be seen on the next one.
-        property bool byKeyboard: false
-
         readonly property real away: LayoutMirroring.enabled ? -width : width
 
         anchors.fill: parent
@@ -55,17 +59,25 @@ T.ApplicationWindow {
             settings: window.app.settings
             onDictate: window.dictating = true
         }
-        onCurrentItemChanged: focusCurrent(byKeyboard)
+        onCurrentItemChanged: focusCurrent()
 
-        function goBack(byKeyboard: bool) {
+        function goBack() {
             if (depth > 1 && !busy) {
-                pages.byKeyboard = byKeyboard;
                 pop();
             }
         }
 
-        function focusCurrent(visibly: bool) {
-            currentItem?.forceActiveFocus(visibly ? Qt.TabFocusReason : Qt.OtherFocusReason);
+        /// Gives the page the focus that it had, or its first control where the keyboard is in use.
+        function focusCurrent() {
+            currentItem?.forceActiveFocus();
+            if (!window.keyboardInUse) {
+                return;
+            }
+            if (window.activeFocusItem === currentItem) {
+                currentItem.nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
+            } else if (window.activeFocusItem?.visualFocus === false) {
+                window.activeFocusItem.focusReason = Qt.TabFocusReason;
+            }
         }
 
         Connections {
@@ -73,7 +85,7 @@ T.ApplicationWindow {
             ignoreUnknownSignals: true
 
             function onBack() {
-                pages.goBack(window.activeFocusItem?.visualFocus ?? false);
+                pages.goBack();
             }
         }
 
@@ -81,7 +93,7 @@ T.ApplicationWindow {
         Shortcut {
             sequences: ["Escape", StandardKey.Back]
             enabled: !window.dictating
-            onActivated: pages.goBack(true)
+            onActivated: pages.goBack()
         }
 
         component Slide: NumberAnimation {
@@ -118,6 +130,6 @@ T.ApplicationWindow {
         anchors.fill: parent
         acceptedButtons: Qt.BackButton
         enabled: !window.dictating
-        onClicked: pages.goBack(false)
+        onClicked: pages.goBack()
     }
 }

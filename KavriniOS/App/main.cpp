@@ -5,14 +5,19 @@
 #include "store/Shared.h"
 
 #include <QCommandLineParser>
+#include <QDir>
 #include <QFileInfo>
 #include <QFont>
 #include <QGuiApplication>
 #include <QLockFile>
 #include <QLoggingCategory>
+#include <QStandardPaths>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 namespace
 {
@@ -67,6 +72,20 @@ void useOffscreenWithoutDisplay()
     }
 }
 
+/// Mesa maps a file with room for its shaders into memory, and touching it on a full disk kills the process.
+void useNoShaderCacheOnFullDisk()
+{
+    constexpr std::uintmax_t enough = 16ULL * 1024 * 1024;
+    const QStringList folders = {QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation),
+                                 QDir::homePath()};
+    for (const QString &folder : folders) {
+        std::error_code error;
+        if (std::filesystem::space(folder.toStdU16String(), error).available < enough) {
+            qputenv("MESA_SHADER_CACHE_DISABLE", "true");
+        }
+    }
+}
+
 /// The interface font, in the size that the desktop asks for.
 void useInterfaceFont()
 {
@@ -82,6 +101,7 @@ int main(int argc, char **argv)
     // Nothing is logged unless QT_LOGGING_RULES asks for it.
     QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false\n*.warning=false"));
     useOffscreenWithoutDisplay();
+    useNoShaderCacheOnFullDisk();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("kavrin"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Kavrin"));

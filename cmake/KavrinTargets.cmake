@@ -23,6 +23,16 @@ function(kavrin_library name)
   kavrin_configure(kavrin_${name})
 endfunction()
 
+# kavrin_module(curl SOURCES CurlUrlSession.cpp LINKS CURL::libcurl): lib/kavrin/kavrin_curl.so, which a program loads
+# when it first needs it (platform/linux/Module.h).
+function(kavrin_module name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(kavrin_${name} MODULE ${arg_SOURCES})
+  target_link_libraries(kavrin_${name} PRIVATE ${arg_LINKS})
+  kavrin_configure(kavrin_${name})
+  set_target_properties(kavrin_${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib/kavrin)
+endfunction()
+
 # kavrin_executable(kavrinctl SOURCES main.cpp LINKS kavrin_store)
 function(kavrin_executable name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})

@@ -7,7 +7,6 @@
 #include "platform/linux/audio/PulseAudioRecorder.h"
 #include "platform/linux/audio/PulseAudioSession.h"
 #include "platform/linux/audio/PulseSystemSound.h"
-#include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/desktop/AddressBookContacts.h"
 #include "platform/linux/desktop/DesktopPasteboard.h"
 #include "platform/linux/desktop/LogindBackgroundTasks.h"
@@ -89,9 +88,6 @@ void KavrinApp::openWindow()
             stop();
         }
     });
-    connect(
-        m_services->window, &QQuickWindow::frameSwapped, this, [] { SoundCodecs::loadAhead(); },
-        Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_services->appearance.waitForFirstAnswer();
     m_services->window->show();
 }

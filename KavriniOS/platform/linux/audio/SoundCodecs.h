@@ -40,8 +40,8 @@ public:
     [[nodiscard]] virtual std::optional<Error> failure() const = 0;
 };
 
-/// Encodes and decodes sound with libav, in a module apart: its hundred libraries would double the time that
-/// the program takes to start. The module is `../lib/kavrin/kavrin_libav.so` of the executable's folder.
+/// Encodes and decodes sound with libav, in the module kavrin_libav.so (platform/linux/Module.h): its hundred
+/// libraries would double the time that the program takes to start.
 ///
 /// Everything here may be called from any thread.
 class SoundCodecs
@@ -50,10 +50,6 @@ public:
     /// Loads the module at the first call, which takes some 20 ms; it is never unloaded. Throws Error "audio"
     /// where it or one of its libraries is missing, and tries again at the next call.
     static const SoundCodecs &load();
-
-    /// Has a thread load the module, so that no recording waits for it. Returns at once. Where it fails,
-    /// load() will say so.
-    static void loadAhead();
 
     /// What load() does, with a module at any place.
     static const SoundCodecs &loadFrom(const QString &module);

@@ -3,16 +3,15 @@
 
 #include "platform/UrlSession.h"
 
+#include <QString>
+
 #include <memory>
-#include <unordered_set>
 
 namespace kavrin
 {
 
-class CurlExchange;
-class CurlTransfers;
-
-/// HTTP/1.1 and HTTP/2 (RFC 9110, 9112, 9113) with libcurl, which is set up on first use. Main thread only.
+/// HTTP/1.1 and HTTP/2 (RFC 9110, 9112, 9113) with libcurl, in the module kavrin_curl.so
+/// (platform/linux/Module.h), which is loaded at the first request. Main thread only.
 ///
 /// - Only http and https addresses are reached.
 /// - Proxies are those of the system's configuration, or of http_proxy, https_proxy, all_proxy and no_proxy.
@@ -27,12 +26,15 @@ class CurlTransfers;
 /// algorithm on, RFC 896, so that one upload in eight waits 40 ms for the other side to acknowledge what it
 /// has.)
 ///
-/// An Error's code is libcurl's CURLcode; its description names the host, and never more of the address,
-/// which may hold a key.
+/// An Error's code is libcurl's CURLcode, 2 where the module cannot be loaded (the next request tries again);
+/// its description names the host, and never more of the address, which may hold a key.
 class NetworkUrlSession final : public UrlSession
 {
 public:
     NetworkUrlSession();
+
+    /// With a module at any place.
+    explicit NetworkUrlSession(QString module);
 
     /// Ends exchanges that are still under way: whoever awaits them gets an Error before this returns, and
     /// may not use the session any more.
@@ -41,10 +43,13 @@ public:
     QCoro::Task<QByteArray> data(UrlRequest request) override;
 
 private:
-    CurlTransfers &transfers();
+    UrlSession &session();
 
-    std::unique_ptr<CurlTransfers> m_transfers;
-    std::unordered_set<CurlExchange *> m_exchanges; ///< that are under way
+    QString m_module;
+    std::unique_ptr<UrlSession> m_session;
 };
+
+/// The module's one function, by the name kavrin_url_session: a new session, which the caller owns.
+using UrlSessionEntry = UrlSession *();
 
 } // namespace kavrin

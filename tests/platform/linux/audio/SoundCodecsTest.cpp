@@ -2,7 +2,6 @@
 #include "platform/linux/audio/SoundCodecs.h"
 
 #include "SoundFiles.h"
-#include "support/Wait.h"
 
 #include <QFile>
 
@@ -34,13 +33,6 @@ TEST(SoundCodecs, LoadNoLibavUntilTheyAreNeeded)
 TEST(SoundCodecs, AreLoadedOnce)
 {
     EXPECT_EQ(&SoundCodecs::load(), &SoundCodecs::load());
-}
-
-TEST(SoundCodecs, CanBeLoadedAheadByAThread)
-{
-    SoundCodecs::loadAhead();
-    EXPECT_TRUE(waitUntil([] { return libavIsLoaded(); }));
-    EXPECT_EQ(SoundCodecs::load().readWav(wavOf({0.5}, 8000)).samples.size(), 1U);
 }
 
 TEST(SoundCodecs, SayWhichModuleCannotBeLoadedAndWhatToDo)

@@ -4,11 +4,12 @@
 #include "support/ScriptedServer.h"
 #include "support/Wait.h"
 
+#include <QFile>
 #include <QTcpServer>
 #include <QTcpSocket>
 
 #include <curl/curl.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 namespace kavrin
 {
@@ -48,11 +49,11 @@ QByteArray fetch(const UrlRequest &request)
     return test::await(session.data(request));
 }
 
-/// The error that a new session throws for `request`.
-Error failureOf(const UrlRequest &request)
+/// The error that `session` throws for `request`.
+Error failureOf(const UrlRequest &request, NetworkUrlSession session = NetworkUrlSession())
 {
     try {
-        fetch(request);
+        test::await(session.data(request));
     } catch (const Error &error) {
         return error;
     }
@@ -65,6 +66,47 @@ void expectFailure(const Error &error, CURLcode code, const QString &description
     EXPECT_EQ(error.domain, u"network"_s);
     EXPECT_EQ(error.code, code);
     EXPECT_EQ(error.localizedDescription.toStdString(), description.toStdString());
+}
+
+/// Whether this process has loaded libcurl.
+bool libcurlIsLoaded()
+{
+    QFile maps(u"/proc/self/maps"_s);
+    EXPECT_TRUE(maps.open(QIODevice::ReadOnly));
+    return maps.readAll().contains("/libcurl");
+}
+
+TEST(NetworkUrlSession, LoadsNoLibcurlUntilTheFirstRequest)
+{
+    NetworkUrlSession session;
+    EXPECT_FALSE(libcurlIsLoaded());
+    ScriptedServer server;
+    server.add(answer("200 OK", "body"));
+    test::await(session.data(get(server.url(u"/"_s))));
+    EXPECT_TRUE(libcurlIsLoaded());
+}
+
+TEST(NetworkUrlSession, SaysWhichModuleCannotBeLoadedAndWhatToDo)
+{
+    struct Case {
+        const char *name;
+        QString module;
+        const char *reason;
+    };
+    const std::vector<Case> cases{
+        {"missing", u"/nowhere/kavrin_curl.so"_s, "/nowhere/kavrin_curl.so"},
+        {"another library", u"libcurl.so.4"_s, "kavrin_url_session"},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const Error error = failureOf(get(QUrl(u"http://service.invalid/"_s)), NetworkUrlSession(c.module));
+        EXPECT_EQ(error.domain, u"network"_s);
+        EXPECT_EQ(error.code, CURLE_FAILED_INIT);
+        EXPECT_THAT(error.localizedDescription.toStdString(),
+                    testing::AllOf(testing::StartsWith("No server can be reached ("),
+                                   testing::HasSubstr(c.reason),
+                                   testing::EndsWith("Check that Kavrin and libcurl are installed whole.")));
+    }
 }
 
 TEST(NetworkUrlSession, ReturnsTheBodyOfAnAnswer)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/network/CurlTransfers.h"
+#include "platform/linux/network/curl/CurlTransfers.h"
 
 #include <QSocketNotifier>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "platform/UrlSession.h"
-#include "platform/linux/network/CurlTransfers.h"
+#include "platform/linux/network/curl/CurlTransfers.h"
 
 #include <QByteArray>
 #include <QNetworkProxy>

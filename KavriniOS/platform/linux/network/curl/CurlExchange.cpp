@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/network/CurlExchange.h"
+#include "platform/linux/network/curl/CurlExchange.h"
 
 #include <new>
 #include <utility>

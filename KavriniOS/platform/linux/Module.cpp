@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/Module.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <dlfcn.h>
+
+namespace kavrin
+{
+
+QString modulePath(const QString &name)
+{
+    const QString executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
+    return QFileInfo(executable).path() + QStringLiteral("/../lib/kavrin/") + name;
+}
+
+void *moduleEntry(const QString &module, const char *entry, const Error &failure)
+{
+    // All symbols now, in this thread, rather than each at its first use, while somebody begins to speak.
+    void *handle = dlopen(QFile::encodeName(module).constData(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    void *function = handle ? dlsym(handle, entry) : nullptr;
+    if (!function) {
+        throw Error(failure.domain, failure.code,
+                    failure.localizedDescription.arg(QString::fromLocal8Bit(dlerror())));
+    }
+    return function;
+}
+
+} // namespace kavrin

@@ -129,7 +129,7 @@ FocusScope {
                         horizontalAlignment: TextEdit.AlignHCenter
                         color: Theme.text
                         selectionColor: Theme.accent
-                        selectedTextColor: Theme.onAccent
+                        selectedTextColor: Theme.accentText
                         font.pixelSize: Theme.bodySize
                         Accessible.role: Accessible.StaticText
                         Accessible.name: text

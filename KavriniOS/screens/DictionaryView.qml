@@ -33,7 +33,7 @@ TitledPage {
                 wrapMode: TextEdit.Wrap
                 color: Theme.text
                 selectionColor: Theme.accent
-                selectedTextColor: Theme.onAccent
+                selectedTextColor: Theme.accentText
                 font.family: Theme.monospaceFamily
                 font.pixelSize: Theme.bodySize
                 selectByMouse: true

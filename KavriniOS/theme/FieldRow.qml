@@ -62,7 +62,7 @@ Item {
             clip: true
             color: Theme.text
             selectionColor: Theme.accent
-            selectedTextColor: Theme.onAccent
+            selectedTextColor: Theme.accentText
             font.pixelSize: Theme.bodySize
             horizontalAlignment: TextInput.AlignLeft
             selectByMouse: true

@@ -34,7 +34,7 @@ PressButton {
     contentItem: Text {
         text: button.text
         textFormat: Text.PlainText
-        color: button.prominent ? Theme.onAccent : Theme.accent
+        color: button.prominent ? Theme.accentText : Theme.accent
         font.pixelSize: Theme.bodySize
         font.weight: button.prominent ? Font.DemiBold : Font.Normal
         horizontalAlignment: Text.AlignHCenter

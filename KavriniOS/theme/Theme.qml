@@ -32,7 +32,7 @@ QtObject {
                                             + 0.0722 * accent.b * accent.b
     readonly property bool accentIsLight: accentLuminance > 0.3
     /// Readable on the accent colour.
-    readonly property color onAccent: accentIsLight ? "#18181b" : "#ffffff"
+    readonly property color accentText: accentIsLight ? "#18181b" : "#ffffff"
 
     readonly property int margin: 16
     readonly property int radius: 12

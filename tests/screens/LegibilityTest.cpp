@@ -4,6 +4,8 @@
 #include <QFont>
 #include <QGlyphRun>
 #include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QRawFont>
 #include <QTextLayout>
 
@@ -77,6 +79,30 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
             SCOPED_TRACE(qPrintable(u"%1, %2 wide, %3 pt"_qs.arg(page.id).arg(c.width).arg(c.pointSize)));
             EXPECT_EQ(clippedTexts(), QStringList());
         }
+    }
+}
+
+TEST_F(LegibilityTest, WritesOnTheAccentColourInWhatStandsOutFromIt)
+{
+    QQmlEngine engine;
+    engine.addImportPath(u"qrc:/qt/qml"_qs);
+    QQmlComponent component(&engine);
+    component.setData(
+        "import QtQml; import Kavrin.Theme; QtObject { readonly property QtObject theme: Theme }", QUrl());
+    const std::unique_ptr<QObject> holder(component.create());
+    ASSERT_TRUE(holder != nullptr) << qPrintable(component.errorString());
+    auto *theme = holder->property("theme").value<QObject *>();
+    ASSERT_TRUE(theme != nullptr);
+    const QColor dark(0x18, 0x18, 0x1b);
+    const QColor light(Qt::white);
+    for (const auto &[accent, text] : std::vector<std::pair<QColor, QColor>>{
+             {QColor(Qt::transparent), light}, // the application's own blue
+             {QColor(Qt::yellow), dark},
+             {QColor(0x1a, 0x5f, 0xb4), light},
+             {QColor(0xff, 0x78, 0x00), dark},
+             {QColor(0x61, 0x35, 0x83), light}}) {
+        theme->setProperty("desktopAccent", accent);
+        EXPECT_EQ(theme->property("accentText").value<QColor>(), text) << qPrintable(accent.name());
     }
 }
 

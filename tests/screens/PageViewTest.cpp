@@ -39,7 +39,7 @@ TEST_F(PageViewTest, ShowsEveryVisibleItemOfEveryPageInItsOrder)
     for (const Prefs::Page &page : Prefs::pages()) {
         SCOPED_TRACE(qPrintable(page.id));
         openPage(page.id);
-        QStringList rows = rowNames(page);
+        const QStringList rows = rowNames(page);
         QStringList shown = window().names();
         EXPECT_EQ(shown.takeFirst(), page.title);
         for (const QString &row : rows) {

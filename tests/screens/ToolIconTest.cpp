@@ -218,9 +218,9 @@ TEST(SymbolImageProvider, DrawsASymbolInTheColourAskedFor)
                 const QColor pixel = image.pixelColor(x, y);
                 if (pixel.alpha() > strongest) {
                     strongest = pixel.alpha();
-                    EXPECT_NEAR(pixel.red(), row.color.red(), 255 / strongest);
-                    EXPECT_NEAR(pixel.green(), row.color.green(), 255 / strongest);
-                    EXPECT_NEAR(pixel.blue(), row.color.blue(), 255 / strongest);
+                    EXPECT_NEAR(pixel.red(), row.color.red(), 255.0 / strongest);
+                    EXPECT_NEAR(pixel.green(), row.color.green(), 255.0 / strongest);
+                    EXPECT_NEAR(pixel.blue(), row.color.blue(), 255.0 / strongest);
                 }
             }
         }

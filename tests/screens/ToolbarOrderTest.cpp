@@ -213,7 +213,7 @@ TEST(ToolbarOrder, TellsViewsOfAMove)
 {
     CheckedOrder order;
     QSignalSpy moved(order.get(), &QAbstractItemModel::rowsMoved);
-    QSignalSpy reset(order.get(), &QAbstractItemModel::modelReset);
+    const QSignalSpy reset(order.get(), &QAbstractItemModel::modelReset);
     order->move(1, 4);
     ASSERT_EQ(moved.size(), 1);
     EXPECT_EQ(moved[0][1], 1);

@@ -209,7 +209,7 @@ TEST_F(ToolbarOrderViewTest, MovesARowOverTheSettingsThatHaveNone)
 TEST_F(ToolbarOrderViewTest, MakesRoomWhileARowIsDraggedAndStoresAtTheDrop)
 {
     open();
-    QSignalSpy moved(&tools(), &QAbstractItemModel::rowsMoved);
+    const QSignalSpy moved(&tools(), &QAbstractItemModel::rowsMoved);
     const double top = row(u"Emoji"_s)->y();
     pressHandle(u"Clipboard"_s);
     dragTo(middle(handle(u"GIFs"_s)).y());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "screens/DictionaryModel.h"
 
+#include "screens/StoreNote.h"
 #include "store/Shared.h"
 
 namespace kavrin
@@ -32,7 +33,7 @@ void DictionaryModel::setUserDict(const QString &userDict)
     }
     m_userDict = userDict;
     const bool stored = Shared::d().set(key(), userDict);
-    m_note = stored ? QString() : tr("This could not be saved. %1").arg(Shared::d().lastError());
+    m_note = storeNote(stored);
     Q_EMIT userDictChanged();
     Q_EMIT noteChanged();
 }

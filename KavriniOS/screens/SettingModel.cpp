@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "screens/SettingModel.h"
 
-#include "store/Shared.h"
+#include "screens/StoreNote.h"
 
 #include <QVariantMap>
 
@@ -57,7 +57,7 @@ void SettingModel::reread()
 bool SettingModel::store(const PropertyListValue &value)
 {
     const bool stored = Prefs::set(m_item.key, value);
-    setNote(stored ? QString() : tr("This could not be saved. %1").arg(Shared::d().lastError()));
+    setNote(storeNote(stored));
     return stored;
 }
 

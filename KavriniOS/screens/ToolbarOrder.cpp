@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "screens/ToolbarOrder.h"
 
+#include "screens/StoreNote.h"
 #include "store/Prefs.h"
-#include "store/Shared.h"
 
 #include <algorithm>
 
@@ -136,7 +136,7 @@ void ToolbarOrder::setVisible(int row, bool visible)
 bool ToolbarOrder::store(const QStringList &order, const std::set<QString> &hidden)
 {
     const bool stored = Prefs::setTools(order, hidden);
-    m_note = stored ? QString() : tr("This could not be saved. %1").arg(Shared::d().lastError());
+    m_note = storeNote(stored);
     Q_EMIT noteChanged();
     if (!stored) {
         reload();

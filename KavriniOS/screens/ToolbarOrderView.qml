@@ -222,18 +222,12 @@ TitledPage {
                                         color: Theme.accent
                                     }
                                 }
-                                Text {
+                                RowText {
                                     id: label
 
                                     Layout.fillWidth: true
                                     Layout.leftMargin: list.textGap
                                     text: row.title
-                                    horizontalAlignment: Text.AlignLeft
-                                    textFormat: Text.PlainText
-                                    color: Theme.text
-                                    font.pixelSize: Theme.bodySize
-                                    wrapMode: Text.Wrap
-                                    Accessible.ignored: true
                                 }
                                 SwitchRow {
                                     Layout.fillHeight: true

@@ -17,14 +17,9 @@ PressButton {
     background: RowBackground {
         control: row
     }
-    contentItem: Text {
+    contentItem: RowText {
         text: row.text
-        textFormat: Text.PlainText
         color: row.destructive ? Theme.destructive : Theme.accent
-        font.pixelSize: Theme.bodySize
-        wrapMode: Text.Wrap
-        horizontalAlignment: Text.AlignLeft
         verticalAlignment: Text.AlignVCenter
-        Accessible.ignored: true
     }
 }

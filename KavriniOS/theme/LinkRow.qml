@@ -26,15 +26,9 @@ PressButton {
             name: row.symbol
             color: Theme.accent
         }
-        Text {
+        RowText {
             Layout.fillWidth: true
             text: row.text
-            textFormat: Text.PlainText
-            color: Theme.text
-            font.pixelSize: Theme.bodySize
-            wrapMode: Text.Wrap
-            horizontalAlignment: Text.AlignLeft
-            Accessible.ignored: true
         }
         Symbol {
             name: "chevron.right"

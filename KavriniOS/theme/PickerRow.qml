@@ -45,26 +45,16 @@ T.ComboBox {
     contentItem: RowLayout {
         spacing: 14
 
-        Text {
+        RowText {
             Layout.fillWidth: true
             Layout.minimumWidth: row.availableWidth * 0.3
             text: row.title
-            textFormat: Text.PlainText
-            color: Theme.text
-            font.pixelSize: Theme.bodySize
-            wrapMode: Text.Wrap
-            horizontalAlignment: Text.AlignLeft
-            Accessible.ignored: true
         }
-        Text {
+        RowText {
             Layout.maximumWidth: row.availableWidth * 0.55
             text: row.displayText
-            textFormat: Text.PlainText
             color: Theme.secondaryText
-            font.pixelSize: Theme.bodySize
-            wrapMode: Text.Wrap
             horizontalAlignment: Text.AlignRight
-            Accessible.ignored: true
         }
         Symbol {
             name: "chevron.up.chevron.down"
@@ -106,15 +96,9 @@ T.ComboBox {
         contentItem: RowLayout {
             spacing: 8
 
-            Text {
+            RowText {
                 Layout.fillWidth: true
                 text: option.text
-                textFormat: Text.PlainText
-                color: Theme.text
-                font.pixelSize: Theme.bodySize
-                wrapMode: Text.Wrap
-                horizontalAlignment: Text.AlignLeft
-                Accessible.ignored: true
             }
             Symbol {
                 opacity: row.currentIndex === option.index ? 1 : 0

@@ -29,15 +29,9 @@ Item {
         width: parent.width - 2 * Theme.margin
         spacing: 14
 
-        Text {
+        RowText {
             Layout.fillWidth: true
             text: row.title
-            textFormat: Text.PlainText
-            color: Theme.text
-            font.pixelSize: Theme.bodySize
-            wrapMode: Text.Wrap
-            horizontalAlignment: Text.AlignLeft
-            Accessible.ignored: true
         }
         Text {
             text: row.valueText

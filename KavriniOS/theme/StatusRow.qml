@@ -22,16 +22,11 @@ RowLayout {
         name: row.symbol
         color: row.color
     }
-    Text {
+    RowText {
         id: label
 
         Layout.fillWidth: true
         text: row.text
-        textFormat: Text.PlainText
         color: row.color
-        font.pixelSize: Theme.bodySize
-        wrapMode: Text.Wrap
-        horizontalAlignment: Text.AlignLeft
-        Accessible.ignored: true
     }
 }

@@ -40,15 +40,9 @@ T.Switch {
     contentItem: RowLayout {
         spacing: 14
 
-        Text {
+        RowText {
             Layout.fillWidth: true
             text: row.text
-            textFormat: Text.PlainText
-            color: Theme.text
-            font.pixelSize: Theme.bodySize
-            wrapMode: Text.Wrap
-            horizontalAlignment: Text.AlignLeft
-            Accessible.ignored: true
         }
         Item {
             implicitWidth: 50

@@ -1,0 +1,108 @@
+# SPDX-License-Identifier: MIT
+# What `cmake --install` puts where, and the Debian package that CPack makes of it. The programs find the rest beside
+# their own folder, so any prefix will do; a desktop looks for what is below share in /usr and /usr/local only.
+
+set(packaging ${PROJECT_SOURCE_DIR}/packaging)
+set(documentation share/doc/kavrin)
+set(ordinary_file OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)  # not the user's umask
+find_program(KAVRIN_GZIP gzip REQUIRED)
+
+install(TARGETS kavrin kavrinctl kavrin-stt DESTINATION bin)
+install(TARGETS kavrin_curl kavrin_libav DESTINATION lib/kavrin PERMISSIONS ${ordinary_file})
+install(FILES KavriniOS/App/Info.plist KavriniOS/App/entitlements.plist DESTINATION share/kavrin)
+
+install(FILES ${packaging}/app.kavrin.Kavrin.desktop DESTINATION share/applications)
+install(FILES ${packaging}/app.kavrin.Kavrin.metainfo.xml DESTINATION share/metainfo)
+install(FILES ${packaging}/icons/app.kavrin.Kavrin.svg DESTINATION share/icons/hicolor/scalable/apps)
+install(FILES ${packaging}/icons/app.kavrin.Kavrin-symbolic.svg DESTINATION share/icons/hicolor/symbolic/apps)
+install(FILES ${packaging}/completions/kavrinctl DESTINATION share/bash-completion/completions)
+install(FILES README.md ${packaging}/debian/copyright DESTINATION ${documentation})
+
+# Names the programs by their path, which is known when they are installed and not before: the same build is packaged
+# for /usr.
+function(kavrin_install_configured source destination)
+  cmake_path(GET source STEM LAST_ONLY name)
+  install(DIRECTORY DESTINATION ${destination})
+  install(CODE "
+    set(bindir \"\${CMAKE_INSTALL_PREFIX}/bin\")
+    set(path \"\${CMAKE_INSTALL_PREFIX}/${destination}/${name}\")
+    configure_file(\"${packaging}/${source}\" \"\$ENV{DESTDIR}\${path}\" @ONLY FILE_PERMISSIONS ${ordinary_file})
+    list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${path}\")")
+endfunction()
+
+function(kavrin_install_compressed source destination)
+  cmake_path(GET source FILENAME name)
+  set(compressed ${PROJECT_BINARY_DIR}/packaging/${name}.gz)
+  add_custom_command(OUTPUT ${compressed}
+    COMMAND ${KAVRIN_GZIP} -9nc ${packaging}/${source} > ${compressed}
+    DEPENDS ${packaging}/${source} VERBATIM)
+  set_property(GLOBAL APPEND PROPERTY kavrin_compressed_files ${compressed})
+  install(FILES ${compressed} DESTINATION ${destination})
+endfunction()
+
+kavrin_install_configured(app.kavrin.Kavrin.service.in share/dbus-1/services)
+foreach(unit kavrin kavrin-stt kavrin-messages)
+  kavrin_install_configured(systemd/${unit}.service.in lib/systemd/user)
+endforeach()
+foreach(program kavrin kavrinctl kavrin-stt)
+  kavrin_install_compressed(man/${program}.1 share/man/man1)
+endforeach()
+kavrin_install_compressed(debian/changelog ${documentation})
+get_property(compressed_files GLOBAL PROPERTY kavrin_compressed_files)
+add_custom_target(kavrin_compressed_files ALL DEPENDS ${compressed_files})
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME kavrin)
+set(CPACK_PACKAGE_VENDOR "The Kavrin developers")
+set(CPACK_PACKAGE_CONTACT "The Kavrin developers <developers@kavrin.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "dictation and settings for an on-screen keyboard")
+set(CPACK_PACKAGE_DESCRIPTION
+"Kavrin is the companion application of an on-screen keyboard, on desktops and
+phones. It records when the keyboard asks, has the speech turned into text by
+the service of the user's choice, and hands the text to the keyboard and to the
+clipboard. It also holds the settings of the keyboard.
+
+The service may be OpenAI, Gemini, any server with OpenAI's interface, or
+kavrin-stt, which comes with Kavrin, knows US English, and needs neither an
+account nor a network.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+# The libraries, those of the modules in lib/kavrin too, are found by dpkg-shlibdeps. These are what it cannot see.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(depends
+  ca-certificates                 # for every service that is not on this machine
+  pocketsphinx-en-us              # what kavrin-stt knows of English
+  qml6-module-qtqml               # the window's imports, and theirs
+  qml6-module-qtqml-workerscript
+  qml6-module-qtquick
+  qml6-module-qtquick-layouts
+  qml6-module-qtquick-templates)
+set(recommends
+  "default-dbus-session-bus | dbus-session-bus"
+  fonts-inter                     # the fonts of the window, and letters for the name of every language
+  fonts-noto-cjk
+  fonts-noto-core
+  libglib2.0-bin                  # gapplication, for "Save code" of the desktop file
+  "pulseaudio | pipewire-pulse"   # either may be on another machine
+  qt6-wayland                     # without it the window goes through Xwayland
+  wl-clipboard                    # on Wayland, the clipboard while Kavrin has no focus
+  xdg-desktop-portal)             # dark or light, and the accent colour
+set(suggests
+  evolution-data-server           # contacts
+  modemmanager)                   # kavrinctl watch-messages
+foreach(relation DEPENDS RECOMMENDS SUGGESTS)
+  string(TOLOWER ${relation} packages)
+  list(JOIN ${packages} ", " CPACK_DEBIAN_PACKAGE_${relation})
+endforeach()
+
+set(CPACK_POST_BUILD_SCRIPTS ${packaging}/debian/without-ldconfig.cmake)
+
+include(CPack)

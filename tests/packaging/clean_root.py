@@ -1,0 +1,69 @@
+# SPDX-License-Identifier: MIT
+"""A bare Debian of this machine's release, to install packages in and to run what they installed."""
+
+import pathlib
+import platform
+import shutil
+
+from packages import run
+
+# Whoever runs this is root in there, and nothing stays mounted. There is nobody else to give files to; fakeroot makes
+# Debian's tools believe that there were.
+_AS_ROOT = ("unshare", "--user", "--map-root-user", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc")
+_FAKEROOT = ("env", "FAKEROOTDONTTRYCHOWN=1", "fakeroot")
+_MOUNT = 'mount --rbind /dev "$0/dev" && mount --rbind /proc "$0/proc"'
+_PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
+_KEYRING = "/usr/share/keyrings/debian-archive-keyring.gpg"
+
+
+class CleanRoot:
+    """The Debian below `folder`. Downloaded packages are kept in the folder `cache`."""
+
+    def __init__(self, folder, cache):
+        self.folder = folder
+        self._cache = cache
+
+    def bootstrap(self):
+        """Installs the packages that every Debian has."""
+        release = platform.freedesktop_os_release()["VERSION_CODENAME"]
+        sources = _sources(release)
+        mirror = next(source.split()[1] for source in sources if source.split()[2] == release)
+        fakeroot, = pathlib.Path("/usr/lib").glob("*/libfakeroot")
+        shutil.copytree(fakeroot, self.folder / fakeroot.relative_to("/"))
+        base = self._cache / "base"
+        base.mkdir(parents=True, exist_ok=True)
+        run(*_AS_ROOT, *_FAKEROOT, "debootstrap", "--variant=minbase", f"--cache-dir={base}", f"--keyring={_KEYRING}",
+            release, self.folder, mirror)
+        configuration = self.folder / "etc" / "apt"
+        (configuration / "sources.list").write_text("".join(f"{source}\n" for source in sources), encoding="utf-8")
+        (configuration / "apt.conf.d" / "test").write_text(
+            'APT::Sandbox::User "root";\nAPT::Keep-Downloaded-Packages "true";\n', encoding="utf-8")
+        self.apt_get("update")
+
+    def apt_get(self, *arguments):
+        archives = self._cache / "archives"
+        archives.mkdir(parents=True, exist_ok=True)
+        script = f'{_MOUNT} && mount --bind "$1" "$0/var/cache/apt/archives" && shift && exec chroot "$0" "$@"'
+        run(*_AS_ROOT, *_FAKEROOT, "sh", "-c", script, self.folder, archives,
+            "/usr/bin/env", "DEBIAN_FRONTEND=noninteractive", "apt-get", "--yes", "--quiet", *arguments)
+
+    def run_as_user(self, script):
+        """What a shell script prints, run by an ordinary user on a machine without any network, with the home
+        /home/ada."""
+        (self.folder / "home" / "ada").mkdir(exist_ok=True)
+        enter = (f'{_MOUNT} && ip link set lo up && exec unshare --user --map-user=1000 --map-group=1000 --root="$0" '
+                 f'--wd=/home/ada env --ignore-environment PATH={_PATH} HOME=/home/ada LANG=C.UTF-8 bash -euc "$1"')
+        return run(*_AS_ROOT, "--net", "sh", "-c", enter, self.folder, script)
+
+    def files(self):
+        """The paths of everything in there but caches and logs, what is the user's, and what is the kernel's."""
+        foreign = ("dev", "home", "proc", "sys", "tmp", "var/cache", "var/lib/apt", "var/lib/dpkg", "var/log")
+        paths = (path.relative_to(self.folder) for path in self.folder.rglob("*"))
+        return {str(path) for path in paths if not any(path.is_relative_to(folder) for folder in foreign)}
+
+
+def _sources(release):
+    """The lines of sources.list for the release and its updates, from wherever apt has them on this machine."""
+    targets = run("apt-get", "indextargets", "--format", "$(SITE) $(RELEASE) $(COMPONENT)", "Created-By: Packages")
+    wanted = [f"{suite} main" for suite in (release, f"{release}-updates", f"{release}-security")]
+    return [f"deb {line}" for line in dict.fromkeys(targets.splitlines()) if line.split(maxsplit=1)[1] in wanted]

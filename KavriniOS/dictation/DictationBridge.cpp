@@ -2,6 +2,7 @@
 #include "dictation/DictationBridge.h"
 
 #include "loopback/Loopback.h"
+#include "platform/Logging.h"
 #include "store/Shared.h"
 
 #include <chrono>
@@ -62,10 +63,12 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
         }
         const QString command = Shared::d().string(commandKey).value_or(QString());
         if (command == u"start") {
+            qCInfo(Logging::dictation) << "Command: start";
             consumeCommand();
             const QCoro::Task<> start = startWhenIdle(recorder);
             co_await start;
         } else if (command == u"stop") {
+            qCInfo(Logging::dictation) << "Command: stop";
             consumeCommand();
             stopWhenRecording(*recorder);
         }

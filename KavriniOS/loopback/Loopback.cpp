@@ -2,6 +2,7 @@
 #include "loopback/Loopback.h"
 
 #include "loopback/LoopbackAnswer.h"
+#include "platform/Logging.h"
 
 #include <asio/any_io_executor.hpp>
 #include <asio/awaitable.hpp>
@@ -179,6 +180,7 @@ asio::awaitable<void> serve(std::shared_ptr<tcp::socket> socket)
         co_await socket->async_wait(tcp::socket::wait_read, asio::use_awaitable);
         answer = receiveAndAnswer(*socket);
     }
+    qCDebug(Logging::loopback) << "Answering with" << answer->size() << "bytes";
     co_await asio::async_write(*socket, asio::buffer(*answer), asio::use_awaitable);
     socket->shutdown(tcp::socket::shutdown_send);
     co_await discardRest(std::move(socket));
@@ -221,7 +223,8 @@ std::unique_ptr<Loopback::Listener> Loopback::Listener::open(std::uint16_t port,
 {
     try {
         return std::make_unique<Listener>(port, peerUser);
-    } catch (const std::exception &) {
+    } catch (const std::exception &error) {
+        qCWarning(Logging::loopback) << "No server on port" << port << error.what();
         return nullptr;
     }
 }
@@ -231,6 +234,7 @@ Loopback::Listener::Listener(std::uint16_t port, const PeerUserFunction &peerUse
     raiseDescriptorLimit();
     tcp::acceptor ipv4 = listenOn(m_context, tcp::endpoint(asio::ip::address_v4::loopback(), port));
     m_port = ipv4.local_endpoint().port();
+    qCInfo(Logging::loopback) << "Serving on port" << m_port;
     std::optional<tcp::acceptor> ipv6 = listenOnIpv6(m_context, m_port);
 
     asio::co_spawn(m_context, accept(std::move(ipv4)), asio::detached);
@@ -270,6 +274,7 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
 void Loopback::Listener::take(tcp::socket socket)
 {
     if (!isOfThisMachine(socket) || m_peerUser(socket.native_handle()) == PeerUser::Other) {
+        qCInfo(Logging::loopback) << "Somebody else's connection closed";
         return;
     }
     setCloseOnExec(socket.native_handle());

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "transcription/Transcriber.h"
 
+#include "platform/Logging.h"
 #include "store/Shared.h"
 #include "transcription/TranscriptionAnswer.h"
 #include "transcription/TranscriptionRequest.h"
@@ -73,8 +74,10 @@ QCoro::Task<QString> Transcriber::transcribe(QString filePath, UrlSession &sessi
     const QString provider = setting(u"provider"_s, u"openai"_s);
     // The recording itself is let go here, before the exchange begins: the request holds a copy.
     UrlRequest request = requestFor(provider, readRecording(filePath));
+    qCInfo(Logging::transcription) << "Sending" << request.body.size() << "bytes";
     const QCoro::Task<QByteArray> exchange = session.data(std::move(request));
     const QByteArray body = co_await exchange;
+    qCInfo(Logging::transcription) << "Received" << body.size() << "bytes";
     co_return transcriptFrom(provider, body);
 }
 

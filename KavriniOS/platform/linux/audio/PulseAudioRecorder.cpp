@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/PulseAudioRecorder.h"
 
+#include "platform/Logging.h"
+
 #include <QCoroFuture>
 
 #include <algorithm>
@@ -99,7 +101,8 @@ void PulseAudioRecorder::openStream()
         m_server->connect();
         const SoundServer::Lock lock(*m_server);
         m_stream = std::make_unique<SoundStream>(m_server, description, std::move(handlers));
-    } catch (const Error &) {
+    } catch (const Error &error) {
+        qCWarning(Logging::sound) << "No microphone:" << error.localizedDescription;
         const SoundServer::Lock lock(*m_server);
         answer(false);
     }

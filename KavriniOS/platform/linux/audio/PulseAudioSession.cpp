@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/PulseAudioSession.h"
 
+#include "platform/Logging.h"
 #include "platform/linux/audio/DevicePortal.h"
 
 #include <QFileInfo>
@@ -41,6 +42,7 @@ void PulseAudioSession::setCategory(Category /*category*/, Mode /*mode*/, Option
 void PulseAudioSession::activate()
 {
     m_server->connect();
+    qCInfo(Logging::sound) << "Connected to the sound server";
     m_active = true;
     applyCategory();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/storage/SqliteDatabase.h"
 
+#include "platform/Logging.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -316,6 +318,7 @@ void beginAnew(const QString &path)
             removeAside(aside);
             return;
         }
+        qCWarning(Logging::store) << "Damaged, kept as" << aside;
         file->pMethods->xTruncate(file, content.size());
         ::truncate(QFile::encodeName(logOf(path)).constData(), 0);
         lock.clearIndex();

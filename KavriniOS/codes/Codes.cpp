@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "codes/Codes.h"
+
+#include "platform/Logging.h"
+#include "store/Shared.h"
+
+#include <QHash>
+#include <QRegularExpression>
+#include <QStringList>
+
+#include <algorithm>
+#include <unicode/ubrk.h>
+
+namespace kavrin
+{
+
+namespace
+{
+
+constexpr qsizetype refusedLength = 500;
+constexpr qsizetype shortestCode = 4;
+constexpr qsizetype longestCode = 8;
+
+constexpr QStringView keywords[] = {u"code",     u"kod",      u"otp",   u"verif", u"doğrulama", u"dogrulama",
+                                    u"passcode", u"security", u"şifre", u"sifre", u"pin"};
+
+/// To each letter every character that becomes it in lower case, itself among them. Matching without case
+/// would be another thing: it takes the long s for an s, and the capital I with a dot for an i, where the
+/// lower-case form of that one has a dot of its own after the i.
+QHash<QString, QString> lettersByLowerCase()
+{
+    QHash<QString, QString> letters;
+    for (char16_t code = 0; code < 0xFFFF; ++code) {
+        const QChar letter(code);
+        if (letter.isLower() || letter.isUpper()) {
+            letters[QString(letter).toLower()] += letter;
+        }
+    }
+    return letters;
+}
+
+/// Finds what a keyword is the lower-case form of. Making that form of the whole text takes five times as
+/// long.
+QString keywordPattern()
+{
+    const QHash<QString, QString> letters = lettersByLowerCase();
+    QStringList alternatives;
+    for (const QStringView keyword : keywords) {
+        QString alternative;
+        for (const QChar letter : keyword) {
+            alternative += u'[' + letters.value(QString(letter)) + u']';
+        }
+        alternatives.append(alternative);
+    }
+    return alternatives.join(u'|');
+}
+
+struct Expressions {
+    QRegularExpression wholeLong{QStringLiteral("^[0-9]{4,8}$")};
+    QRegularExpression wholeSplit{QStringLiteral("^[0-9]{3}[ -][0-9]{3}$")};
+    QRegularExpression keyword{keywordPattern()};
+    QRegularExpression embeddedSplit{QStringLiteral("(?<![0-9])[0-9]{3}[ -][0-9]{3}(?![0-9])")};
+    QRegularExpression embeddedLong{QStringLiteral("(?<![0-9])[0-9]{4,8}(?![0-9])")};
+};
+
+bool hasEnoughDigits(QStringView text)
+{
+    const auto isDigit = [](QChar character) { return character >= u'0' && character <= u'9'; };
+    return std::count_if(text.begin(), text.end(), isDigit) >= shortestCode;
+}
+
+/// Asks ICU: QTextBoundaryFinder of Qt 6.4 finds two characters in a flag after an emoji, and
+/// QRegularExpression's "\X" one in two emoji.
+bool isTooLong(QStringView text)
+{
+    if (text.size() < refusedLength) {
+        return false;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::LocalUBreakIteratorPointer characters(
+        ubrk_open(UBRK_CHARACTER, "", text.utf16(), int32_t(text.size()), &status));
+    if (U_FAILURE(status)) {
+        return true;
+    }
+    qsizetype length = 0;
+    while (length < refusedLength && ubrk_next(characters.getAlias()) != UBRK_DONE) {
+        ++length;
+    }
+    return length == refusedLength;
+}
+
+/// `text` must be valid UTF-16: nothing checks that again.
+QString firstMatch(const QRegularExpression &expression, QStringView text)
+{
+    return expression
+        .match(text, 0, QRegularExpression::NormalMatch,
+               QRegularExpression::DontCheckSubjectStringMatchOption)
+        .captured();
+}
+
+QString withoutSeparator(QString code)
+{
+    return code.remove(u' ').remove(u'-');
+}
+
+} // namespace
+
+std::optional<Codes::Code> Codes::extract(const QString &text)
+{
+    static const Expressions expressions;
+
+    const QString valid = text.isValidUtf16() ? text : QString::fromUtf8(text.toUtf8());
+    // QStringView::trimmed() takes away what QChar::isSpace() is true for: the separators Z*, TAB to CR, and
+    // NEL.
+    const QStringView trimmed = QStringView(valid).trimmed();
+    // Most messages hold no code: what tells so soonest comes first.
+    if (!hasEnoughDigits(trimmed) || isTooLong(trimmed)) {
+        return std::nullopt;
+    }
+    if (trimmed.size() <= longestCode) {
+        for (const QRegularExpression *whole : {&expressions.wholeLong, &expressions.wholeSplit}) {
+            const QString match = firstMatch(*whole, trimmed);
+            if (!match.isEmpty()) {
+                return Code{withoutSeparator(match), true};
+            }
+        }
+    }
+    if (firstMatch(expressions.keyword, trimmed).isEmpty()) {
+        return std::nullopt;
+    }
+    for (const QRegularExpression *embedded : {&expressions.embeddedSplit, &expressions.embeddedLong}) {
+        const QString match = firstMatch(*embedded, trimmed);
+        if (!match.isEmpty()) {
+            return Code{withoutSeparator(match), false};
+        }
+    }
+    return std::nullopt;
+}
+
+void Codes::note(const QString &text, const QString &source)
+{
+    const std::optional<Code> found = extract(text);
+    qCInfo(Logging::codes) << (found ? "A code" : "No code") << "in a text of" << text.size() << "characters";
+    if (!found) {
+        return;
+    }
+    const std::pair<QString, PropertyListValue> values[] = {
+        {QStringLiteral("otpCode"), found->code}, {QStringLiteral("otpPure"), found->pure},
+        {QStringLiteral("otpSource"), source},    {QStringLiteral("otpAt"), Date::now().secondsSince1970},
+        {QStringLiteral("otpUsed"), false},
+    };
+    for (const auto &[key, value] : values) {
+        if (!Shared::d().set(key, value)) {
+            return;
+        }
+    }
+}
+
+} // namespace kavrin

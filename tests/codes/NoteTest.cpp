@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: MIT
+#include "codes/Codes.h"
+#include "store/Shared.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <sqlite3.h>
+#include <thread>
+#include <vector>
+
+using namespace kavrin;
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QStringList keys = {u"otpCode"_s, u"otpPure"_s, u"otpSource"_s, u"otpAt"_s, u"otpUsed"_s};
+
+PropertyListDictionary stored()
+{
+    return Shared::d().dictionaryRepresentation();
+}
+
+double storedTime()
+{
+    const auto time = Shared::d().object(u"otpAt"_s);
+    return time ? std::get<double>(*time) : 0;
+}
+
+/// Another program that has the suite open.
+class OtherProgram
+{
+public:
+    OtherProgram()
+    {
+        sqlite3 *handle = nullptr;
+        EXPECT_EQ(sqlite3_open(QFile::encodeName(Shared::d().path()).constData(), &handle), SQLITE_OK);
+        m_database.reset(handle);
+    }
+
+    void execute(const char *sql)
+    {
+        EXPECT_EQ(sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr), SQLITE_OK);
+    }
+
+    QStringList firstColumn(const char *sql)
+    {
+        const auto append = [](void *lines, int, char **columns, char **) {
+            static_cast<QStringList *>(lines)->append(QString::fromUtf8(columns[0]));
+            return 0;
+        };
+        QStringList lines;
+        EXPECT_EQ(sqlite3_exec(m_database.get(), sql, append, &lines, nullptr), SQLITE_OK);
+        return lines;
+    }
+
+private:
+    struct Close {
+        void operator()(sqlite3 *handle) const { sqlite3_close(handle); }
+    };
+    std::unique_ptr<sqlite3, Close> m_database;
+};
+
+} // namespace
+
+TEST(CodesNote, StoresTheCodeWithWhatAKeyboardNeedsToJudgeIt)
+{
+    const double before = Date::now().secondsSince1970;
+    Codes::note(u"Your code is 123 456"_s, u"message"_s);
+    const double time = storedTime();
+    EXPECT_GE(time, before);
+    EXPECT_LE(time, Date::now().secondsSince1970);
+    EXPECT_EQ(stored(),
+              (PropertyListDictionary{{u"otpCode"_s, u"123456"_s},
+                                      {u"otpPure"_s, false},
+                                      {u"otpSource"_s, u"message"_s},
+                                      {u"otpAt"_s, time},
+                                      {u"otpUsed"_s, false}}));
+}
+
+TEST(CodesNote, KeepsLeadingZerosAndTellsAPureCode)
+{
+    Codes::note(u"  000042\n"_s, u"elsewhere"_s);
+    EXPECT_EQ(Shared::d().object(u"otpCode"_s), PropertyListValue(u"000042"_s));
+    EXPECT_EQ(Shared::d().object(u"otpPure"_s), PropertyListValue(true));
+    EXPECT_EQ(Shared::d().object(u"otpSource"_s), PropertyListValue(u"elsewhere"_s));
+}
+
+TEST(CodesNote, ANewerCodeOverwritesAllFiveKeys)
+{
+    Codes::note(u"111111"_s, u"before"_s);
+    Shared::d().set(u"otpAt"_s, 5.0);
+    Shared::d().set(u"otpUsed"_s, true);
+    Codes::note(u"code 222222"_s, u"after"_s);
+    EXPECT_EQ(stored(),
+              (PropertyListDictionary{{u"otpCode"_s, u"222222"_s},
+                                      {u"otpPure"_s, false},
+                                      {u"otpSource"_s, u"after"_s},
+                                      {u"otpAt"_s, storedTime()},
+                                      {u"otpUsed"_s, false}}));
+    EXPECT_GT(storedTime(), 5.0);
+}
+
+TEST(CodesNote, TheSameCodeAgainIsUnusedAgain)
+{
+    Codes::note(u"111111"_s, u"message"_s);
+    Shared::d().set(u"otpUsed"_s, true);
+    Codes::note(u"111111"_s, u"message"_s);
+    EXPECT_EQ(Shared::d().object(u"otpUsed"_s), PropertyListValue(false));
+}
+
+TEST(CodesNote, ATextWithoutACodeChangesNothing)
+{
+    Shared::d().set(u"rowH"_s, 60.0);
+    for (const QString &text :
+         {QString(), u""_s, u"  \n"_s, u"No code here"_s, u"482148214"_s, u"order 55213"_s,
+          u"code 4821 "_s + QString(600, u'a'), QString(3, QChar(0))}) {
+        Codes::note(text, u"message"_s);
+    }
+    EXPECT_EQ(stored(), (PropertyListDictionary{{u"rowH"_s, 60.0}}));
+}
+
+TEST(CodesNote, ATextWithoutACodeLeavesTheEarlierCodeInPlace)
+{
+    Codes::note(u"111111"_s, u"message"_s);
+    Shared::d().set(u"otpUsed"_s, true);
+    const PropertyListDictionary before = stored();
+    Codes::note(u"No code here"_s, u"other"_s);
+    EXPECT_EQ(stored(), before);
+}
+
+TEST(CodesNote, WritesTheKeysInTheirOrderFirstAndAgain)
+{
+    Shared::d().set(u"rowH"_s, 60.0);
+    OtherProgram other;
+    other.execute("CREATE TABLE written (key TEXT)");
+    other.execute(
+        "CREATE TRIGGER inserted AFTER INSERT ON defaults BEGIN INSERT INTO written VALUES (new.key); END");
+    other.execute(
+        "CREATE TRIGGER updated AFTER UPDATE ON defaults BEGIN INSERT INTO written VALUES (new.key); END");
+    Codes::note(u"111111"_s, u"message"_s);
+    Codes::note(u"222222"_s, u"message"_s);
+    EXPECT_EQ(other.firstColumn("SELECT key FROM written ORDER BY rowid"), keys + keys);
+}
+
+TEST(CodesNote, AWriteThatFailsIsTheLast)
+{
+    Codes::note(u"111111"_s, u"message"_s);
+    PropertyListDictionary expected = stored();
+    expected.at(u"otpCode"_s) = u"222222"_s;
+    OtherProgram().execute("CREATE TRIGGER refused BEFORE INSERT ON defaults WHEN new.key = 'otpPure' "
+                           "BEGIN SELECT RAISE(ABORT, 'refused for the test'); END");
+    Codes::note(u"code 222222"_s, u"other"_s);
+    EXPECT_TRUE(Shared::d().lastError().contains(u"refused for the test"))
+        << Shared::d().lastError().toStdString();
+    EXPECT_EQ(stored(), expected);
+}
+
+TEST(CodesNote, MayBeCalledFromSeveralThreads)
+{
+    constexpr int count = 50;
+    const QStringList codes = {u"111111"_s, u"222222"_s, u"333333"_s, u"444444"_s};
+    std::vector<std::thread> threads;
+    threads.reserve(size_t(codes.size()));
+    for (const QString &code : codes) {
+        threads.emplace_back([&code] {
+            for (int number = 0; number < count; ++number) {
+                Codes::note(u"code "_s + code, code);
+                const auto seen = Codes::extract(u"code "_s + code);
+                EXPECT_TRUE(seen && seen->code == code);
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    const PropertyListDictionary values = stored();
+    EXPECT_EQ(values.size(), 5);
+    EXPECT_TRUE(codes.contains(std::get<QString>(values.at(u"otpCode"_s))));
+    EXPECT_TRUE(codes.contains(std::get<QString>(values.at(u"otpSource"_s))));
+    EXPECT_GT(std::get<double>(values.at(u"otpAt"_s)), 0);
+    EXPECT_EQ(values.at(u"otpPure"_s), PropertyListValue(false));
+    EXPECT_EQ(values.at(u"otpUsed"_s), PropertyListValue(false));
+}

@@ -41,7 +41,10 @@ void tools(QStringList &arguments);
 void exportSettings(QStringList &arguments);
 void importSettings(QStringList &arguments);
 void reset(QStringList &arguments);
+void extractCode(QStringList &arguments);
+void saveCode(QStringList &arguments);
 void transcribe(QStringList &arguments);
 void dictate(QStringList &arguments);
+void watchMessages(QStringList &arguments);
 
 } // namespace kavrin::ctl

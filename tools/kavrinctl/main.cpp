@@ -2,6 +2,7 @@
 #include "tools/kavrinctl/Verb.h"
 
 #include "platform/Error.h"
+#include "platform/Logging.h"
 #include "store/Shared.h"
 
 #include <QCoreApplication>
@@ -35,6 +36,14 @@ constexpr std::array verbs = {
          importSettings},
     Verb{"reset", "[KEY...]", "Back to the defaults: these settings, or all but the texts (API keys)", "",
          reset},
+    Verb{"extract-code", "[TEXT | -]\n--lines", "The verification code in a message",
+         "Reads standard input without TEXT. With --lines each line of it is a message and has a line as\n"
+         "answer, null where there is no code.",
+         extractCode},
+    Verb{"save-code", "[TEXT | -]", "Save the verification code in a message for the keyboard",
+         "Reads standard input without TEXT. Does nothing where there is no code. Standard input is safer:\n"
+         "other users can read the arguments of a program that runs.",
+         saveCode},
     Verb{"transcribe", "FILE", "The text of a recording, from the configured service", "", transcribe},
     Verb{"dictate", "start | stop | toggle\nstatus [--json]\nwait [--timeout SECONDS]",
          "Dictate with the running application",
@@ -42,6 +51,11 @@ constexpr std::array verbs = {
          "stops.\n"
          "wait prints the transcript when a new one arrives, and marks it as used.",
          dictate},
+    Verb{"watch-messages", "[--containing WORD]",
+         "Save the verification codes of text messages as they arrive",
+         "Runs until it is ended. Modems may come and go; what is on them already is left alone.\n"
+         "With --containing only messages that contain WORD count, in capitals or not.",
+         watchMessages},
 };
 
 QString usage(const Verb &verb)
@@ -69,7 +83,7 @@ QString generalHelp()
     QString text = QStringLiteral("kavrinctl VERB [ARGUMENTS]: Kavrin from the command line.\n\n");
     for (const Verb &verb : verbs) {
         text +=
-            QStringLiteral("  %1 %2\n").arg(QLatin1String(verb.name), -11).arg(QLatin1String(verb.summary));
+            QStringLiteral("  %1 %2\n").arg(QLatin1String(verb.name), -14).arg(QLatin1String(verb.summary));
     }
     return text
         + QStringLiteral(
@@ -113,6 +127,7 @@ int run(const Verb &verb, QStringList arguments)
 
 int main(int argc, char **argv)
 {
+    Logging::setUp();
     const QCoreApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty()) {

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/messages/ModemManagerMessages.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusReply>
+#include <QDBusServiceWatcher>
+
+#include <utility>
+
+namespace kavrin
+{
+
+namespace
+{
+
+const QString service = QStringLiteral("org.freedesktop.ModemManager1");
+const QString messagingInterface = QStringLiteral("org.freedesktop.ModemManager1.Modem.Messaging");
+const QString smsInterface = QStringLiteral("org.freedesktop.ModemManager1.Sms");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString anyPath;
+
+// MMSmsState and MMSmsPduType, as far as they matter. Reports about the user's own messages come from the
+// network as well.
+constexpr uint receivedState = 3;
+constexpr uint deliverPdu = 1;
+constexpr uint cdmaDeliverPdu = 32;
+
+Error unreachable(const QString &reason)
+{
+    return {QStringLiteral("messages"), 1,
+            QStringLiteral("Messages cannot be waited for, because the system bus cannot be reached: %1")
+                .arg(reason)};
+}
+
+} // namespace
+
+ModemManagerMessages::ModemManagerMessages(QDBusConnection bus) : m_bus(std::move(bus)) { }
+
+void ModemManagerMessages::start()
+{
+    if (!m_bus.isConnected()) {
+        throw unreachable(m_bus.lastError().message());
+    }
+    // Until something registers it, connect() does not find a slot that takes it.
+    qRegisterMetaType<QDBusObjectPath>();
+    // Signals are taken from whatever object sends them, so no modem needs to be known.
+    m_bus.connect(service, anyPath, messagingInterface, QStringLiteral("Added"), this,
+                  SLOT(onAdded(QDBusObjectPath, bool)));
+    m_bus.connect(service, anyPath, propertiesInterface, QStringLiteral("PropertiesChanged"), {smsInterface},
+                  QString(), this, SLOT(onPropertiesChanged(QDBusMessage)));
+    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                  SLOT(onDisconnected()));
+    auto *owner = new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this, &ModemManagerMessages::onOwnerChanged);
+
+    // Once the bus has answered, it has taken note of all that was asked for before.
+    const QDBusReply<QString> identity =
+        m_bus.call(QDBusMessage::createMethodCall(m_bus.interface()->service(), m_bus.interface()->path(),
+                                                  m_bus.interface()->interface(), QStringLiteral("GetId")));
+    if (!identity.isValid()) {
+        throw unreachable(identity.error().message());
+    }
+}
+
+void ModemManagerMessages::onAdded(const QDBusObjectPath &path, bool fromNetwork)
+{
+    if (fromNetwork && !m_known.contains(path.path())) {
+        m_known.insert(path.path());
+        m_awaited.insert(path.path());
+        read(path.path());
+    }
+}
+
+void ModemManagerMessages::onPropertiesChanged(const QDBusMessage &change)
+{
+    if (m_awaited.contains(change.path())) {
+        read(change.path());
+    }
+}
+
+void ModemManagerMessages::onDisconnected()
+{
+    Q_EMIT ended(QStringLiteral("The system bus has ended the connection; no message comes any more."));
+}
+
+/// Another ModemManager counts its messages anew.
+void ModemManagerMessages::onOwnerChanged()
+{
+    m_known.clear();
+    m_awaited.clear();
+}
+
+void ModemManagerMessages::read(const QString &path)
+{
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(service, path, propertiesInterface, QStringLiteral("GetAll"));
+    call << smsInterface;
+    call.setAutoStartService(false);
+    auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, path, answer] {
+        answer->deleteLater();
+        take(path, *answer);
+    });
+}
+
+void ModemManagerMessages::take(const QString &path, const QDBusPendingCallWatcher &answer)
+{
+    if (!m_awaited.contains(path)) {
+        return; // an earlier answer had it, or it was another ModemManager's
+    }
+    const QDBusPendingReply<QVariantMap> properties = answer;
+    if (properties.isError()) {
+        m_awaited.remove(path);
+        Q_EMIT unreadable(properties.error().message());
+        return;
+    }
+    const QVariantMap message = properties.value();
+    if (message.value(QStringLiteral("State")).toUInt() != receivedState) {
+        return; // its change is told
+    }
+    m_awaited.remove(path);
+    const uint kind = message.value(QStringLiteral("PduType")).toUInt();
+    if (kind == deliverPdu || kind == cdmaDeliverPdu) {
+        Q_EMIT received(message.value(QStringLiteral("Text")).toString());
+    }
+}
+
+} // namespace kavrin

@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "App/KavrinApp.h"
 
+#include "App/DictationTray.h"
+#include "App/Dictations.h"
+#include "App/FailureNotices.h"
 #include "App/UrlHost.h"
+#include "codes/SaveVerificationCode.h"
 #include "dictation/DictationBridge.h"
+#include "platform/Logging.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
 #include "platform/linux/audio/PulseAudioRecorder.h"
 #include "platform/linux/audio/PulseAudioSession.h"
 #include "platform/linux/audio/PulseSystemSound.h"
 #include "platform/linux/desktop/AddressBookContacts.h"
+#include "platform/linux/desktop/DesktopNotifications.h"
 #include "platform/linux/desktop/DesktopPasteboard.h"
 #include "platform/linux/desktop/LogindBackgroundTasks.h"
 #include "platform/linux/desktop/PortalAppearance.h"
+#include "platform/linux/desktop/StatusNotifierTray.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "screens/SymbolImageProvider.h"
@@ -23,26 +30,50 @@
 namespace kavrin
 {
 
+namespace
+{
+
+QCoro::Task<> saveCode(QString message)
+{
+    qCInfo(Logging::application) << "Action: save-code";
+    const SaveVerificationCode action{message};
+    const QCoro::Task<> run = action.perform();
+    co_await run;
+}
+
+} // namespace
+
 struct KavrinApp::Services {
+    explicit Services(KavrinApp &owner) : app(owner) { }
+
+    KavrinApp &app;
     PortalAppearance appearance;
     SystemClock clock;
     DesktopPasteboard pasteboard;
     AddressBookContacts contacts;
     LogindBackgroundTasks backgroundTasks;
+    DesktopNotifications notifications;
+    StatusNotifierTray tray;
+    FailureNotices failureNotices = FailureNotices(notifications);
     std::shared_ptr<SoundServer> soundServer = std::make_shared<SoundServer>();
     PulseAudioSession audioSession = PulseAudioSession(soundServer);
     PulseSystemSound sounds = PulseSystemSound(soundServer);
     // Goes before the others do: what it aborts then still reports to them.
     NetworkUrlSession urlSession;
     DictationBridge dictationBridge =
-        DictationBridge(recorderPlatform(), PulseAudioPlayer::factory(soundServer));
+        DictationBridge(recorderPlatform([this](const QString &message) { failureNotices.report(message); }),
+                        PulseAudioPlayer::factory(soundServer));
     SettingsModel settings = SettingsModel(pasteboard, contacts);
-    DictateModelFactory dictateModels = DictateModelFactory(recorderPlatform());
+    DictateModelFactory dictateModels = DictateModelFactory(
+        recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
+    Dictations dictations = Dictations(dictationBridge, dictateModels);
+    DictationTray dictationTray = DictationTray(tray, dictations);
     std::stop_source stop;
-    QQmlApplicationEngine engine;
+    // With the window, and only as long: a host without one costs a third of the memory.
+    std::unique_ptr<QQmlApplicationEngine> engine;
     QQuickWindow *window = nullptr;
 
-    Recorder::Platform recorderPlatform()
+    Recorder::Platform recorderPlatform(std::function<void(const QString &)> reportFailure)
     {
         return {
             .session = audioSession,
@@ -52,26 +83,30 @@ struct KavrinApp::Services {
             .pasteboard = pasteboard,
             .clock = clock,
             .transcribe = [this](const QString &path) { return Transcriber::transcribe(path, urlSession); },
+            .reportFailure = std::move(reportFailure),
         };
     }
 };
 
-KavrinApp::KavrinApp() : m_services(std::make_unique<Services>())
+KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
 {
     connect(&m_services->appearance, &Appearance::changed, this, &KavrinApp::appearanceChanged);
+    connect(&m_services->dictationTray, &DictationTray::openRequested, this, [this] { activate({}); });
+    connect(&m_services->dictationTray, &DictationTray::quitRequested, this, &KavrinApp::stop);
+    connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
 }
 
 KavrinApp::~KavrinApp() = default;
 
 void KavrinApp::start()
 {
-    openWindow();
     m_services->dictationBridge.run(m_services->stop.get_token()).then([this] { Q_EMIT stopped(); });
 }
 
 void KavrinApp::openWindow()
 {
-    QQmlApplicationEngine &engine = m_services->engine;
+    m_services->engine = std::make_unique<QQmlApplicationEngine>();
+    QQmlApplicationEngine &engine = *m_services->engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(this)}});
@@ -80,16 +115,26 @@ void KavrinApp::openWindow()
     if (m_services->window == nullptr) {
         qFatal("The window of this build cannot be made.");
     }
-
     connect(m_services->window, &QWindow::visibleChanged, this, [this](bool visible) {
+        qCInfo(Logging::application) << "Window" << (visible ? "opened" : "closed");
         if (visible) {
             onAppear();
         } else {
-            stop();
+            onWindowClosed();
         }
     });
     m_services->appearance.waitForFirstAnswer();
-    m_services->window->show();
+}
+
+void KavrinApp::onWindowClosed()
+{
+    if (!m_services->tray.isThere()) {
+        stop();
+        return;
+    }
+    m_services->window = nullptr;
+    // Not at once: the window is still telling.
+    m_services->engine.release()->deleteLater();
 }
 
 void KavrinApp::onAppear()
@@ -103,9 +148,43 @@ void KavrinApp::activate(const QString &activationToken)
         // Where the Wayland platform looks for it.
         qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
     }
+    if (!m_services->window) {
+        openWindow();
+    }
     m_services->window->show();
     m_services->window->raise();
     m_services->window->requestActivate();
+}
+
+void KavrinApp::openVoiceTyping(const QString &activationToken)
+{
+    activate(activationToken);
+    QMetaObject::invokeMethod(m_services->window, "openPage", Q_ARG(QString, QStringLiteral("dictation")));
+}
+
+bool KavrinApp::isDictationScreenSeen() const
+{
+    const QQuickWindow *const window = m_services->window;
+    return window && window->isExposed() && window->property("dictating").toBool();
+}
+
+void KavrinApp::reportScreenFailure(const QString &message)
+{
+    if (!isDictationScreenSeen()) {
+        m_services->failureNotices.report(message);
+    }
+}
+
+void KavrinApp::performAction(const QString &action, const QVariantList &parameters)
+{
+    if (action == u"dictate") {
+        qCInfo(Logging::application) << "Action: dictate";
+        m_services->dictations.toggle();
+    } else if (action == u"save-code" && !parameters.isEmpty()) {
+        saveCode(parameters.first().toString());
+    } else if (action == u"save-code") {
+        m_services->pasteboard.text().then([](const QString &text) { saveCode(text); });
+    }
 }
 
 void KavrinApp::stop()

@@ -31,12 +31,18 @@ public:
     KavrinApp();
     ~KavrinApp() override;
 
-    /// Opens the window, tells the keyboard so, and begins to serve it.
+    /// Begins to serve the keyboard. There is no window yet.
     void start();
 
-    /// Shows the window again and brings it to the front, with the activation token of whoever asked for it
-    /// (empty where there is none).
+    /// Opens the window, or brings it to the front, with the activation token of whoever asked for it (empty
+    /// where there is none). Each time that it opens the keyboard is told so. Closing it ends the
+    /// application, unless there is a tray that goes on showing it.
     void activate(const QString &activationToken);
+
+    /// Does what a desktop offers without opening a window, and what programs ask for over the bus: "dictate"
+    /// ends the recording that is under way or begins one; "save-code" notes the verification code in its
+    /// parameter, a text, or without one in the text on the clipboard. Any other action does nothing.
+    void performAction(const QString &action, const QVariantList &parameters);
 
     /// Ends serving; stopped() follows.
     void stop();
@@ -58,6 +64,10 @@ Q_SIGNALS:
 
 private:
     void openWindow();
+    void onWindowClosed();
+    void openVoiceTyping(const QString &activationToken);
+    [[nodiscard]] bool isDictationScreenSeen() const;
+    void reportScreenFailure(const QString &message);
     static void onAppear();
 
     struct Services;

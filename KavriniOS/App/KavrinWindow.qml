@@ -36,6 +36,13 @@ T.ApplicationWindow {
         }
     }
 
+    /// Shows the page with this id, whatever was shown before.
+    function openPage(id: string) {
+        const first = pages.get(0);
+        pages.pop(first, T.StackView.Immediate);
+        first.openPage(id);
+    }
+
     Binding {
         target: Theme
         property: "dark"

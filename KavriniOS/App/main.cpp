@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "App/KavrinApp.h"
+#include "platform/Logging.h"
 #include "platform/linux/desktop/ApplicationBus.h"
 #include "platform/linux/desktop/TerminationSignals.h"
 #include "store/Shared.h"
@@ -10,7 +11,6 @@
 #include <QFont>
 #include <QGuiApplication>
 #include <QLockFile>
-#include <QLoggingCategory>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -24,8 +24,13 @@ namespace
 
 using namespace kavrin;
 
-/// The URL to open, or the empty string. Ends the process on --help, --version and wrong usage.
-QString urlArgument(const QCoreApplication &application)
+struct Launch {
+    QString url; ///< to open; may be empty
+    bool inBackground; ///< as a bus or a unit launches it: without a window until somebody wants it
+};
+
+/// What the arguments ask for. Ends the process on --help, --version and wrong usage.
+Launch launchOf(const QCoreApplication &application)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Dictation and settings for the Kavrin keyboard."));
@@ -34,6 +39,10 @@ QString urlArgument(const QCoreApplication &application)
     parser.addPositionalArgument(QStringLiteral("URL"),
                                  QStringLiteral("kavrin://dictate starts a dictation."),
                                  QStringLiteral("[URL]"));
+    const QCommandLineOption background(
+        QStringLiteral("background"),
+        QStringLiteral("Serve the keyboard without a window, until one is asked for."));
+    parser.addOption(background);
     const bool isUnderstood = parser.parse(application.arguments());
     if (!isUnderstood || parser.positionalArguments().size() > 1) {
         const QString reason = isUnderstood ? QStringLiteral("One URL at a time.") : parser.errorText();
@@ -41,18 +50,18 @@ QString urlArgument(const QCoreApplication &application)
         std::exit(2);
     }
     parser.process(application); // --help and --version
-    return parser.positionalArguments().value(0);
+    return {.url = parser.positionalArguments().value(0), .inBackground = parser.isSet(background)};
 }
 
 /// Hands over to the running instance. Returns the exit code of this process.
-int handOver(const QStringList &urls)
+int handOver(const Launch &launch, const QStringList &urls)
 {
-    if (ApplicationBus::handOver(urls)) {
-        return 0;
+    const bool isThere = launch.inBackground && urls.isEmpty();
+    const QString failure = isThere ? QString() : ApplicationBus::handOver(urls);
+    if (!failure.isEmpty()) {
+        std::fprintf(stderr, "kavrin: %s\n", qUtf8Printable(failure));
     }
-    std::fputs("kavrin: Kavrin is already running, but does not answer. End that process and try again.\n",
-               stderr);
-    return 1;
+    return failure.isEmpty() ? 0 : 1;
 }
 
 /// One process serves a suite, also where no session bus tells one from the other. Where the lock cannot be
@@ -63,13 +72,11 @@ bool anotherProcessServes(QLockFile &lock)
     return !lock.tryLock() && lock.error() == QLockFile::LockFailedError;
 }
 
-void useOffscreenWithoutDisplay()
+/// Whether it has to do without a display, which the desktop or whoever starts the process would name.
+bool lacksDisplay()
 {
-    const bool hasDisplay =
-        qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
-    if (!hasDisplay && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    return !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
+        && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
 /// Mesa maps a file with room for its shaders into memory, and touching it on a full disk kills the process.
@@ -98,9 +105,11 @@ void useInterfaceFont()
 
 int main(int argc, char **argv)
 {
-    // Nothing is logged unless QT_LOGGING_RULES asks for it.
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false\n*.warning=false"));
-    useOffscreenWithoutDisplay();
+    Logging::setUp();
+    const bool isUnseen = lacksDisplay();
+    if (isUnseen) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
     useNoShaderCacheOnFullDisk();
     const QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("kavrin"));
@@ -110,16 +119,25 @@ int main(int argc, char **argv)
     QGuiApplication::setQuitOnLastWindowClosed(false);
     useInterfaceFont();
 
-    const QString url = urlArgument(application);
-    const QStringList urls = url.isEmpty() ? QStringList() : QStringList{url};
+    const Launch launch = launchOf(application);
+    qCInfo(Logging::application) << "Kavrin" << KAVRIN_VERSION << "on" << QGuiApplication::platformName()
+                                 << (launch.inBackground ? "in the background" : "with a window");
+    const QStringList urls = launch.url.isEmpty() ? QStringList() : QStringList{launch.url};
     ApplicationBus bus;
-    if (bus.claim() == ApplicationBus::Claim::Taken) {
-        return handOver(urls);
+    const ApplicationBus::Claim claim = bus.claim();
+    qCInfo(Logging::application) << "Name on the session bus:" << claim;
+    if (claim == ApplicationBus::Claim::Taken) {
+        return handOver(launch, urls);
+    }
+    if (isUnseen) {
+        bus.refuseToActivate(
+            QStringLiteral("Kavrin is already running, but was started where there is no display. "
+                           "End that process and try again."));
     }
     QLockFile lock(QFileInfo(Shared::d().path()).path() + QStringLiteral("/application.lock"));
     if (anotherProcessServes(lock)) {
-        KavrinApp::openUrl(url);
-        if (url.isEmpty()) {
+        KavrinApp::openUrl(launch.url);
+        if (urls.isEmpty()) {
             std::fputs("Kavrin is already running.\n", stderr);
         }
         return 0;
@@ -133,7 +151,11 @@ int main(int argc, char **argv)
     // The window stays where it is: the user wants the text in the application that has the focus.
     QObject::connect(&bus, &ApplicationBus::openRequested, &app,
                      [](const QStringList &opened) { std::ranges::for_each(opened, &KavrinApp::openUrl); });
+    QObject::connect(&bus, &ApplicationBus::actionRequested, &app, &KavrinApp::performAction);
+    if (!launch.inBackground) {
+        app.activate({});
+    }
     app.start();
-    KavrinApp::openUrl(url);
+    KavrinApp::openUrl(launch.url);
     return QGuiApplication::exec();
 }

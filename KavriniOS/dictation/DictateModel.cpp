@@ -27,9 +27,11 @@ DictateModelFactory::DictateModelFactory(Recorder::Platform platform, QObject *p
 {
 }
 
-DictateModel *DictateModelFactory::make(QObject *screen) const
+DictateModel *DictateModelFactory::make(QObject *screen)
 {
-    return new DictateModel(m_platform, screen);
+    auto *model = new DictateModel(m_platform, screen);
+    Q_EMIT made(model);
+    return model;
 }
 
 } // namespace kavrin

@@ -37,6 +37,7 @@ public:
     [[nodiscard]] bool isRecording() const { return m_recorder.state() == Recorder::S::recording; }
     [[nodiscard]] bool isWorking() const { return m_recorder.state() == Recorder::S::working; }
     [[nodiscard]] bool isDone() const { return m_recorder.state() == Recorder::S::done; }
+    [[nodiscard]] Recorder::S state() const { return m_recorder.state(); }
     [[nodiscard]] QString message() const { return m_recorder.message(); }
     [[nodiscard]] double level() const { return m_recorder.level(); }
 
@@ -61,7 +62,10 @@ public:
     explicit DictateModelFactory(Recorder::Platform platform, QObject *parent = nullptr);
 
     /// A new model, idle, that lives as long as `screen` does.
-    Q_INVOKABLE kavrin::DictateModel *make(QObject *screen) const;
+    Q_INVOKABLE kavrin::DictateModel *make(QObject *screen);
+
+Q_SIGNALS:
+    void made(kavrin::DictateModel *model);
 
 private:
     Recorder::Platform m_platform;

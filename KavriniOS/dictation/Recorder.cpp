@@ -2,6 +2,7 @@
 #include "dictation/Recorder.h"
 
 #include "platform/FileManager.h"
+#include "platform/Logging.h"
 #include "store/Shared.h"
 
 #include <algorithm>
@@ -21,6 +22,14 @@ constexpr std::chrono::milliseconds meterInterval = 50ms;
 double levelOf(float decibels)
 {
     return double(std::clamp((decibels + 50.0F) / 50.0F, 0.0F, 1.0F));
+}
+
+/// Without the description, which may be what the service answered.
+void logFailure(const std::exception &failure)
+{
+    const auto *const error = dynamic_cast<const Error *>(&failure);
+    qCInfo(Logging::dictation) << "Transcription failed:" << (error ? error->domain : QString())
+                               << (error ? error->code : 0);
 }
 
 QString recordingFailed(const std::exception &error)
@@ -47,7 +56,7 @@ QCoro::Task<> Recorder::start()
     }
     if (!granted) {
         publishState(QStringLiteral("idle"));
-        setMessage(QStringLiteral("Microphone permission denied."));
+        fail(QStringLiteral("Microphone permission denied."));
         co_return;
     }
     publishState(QStringLiteral("starting"));
@@ -78,7 +87,7 @@ bool Recorder::prepare()
         m_platform.session.activate();
         m_recorder = m_platform.makeRecorder(url(), AudioRecorderSettings());
     } catch (const std::exception &error) {
-        setMessage(recordingFailed(error));
+        fail(recordingFailed(error));
         return false;
     }
     m_recorder->setMeteringEnabled(true);
@@ -91,7 +100,7 @@ void Recorder::stop()
     setLevel(0);
     if (m_recorder) {
         m_recorder->stop();
-        reportFailure();
+        checkRecording();
     }
     m_platform.sounds.play(SystemSound::Id::EndRecording);
     setState(S::working);
@@ -107,18 +116,24 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
 {
     S state = S::idle;
     QString message;
+    bool failed = false;
     try {
         const QCoro::Task<QString> transcription = platform.transcribe(url());
         message = co_await transcription;
         handOver(platform, message);
         state = recorder && !recorder->autoReset ? S::done : S::idle;
     } catch (const std::exception &error) {
+        logFailure(error);
         message = QStringLiteral("Error: ") + QString::fromUtf8(error.what());
         publishState(QStringLiteral("idle"));
+        failed = true;
     }
     if (recorder) {
         recorder->setState(state);
         recorder->setMessage(message);
+    }
+    if (failed) {
+        platform.reportFailure(message);
     }
     platform.backgroundTasks.end(task);
 }
@@ -143,7 +158,7 @@ void Recorder::updateMeter()
 {
     // The meter of a recording that another one replaced goes on after the stop.
     if (m_state == S::recording) {
-        reportFailure();
+        checkRecording();
     }
     if (!m_recorder || !m_recorder->isRecording()) {
         return;
@@ -153,11 +168,19 @@ void Recorder::updateMeter()
 }
 
 /// While there is still somebody speaking to whom it matters.
-void Recorder::reportFailure()
+void Recorder::checkRecording()
 {
-    if (const std::optional<Error> failure = m_recorder ? m_recorder->failure() : std::nullopt) {
-        setMessage(recordingFailed(*failure));
+    const std::optional<Error> failure = m_recorder ? m_recorder->failure() : std::nullopt;
+    const bool isNew = failure && m_message != recordingFailed(*failure);
+    if (isNew) {
+        fail(recordingFailed(*failure));
     }
+}
+
+void Recorder::fail(const QString &message)
+{
+    setMessage(message);
+    m_platform.reportFailure(message);
 }
 
 void Recorder::publishState(const QString &state)
@@ -168,6 +191,7 @@ void Recorder::publishState(const QString &state)
 void Recorder::setState(S state)
 {
     if (m_state != state) {
+        qCInfo(Logging::dictation) << "From" << m_state << "to" << state;
         m_state = state;
         Q_EMIT stateChanged();
     }

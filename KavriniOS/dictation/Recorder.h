@@ -39,6 +39,8 @@ public:
         Clock &clock;
         /// The text of the audio file at a path. Throws Error.
         std::function<QCoro::Task<QString>(const QString &path)> transcribe;
+        /// Told of every failure in the words of `message`, also when the recorder is gone by then.
+        std::function<void(const QString &message)> reportFailure = [](const QString &) { };
     };
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
@@ -75,7 +77,8 @@ private:
     bool prepare();
     void startMeter();
     void updateMeter();
-    void reportFailure();
+    void checkRecording();
+    void fail(const QString &message);
     void setMessage(const QString &message);
     void setLevel(double level);
     static void publishState(const QString &state);

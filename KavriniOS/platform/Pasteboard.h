@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QCoroTask>
 #include <QString>
 
 namespace kavrin
@@ -20,6 +21,10 @@ public:
     /// asked to leave out. To be called when the user has just clicked or pressed a key in a window of this
     /// application: without, some desktops keep what was there before.
     virtual void setSecret(const QString &text) = 0;
+
+    /// The text on it; empty where there is none, or where whoever has set it does not hand it over. No
+    /// window of this application needs to have the focus.
+    virtual QCoro::Task<QString> text() = 0;
 };
 
 } // namespace kavrin

@@ -15,6 +15,13 @@ TitledPage {
 
     title: "Kavrin"
 
+    function openPage(id: string) {
+        T.StackView.view.push(pageView, {
+            page: settings.makePage(id),
+            actions: settings.actions
+        });
+    }
+
     Component {
         id: pageView
 
@@ -63,10 +70,7 @@ TitledPage {
                 LinkRow {
                     text: row.modelData.title
                     symbol: row.modelData.icon
-                    onClicked: view.T.StackView.view.push(pageView, {
-                        page: view.settings.makePage(row.modelData.id),
-                        actions: view.settings.actions
-                    })
+                    onClicked: view.openPage(row.modelData.id)
                 }
             }
         }

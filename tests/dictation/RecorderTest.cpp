@@ -101,6 +101,57 @@ TEST_F(RecorderTest, ARecorderThatCannotBeMadeIsSaidAndTheStateStaysStarting)
     EXPECT_FALSE(machine.journal.contains(u"sound 1113"));
 }
 
+TEST_F(RecorderTest, EachStartThatFailsIsReportedAlsoWhenItFailsLikeTheOneBefore)
+{
+    machine.session.permission = false;
+    start();
+    start();
+    machine.session.permission = true;
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    start();
+    EXPECT_EQ(machine.failures,
+              (QStringList{u"Microphone permission denied."_s, u"Microphone permission denied."_s,
+                           u"Recording failed: No sound server."_s}));
+}
+
+TEST_F(RecorderTest, ADictationThatSucceedsReportsNothing)
+{
+    dictate(u"text"_s);
+    EXPECT_TRUE(machine.failures.isEmpty());
+}
+
+TEST_F(RecorderTest, ARecordingThatFailsInTheMiddleIsReportedOnce)
+{
+    start();
+    const std::shared_ptr<FakeAudioRecorder> recording = machine.recorders.back().lock();
+    recording->recordingFailure.emplace(u"file"_s, 1, u"No space left on device."_s);
+    ASSERT_TRUE(waitUntil([&] { return !machine.failures.isEmpty(); }));
+    recording->power = 0;
+    QCoro::waitFor(recording->record());
+    ASSERT_TRUE(waitUntil([&] { return recorder.level() == 1; })); // the meter has looked again
+    recorder.stop();
+    EXPECT_EQ(machine.failures, QStringList{u"Recording failed: No space left on device."_s});
+    machine.finishTranscription(u""_s);
+    waitUntil([&] { return recorder.state() != Recorder::S::working; });
+}
+
+TEST_F(RecorderTest, AFailedTranscriptionIsReportedAlsoWhenTheRecorderIsGone)
+{
+    for (const bool isGone : {false, true}) {
+        SCOPED_TRACE(isGone);
+        machine.failures.clear();
+        auto closing = std::make_unique<Recorder>(machine.platform());
+        QCoro::waitFor(closing->start());
+        closing->stop();
+        if (isGone) {
+            closing.reset();
+        }
+        machine.failTranscription(Error(u"stt"_s, 1, u"no"_s));
+        EXPECT_TRUE(waitUntil([&] { return !machine.failures.isEmpty(); }));
+        EXPECT_EQ(machine.failures, QStringList{u"Error: no"_s});
+    }
+}
+
 TEST_F(RecorderTest, AfterAFailedStartTheNextOneWorks)
 {
     machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);

@@ -18,6 +18,7 @@ public:
 
     void setString(const QString &text) override { set(text, false); }
     void setSecret(const QString &text) override { set(text, true); }
+    QCoro::Task<QString> text() override { co_return string; }
 
 private:
     void set(const QString &text, bool secret)

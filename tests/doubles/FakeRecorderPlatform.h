@@ -27,6 +27,7 @@ public:
     std::optional<Error> recorderFailure;
     std::vector<std::weak_ptr<FakeAudioRecorder>> recorders;
     QStringList openedFiles;
+    QStringList failures; ///< that were reported
     std::vector<AudioRecorderSettings> settings;
 
     Recorder::Platform platform()
@@ -42,6 +43,7 @@ public:
             .pasteboard = pasteboard,
             .clock = clock,
             .transcribe = [this](const QString &path) { return transcribe(path); },
+            .reportFailure = [this](const QString &message) { failures.append(message); },
         };
     }
 

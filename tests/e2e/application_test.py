@@ -56,6 +56,17 @@ class Application(unittest.TestCase):
         self.assertIsNone(first.poll())
         self.assertEqual(self.session.suite().get("probeApp"), started)
 
+    def test_without_a_display_it_tells_who_wants_its_window_so(self):
+        del self.session.env["QT_QPA_PLATFORM"]
+        first = self.session.start_kavrin()
+        second = self.session.run(self.session.bin / "kavrin", check=False)
+        self.assertEqual((second.returncode, second.stderr),
+                         (1, "kavrin: Kavrin is already running, but was started where there is no display. End that "
+                             "process and try again.\n"))
+        self.session.run(self.session.bin / "kavrin", "kavrin://dictate")
+        self.session.suite().wait_for("dictationState", "starting")
+        self.assertIsNone(first.poll())
+
     def test_wrong_usage_is_explained(self):
         for arguments in (["--nonsense"], ["kavrin://a", "kavrin://b"]):
             with self.subTest(arguments):

@@ -18,6 +18,8 @@ using RegisterReply = QDBusReply<QDBusConnectionInterface::RegisterServiceReply>
 const QString activationTokenKey = QStringLiteral("activation-token");
 const QString startupIdKey = QStringLiteral("desktop-startup-id");
 
+const QString refusal = QStringLiteral("app.kavrin.Kavrin.Error.Refused");
+
 QString environmentToken()
 {
     const QString token = qEnvironmentVariable("XDG_ACTIVATION_TOKEN");
@@ -65,8 +67,8 @@ ApplicationBus::Claim ApplicationBus::claim()
     return reply.value() == QDBusConnectionInterface::ServiceRegistered ? Claim::First : Claim::Taken;
 }
 
-bool ApplicationBus::handOver(const QStringList &urls, std::chrono::milliseconds timeout, const QString &name,
-                              const QDBusConnection &bus)
+QString ApplicationBus::handOver(const QStringList &urls, std::chrono::milliseconds timeout,
+                                 const QString &name, const QDBusConnection &bus)
 {
     QDBusMessage call =
         QDBusMessage::createMethodCall(name, objectPath(name), QStringLiteral("org.freedesktop.Application"),
@@ -80,11 +82,22 @@ bool ApplicationBus::handOver(const QStringList &urls, std::chrono::milliseconds
     }
     call << platformData;
     call.setAutoStartService(false);
-    return bus.call(call, QDBus::Block, int(timeout.count())).type() == QDBusMessage::ReplyMessage;
+    const QDBusMessage answer = bus.call(call, QDBus::Block, int(timeout.count()));
+    if (answer.type() == QDBusMessage::ReplyMessage) {
+        return {};
+    }
+    return answer.errorName() == refusal
+        ? answer.errorMessage()
+        : QStringLiteral("Kavrin is already running, but does not answer. End "
+                         "that process and try again.");
 }
 
 void ApplicationBus::Activate(const QVariantMap &platformData)
 {
+    if (!m_refusal.isEmpty()) {
+        sendErrorReply(refusal, m_refusal);
+        return;
+    }
     Q_EMIT activated(tokenOf(platformData));
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QObject>
 #include <QStringList>
 #include <QVariantList>
@@ -18,7 +19,7 @@ namespace kavrin
 ///
 /// The activation tokens are what the compositor or the window manager wants to see before it lets a window
 /// come to the front; empty where the caller had none.
-class ApplicationBus : public QObject
+class ApplicationBus : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -29,6 +30,7 @@ public:
         Taken, ///< another one is: see handOver()
         NoBus, ///< there is no bus that takes the name, so nobody can know
     };
+    Q_ENUM(Claim)
 
     static QString defaultName() { return QStringLiteral("app.kavrin.Kavrin"); }
 
@@ -43,13 +45,17 @@ public:
     /// are connected before the event loop runs.
     [[nodiscard]] Claim claim();
 
+    /// Whoever wants the application to come to the front is told `reason` instead, from now on.
+    void refuseToActivate(const QString &reason) { m_refusal = reason; }
+
     /// Gives the instance these URLs to open, or asks it to come to the front where there are none, with the
     /// activation token that this process has been launched with (XDG_ACTIVATION_TOKEN or
-    /// DESKTOP_STARTUP_ID of its environment). Waits for the answer; false where there is no instance, or it
-    /// does not answer in time. Does not start one.
-    static bool handOver(const QStringList &urls, std::chrono::milliseconds timeout = std::chrono::seconds(5),
-                         const QString &name = defaultName(),
-                         const QDBusConnection &bus = QDBusConnection::sessionBus());
+    /// DESKTOP_STARTUP_ID of its environment). Waits for the answer. Does not start one. Returns the empty
+    /// string, or in words for a person why that failed.
+    static QString handOver(const QStringList &urls,
+                            std::chrono::milliseconds timeout = std::chrono::seconds(5),
+                            const QString &name = defaultName(),
+                            const QDBusConnection &bus = QDBusConnection::sessionBus());
 
     /// The interface as other programs call it.
     Q_SCRIPTABLE Q_SLOT void Activate(const QVariantMap &platformData);
@@ -70,6 +76,7 @@ Q_SIGNALS:
 private:
     QString m_name;
     QDBusConnection m_bus;
+    QString m_refusal; ///< empty where it activates
 };
 
 } // namespace kavrin

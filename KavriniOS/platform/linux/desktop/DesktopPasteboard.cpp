@@ -2,8 +2,11 @@
 #include "platform/linux/desktop/DesktopPasteboard.h"
 
 #include <QClipboard>
+#include <QCoroProcess>
 #include <QGuiApplication>
 #include <QMimeData>
+
+#include <chrono>
 
 namespace kavrin
 {
@@ -11,9 +14,34 @@ namespace kavrin
 namespace
 {
 
+using namespace std::chrono_literals;
+
+/// How long whoever has set the clipboard may take to hand it over.
+constexpr std::chrono::milliseconds patience = 5s;
+
 void setOwnClipboard(const QString &text)
 {
     QGuiApplication::clipboard()->setText(text);
+}
+
+bool isUnderWayland()
+{
+    return QGuiApplication::platformName().startsWith(u"wayland");
+}
+
+QCoro::Task<QString> textFromWlPaste()
+{
+    QProcess process;
+    process.setStandardErrorFile(QProcess::nullDevice());
+    const QCoro::Task<bool> start = qCoro(process).start(
+        QStringLiteral("wl-paste"),
+        {QStringLiteral("--no-newline"), QStringLiteral("--type"), QStringLiteral("text")});
+    if (!co_await start) {
+        co_return QGuiApplication::clipboard()->text();
+    }
+    const QCoro::Task<bool> end = qCoro(process).waitForFinished(patience);
+    co_await end;
+    co_return QString::fromUtf8(process.readAllStandardOutput());
 }
 
 } // namespace
@@ -21,7 +49,7 @@ void setOwnClipboard(const QString &text)
 void DesktopPasteboard::setString(const QString &text)
 {
     // Even a window that has the focus may not set the clipboard before it has had a click or a key.
-    if (QGuiApplication::platformName().startsWith(u"wayland")) {
+    if (isUnderWayland()) {
         setThroughWlCopy(text);
     } else {
         setOwnClipboard(text);
@@ -35,6 +63,15 @@ void DesktopPasteboard::setSecret(const QString &text)
     data->setText(text);
     data->setData(QStringLiteral("x-kde-passwordManagerHint"), "secret");
     QGuiApplication::clipboard()->setMimeData(data);
+}
+
+QCoro::Task<QString> DesktopPasteboard::text()
+{
+    if (!isUnderWayland()) {
+        co_return QGuiApplication::clipboard()->text();
+    }
+    const QCoro::Task<QString> text = textFromWlPaste();
+    co_return co_await text;
 }
 
 void DesktopPasteboard::setThroughWlCopy(const QString &text)

@@ -47,6 +47,7 @@ constexpr std::array symbols = {
     symbol("magnifyingglass", "search"),
     symbol("mic", "mic"),
     symbol("mic.fill", "mic-fill"),
+    symbol("number", "hash"),
     symbol("number.square", "1-square"),
     symbol("paintpalette", "palette"),
     symbol("person.crop.circle", "person-circle"),

@@ -53,6 +53,16 @@ bool isEntitledTo(const QString &group)
     });
 }
 
+/// The user's data folder, where keyboards look. Flatpak gives each application another one of its own, and
+/// says which is the user's where that is not the usual.
+QString userDataFolder()
+{
+    if (!qEnvironmentVariableIsSet("FLATPAK_ID")) {
+        return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    }
+    return qEnvironmentVariable("HOST_XDG_DATA_HOME", QDir::homePath() + QStringLiteral("/.local/share"));
+}
+
 } // namespace
 
 std::optional<QString> containerPath(const QString &group)
@@ -60,8 +70,7 @@ std::optional<QString> containerPath(const QString &group)
     if (!isGroupIdentifier(group) || !isEntitledTo(group)) {
         return std::nullopt;
     }
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
-        + QStringLiteral("/app-groups/") + group;
+    return userDataFolder() + QStringLiteral("/app-groups/") + group;
 }
 
 QString temporaryDirectory()

@@ -45,5 +45,5 @@ int main(int argc, char **argv)
     if (arguments.value(1) == u"claim") {
         return claim(arguments.value(2));
     }
-    return ApplicationBus::handOver(arguments.sliced(2)) ? 0 : 1;
+    return ApplicationBus::handOver(arguments.sliced(2)).isEmpty() ? 0 : 1;
 }

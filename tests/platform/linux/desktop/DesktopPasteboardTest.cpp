@@ -50,6 +50,15 @@ protected:
         });
     }
 
+    /// What a program without a window reads.
+    QString read()
+    {
+        QFile file(QDir::home().filePath(u"read.txt"_s));
+        m_display->show(owner, {u"--read"_s, file.fileName()});
+        const bool isRead = waitUntil([&] { return file.open(QIODevice::ReadOnly); });
+        return isRead ? QString::fromUtf8(file.readAll()) : u"nothing was read"_s;
+    }
+
     QString clipboard(const QString &type) { return m_display->clipboard(type); }
 
 private:
@@ -102,6 +111,19 @@ TEST_P(DesktopPasteboardTest, AsksThatASecretBeForgotten)
     set({u"--secret"_s, u"KAVRINCFG1:Günaydın"_s});
     ASSERT_TRUE(comesToHold(u"KAVRINCFG1:Günaydın"_s));
     EXPECT_EQ(clipboard(hint), u"secret"_s);
+}
+
+TEST_P(DesktopPasteboardTest, ReadsWhatAnotherProgramHasSetWithoutTheFocus)
+{
+    const QString text = u"Günaydın 你好: 482 913\n"_s;
+    set({text});
+    ASSERT_TRUE(holds(text));
+    EXPECT_EQ(read(), text);
+}
+
+TEST_P(DesktopPasteboardTest, ReadsNothingFromAnEmptyClipboard)
+{
+    EXPECT_EQ(read(), u""_s);
 }
 
 INSTANTIATE_TEST_SUITE_P(Displays, DesktopPasteboardTest, testing::Values("X11", "Wayland"),

@@ -3,7 +3,8 @@
 // file that an argument beginning with "@" names is put there in the argument's place.
 //
 // "--window TEXT" puts the text there once a window of it has the focus. "--secret TEXT" puts it there as a
-// secret, at once and with each key that the window gets.
+// secret, at once and with each key that the window gets. "--read FILE" writes what is on the clipboard to
+// the file.
 
 #include "platform/linux/desktop/DesktopPasteboard.h"
 
@@ -58,6 +59,17 @@ int setSecret(const QString &text)
     return QGuiApplication::exec();
 }
 
+int writeTo(const QString &path)
+{
+    const QCoro::Task<QString> text = pasteboard.text();
+    QFile file(path + QStringLiteral(".part"));
+    if (!file.open(QIODevice::WriteOnly)) {
+        return 1;
+    }
+    file.write(QCoro::waitFor(text).toUtf8());
+    return file.rename(path) ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -69,6 +81,9 @@ int main(int argc, char **argv)
     }
     if (arguments.value(0) == u"--secret") {
         return setSecret(arguments.value(1));
+    }
+    if (arguments.value(0) == u"--read") {
+        return writeTo(arguments.value(1));
     }
     set(arguments);
     return QGuiApplication::exec();

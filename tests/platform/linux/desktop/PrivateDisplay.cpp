@@ -53,14 +53,17 @@ QStringList asUser(uid_t user)
 
 PrivateDisplay::~PrivateDisplay()
 {
-    end(m_client);
+    for (const std::unique_ptr<QProcess> &client : m_clients) {
+        end(*client);
+    }
     end(m_server);
 }
 
 void PrivateDisplay::show(const QString &program, const QStringList &arguments)
 {
-    m_client.setProcessChannelMode(QProcess::ForwardedChannels);
-    startTied(m_client, program, arguments);
+    QProcess &client = *m_clients.emplace_back(std::make_unique<QProcess>());
+    client.setProcessChannelMode(QProcess::ForwardedChannels);
+    startTied(client, program, arguments);
 }
 
 QString PrivateDisplay::startServer(const QString &program, const QStringList &arguments)

@@ -6,6 +6,9 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include <memory>
+#include <vector>
+
 namespace kavrin::test
 {
 
@@ -40,7 +43,7 @@ protected:
 
 private:
     QProcess m_server;
-    QProcess m_client;
+    std::vector<std::unique_ptr<QProcess>> m_clients;
 };
 
 /// An X11 server (Xvfb), its clipboard read by xclip.

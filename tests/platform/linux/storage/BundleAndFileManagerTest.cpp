@@ -2,6 +2,7 @@
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 
+#include <QDir>
 #include <QFileInfo>
 
 #include <gtest/gtest.h>
@@ -19,6 +20,16 @@ TEST(Bundle, ReadsValuesOfTheInfoDictionary)
 {
     EXPECT_EQ(Bundle::infoValue(u"CFBundleIdentifier"_s), PropertyListValue(u"app.kavrin.Kavrin"_s));
     EXPECT_EQ(Bundle::infoValue(u"Nothing"_s), std::nullopt);
+}
+
+TEST(FileManager, TheContainerInAFlatpakIsWhereKeyboardsOutsideOfItLook)
+{
+    qputenv("FLATPAK_ID", "app.kavrin.Kavrin");
+    EXPECT_EQ(FileManager::containerPath(u"group.app.kavrin.shared"_s),
+              QDir::homePath() + u"/.local/share/app-groups/group.app.kavrin.shared"_s);
+    qputenv("HOST_XDG_DATA_HOME", "/srv/data");
+    EXPECT_EQ(FileManager::containerPath(u"group.app.kavrin.shared"_s),
+              u"/srv/data/app-groups/group.app.kavrin.shared"_s);
 }
 
 TEST(FileManager, OnlyAGroupOfTheEntitlementsHasAContainer)

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "App/Dictations.h"
+#include "platform/Tray.h"
+
+#include <QObject>
+
+namespace kavrin
+{
+
+/// What the tray shows of the application: whether it listens, and a menu for what one wants of it then. Main
+/// thread only.
+class DictationTray : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Both must outlive this object.
+    DictationTray(Tray &tray, Dictations &dictations);
+
+Q_SIGNALS:
+    void openRequested();
+    void quitRequested();
+
+private:
+    void update();
+    void choose(int entry);
+
+    Tray &m_tray;
+    Dictations &m_dictations;
+};
+
+} // namespace kavrin

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "dictation/DictateModel.h"
+#include "dictation/DictationBridge.h"
+
+#include <QObject>
+#include <QPointer>
+
+namespace kavrin
+{
+
+/// All dictations of the application together: the keyboard's and the dictation screen's. Main thread only.
+class Dictations : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Both must outlive this object.
+    Dictations(const DictationBridge &bridge, const DictateModelFactory &screens);
+
+    /// What the user should know of: a recording before a transcription, and that before nothing, which is
+    /// `idle`.
+    [[nodiscard]] Recorder::S state() const;
+
+    /// Ends the recording that is under way, or else begins one for the keyboard.
+    void toggle();
+
+Q_SIGNALS:
+    void stateChanged();
+
+private:
+    void watch(DictateModel *screen);
+
+    const Recorder &m_keyboard;
+    QPointer<DictateModel> m_screen; ///< the one there is, if any
+};
+
+} // namespace kavrin

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/DesktopNotifications.h"
+
+#include "platform/Logging.h"
+
+#include <QCoroDBusPendingCall>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QVariantMap>
+
+#include <utility>
+
+namespace kavrin
+{
+
+namespace
+{
+
+const QString service = QStringLiteral("org.freedesktop.Notifications");
+const QString path = QStringLiteral("/org/freedesktop/Notifications");
+
+/// What servers call a click on the notification itself.
+const QString defaultAction = QStringLiteral("default");
+
+QDBusMessage call(const QString &method)
+{
+    return QDBusMessage::createMethodCall(service, path, service, method);
+}
+
+bool understandsMarkup(const QDBusMessage &capabilities)
+{
+    const QDBusReply<QStringList> reply(capabilities);
+    return reply.value().contains(QStringLiteral("body-markup"));
+}
+
+} // namespace
+
+DesktopNotifications::DesktopNotifications(QDBusConnection bus) : m_bus(std::move(bus)) { }
+
+void DesktopNotifications::show(const QString &title, const QString &text, const QString &action)
+{
+    m_wanted = Notice{title, text, action};
+    if (!m_isSending && m_bus.isConnected()) {
+        listen();
+        sendWanted();
+    }
+}
+
+/// Only from the first notification on: most runs of the application show none.
+void DesktopNotifications::listen()
+{
+    if (std::exchange(m_isListening, true)) {
+        return;
+    }
+    m_bus.connect(service, path, service, QStringLiteral("ActionInvoked"), this,
+                  SLOT(onActionInvoked(uint, QString)));
+    m_bus.connect(service, path, service, QStringLiteral("ActivationToken"), this,
+                  SLOT(onActivationToken(uint, QString)));
+}
+
+/// One after the other, because the next one replaces what the server has numbered.
+QCoro::Task<> DesktopNotifications::sendWanted()
+{
+    const QPointer<DesktopNotifications> self(this);
+    m_isSending = true;
+    const QDBusPendingCall asked = m_bus.asyncCall(call(QStringLiteral("GetCapabilities")));
+    const QDBusMessage capabilities = co_await asked;
+    while (self && m_wanted) {
+        const Notice notice = *std::exchange(m_wanted, std::nullopt);
+        const QString body = understandsMarkup(capabilities) ? notice.text.toHtmlEscaped() : notice.text;
+        QDBusMessage notify = call(QStringLiteral("Notify"));
+        notify << QGuiApplication::applicationDisplayName() << m_shown << QGuiApplication::desktopFileName()
+               << notice.title << body << QStringList{defaultAction, notice.action}
+               << QVariantMap{{QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()}}
+               << -1; // shown as long as the server shows its notifications
+        const QDBusPendingCall sent = m_bus.asyncCall(notify);
+        const QDBusMessage answer = co_await sent;
+        if (self) {
+            m_shown = QDBusReply<uint>(answer).value();
+            qCInfo(Logging::application) << "Notification:" << (m_shown != 0 ? "shown" : "not shown");
+        }
+    }
+    if (self) {
+        m_isSending = false;
+    }
+}
+
+void DesktopNotifications::onActionInvoked(uint notification, const QString &action)
+{
+    if (notification == m_shown && action == defaultAction) {
+        Q_EMIT activated(std::exchange(m_activationToken, QString()));
+    }
+}
+
+void DesktopNotifications::onActivationToken(uint notification, const QString &token)
+{
+    if (notification == m_shown) {
+        m_activationToken = token;
+    }
+}
+
+} // namespace kavrin

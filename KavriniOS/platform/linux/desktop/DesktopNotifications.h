@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Notifications.h"
+
+#include <QCoroTask>
+#include <QDBusConnection>
+
+#include <optional>
+
+namespace kavrin
+{
+
+/// The notification server of the session bus: org.freedesktop.Notifications, see
+/// https://specifications.freedesktop.org/notification-spec/latest/.
+class DesktopNotifications : public Notifications
+{
+    Q_OBJECT
+
+public:
+    explicit DesktopNotifications(QDBusConnection bus = QDBusConnection::sessionBus());
+
+    void show(const QString &title, const QString &text, const QString &action) override;
+
+private:
+    struct Notice {
+        QString title;
+        QString text;
+        QString action;
+    };
+
+    void listen();
+    QCoro::Task<> sendWanted();
+    Q_SLOT void onActionInvoked(uint notification, const QString &action);
+    Q_SLOT void onActivationToken(uint notification, const QString &token);
+
+    QDBusConnection m_bus;
+    std::optional<Notice> m_wanted; ///< until it is sent
+    bool m_isSending = false;
+    bool m_isListening = false;
+    uint m_shown = 0; ///< its number; 0 where there is none
+    QString m_activationToken; ///< comes before the action that it is for
+};
+
+} // namespace kavrin

@@ -1,0 +1,258 @@
+# SPDX-License-Identifier: MIT
+"""What the user is told where no window tells it: failed dictations as notifications, and nothing that is secret."""
+
+import http.server
+import subprocess
+import threading
+import unittest
+
+from faults_test import HangingService
+from support.desktop import Bus, Notifications
+from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.screen_reader import Window, WindowSession
+
+CLIP = SPEECH / "cards" / "001.wav"
+SPOKEN = "ten of clubs"
+TITLE = "Voice typing"
+KEYS = {"openaiKey": "sk-openai-4711", "customKey": "sk-openai-4711-custom", "geminiKey": "gm 0815/äöü"}
+
+
+class RefusingService:
+    """A speech service that refuses everything with the JSON of the test."""
+
+    def __init__(self, answer):
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_POST(self):
+                self.rfile.read(int(self.headers["Content-Length"]))
+                body = answer.encode()
+                self.send_response(401)
+                self.send_header("Content-Length", str(len(body)))
+                self.end_headers()
+                self.wfile.write(body)
+
+            def log_message(self, *_):
+                pass
+
+        self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        self.url = f"http://127.0.0.1:{self._server.server_port}/"
+        threading.Thread(target=self._server.serve_forever, daemon=True).start()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self._server.shutdown()
+        self._server.server_close()
+
+
+def fail_with(session, service):
+    """Dictates with a service that refuses."""
+    session.ctl("set", "provider", "custom")
+    session.ctl("set", "customURL", service.url)
+    session.ctl("dictate", "start")
+    session.ctl("dictate", "stop")
+
+
+class InTheBackground(unittest.TestCase):
+    def setUp(self):
+        self.session = self.enterContext(PrivateSession())
+        self.bus = Bus(self.session)
+        self.suite = self.session.suite()
+
+    def expect_notice(self, notifications, text):
+        wait_until(notifications.shown, "a notification")
+        self.assertEqual(notifications.shown(), [(TITLE, text)])
+
+    def test_a_recording_that_cannot_begin(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.end(self.session.sound_server)
+        self.session.start_kavrin("--background")
+        self.suite.set("dictationCommand", "string", "start")
+        wait_until(notifications.shown, "a notification")
+        title, text = notifications.shown()[0]
+        self.assertEqual(title, TITLE)
+        self.assertTrue(text.startswith("Recording failed: The sound server cannot be reached"), text)
+
+    def test_each_failure_takes_the_place_of_the_one_before(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.end(self.session.sound_server)
+        self.session.start_kavrin("--background")
+        for count in (1, 2, 3):
+            self.suite.set("dictationCommand", "string", "start")
+            wait_until(lambda wanted=count: len(notifications.shown()) == wanted, f"notification {count}")
+        self.assertEqual(notifications.replaced(), [0, 1, 1])
+
+    def test_what_a_service_says_with_every_key_masked(self):
+        cases = [
+            ('{"error":"no"}', 'Error: {"error":"no"}'),
+            ('{\n  "error":\t"Incorrect key sk-openai-4711."\n}\n', 'Error: { "error": "Incorrect key •••." }'),
+            ('{"error":"sk-openai-4711-custom, not sk-openai-4711"}', 'Error: {"error":"•••, not •••"}'),
+            ('["gm 0815/äöü","gm 0815/\\u00e4\\u00f6\\u00fc","gm 0815\\/\\u00e4\\u00f6\\u00fc"]', 'Error: ["•••","•••","•••"]'),
+            ('["?key=gm%200815%2F%C3%A4%C3%B6%C3%BC"]', 'Error: ["?key=•••"]'),
+            ('["' + "x" * 400 + '"]', 'Error: ["' + "x" * 191 + "…"),
+            ('["' + "x" * 180 + "sk-openai-4711" + "y" * 50 + '"]', 'Error: ["' + "x" * 180 + "•••" + "y" * 8 + "…"),
+        ]
+        for key, value in KEYS.items():
+            self.session.ctl("set", key, value)
+        self.session.start_kavrin("--background")
+        for answer, shown in cases:
+            with self.subTest(answer), RefusingService(answer) as service:
+                notifications = Notifications(self.session, self.bus)
+                fail_with(self.session, service)
+                self.expect_notice(notifications, shown)
+                notifications.end()
+
+    def test_where_markup_is_understood_the_text_is_still_shown_as_it_is(self):
+        notifications = Notifications(self.session, self.bus, capabilities="body body-markup")
+        self.session.start_kavrin("--background")
+        with RefusingService('["<b>a</b> & b"]') as service:
+            fail_with(self.session, service)
+        self.expect_notice(notifications, "Error: [&quot;&lt;b&gt;a&lt;/b&gt; &amp; b&quot;]")
+
+    def test_a_dictation_that_succeeds_and_a_code_show_nothing(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_speech_service()
+        self.session.start_kavrin("--background")
+        self.bus.act("save-code", "Your code is 482913")
+        self.suite.wait_for("otpCode", "482913")
+        self.session.ctl("dictate", "start")
+        self.session.play(CLIP)
+        self.session.ctl("dictate", "stop")
+        self.suite.wait_for("transcript", SPOKEN)
+        with RefusingService('["no"]') as service:  # whatever came before it was shown before it
+            fail_with(self.session, service)
+        self.expect_notice(notifications, 'Error: ["no"]')
+
+    def test_no_service_for_notifications_leaves_dictation_working(self):
+        self.session.start_kavrin("--background")
+        with RefusingService('["no"]') as service:
+            fail_with(self.session, service)
+        self.session.start_speech_service()
+        self.session.ctl("dictate", "start")
+        self.session.play(CLIP)
+        self.session.ctl("dictate", "stop")
+        self.suite.wait_for("transcript", SPOKEN)
+
+
+class WithAWindow(unittest.TestCase):
+    def setUp(self):
+        self.session = self.enterContext(WindowSession(sound=True))
+        self.bus = Bus(self.session)
+        self.suite = self.session.suite()
+        self.notifications = Notifications(self.session, self.bus)
+        self.addCleanup(self.notifications.end)
+
+    def dictate_on_the_screen(self, window):
+        window.open_page("Voice typing")
+        window.find("Test voice typing", "push button").press()
+        self.suite.wait_for("dictationState", "recording")
+        window.find("Stop", "push button").press()
+        self.suite.wait_for("dictationState", "working")
+
+    def test_a_click_opens_the_settings_of_dictation(self):
+        kavrin = self.session.start_kavrin("--background")
+        with RefusingService('["no"]') as service:
+            fail_with(self.session, service)
+        wait_until(self.notifications.shown, "a notification")
+        self.assertEqual(self.notifications.actions(), ["default", "Open voice typing"])
+        self.notifications.click()
+        Window(self.session, kavrin).wait_for_page("Voice typing")
+
+    def test_a_click_leads_there_from_any_page(self):
+        window = self.session.open_window()
+        window.open_page("Layout")
+        with RefusingService('["no"]') as service:
+            fail_with(self.session, service)
+        wait_until(self.notifications.shown, "a notification")
+        self.notifications.click()
+        window.wait_for_page("Voice typing")
+        window.go_back()
+
+    def test_what_the_dictation_screen_shows_is_not_notified(self):
+        window = self.session.open_window()
+        with RefusingService('["on the screen"]') as service:
+            self.session.ctl("set", "provider", "custom")
+            self.session.ctl("set", "customURL", service.url)
+            self.dictate_on_the_screen(window)
+            window.find('Error: ["on the screen"]', "label")
+        window.find("Close", "push button").press()
+        window.wait_until_gone("Dictation", "dialog")
+        with RefusingService('["to the keyboard"]') as service:
+            fail_with(self.session, service)
+        wait_until(self.notifications.shown, "a notification")
+        self.assertEqual(self.notifications.shown(), [(TITLE, 'Error: ["to the keyboard"]')])
+
+    def test_what_fails_once_the_dictation_screen_is_closed_is_notified(self):
+        with HangingService() as service:
+            self.session.ctl("set", "provider", "custom")
+            self.session.ctl("set", "customURL", service.url)
+            window = self.session.open_window()
+            self.dictate_on_the_screen(window)
+            window.find("Close", "push button").press()
+            window.wait_until_gone("Dictation", "dialog")
+            service.release.set()
+        wait_until(self.notifications.shown, "a notification")
+        self.assertEqual([title for title, _ in self.notifications.shown()], [TITLE])
+
+
+class Log(unittest.TestCase):
+    """A whole run, with every line that the programs can be asked for."""
+
+    SECRETS = (*KEYS.values(), SPOKEN, "482913", "Hazel", "echoed")
+
+    def setUp(self):
+        self.session = self.enterContext(PrivateSession(sound=False))
+        self.bus = Bus(self.session)
+        self.log = (self.session.folder / "log").open("w+", encoding="utf-8")
+        self.addCleanup(self.log.close)
+
+    def run_everything(self):
+        ctl = self.session.bin / "kavrinctl"
+        for key, value in KEYS.items():
+            self.logged(ctl, "set", key, value)
+        kavrin = self.session.start(self.session.bin / "kavrin", "--background", stdout=self.log,
+                                    stderr=subprocess.STDOUT)
+        suite = self.session.suite()
+        wait_until(lambda: suite.get("dictationAlive"), "the heartbeat")
+        suite.set("dictationCommand", "string", "start")  # there is no sound server yet
+        suite.wait_for("dictationState", "starting")
+        self.session.start_sound_server()
+        self.logged(ctl, "save-code", "Hazel Bank: your code is 482913")
+        self.bus.act("save-code", "Hazel Bank: your code is 482913")
+        service = self.session.start(self.session.bin / "kavrin-stt", "--port", "0", stderr=self.log)
+        self.logged(ctl, "set", "provider", "custom")
+        self.logged(ctl, "set", "customURL", service.stdout.readline().strip())
+        self.logged(ctl, "dictate", "start")
+        self.session.play(CLIP)
+        self.logged(ctl, "dictate", "stop")
+        suite.wait_for("transcript", SPOKEN)
+        self.session.http("/get")
+        with RefusingService(f'["echoed {KEYS}"]') as refusing:
+            self.logged(ctl, "set", "customURL", refusing.url)
+            self.logged(ctl, "dictate", "start")
+            self.logged(ctl, "dictate", "stop")
+            suite.wait_for("dictationState", "idle")
+        kavrin.terminate()
+        self.assertEqual(kavrin.wait(10), 0)
+        self.log.seek(0)
+        return self.log.read()
+
+    def logged(self, *command):
+        subprocess.run([str(part) for part in command], env=self.session.env, stdout=subprocess.DEVNULL,
+                       stderr=self.log, check=False)
+
+    def test_by_default_there_is_none(self):
+        self.assertEqual(self.run_everything(), "")
+
+    def test_nothing_of_what_is_said_received_or_secret_is_in_it(self):
+        self.session.env["QT_LOGGING_RULES"] = "*=true"
+        log = self.run_everything()
+        for category in ("application", "store", "dictation", "sound", "transcription", "loopback", "codes"):
+            self.assertIn(f"kavrin.{category}: ", log)
+        for secret in self.SECRETS:
+            self.assertNotIn(secret, log)
+
+
+if __name__ == "__main__":
+    enter_private_namespaces()
+    unittest.main(verbosity=2)

@@ -13,10 +13,13 @@ CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
 
 
-def example(document, language):
+def blocks(document, language):
     text = (ROOT / "docs" / document).read_text(encoding="utf-8")
-    blocks = re.findall(rf"^```{language}\n(.*?)^```$", text, re.MULTILINE | re.DOTALL)
-    return max(blocks, key=len)
+    return re.findall(rf"^```{language}\n(.*?)^```$", text, re.MULTILINE | re.DOTALL)
+
+
+def example(document, language):
+    return max(blocks(document, language), key=len)
 
 
 class Examples(unittest.TestCase):

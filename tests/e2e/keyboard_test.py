@@ -1,0 +1,234 @@
+# SPDX-License-Identifier: MIT
+"""The keyboard of docs/keyboard.md, run as it stands beside the real application, and what else that page tells people
+to run."""
+
+import json
+import os
+import subprocess
+import sys
+import time
+import unittest
+
+from documents_test import CLIP, SPOKEN, blocks, example
+from support.private_session import PrivateSession, enter_private_namespaces, wait_until
+
+CODE = "482913"
+
+
+class Keyboard:
+    """The program, with what it draws and what it types."""
+
+    def __init__(self, session, name):
+        self._drawn = session.folder / f"{name}.drawn"
+        self._typed = session.folder / f"{name}.typed"
+        with open(self._drawn, "wb") as drawn, open(self._typed, "wb") as typed:
+            self._process = subprocess.Popen([sys.executable, "-c", example("keyboard.md", "python")],
+                                             env=session.env, stdin=subprocess.PIPE, stdout=typed, stderr=drawn)
+
+    def drawn(self):
+        return self._drawn.read_text(encoding="utf-8").splitlines()
+
+    def typed(self):
+        return self._typed.read_text(encoding="utf-8").splitlines()
+
+    def enter(self, line=""):
+        self._process.stdin.write(f"{line}\n".encode())
+        self._process.stdin.flush()
+
+    def wait_for(self, line):
+        wait_until(lambda: line in self.drawn(), f"the keyboard shows {line}")
+
+    def wait_for_text(self, text):
+        wait_until(lambda: any(text in line for line in self.typed()), f"the keyboard types {text}")
+
+    def end(self):
+        """The exit code, once it has come to the end of its input."""
+        self._process.stdin.close()
+        return self._process.wait(timeout=30)
+
+    def kill(self):
+        self._process.kill()
+        self._process.wait()
+        self._process.stdin.close()
+
+
+class KeyboardGuide(unittest.TestCase):
+    def setUp(self):
+        self.session = self.enterContext(PrivateSession())
+        self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
+        self.suite = self.session.suite()
+
+    def start_keyboard(self, name="keyboard"):
+        keyboard = Keyboard(self.session, name)
+        self.addCleanup(keyboard.kill)
+        return keyboard
+
+    def start_kavrin(self):
+        self.session.start_speech_service()
+        self.session.start_kavrin()
+
+    def beat(self):
+        """The heartbeat of a Kavrin that does nothing else."""
+        self.suite.set("dictationAlive", "double", time.time())
+
+    def store_transcript(self, text, age):
+        self.suite.set("transcript", "string", text)
+        self.suite.set("tStamp", "double", time.time() - age)
+
+    def store_code(self, age=0.0, used=False):
+        self.session.ctl("save-code", f"Your code is {CODE}")
+        self.suite.set("otpAt", "double", time.time() - age)
+        self.suite.set("otpUsed", "bool", used)
+
+    def whole_life(self):
+        """A keyboard that has looked once at everything and come to the end of its input."""
+        keyboard = self.start_keyboard()
+        self.assertEqual(keyboard.end(), 0, keyboard.drawn())
+        return keyboard
+
+    def run_block(self, beginning):
+        """What the block of the document that begins so prints."""
+        block = next(block for block in blocks("keyboard.md", "sh") if block.startswith(beginning))
+        return self.session.run("sh", "-eu", "-c", block).stdout
+
+    def test_it_dictates_and_inserts_the_transcript(self):
+        self.start_kavrin()
+        keyboard = self.start_keyboard()
+        keyboard.enter()
+        keyboard.wait_for("[strip] Speak, then press Return.")
+        self.session.play(CLIP)
+        keyboard.enter()
+        keyboard.wait_for_text(SPOKEN)
+        self.assertEqual(keyboard.end(), 0)
+        self.assertEqual(len(keyboard.typed()), 1)
+        self.assertEqual(self.suite.get("tUsed"), self.suite.get("tStamp"))
+
+    def test_of_two_keyboards_one_inserts_a_transcript(self):
+        keyboards = [self.start_keyboard(f"keyboard {number}") for number in (1, 2)]
+        for keyboard in keyboards:
+            keyboard.wait_for("[keys] 54 points high")
+        database = self.suite.database
+        database.execute("BEGIN IMMEDIATE")
+        self.store_transcript("ten of clubs", age=0)
+        self.suite.set("rowH", "double", 60.0)
+        self.suite.set("settingsRevision", "double", time.time())
+        database.execute("COMMIT")
+        # Both find it before either can mark it: to draw the new height is the last that they do before they look.
+        database.execute("BEGIN IMMEDIATE")
+        for keyboard in keyboards:
+            keyboard.wait_for("[keys] 60 points high")
+        database.execute("COMMIT")
+        wait_until(lambda: self.suite.get("tUsed") == self.suite.get("tStamp"), "the transcript is marked as used")
+        self.assertEqual([keyboard.end() for keyboard in keyboards], [0, 0])
+        self.assertEqual(sum((keyboard.typed() for keyboard in keyboards), []), ["ten of clubs"])
+
+    def test_it_inserts_what_was_dictated_while_it_was_away_unless_that_is_old(self):
+        for age, typed in ((30, ["ten of clubs"]), (90, [])):
+            with self.subTest(age=age):
+                self.store_transcript("ten of clubs", age)
+                self.assertEqual(self.whole_life().typed(), typed)
+                self.assertEqual(self.suite.get("tUsed"), self.suite.get("tStamp"))
+
+    def test_it_leaves_a_transcript_whose_stamp_may_not_be_its_own(self):
+        self.store_transcript("ten of clubs", age=0)
+        self.suite.set("dictationState", "string", "working")
+        self.assertEqual(self.whole_life().typed(), [])
+        self.assertIsNone(self.suite.get("tUsed"))
+
+    def test_it_begins_with_the_default_of_a_setting_and_follows_its_changes(self):
+        keyboard = self.start_keyboard()
+        keyboard.wait_for("[keys] 54 points high")
+        self.session.ctl("set", "rowH", "60")
+        keyboard.wait_for("[keys] 60 points high")
+        self.session.ctl("reset", "rowH")
+        wait_until(lambda: keyboard.drawn()[-1] == "[keys] 54 points high", "the default is back")
+
+    def test_it_takes_a_value_of_another_kind_for_the_default(self):
+        self.suite.set("rowH", "string", "60")
+        self.assertIn("[keys] 54 points high", self.whole_life().drawn())
+
+    def test_it_tells_kavrin_that_it_shares_the_suite(self):
+        start = time.time()
+        self.whole_life()
+        self.assertGreaterEqual(self.suite.get("probeKb"), start)
+
+    def test_it_inserts_a_code_once_when_the_user_takes_it(self):
+        keyboard = self.start_keyboard()
+        keyboard.wait_for("[code] ")
+        self.store_code()
+        keyboard.wait_for(f"[code] {CODE}")
+        keyboard.enter("code")
+        keyboard.enter("code")
+        self.assertEqual(keyboard.end(), 0)
+        self.assertEqual(keyboard.typed(), [CODE])
+        self.assertEqual(self.suite.get("otpUsed"), 1)
+
+    def test_it_offers_a_code_that_is_fresh_unused_and_wanted(self):
+        cases = (
+            ("fresh", {}, True, 5, True),
+            ("nearly too old", {"age": 4.5 * 60}, True, 5, True),
+            ("too old", {"age": 5.5 * 60}, True, 5, False),
+            ("kept for longer", {"age": 5.5 * 60}, True, 10, True),
+            ("used", {"used": True}, True, 5, False),
+            ("not wanted", {}, False, 5, False),
+        )
+        for name, code, chips, minutes, offered in cases:
+            with self.subTest(name):
+                self.session.ctl("set", "codeChips", str(chips).lower())
+                self.session.ctl("set", "codeMinutes", str(minutes))
+                self.store_code(**code)
+                self.assertEqual(f"[code] {CODE}" in self.whole_life().drawn(), offered)
+
+    def test_it_says_that_kavrin_is_not_running(self):
+        for age in (None, 4):
+            with self.subTest(age=age):
+                if age is not None:
+                    self.suite.set("dictationAlive", "double", time.time() - age)
+                keyboard = self.start_keyboard()
+                keyboard.enter()
+                keyboard.wait_for("[strip] Kavrin is not running. Start it and try again.")
+                self.assertIn("[microphone] not running", keyboard.drawn())
+                self.assertEqual(keyboard.end(), 0)
+                self.assertIsNone(self.suite.get("dictationCommand"))
+
+    def test_it_takes_back_a_command_that_nobody_takes(self):
+        keyboard = self.start_keyboard()
+        wait_until(lambda: self.beat() or "[microphone] idle" in keyboard.drawn(), "the keyboard sees a heartbeat")
+        keyboard.enter()
+        wait_until(lambda: self.beat() or self.suite.get("dictationCommand") == "start", "it gives a command")
+        self.suite.wait_for("dictationCommand", "")
+        keyboard.wait_for("[strip] Nothing is recorded. Kavrin may need a microphone, or the permission to use it.")
+
+    def test_it_starts_whatever_a_kavrin_that_ended_has_left(self):
+        self.start_kavrin()
+        for state in ("recording", "working", "starting"):
+            with self.subTest(state):
+                self.suite.set("dictationState", "string", state)
+                keyboard = self.start_keyboard(state)
+                keyboard.enter()
+                keyboard.wait_for("[strip] Speak, then press Return.")
+                self.assertEqual(keyboard.end(), 0)
+                self.session.ctl("dictate", "stop")
+                self.suite.wait_for("dictationState", "done")
+
+    def test_it_leaves_a_suite_alone_that_kavrin_does_not_share(self):
+        self.suite.database.execute("PRAGMA user_version = 2")
+        keyboard = self.start_keyboard()
+        self.assertEqual(keyboard.end(), 1)
+        self.assertEqual(keyboard.drawn()[-1], "This Kavrin has no suite that this keyboard can share.")
+        self.assertIsNone(self.suite.get("probeKb"))
+
+    def test_the_call_on_the_session_bus_starts_a_dictation(self):
+        self.start_kavrin()
+        self.run_block("gdbus call")
+        self.suite.wait_for("dictationState", "recording")
+
+    def test_the_command_for_the_settings_on_the_clipboard_prints_their_object(self):
+        self.session.ctl("set", "rowH", "60")
+        self.suite.set("userDict", "string", "omw=on my way\n")
+        self.assertEqual(json.loads(self.run_block("kavrinctl export")), {"rowH": 60, "userDict": "omw=on my way\n"})
+
+
+if __name__ == "__main__":
+    enter_private_namespaces()
+    unittest.main(verbosity=2)

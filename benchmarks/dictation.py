@@ -143,7 +143,8 @@ def growth(session, suite, kavrin, minutes):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--rounds", type=int, default=40, help="dictations to start and exchanges to time (40)")
+    parser.add_argument("--rounds", type=int, default=40, help="dictations to start (40)")
+    parser.add_argument("--exchanges", type=int, default=200, help="exchanges to time (200)")
     parser.add_argument("--seconds", type=int, default=60, help="length of the recording that is sent (60)")
     parser.add_argument("--minutes", type=float, default=5, help="length of the recording that is weighed (5)")
     options = parser.parse_args()
@@ -163,7 +164,7 @@ def main():
         start(suite)
         make_noise(session, options.seconds)
         first_byte, _ = stop_to_first_byte(suite, service)
-        published, ours, curls = exchanges(session, suite, service, recording, options.rounds)
+        published, ours, curls = exchanges(session, suite, service, recording, options.exchanges)
 
         grown = growth(session, suite, kavrin, options.minutes)
         size = recording.stat().st_size

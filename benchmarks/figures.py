@@ -10,5 +10,6 @@ def percentile(values, share):
 
 
 def two(values, unit="ms"):
-    """Median and 95th percentile."""
-    return f"{statistics.median(values):.1f}, {percentile(values, 0.95):.1f} {unit}"
+    """Median and 95th percentile; those of less than ten with a digit more."""
+    figures = (statistics.median(values), percentile(values, 0.95))
+    return ", ".join(f"{figure:.{2 if figure < 10 else 1}f}" for figure in figures) + f" {unit}"

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: MIT
+// The loopback server's work behind cpp-httplib: answers on port 49731 of 127.0.0.1 what Kavrin's would.
+#include "loopback/LoopbackAnswer.h"
+
+#include <httplib.h>
+
+#include <cstdio>
+#include <string>
+
+namespace
+{
+
+constexpr int port = 49731;
+
+void answer(const httplib::Request &request, httplib::Response &response)
+{
+    const std::string whole = kavrin::loopbackAnswer("GET " + request.target + " HTTP/1.1\r\n\r\n");
+    response.set_content(whole.substr(whole.find("\r\n\r\n") + 4), "application/json");
+}
+
+} // namespace
+
+int main()
+{
+    httplib::Server server;
+    server.set_keep_alive_max_count(1);
+    server.Get(".*", answer);
+    if (!server.listen("127.0.0.1", port)) {
+        std::fputs("The port is taken.\n", stderr);
+        return 1;
+    }
+    return 0;
+}

@@ -24,6 +24,11 @@ int main()
 {
     httplib::Server server;
     server.set_keep_alive_max_count(1);
+    // Its own options leave a port taken for a minute after the last connection.
+    server.set_socket_options([](socket_t socket) {
+        const int yes = 1;
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     server.Get(".*", answer);
     if (!server.listen("127.0.0.1", port)) {
         std::fputs("The port is taken.\n", stderr);

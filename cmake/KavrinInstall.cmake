@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 # What `cmake --install` puts where, and the Debian package that CPack makes of it. The programs find the rest beside
-# their own folder, so any prefix will do; a desktop looks for what is below share in /usr and /usr/local only.
+# their own folder, so any prefix will do; a desktop looks for what is below share in /usr, /usr/local and ~/.local.
 
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 set(documentation share/doc/kavrin)
@@ -42,7 +42,8 @@ endfunction()
 
 kavrin_install_configured(app.kavrin.Kavrin.service.in share/dbus-1/services)
 foreach(unit kavrin kavrin-stt kavrin-messages)
-  kavrin_install_configured(systemd/${unit}.service.in lib/systemd/user)
+  # Not lib: below a home, systemd looks here only.
+  kavrin_install_configured(systemd/${unit}.service.in share/systemd/user)
 endforeach()
 foreach(program kavrin kavrinctl kavrin-stt)
   kavrin_install_compressed(man/${program}.1 share/man/man1)

@@ -4,10 +4,11 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 
+#include <QRegularExpression>
 #include <QTextBoundaryFinder>
-#include <QUrl>
 
 #include <algorithm>
+#include <functional>
 
 namespace kavrin
 {
@@ -17,52 +18,43 @@ namespace
 
 constexpr int longestLine = 200; // characters as people count them
 
-/// As JSON may write the text: with every character beyond ASCII escaped.
-QString inJson(const QString &text)
+/// How a service may write one character of what it was sent: as it was, as in JSON, as in an address.
+QString spellings(const QChar character)
 {
-    QString escaped;
-    for (const QChar character : text) {
-        if (character.unicode() < 0x80) {
-            escaped += character;
-        } else {
-            escaped += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
-        }
+    const QByteArray bytes = QString(character).toUtf8();
+    QStringList spellings = {
+        QRegularExpression::escape(QString(character)),
+        QStringLiteral("\\\\") + QRegularExpression::escape(QString(character)),
+        QStringLiteral("(?i:\\\\u%1)").arg(character.unicode(), 4, 16, QLatin1Char('0')),
+        QStringLiteral("(?i:%1)").arg(QString::fromLatin1(bytes.toPercentEncoding({}, bytes))),
+    };
+    if (character == u' ') {
+        spellings.append(QStringLiteral("\\+"));
     }
-    return escaped;
+    return QStringLiteral("(?:%1)").arg(spellings.join(u'|'));
 }
 
-/// The ways in which a service may write what it was sent: as it was, as in an address, as in JSON.
-QStringList spellings(const QString &key)
+/// Finds a key however it is written.
+QRegularExpression finder(const QString &key)
 {
-    const QString json = inJson(key);
-    return {key, key.trimmed(), QString::fromLatin1(QUrl::toPercentEncoding(key)), json,
-            QString(json).replace(u'/', QStringLiteral("\\/"))};
-}
-
-/// The keys that are set, the longest first: one may be part of another.
-QStringList keys()
-{
-    QStringList keys;
-    for (const Prefs::Item &item : Prefs::items()) {
-        const auto *const text = std::get_if<catalogue::Text>(&item.kind);
-        const bool isKey = text && text->secret;
-        const QString value = isKey ? Shared::d().string(item.key).value_or(QString()) : QString();
-        keys += spellings(value);
+    QString pattern;
+    for (const QChar character : key) {
+        pattern += spellings(character);
     }
-    keys.removeAll(QString());
-    std::ranges::sort(keys, std::greater(), &QString::size);
-    return keys;
+    return QRegularExpression(pattern);
 }
 
 QString cut(const QString &line)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, line);
-    for (int character = 0; character < longestLine; ++character) {
+    qsizetype end = 0;
+    for (int character = 1; character <= longestLine; ++character) {
+        end = character == longestLine ? finder.position() : 0;
         if (finder.toNextBoundary() < 0) {
             return line;
         }
     }
-    return finder.position() < line.size() ? line.left(finder.position()) + u'…' : line;
+    return finder.position() < line.size() ? line.left(end) + u'…' : line;
 }
 
 } // namespace
@@ -72,16 +64,31 @@ FailureNotices::FailureNotices(Notifications &notifications) : m_notifications(n
     connect(&notifications, &Notifications::activated, this, &FailureNotices::activated);
 }
 
+void FailureNotices::rememberKeys()
+{
+    for (const Prefs::Item &item : Prefs::items()) {
+        const auto *const text = std::get_if<catalogue::Text>(&item.kind);
+        const bool isKey = text && text->secret;
+        const QString key = isKey ? Shared::d().string(item.key).value_or(QString()).trimmed() : QString();
+        if (!key.isEmpty() && !m_keys.contains(key)) {
+            m_keys.append(key);
+        }
+    }
+    // The longest first: one may be part of another.
+    std::ranges::stable_sort(m_keys, std::greater(), &QString::size);
+}
+
 void FailureNotices::report(const QString &message)
 {
+    rememberKeys();
     m_notifications.show(QStringLiteral("Voice typing"), line(message), QStringLiteral("Open voice typing"));
 }
 
-QString FailureNotices::line(const QString &message)
+QString FailureNotices::line(const QString &message) const
 {
     QString masked = message;
-    for (const QString &key : keys()) {
-        masked.replace(key, QStringLiteral("•••"));
+    for (const QString &key : m_keys) {
+        masked.replace(finder(key), QStringLiteral("•••"));
     }
     return cut(masked.simplified());
 }

@@ -25,6 +25,7 @@
 #include "transcription/Transcriber.h"
 
 #include <QQmlApplicationEngine>
+#include <QPointer>
 #include <QQuickWindow>
 
 namespace kavrin
@@ -69,9 +70,9 @@ struct KavrinApp::Services {
     Dictations dictations = Dictations(dictationBridge, dictateModels);
     DictationTray dictationTray = DictationTray(tray, dictations);
     std::stop_source stop;
-    // With the window, and only as long: a host without one costs a third of the memory.
+    // With the window, and only as long: without Qt Quick a host takes a quarter of the memory.
     std::unique_ptr<QQmlApplicationEngine> engine;
-    QQuickWindow *window = nullptr;
+    QPointer<QQuickWindow> window;
 
     Recorder::Platform recorderPlatform(std::function<void(const QString &)> reportFailure)
     {
@@ -82,7 +83,11 @@ struct KavrinApp::Services {
             .backgroundTasks = backgroundTasks,
             .pasteboard = pasteboard,
             .clock = clock,
-            .transcribe = [this](const QString &path) { return Transcriber::transcribe(path, urlSession); },
+            .transcribe =
+                [this](const QString &path) {
+                    failureNotices.rememberKeys();
+                    return Transcriber::transcribe(path, urlSession);
+                },
             .reportFailure = std::move(reportFailure),
         };
     }
@@ -96,11 +101,16 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
 }
 
-KavrinApp::~KavrinApp() = default;
+KavrinApp::~KavrinApp()
+{
+    if (m_services->window) {
+        m_services->window->disconnect(this);
+    }
+}
 
 void KavrinApp::start()
 {
-    m_services->dictationBridge.run(m_services->stop.get_token()).then([this] { Q_EMIT stopped(); });
+    m_services->dictationBridge.run(m_services->stop.get_token()).then([this] { finish(); });
 }
 
 void KavrinApp::openWindow()
@@ -128,13 +138,12 @@ void KavrinApp::openWindow()
 
 void KavrinApp::onWindowClosed()
 {
-    if (!m_services->tray.isThere()) {
-        stop();
-        return;
-    }
     m_services->window = nullptr;
     // Not at once: the window is still telling.
     m_services->engine.release()->deleteLater();
+    if (!m_services->tray.isThere()) {
+        stop();
+    }
 }
 
 void KavrinApp::onAppear()
@@ -165,7 +174,7 @@ void KavrinApp::openVoiceTyping(const QString &activationToken)
 bool KavrinApp::isDictationScreenSeen() const
 {
     const QQuickWindow *const window = m_services->window;
-    return window && window->isExposed() && window->property("dictating").toBool();
+    return window && window->isActive() && window->property("dictating").toBool();
 }
 
 void KavrinApp::reportScreenFailure(const QString &message)
@@ -189,7 +198,19 @@ void KavrinApp::performAction(const QString &action, const QVariantList &paramet
 
 void KavrinApp::stop()
 {
+    Q_EMIT stopping();
     m_services->stop.request_stop();
+    // Whose transcription fails by that is still told so.
+    m_services->urlSession.endExchanges();
+}
+
+void KavrinApp::finish()
+{
+    if (m_services->notifications.isPending()) {
+        connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::stopped);
+    } else {
+        Q_EMIT stopped();
+    }
 }
 
 void KavrinApp::openUrl(const QString &url)

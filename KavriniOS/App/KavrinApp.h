@@ -60,9 +60,12 @@ public:
 
 Q_SIGNALS:
     void appearanceChanged();
+    /// From now on it is no instance that others could turn to.
+    void stopping();
     void stopped();
 
 private:
+    void finish();
     void openWindow();
     void onWindowClosed();
     void openVoiceTyping(const QString &activationToken);

@@ -36,8 +36,9 @@ T.ApplicationWindow {
         }
     }
 
-    /// Shows the page with this id, whatever was shown before.
+    /// Shows the page with this id, whatever was shown before, unless a dictation is under way on the screen.
     function openPage(id: string) {
+        dictating = dictating && dictationScreen.item.busy;
         const first = pages.get(0);
         pages.pop(first, T.StackView.Immediate);
         first.openPage(id);
@@ -124,6 +125,8 @@ T.ApplicationWindow {
     }
 
     Loader {
+        id: dictationScreen
+
         anchors.fill: parent
         active: window.dictating
         focus: window.dictating

@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -23,6 +24,7 @@ namespace
 {
 
 using namespace kavrin;
+using namespace std::chrono_literals;
 
 struct Launch {
     QString url; ///< to open; may be empty
@@ -65,11 +67,13 @@ int handOver(const Launch &launch, const QStringList &urls)
 }
 
 /// One process serves a suite, also where no session bus tells one from the other. Where the lock cannot be
-/// made at all, serving goes on without it.
-bool anotherProcessServes(QLockFile &lock)
+/// made at all, serving goes on without it. One that has given its name on the bus back is about to end.
+bool anotherProcessServes(QLockFile &lock, ApplicationBus::Claim claim)
 {
+    constexpr std::chrono::milliseconds patience = 3s;
     lock.setStaleLockTime(0);
-    return !lock.tryLock() && lock.error() == QLockFile::LockFailedError;
+    const int limit = claim == ApplicationBus::Claim::First ? int(patience.count()) : 0;
+    return !lock.tryLock(limit) && lock.error() == QLockFile::LockFailedError;
 }
 
 /// Whether it has to do without a display, which the desktop or whoever starts the process would name.
@@ -135,7 +139,7 @@ int main(int argc, char **argv)
                            "End that process and try again."));
     }
     QLockFile lock(QFileInfo(Shared::d().path()).path() + QStringLiteral("/application.lock"));
-    if (anotherProcessServes(lock)) {
+    if (anotherProcessServes(lock, claim)) {
         KavrinApp::openUrl(launch.url);
         if (urls.isEmpty()) {
             std::fputs("Kavrin is already running.\n", stderr);
@@ -146,13 +150,15 @@ int main(int argc, char **argv)
     KavrinApp app;
     const TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::requested, &app, &KavrinApp::stop);
+    QObject::connect(&app, &KavrinApp::stopping, &bus, &ApplicationBus::release);
     QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
     QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
     // The window stays where it is: the user wants the text in the application that has the focus.
     QObject::connect(&bus, &ApplicationBus::openRequested, &app,
                      [](const QStringList &opened) { std::ranges::for_each(opened, &KavrinApp::openUrl); });
     QObject::connect(&bus, &ApplicationBus::actionRequested, &app, &KavrinApp::performAction);
-    if (!launch.inBackground) {
+    const bool showsWindow = !launch.inBackground && !isUnseen;
+    if (showsWindow) {
         app.activate({});
     }
     app.start();

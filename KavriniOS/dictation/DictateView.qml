@@ -12,6 +12,7 @@ FocusScope {
 
     required property DictateModelFactory models
     readonly property DictateModel rec: models.make(view)
+    readonly property bool busy: rec.recording || rec.working
     readonly property bool sideBySide: width > height && height < 560
 
     /// The user wants the screen gone. What is being recorded is then dropped, what is being transcribed is not.

@@ -17,7 +17,13 @@ public:
     /// notifications.
     virtual void show(const QString &title, const QString &text, const QString &action) = 0;
 
+    /// Whether the desktop has not got one of them yet.
+    [[nodiscard]] virtual bool isPending() const = 0;
+
 Q_SIGNALS:
+    /// The desktop has got all of them, or does not take them.
+    void settled();
+
     /// The user wants what the action says. The activation token lets a window come to the front; empty where
     /// the desktop gives none.
     void activated(const QString &activationToken);

@@ -76,6 +76,14 @@ class Window(Background):
         self.session.close_window(kavrin)
         self.assertEqual(kavrin.wait(10), 0)
 
+    def test_a_launch_while_it_ends_begins_anew(self):
+        first = self.session.open_window().process
+        self.session.close_window(first)
+        wait_until(lambda: not self.bus.has("app.kavrin.Kavrin"), "it is no instance any more")
+        second = self.session.start_kavrin()
+        wait_until(lambda: self.has_window(second), "the window is shown")
+        self.assertTrue(self.beats())
+
     def test_closing_the_window_with_a_tray_leaves_it_serving(self):
         tray = self.start_tray()
         kavrin = self.session.open_window().process
@@ -258,8 +266,9 @@ class LaunchedByTheBus(unittest.TestCase):
         self.suite = self.session.suite()
 
     def end_kavrin(self):
-        self.session.run("pkill", "--full", "--signal", str(int(signal.SIGKILL)), f"{self.session.bin}/kavrin --back",
-                         check=False)
+        process = self.bus.call("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "GetConnectionUnixProcessID",
+                                "(s)", "app.kavrin.Kavrin")[0]
+        os.kill(process, signal.SIGKILL)
 
     def test_an_action_starts_it_and_is_done(self):
         self.bus.act("save-code", MESSAGE)

@@ -2,19 +2,23 @@
 """What the user is told where no window tells it: failed dictations as notifications, and nothing that is secret."""
 
 import http.server
+import json
 import subprocess
 import threading
 import unittest
 
 from faults_test import HangingService
-from support.desktop import Bus, Notifications
+from support.desktop import Bus, Notifications, Tray
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import Window, WindowSession
 
 CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
 TITLE = "Voice typing"
-KEYS = {"openaiKey": "sk-openai-4711", "customKey": "sk-openai-4711-custom", "geminiKey": "gm 0815/äöü"}
+TYPED = "sk-typed-2358"
+MESSAGE = "Hazel Bank: your code is 482913"
+KEYS = {"openaiKey": "sk-openai-4711", "customKey": "sk-openai-4711-custom", "geminiKey": "gm 0815/äöü",
+        "giphyKey": 'sk-"quo\\te'}
 
 
 class RefusingService:
@@ -45,12 +49,17 @@ class RefusingService:
         self._server.server_close()
 
 
-def fail_with(session, service):
-    """Dictates with a service that refuses."""
+def dictate_with(session, service):
     session.ctl("set", "provider", "custom")
     session.ctl("set", "customURL", service.url)
     session.ctl("dictate", "start")
     session.ctl("dictate", "stop")
+
+
+def fail_with(session, service):
+    """Dictates with a service that refuses, until it has."""
+    dictate_with(session, service)
+    session.suite().wait_for("dictationState", "idle")
 
 
 class InTheBackground(unittest.TestCase):
@@ -88,9 +97,10 @@ class InTheBackground(unittest.TestCase):
             ('{\n  "error":\t"Incorrect key sk-openai-4711."\n}\n', 'Error: { "error": "Incorrect key •••." }'),
             ('{"error":"sk-openai-4711-custom, not sk-openai-4711"}', 'Error: {"error":"•••, not •••"}'),
             ('["gm 0815/äöü","gm 0815/\\u00e4\\u00f6\\u00fc","gm 0815\\/\\u00e4\\u00f6\\u00fc"]', 'Error: ["•••","•••","•••"]'),
-            ('["?key=gm%200815%2F%C3%A4%C3%B6%C3%BC"]', 'Error: ["?key=•••"]'),
-            ('["' + "x" * 400 + '"]', 'Error: ["' + "x" * 191 + "…"),
-            ('["' + "x" * 180 + "sk-openai-4711" + "y" * 50 + '"]', 'Error: ["' + "x" * 180 + "•••" + "y" * 8 + "…"),
+            ('["?key=gm%200815%2F%C3%A4%C3%B6%C3%BC","gm+0815%2f%c3%a4öü"]', 'Error: ["?key=•••","•••"]'),
+            (r'["sk-\"quo\\te", "sk-\u0022quo\u005Cte"]', 'Error: ["•••", "•••"]'),
+            ('["' + "x" * 400 + '"]', 'Error: ["' + "x" * 190 + "…"),
+            ('["' + "x" * 180 + "sk-openai-4711" + "y" * 50 + '"]', 'Error: ["' + "x" * 180 + "•••" + "y" * 7 + "…"),
         ]
         for key, value in KEYS.items():
             self.session.ctl("set", key, value)
@@ -101,6 +111,25 @@ class InTheBackground(unittest.TestCase):
                 fail_with(self.session, service)
                 self.expect_notice(notifications, shown)
                 notifications.end()
+
+    def test_the_key_that_was_sent_is_masked_though_it_has_been_changed_since(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.ctl("set", "customKey", "sk-old-4711")
+        self.session.start_kavrin("--background")
+        with HangingService(b'["bad Bearer sk-old-4711"]') as service:
+            dictate_with(self.session, service)
+            self.session.ctl("set", "customKey", "sk-new-4712")
+            service.release.set()
+            self.expect_notice(notifications, 'Error: ["bad Bearer •••"]')
+
+    def test_quitting_during_a_transcription_is_told(self):
+        notifications = Notifications(self.session, self.bus)
+        kavrin = self.session.start_kavrin("--background")
+        with HangingService() as service:
+            dictate_with(self.session, service)
+            kavrin.terminate()
+            self.assertEqual(kavrin.wait(10), 0)
+        self.expect_notice(notifications, "Error: The exchange with 127.0.0.1 was given up.")
 
     def test_where_markup_is_understood_the_text_is_still_shown_as_it_is(self):
         notifications = Notifications(self.session, self.bus, capabilities="body body-markup")
@@ -182,6 +211,43 @@ class WithAWindow(unittest.TestCase):
         wait_until(self.notifications.shown, "a notification")
         self.assertEqual(self.notifications.shown(), [(TITLE, 'Error: ["to the keyboard"]')])
 
+    def test_what_fails_behind_another_window_is_notified(self):
+        with HangingService() as service:
+            self.session.ctl("set", "provider", "custom")
+            self.session.ctl("set", "customURL", service.url)
+            window = self.session.open_window()
+            self.dictate_on_the_screen(window)
+            self.session.start("xmessage", "-geometry", "1000x1000+0+0", "Something else")
+            search = ("xdotool", "search", "--onlyvisible", "--name", "xmessage")
+            other = wait_until(lambda: self.session.run(*search, check=False).stdout.strip(), "the other window")
+            self.session.run("xdotool", "windowfocus", "--sync", other)
+            wait_until(lambda: not window.is_active(), "Kavrin knows that its window is not the active one")
+            service.release.set()
+            wait_until(self.notifications.shown, "a notification")
+
+    def test_closing_the_window_during_a_transcription_ends_it_in_order(self):
+        with HangingService() as service:
+            self.session.ctl("set", "provider", "custom")
+            self.session.ctl("set", "customURL", service.url)
+            window = self.session.open_window()
+            self.dictate_on_the_screen(window)
+            self.session.close_window(window.process)
+            self.assertEqual(window.process.wait(10), 0)
+        wait_until(self.notifications.shown, "a notification")
+
+    def test_a_click_closes_a_dictation_screen_on_which_nothing_goes_on(self):
+        window = self.session.open_window()
+        with RefusingService('["on the screen"]') as service:
+            self.session.ctl("set", "provider", "custom")
+            self.session.ctl("set", "customURL", service.url)
+            self.dictate_on_the_screen(window)
+            window.find('Error: ["on the screen"]', "label")
+            fail_with(self.session, service)
+        wait_until(self.notifications.shown, "a notification")
+        self.notifications.click()
+        window.wait_until_gone("Dictation", "dialog")
+        window.wait_for_page("Voice typing")
+
     def test_what_fails_once_the_dictation_screen_is_closed_is_notified(self):
         with HangingService() as service:
             self.session.ctl("set", "provider", "custom")
@@ -198,27 +264,28 @@ class WithAWindow(unittest.TestCase):
 class Log(unittest.TestCase):
     """A whole run, with every line that the programs can be asked for."""
 
-    SECRETS = (*KEYS.values(), SPOKEN, "482913", "Hazel", "echoed")
+    SECRETS = (*KEYS.values(), SPOKEN, "482913", "Hazel", "echoed", TYPED)
 
     def setUp(self):
-        self.session = self.enterContext(PrivateSession(sound=False))
+        self.session = self.enterContext(WindowSession())
         self.bus = Bus(self.session)
         self.log = (self.session.folder / "log").open("w+", encoding="utf-8")
         self.addCleanup(self.log.close)
+        for service in (Tray(self.session, self.bus), Notifications(self.session, self.bus)):
+            self.addCleanup(service.end)
 
     def run_everything(self):
         ctl = self.session.bin / "kavrinctl"
         for key, value in KEYS.items():
             self.logged(ctl, "set", key, value)
-        kavrin = self.session.start(self.session.bin / "kavrin", "--background", stdout=self.log,
-                                    stderr=subprocess.STDOUT)
+        kavrin = self.session.start(self.session.bin / "kavrin", stdout=self.log, stderr=subprocess.STDOUT)
         suite = self.session.suite()
         wait_until(lambda: suite.get("dictationAlive"), "the heartbeat")
         suite.set("dictationCommand", "string", "start")  # there is no sound server yet
         suite.wait_for("dictationState", "starting")
         self.session.start_sound_server()
-        self.logged(ctl, "save-code", "Hazel Bank: your code is 482913")
-        self.bus.act("save-code", "Hazel Bank: your code is 482913")
+        self.logged(ctl, "save-code", MESSAGE)
+        self.bus.act("save-code", MESSAGE)
         service = self.session.start(self.session.bin / "kavrin-stt", "--port", "0", stderr=self.log)
         self.logged(ctl, "set", "provider", "custom")
         self.logged(ctl, "set", "customURL", service.stdout.readline().strip())
@@ -227,7 +294,8 @@ class Log(unittest.TestCase):
         self.logged(ctl, "dictate", "stop")
         suite.wait_for("transcript", SPOKEN)
         self.session.http("/get")
-        with RefusingService(f'["echoed {KEYS}"]') as refusing:
+        self.type_a_key(kavrin)
+        with RefusingService(json.dumps(["echoed", *KEYS.values()])) as refusing:
             self.logged(ctl, "set", "customURL", refusing.url)
             self.logged(ctl, "dictate", "start")
             self.logged(ctl, "dictate", "stop")
@@ -237,6 +305,13 @@ class Log(unittest.TestCase):
         self.log.seek(0)
         return self.log.read()
 
+    def type_a_key(self, kavrin):
+        self.session.focus_window(kavrin)
+        window = Window(self.session, kavrin)
+        window.open_page("Voice typing")
+        window.fill(window.find("API key", "text"), TYPED)
+        wait_until(lambda: self.session.suite().get("customKey") == TYPED, "the key is stored")
+
     def logged(self, *command):
         subprocess.run([str(part) for part in command], env=self.session.env, stdout=subprocess.DEVNULL,
                        stderr=self.log, check=False)
@@ -245,7 +320,7 @@ class Log(unittest.TestCase):
         self.assertEqual(self.run_everything(), "")
 
     def test_nothing_of_what_is_said_received_or_secret_is_in_it(self):
-        self.session.env["QT_LOGGING_RULES"] = "*=true"
+        self.session.env.update(QT_LOGGING_RULES="*=true", QDBUS_DEBUG="1")
         log = self.run_everything()
         for category in ("application", "store", "dictation", "sound", "transcription", "loopback", "codes"):
             self.assertIn(f"kavrin.{category}: ", log)

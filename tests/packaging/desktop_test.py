@@ -101,7 +101,7 @@ class Installed(unittest.TestCase):
                          {"graphical-session.target"})
 
     def unit_path(self, name):
-        return self.prefix / "lib" / "systemd" / "user" / name
+        return self.prefix / "share" / "systemd" / "user" / name
 
     def unit(self, name):
         return sections(self.unit_path(name))
@@ -115,7 +115,6 @@ class Flatpak(unittest.TestCase):
     def test_it_asks_for_the_least_that_works(self):
         self.assertEqual(sorted(self.manifest["finish-args"]), [
             "--filesystem=xdg-data/app-groups:create",
-            "--own-name=app.kavrin.Kavrin",
             "--share=ipc",
             "--share=network",
             "--socket=fallback-x11",

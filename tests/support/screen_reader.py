@@ -193,6 +193,10 @@ class Window:
     def wait_until_gone(self, name, role=None):
         wait_until(lambda: not self.look(name, role), f"{role or 'element'} {name!r} is gone")
 
+    def is_active(self):
+        """Whether it has the keyboard, as far as its application knows."""
+        return "active" in self._root.states
+
     def pages(self):
         """The pages that are shown: one, or two while one slides over the other."""
         stack = next(element for element in self._root.children() if element.role == "layered pane")

@@ -49,6 +49,11 @@ ApplicationBus::ApplicationBus(QString name, QDBusConnection bus)
 
 ApplicationBus::~ApplicationBus()
 {
+    release();
+}
+
+void ApplicationBus::release()
+{
     m_bus.unregisterService(m_name);
     m_bus.unregisterObject(objectPath(m_name));
 }

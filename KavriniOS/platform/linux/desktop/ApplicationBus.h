@@ -41,6 +41,9 @@ public:
     /// Gives the name back.
     ~ApplicationBus() override;
 
+    /// Gives the name back now: the next launch becomes the instance.
+    void release();
+
     /// Becomes the instance where there is none. Nothing that is sent from then on is lost, if the signals
     /// are connected before the event loop runs.
     [[nodiscard]] Claim claim();

@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QVariantMap>
 
+#include <chrono>
 #include <utility>
 
 namespace kavrin
@@ -17,6 +18,11 @@ namespace kavrin
 
 namespace
 {
+
+using namespace std::chrono_literals;
+
+/// The bus may have to start the service first.
+constexpr std::chrono::milliseconds patience = 3s;
 
 const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
@@ -65,7 +71,8 @@ QCoro::Task<> DesktopNotifications::sendWanted()
 {
     const QPointer<DesktopNotifications> self(this);
     m_isSending = true;
-    const QDBusPendingCall asked = m_bus.asyncCall(call(QStringLiteral("GetCapabilities")));
+    const QDBusPendingCall asked =
+        m_bus.asyncCall(call(QStringLiteral("GetCapabilities")), int(patience.count()));
     const QDBusMessage capabilities = co_await asked;
     while (self && m_wanted) {
         const Notice notice = *std::exchange(m_wanted, std::nullopt);
@@ -75,7 +82,7 @@ QCoro::Task<> DesktopNotifications::sendWanted()
                << notice.title << body << QStringList{defaultAction, notice.action}
                << QVariantMap{{QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()}}
                << -1; // shown as long as the server shows its notifications
-        const QDBusPendingCall sent = m_bus.asyncCall(notify);
+        const QDBusPendingCall sent = m_bus.asyncCall(notify, int(patience.count()));
         const QDBusMessage answer = co_await sent;
         if (self) {
             m_shown = QDBusReply<uint>(answer).value();
@@ -84,6 +91,7 @@ QCoro::Task<> DesktopNotifications::sendWanted()
     }
     if (self) {
         m_isSending = false;
+        Q_EMIT settled();
     }
 }
 

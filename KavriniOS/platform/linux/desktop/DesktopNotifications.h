@@ -21,6 +21,7 @@ public:
     explicit DesktopNotifications(QDBusConnection bus = QDBusConnection::sessionBus());
 
     void show(const QString &title, const QString &text, const QString &action) override;
+    [[nodiscard]] bool isPending() const override { return m_isSending; }
 
 private:
     struct Notice {

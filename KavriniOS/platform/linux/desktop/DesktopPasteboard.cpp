@@ -40,8 +40,8 @@ QCoro::Task<QString> textFromWlPaste()
         co_return QGuiApplication::clipboard()->text();
     }
     const QCoro::Task<bool> end = qCoro(process).waitForFinished(patience);
-    co_await end;
-    co_return QString::fromUtf8(process.readAllStandardOutput());
+    const bool isWhole = co_await end;
+    co_return isWhole ? QString::fromUtf8(process.readAllStandardOutput()) : QString();
 }
 
 } // namespace

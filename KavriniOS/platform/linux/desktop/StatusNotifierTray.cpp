@@ -6,11 +6,11 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QGuiApplication>
 
-#include <private/qguiapplication_p.h>
+#include <private/qgenericunixthemes_p.h>
 #include <qpa/qplatformmenu.h>
 #include <qpa/qplatformsystemtrayicon.h>
-#include <qpa/qplatformtheme.h>
 
 namespace kavrin
 {
@@ -71,11 +71,12 @@ void StatusNotifierTray::setHasHost(bool hasHost)
     Q_EMIT changed();
 }
 
-/// Only once there is a host: the platform theme looks for one a single time.
+/// Only once there is a host: the theme looks for one a single time. A desktop's own theme might need Qt
+/// Widgets for it.
 void StatusNotifierTray::makeIcon()
 {
-    const QPlatformTheme *const theme = QGuiApplicationPrivate::platformTheme();
-    m_icon.reset(theme ? theme->createPlatformSystemTrayIcon() : nullptr);
+    const bool isSeen = QGuiApplication::platformName() != u"offscreen";
+    m_icon.reset(isSeen ? QGenericUnixTheme().createPlatformSystemTrayIcon() : nullptr);
     if (!m_icon) {
         return;
     }

@@ -17,7 +17,7 @@ namespace kavrin
 {
 
 /// The tray of the session bus: a StatusNotifierItem with its menu
-/// (https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/), which Qt's platform theme makes.
+/// (https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/), which Qt's theme for Unix makes.
 /// Needs the QGuiApplication; where it has no display there is no tray.
 class StatusNotifierTray : public Tray
 {

@@ -39,6 +39,11 @@ UrlSession &NetworkUrlSession::session()
     return *m_session;
 }
 
+void NetworkUrlSession::endExchanges()
+{
+    m_session.reset();
+}
+
 /// A coroutine, so that a module that cannot be loaded is an error of the exchange like any other.
 QCoro::Task<QByteArray> NetworkUrlSession::data(UrlRequest request)
 {

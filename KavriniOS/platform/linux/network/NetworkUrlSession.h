@@ -42,6 +42,9 @@ public:
 
     QCoro::Task<QByteArray> data(UrlRequest request) override;
 
+    /// Ends exchanges that are still under way: whoever awaits them gets an Error before this returns.
+    void endExchanges();
+
 private:
     UrlSession &session();
 

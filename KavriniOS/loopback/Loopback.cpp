@@ -6,14 +6,17 @@
 
 #include <asio/any_io_executor.hpp>
 #include <asio/awaitable.hpp>
+#include <asio/bind_executor.hpp>
 #include <asio/co_spawn.hpp>
 #include <asio/detached.hpp>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/ip/v6_only.hpp>
+#include <asio/post.hpp>
 #include <asio/redirect_error.hpp>
 #include <asio/steady_timer.hpp>
-#include <asio/strand.hpp>
+#include <asio/this_coro.hpp>
+#include <asio/thread_pool.hpp>
 #include <asio/use_awaitable.hpp>
 #include <asio/write.hpp>
 
@@ -29,7 +32,6 @@
 #include <optional>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace kavrin
 {
@@ -40,7 +42,6 @@ namespace
 using asio::ip::tcp;
 using namespace std::chrono_literals;
 
-constexpr int threadCount = 2;
 constexpr std::size_t receiveLimit = 8192;
 constexpr std::size_t discardLimit = std::size_t(2) * 1024 * 1024;
 constexpr auto discardTime = 1s;
@@ -125,9 +126,13 @@ struct CountedSocket {
     std::atomic<rlim_t> &openConnections;
 };
 
-/// Receives once and answers; none when nothing has arrived yet. A connection that has ended or failed is
-/// answered like one that has sent nothing.
-std::optional<std::string> receiveAndAnswer(tcp::socket &socket)
+struct Received {
+    std::optional<LoopbackRequest> request; ///< none where what was received is none
+};
+
+/// Receives once; none when nothing has arrived yet. A connection that has ended or failed counts as one that
+/// has sent nothing.
+std::optional<Received> receive(tcp::socket &socket)
 {
     std::array<char, receiveLimit> received;
     asio::error_code error;
@@ -135,7 +140,7 @@ std::optional<std::string> receiveAndAnswer(tcp::socket &socket)
     if (error == asio::error::would_block) {
         return std::nullopt;
     }
-    return loopbackAnswer(std::string_view(received.data(), size));
+    return Received{LoopbackRequest::parse(std::string_view(received.data(), size))};
 }
 
 /// Receives what has arrived and forgets it; returns how much it was.
@@ -169,19 +174,34 @@ asio::awaitable<void> discardRest(std::shared_ptr<tcp::socket> socket)
     }
 }
 
+/// The answer to a request. What may wait does so in the thread of `writers`: all others are answered
+/// meanwhile.
+asio::awaitable<std::string> answerTo(std::optional<LoopbackRequest> request, asio::thread_pool &writers)
+{
+    if (!mayWait(request)) {
+        co_return loopbackAnswer(request);
+    }
+    const asio::any_io_executor own = co_await asio::this_coro::executor;
+    co_await asio::post(asio::bind_executor(writers, asio::use_awaitable));
+    std::string answer = loopbackAnswer(request);
+    co_await asio::post(asio::bind_executor(own, asio::use_awaitable));
+    co_return answer;
+}
+
 /// Serves one connection and closes it. An error throws, which closes it as well.
 ///
 /// The buffers for what is received live in plain functions, not here, so a connection that stays silent
 /// costs little.
-asio::awaitable<void> serve(std::shared_ptr<tcp::socket> socket)
+asio::awaitable<void> serve(std::shared_ptr<tcp::socket> socket, asio::thread_pool &writers)
 {
-    std::optional<std::string> answer = receiveAndAnswer(*socket);
-    while (!answer) {
+    std::optional<Received> received = receive(*socket);
+    while (!received) {
         co_await socket->async_wait(tcp::socket::wait_read, asio::use_awaitable);
-        answer = receiveAndAnswer(*socket);
+        received = receive(*socket);
     }
-    qCDebug(Logging::loopback) << "Answering with" << answer->size() << "bytes";
-    co_await asio::async_write(*socket, asio::buffer(*answer), asio::use_awaitable);
+    const std::string answer = co_await answerTo(std::move(received->request), writers);
+    qCDebug(Logging::loopback) << "Answering with" << answer.size() << "bytes";
+    co_await asio::async_write(*socket, asio::buffer(answer), asio::use_awaitable);
     socket->shutdown(tcp::socket::shutdown_send);
     co_await discardRest(std::move(socket));
 }
@@ -200,7 +220,7 @@ public:
     [[nodiscard]] std::uint16_t port() const { return m_port; }
 
 private:
-    /// Lets the threads return when it is destroyed, before they are joined.
+    /// Lets the thread return when it is destroyed, before it is joined.
     struct Stop {
         ~Stop() { context.stop(); }
         asio::io_context &context;
@@ -213,8 +233,9 @@ private:
     const PeerUserFunction &m_peerUser;
     std::uint16_t m_port = 0;
     std::atomic<rlim_t> m_openConnections = 0;
-    asio::io_context m_context{threadCount};
-    std::vector<std::jthread> m_threads;
+    asio::io_context m_context{1};
+    asio::thread_pool m_writers{1};
+    std::jthread m_thread;
     Stop m_stop{m_context};
 };
 
@@ -241,9 +262,7 @@ Loopback::Listener::Listener(std::uint16_t port, const PeerUserFunction &peerUse
     if (ipv6) {
         asio::co_spawn(m_context, accept(*std::move(ipv6)), asio::detached);
     }
-    for (int i = 0; i < threadCount; ++i) {
-        m_threads.emplace_back([this] { run(); });
-    }
+    m_thread = std::jthread([this] { run(); });
 }
 
 /// Takes connections for ever. When there are no more descriptors or memory, it waits a little for some to be
@@ -255,9 +274,7 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
         bool mustWait = m_openConnections >= connectionLimit();
         if (!mustWait) {
             try {
-                // The strand keeps a connection's coroutine and the timer that may close its socket apart.
-                const asio::any_io_executor strand = asio::make_strand(m_context);
-                take(co_await acceptor.async_accept(strand, asio::use_awaitable));
+                take(co_await acceptor.async_accept(asio::use_awaitable));
             } catch (const std::exception &) {
                 mustWait = true;
             }
@@ -279,9 +296,9 @@ void Loopback::Listener::take(tcp::socket socket)
     }
     setCloseOnExec(socket.native_handle());
     socket.non_blocking(true);
-    const asio::any_io_executor strand = socket.get_executor();
     const auto counted = std::make_shared<CountedSocket>(std::move(socket), m_openConnections);
-    asio::co_spawn(strand, serve(std::shared_ptr<tcp::socket>(counted, &counted->socket)), asio::detached);
+    asio::co_spawn(m_context, serve(std::shared_ptr<tcp::socket>(counted, &counted->socket), m_writers),
+                   asio::detached);
 }
 
 void Loopback::Listener::run()
@@ -290,7 +307,7 @@ void Loopback::Listener::run()
         try {
             m_context.run();
         } catch (const std::exception &) {
-            // Out of memory: the other thread may free some.
+            // Out of memory: other threads may free some.
             std::this_thread::yield();
         }
     }

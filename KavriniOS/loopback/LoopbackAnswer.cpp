@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/LoopbackAnswer.h"
 
-#include "loopback/LoopbackRequest.h"
 #include "store/JsonSerialization.h"
 #include "store/Shared.h"
 
@@ -15,6 +14,10 @@ namespace kavrin
 
 namespace
 {
+
+constexpr std::string_view getPath = "/get";
+constexpr std::string_view commandPath = "/cmd";
+constexpr std::string_view usedPath = "/used";
 
 constexpr std::string_view nothing = "{}";
 constexpr std::string_view done = R"({"ok":true})";
@@ -52,14 +55,14 @@ void used(const LoopbackRequest &request)
 
 std::string bodyFor(const LoopbackRequest &request)
 {
-    if (request.path == "/get") {
+    if (request.path == getPath) {
         return get();
     }
-    if (request.path == "/cmd") {
+    if (request.path == commandPath) {
         command(request);
         return std::string(done);
     }
-    if (request.path == "/used") {
+    if (request.path == usedPath) {
         used(request);
         return std::string(done);
     }
@@ -68,9 +71,18 @@ std::string bodyFor(const LoopbackRequest &request)
 
 } // namespace
 
+bool mayWait(const std::optional<LoopbackRequest> &request)
+{
+    return request && (request->path == commandPath || request->path == usedPath);
+}
+
 std::string loopbackAnswer(std::string_view received)
 {
-    const std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
+    return loopbackAnswer(LoopbackRequest::parse(received));
+}
+
+std::string loopbackAnswer(const std::optional<LoopbackRequest> &request)
+{
     const std::string body = request ? bodyFor(*request) : std::string(nothing);
     return "HTTP/1.1 200 OK\r\n"
            "Content-Type: application/json\r\n"

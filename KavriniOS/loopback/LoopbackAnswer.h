@@ -1,17 +1,25 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "loopback/LoopbackRequest.h"
+
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace kavrin
 {
 
-/// Does what the request in `received`, the bytes of one receive, asks for, and returns the whole HTTP
-/// answer.
+/// Does what the request asks for, and returns the whole HTTP answer. No request is one that makes no sense.
 ///
-/// Reads and writes the shared suite (Shared::d()), so a write may wait for another process that holds it.
-/// Safe from any thread. The endpoints are described in docs/loopback.md.
+/// Reads and writes the shared suite (Shared::d()). Safe from any thread. The endpoints are described in
+/// docs/loopback.md.
+std::string loopbackAnswer(const std::optional<LoopbackRequest> &request);
+
+/// The same for the request in `received`, the bytes of one receive.
 std::string loopbackAnswer(std::string_view received);
+
+/// Whether the answer may have to wait, for as long as another process keeps the suite from being written.
+bool mayWait(const std::optional<LoopbackRequest> &request);
 
 } // namespace kavrin

@@ -15,7 +15,7 @@ namespace kavrin::PropertyList
 /// The value that `data` holds in either form, or none where it is no property list.
 std::optional<PropertyListValue> parse(QByteArrayView data);
 
-/// The binary form of `value`.
+/// The binary form of `value`. What follows a U+0000 in a text is lost.
 QByteArray toBinary(const PropertyListValue &value);
 
 } // namespace kavrin::PropertyList

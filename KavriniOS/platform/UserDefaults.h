@@ -46,7 +46,8 @@ public:
     [[nodiscard]] PropertyListDictionary objects(const QStringList &keys) const;
 
     /// Stores a value. False where that failed: the old value is then still there, and lastError() says why.
-    /// A number that is not finite is refused.
+    /// A number that is not finite is refused, and so is a list that is nested more than 500 deep or has more
+    /// than 100,000 values.
     bool set(const QString &key, const PropertyListValue &value);
 
     /// Removes a key; removing one that is not there succeeds. False as with set().

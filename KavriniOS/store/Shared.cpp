@@ -3,7 +3,8 @@
 
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
-#include "platform/PropertyList.h"
+#include "platform/Logging.h"
+#include "store/ApplicationGroups.h"
 
 #include <QFile>
 
@@ -15,72 +16,16 @@ namespace kavrin
 namespace
 {
 
-using Groups = std::vector<QString>;
-
-/// The elements of an array that holds nothing but strings, or none.
-std::optional<Groups> strings(const PropertyListValue *value)
-{
-    const auto *array = std::get_if<PropertyListArray>(value);
-    if (array == nullptr) {
-        return std::nullopt;
-    }
-    Groups result;
-    for (const PropertyListValue &element : *array) {
-        const auto *string = std::get_if<QString>(&element);
-        if (string == nullptr) {
-            return std::nullopt;
-        }
-        result.push_back(*string);
-    }
-    return result;
-}
-
-const PropertyListValue *member(const PropertyListValue *value, const QString &key)
-{
-    const auto *dictionary = std::get_if<PropertyListDictionary>(value);
-    if (dictionary == nullptr) {
-        return nullptr;
-    }
-    const auto found = dictionary->find(key);
-    return found == dictionary->end() ? nullptr : &found->second;
-}
-
-/// The property list within a provisioning profile. The signature round it (CMS) is neither parsed nor
-/// verified: the list is found by the markers of its beginning and end alone.
-std::optional<PropertyListValue> profilePropertyList(const QByteArray &profile)
-{
-    static constexpr QByteArrayView endMarker = "</plist>";
-    const qsizetype begin = profile.indexOf("<?xml");
-    const qsizetype end = profile.indexOf(endMarker);
-    if (begin < 0 || end < 0) {
-        return std::nullopt;
-    }
-    const qsizetype last = end + endMarker.size() - 1;
-    if (last < begin) {
-        qFatal("The embedded provisioning profile is malformed: its property list ends before it begins.");
-    }
-    return PropertyList::parse(QByteArrayView(profile).sliced(begin, last - begin + 1));
-}
-
 /// The application groups that the embedded provisioning profile grants.
-Groups profileGroups()
+ApplicationGroups profileGroups()
 {
     const std::optional<QString> path =
         Bundle::resourcePath(QStringLiteral("embedded"), QStringLiteral("mobileprovision"));
-    if (!path) {
+    QFile file(path.value_or(QString()));
+    if (!path || !file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    QFile file(*path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    const std::optional<PropertyListValue> profile = profilePropertyList(file.readAll());
-    if (!profile) {
-        return {};
-    }
-    const PropertyListValue *entitlements = member(&*profile, QStringLiteral("Entitlements"));
-    return strings(member(entitlements, QStringLiteral("com.apple.security.application-groups")))
-        .value_or(Groups());
+    return grantedGroups(file.readAll());
 }
 
 int rank(const QString &group)
@@ -100,12 +45,12 @@ bool isPreferred(const QString &left, const QString &right)
 
 std::optional<QString> resolveGroup()
 {
-    Groups candidates = profileGroups();
+    ApplicationGroups candidates = profileGroups();
     std::stable_sort(candidates.begin(), candidates.end(), isPreferred);
 
     const std::optional<PropertyListValue> alternatives = Bundle::infoValue(QStringLiteral("ALTAppGroups"));
     if (alternatives) {
-        const Groups groups = strings(&*alternatives).value_or(Groups());
+        const ApplicationGroups groups = listedGroups(&*alternatives);
         candidates.insert(candidates.end(), groups.begin(), groups.end());
     }
     candidates.push_back(Shared::builtInGroup());
@@ -113,7 +58,9 @@ std::optional<QString> resolveGroup()
     const auto found = std::find_if(candidates.begin(), candidates.end(), [](const QString &group) {
         return FileManager::containerPath(group).has_value();
     });
-    return found == candidates.end() ? std::nullopt : std::optional(*found);
+    const std::optional<QString> group = found == candidates.end() ? std::nullopt : std::optional(*found);
+    qCInfo(Logging::store) << "Group:" << group.value_or(QStringLiteral("none, the settings are private"));
+    return group;
 }
 
 /// The group's suite, or null.

@@ -43,7 +43,8 @@ QByteArray toUtf8(const QByteArray &body)
     if (encoding == QStringConverter::Utf8) {
         return body;
     }
-    QStringDecoder decode(encoding);
+    // With a state, half a character at the end would wait for its other half.
+    QStringDecoder decode(encoding, QStringConverter::Flag::Stateless);
     const QString text = decode(body);
     if (decode.hasError() || !text.isValidUtf16()) {
         throw answerError(QJsonParseError::IllegalUTF8String,

@@ -225,6 +225,8 @@ TEST(Answer, ThatCannotBeDecodedIsNotJson)
         QByteArray body;
     } cases[] = {
         {"half a surrogate pair in UTF-16", QByteArray("{\0\"\0\x00\xd8\"\0}\0", 10)},
+        {"half a character after all in UTF-16", QByteArray("{\0}\0\x7d", 5)},
+        {"half a character after all in UTF-32", QByteArray("\0\0\0{\0\0\0}\0", 9)},
         {"no character in UTF-32", QByteArray("{\0\0\0\xff\xff\xff\xff}\0\0\0", 12)},
     };
     for (const auto &[what, body] : cases) {

@@ -15,6 +15,7 @@ constexpr qsizetype headerSize = 8;
 constexpr qsizetype trailerSize = 32;
 
 // The upper half of the byte that begins an object. The lower half is its count, or says that one follows.
+constexpr quint64 utf16Kind = 0x6;
 constexpr quint64 arrayKind = 0xA;
 constexpr quint64 setKind = 0xC;
 constexpr quint64 dictionaryKind = 0xD;
@@ -30,9 +31,20 @@ public:
     bool fromTop();
 
 private:
+    /// Where an object's members or characters begin, and how many there are.
+    struct Contents {
+        quint64 position;
+        quint64 count;
+    };
+
     bool visit(quint64 index, int depth);
-    bool visitContainer(quint64 position, quint64 marker, int depth);
-    bool visitMembers(quint64 position, quint64 count, int depth);
+    bool visitContainer(quint64 position, int depth);
+    bool visitMembers(const Contents &members, int depth);
+    bool visitKeys(const Contents &keys);
+    bool visitUtf16Key(const Contents &characters);
+    [[nodiscard]] std::optional<quint64> positionOf(quint64 index) const;
+    [[nodiscard]] std::optional<quint64> kindAt(quint64 position) const;
+    [[nodiscard]] Contents contentsAt(quint64 position) const;
     [[nodiscard]] std::optional<quint64> number(quint64 position, quint64 size) const;
 
     QByteArrayView m_binary;
@@ -58,43 +70,88 @@ bool Walk::fromTop()
 
 bool Walk::visit(quint64 index, int depth)
 {
-    if (depth > deepest || --m_valuesLeft < 0 || index >= m_objectCount) {
+    if (depth > deepest || --m_valuesLeft < 0) {
         return false;
     }
-    const std::optional<quint64> position = number(m_offsetTable + index * m_offsetSize, m_offsetSize);
-    const std::optional<quint64> marker = position ? number(*position, 1) : std::nullopt;
-    if (!marker) {
+    const std::optional<quint64> position = positionOf(index);
+    const std::optional<quint64> kind = position ? kindAt(*position) : std::nullopt;
+    if (!kind) {
         return false;
     }
-    const quint64 kind = *marker >> 4U;
     const bool isContainer = kind == arrayKind || kind == setKind || kind == dictionaryKind;
-    return !isContainer || visitContainer(*position, *marker, depth + 1);
+    return !isContainer || visitContainer(*position, depth + 1);
 }
 
-bool Walk::visitContainer(quint64 position, quint64 marker, int depth)
+bool Walk::visitContainer(quint64 position, int depth)
 {
-    quint64 count = marker & 0xFU;
-    quint64 members = position + 1;
-    if (count == countFollows) {
-        const quint64 countMarker = number(members, 1).value_or(0);
-        const quint64 countSize = quint64(1) << (countMarker & 0xFU);
-        count = number(members + 1, countSize).value_or(mostValues + 1);
-        members += 1 + countSize;
+    Contents members = contentsAt(position);
+    if (members.count > quint64(mostValues)) {
+        return false;
     }
-    // A dictionary has keys, then as many values.
-    const quint64 perEntry = marker >> 4U == dictionaryKind ? 2 : 1;
-    return count <= quint64(mostValues) && visitMembers(members, count * perEntry, depth);
+    if (kindAt(position) == dictionaryKind) {
+        if (!visitKeys(members)) {
+            return false;
+        }
+        members.count *= 2; // keys, then as many values
+    }
+    return visitMembers(members, depth);
 }
 
-bool Walk::visitMembers(quint64 position, quint64 count, int depth)
+bool Walk::visitMembers(const Contents &members, int depth)
 {
-    for (quint64 member = 0; member < count; ++member) {
-        const std::optional<quint64> index = number(position + member * m_referenceSize, m_referenceSize);
+    for (quint64 member = 0; member < members.count; ++member) {
+        const std::optional<quint64> index =
+            number(members.position + member * m_referenceSize, m_referenceSize);
         if (!index || !visit(*index, depth)) {
             return false;
         }
     }
     return true;
+}
+
+/// libplist ends the process at a key of UTF-16 with a zero in it.
+bool Walk::visitKeys(const Contents &keys)
+{
+    for (quint64 key = 0; key < keys.count; ++key) {
+        const std::optional<quint64> index = number(keys.position + key * m_referenceSize, m_referenceSize);
+        const std::optional<quint64> position = index ? positionOf(*index) : std::nullopt;
+        if (!position || (kindAt(*position) == utf16Kind && !visitUtf16Key(contentsAt(*position)))) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Each character counts as a value: many dictionaries may refer to the same long key.
+bool Walk::visitUtf16Key(const Contents &characters)
+{
+    for (quint64 character = 0; character < characters.count; ++character) {
+        if (--m_valuesLeft < 0 || number(characters.position + 2 * character, 2).value_or(0) == 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::optional<quint64> Walk::positionOf(quint64 index) const
+{
+    return index < m_objectCount ? number(m_offsetTable + index * m_offsetSize, m_offsetSize) : std::nullopt;
+}
+
+std::optional<quint64> Walk::kindAt(quint64 position) const
+{
+    const std::optional<quint64> marker = number(position, 1);
+    return marker ? std::optional(*marker >> 4U) : std::nullopt;
+}
+
+Walk::Contents Walk::contentsAt(quint64 position) const
+{
+    const quint64 count = number(position, 1).value_or(0) & 0xFU;
+    if (count != countFollows) {
+        return {position + 1, count};
+    }
+    const quint64 countSize = quint64(1) << (number(position + 1, 1).value_or(0) & 0xFU);
+    return {position + 2 + countSize, number(position + 2, countSize).value_or(mostValues + 1)};
 }
 
 /// The unsigned big-endian number of `size` bytes.

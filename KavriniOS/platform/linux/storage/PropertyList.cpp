@@ -75,7 +75,9 @@ Value toDate(plist_t node)
     int32_t seconds = 0;
     int32_t fraction = 0;
     plist_get_date_val(node, &seconds, &fraction);
-    return Date{referenceDate + double(seconds) + double(fraction) / microseconds};
+    // libplist leaves the sign of a fraction away.
+    const double sign = seconds < 0 ? -1 : 1;
+    return Date{referenceDate + double(seconds) + sign * double(fraction) / microseconds};
 }
 
 Value toData(plist_t node)

@@ -132,12 +132,21 @@ bool tableIsSound(sqlite3 *handle)
     return !isDamage(result);
 }
 
+/// Only ever a new one: a folder that is there has the mode that somebody wanted for it.
+void makePrivateFolder(const QString &path)
+{
+    const bool isNew = !QFileInfo::exists(path) && QDir().mkpath(path);
+    if (isNew) {
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+}
+
 // Made by hand because SQLite would let the process's umask choose the mode; its other files take over the
 // database's. Only ever a new file: closing a descriptor of a file drops all of the process's locks on it,
 // those that SQLite holds among them.
 void makePrivateFile(const QString &path)
 {
-    QDir().mkpath(QFileInfo(path).path());
+    makePrivateFolder(QFileInfo(path).path());
     const int file = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file >= 0) {
         ::close(file);

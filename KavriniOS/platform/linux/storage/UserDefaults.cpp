@@ -2,7 +2,9 @@
 #include "platform/UserDefaults.h"
 
 #include "platform/FileManager.h"
+#include "platform/Logging.h"
 #include "platform/PropertyList.h"
+#include "platform/linux/storage/BinaryPropertyListBounds.h"
 #include "platform/linux/storage/SqliteDatabase.h"
 
 #include <QJsonArray>
@@ -137,6 +139,25 @@ bool isFinite(const PropertyListValue &value)
     return true;
 }
 
+bool isTooLarge(const PropertyListValue &value)
+{
+    const bool isContainer = std::holds_alternative<PropertyListArray>(value)
+        || std::holds_alternative<PropertyListDictionary>(value);
+    return isContainer && !isWithinBounds(PropertyList::toBinary(value));
+}
+
+/// Why a value would not be found again, in words for a person; empty where it would be.
+QString obstacle(const PropertyListValue &value)
+{
+    if (!isFinite(value)) {
+        return QStringLiteral("a number that is not finite cannot be stored");
+    }
+    if (isTooLarge(value)) {
+        return QStringLiteral("a list that is nested so deeply or has so many values cannot be stored");
+    }
+    return {};
+}
+
 } // namespace
 
 class UserDefaults::Database : public SqliteDatabase
@@ -228,8 +249,9 @@ PropertyListDictionary UserDefaults::objects(const QStringList &keys) const
 
 bool UserDefaults::set(const QString &key, const PropertyListValue &value)
 {
-    if (!isFinite(value)) {
-        SqliteDatabase::lastError() = QStringLiteral("a number that is not finite cannot be stored");
+    const QString reason = obstacle(value);
+    if (!reason.isEmpty()) {
+        SqliteDatabase::lastError() = reason;
         return false;
     }
     const int result = m_database->write(writeSql, [&](SqliteStatement &statement) {
@@ -237,6 +259,9 @@ bool UserDefaults::set(const QString &key, const PropertyListValue &value)
         std::visit(BindValue{statement}, value);
         return statement.step();
     });
+    if (result != SQLITE_DONE) {
+        qCWarning(Logging::store) << "Not stored:" << key << lastError();
+    }
     return result == SQLITE_DONE;
 }
 

@@ -81,6 +81,14 @@ TEST(PropertyList, TheBinaryFormReadsBackAsItWasWritten)
     EXPECT_EQ(PropertyList::parse(PropertyList::toBinary(value)), value);
 }
 
+TEST(PropertyList, ADateBeforeTheReferenceDateKeepsItsFraction)
+{
+    const QByteArray hundredAndAHalfBefore("\x33\xC0\x59\x20\0\0\0\0\0", 9); // the double -100.5
+    EXPECT_EQ(PropertyList::parse(binary({hundredAndAHalfBefore})), PropertyListValue(Date{978307099.5}));
+    const PropertyListValue value = Date{-0.25};
+    EXPECT_EQ(PropertyList::parse(PropertyList::toBinary(value)), value);
+}
+
 TEST(PropertyList, WhatIsNoPropertyListHasNoValue)
 {
     for (const QByteArray &data :
@@ -89,6 +97,22 @@ TEST(PropertyList, WhatIsNoPropertyListHasNoValue)
         SCOPED_TRACE(data.toStdString());
         EXPECT_EQ(PropertyList::parse(data), std::nullopt);
     }
+}
+
+TEST(PropertyList, AKeyMayBeUtf16)
+{
+    const QByteArray list =
+        binary({QByteArray("\xD1\0\x01\0\x02", 5), QByteArray("\x62\x01\x5F\0k", 5), "\x09"});
+    EXPECT_EQ(PropertyList::parse(list), PropertyListValue(PropertyListDictionary{{u"şk"_s, true}}));
+}
+
+TEST(PropertyList, TheSameLongKeyInManyListsIsNotReadForEver)
+{
+    const QByteArray key = "\x6F\x12" + bigEndian(30'000, 4) + QByteArray("\x01\x5F", 2).repeated(30'000);
+    const QByteArray dictionary("\xD1\0\x01\0\x02", 5);
+    const QByteArray many("\xA9\0\x03\0\x03\0\x03\0\x03\0\x03\0\x03\0\x03\0\x03\0\x03", 19);
+    EXPECT_NE(PropertyList::parse(binary({dictionary, key, "\x09"})), std::nullopt);
+    EXPECT_EQ(PropertyList::parse(binary({many, key, "\x09", dictionary})), std::nullopt);
 }
 
 TEST(PropertyList, ListsInListsAreReadToASaneDepth)
@@ -111,6 +135,10 @@ TEST(PropertyList, ABinaryListThatIsNotWholeHasNoValue)
         {"members that are not there", binary({"\xAE"})},
         {"a count that is not there", binary({"\xAF"})},
         {"a count of no size", binary({"\xAF\x1F"})},
+        {"a key with a zero in UTF-16",
+         binary({QByteArray("\xD1\0\x01\0\x02", 5), QByteArray("\x62\0k\0\0", 5), "\x09"})},
+        {"a key that ends early in UTF-16",
+         binary({QByteArray("\xD1\0\x01\0\x02", 5), "\x6F\x13\x7F\xFF", "\x09"})},
         {"a key without a value", binary({QByteArray("\xD1\0\x01", 3), "\x51k"})},
         {"nothing but a trailer", "bplist00" + QByteArray(32, '\0')},
         {"numbers beyond the end", "bplist00" + QByteArray(32, '\xff')},

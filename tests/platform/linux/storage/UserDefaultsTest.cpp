@@ -105,6 +105,25 @@ TEST(UserDefaults, ANumberThatIsNotFiniteIsRefusedAndTheOldValueStays)
     }
 }
 
+TEST(UserDefaults, AListThatWouldNotBeFoundAgainIsRefusedAndTheOldValueStays)
+{
+    const auto suite = makeSuite();
+    suite->set(u"key"_s, 1.0);
+    PropertyListValue nested = PropertyListArray{};
+    for (int depth = 0; depth < 600; ++depth) {
+        nested = PropertyListArray{std::move(nested)};
+    }
+    const PropertyListValue values[] = {nested, PropertyListArray(100'001, true),
+                                        PropertyListDictionary{{u"member"_s, nested}}};
+    for (const PropertyListValue &value : values) {
+        EXPECT_FALSE(suite->set(u"key"_s, value));
+        EXPECT_FALSE(suite->lastError().isEmpty());
+        EXPECT_EQ(suite->object(u"key"_s), PropertyListValue(1.0));
+    }
+    EXPECT_TRUE(suite->set(u"key"_s, PropertyListArray(90'000, true)));
+    EXPECT_EQ(suite->object(u"key"_s), PropertyListValue(PropertyListArray(90'000, true)));
+}
+
 TEST(UserDefaults, TheStringGetterTurnsNumbersIntoStrings)
 {
     const std::pair<PropertyListValue, std::optional<QString>> rows[] = {

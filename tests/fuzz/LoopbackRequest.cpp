@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+// What a client sends to the loopback server, answered from a suite.
+#include "loopback/LoopbackRequest.h"
+#include "fuzz/FuzzTarget.h"
+#include "loopback/LoopbackAnswer.h"
+#include "store/Shared.h"
+
+#include <QJsonDocument>
+#include <QUtf8StringView>
+
+#include <cmath>
+
+using namespace kavrin;
+using namespace Qt::StringLiterals;
+using test::require;
+
+namespace
+{
+
+bool isUtf8(const std::string &text)
+{
+    return QUtf8StringView(text.data(), qsizetype(text.size())).isValidUtf8();
+}
+
+void checkRequest(std::string_view received)
+{
+    const std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
+    if (!request) {
+        return;
+    }
+    require(isUtf8(request->path), "a path is UTF-8");
+    for (const auto &[name, value] : request->query) {
+        require(isUtf8(name) && isUtf8(value), "a query is UTF-8");
+        require(std::isfinite(decimalNumber(value).value_or(0)), "a number is finite");
+    }
+}
+
+/// Stores what the suite holds before any request.
+PropertyListDictionary fillSuite()
+{
+    const PropertyListDictionary values = {{u"dictationAlive"_s, 1795253400.25},
+                                           {u"dictationState"_s, u"done"_s},
+                                           {u"transcript"_s, u"\"Ça\u0000 va\\\" 👍"_s},
+                                           {u"tStamp"_s, 1795253399.5},
+                                           {u"otpCode"_s, u"482913"_s}};
+    for (const auto &[key, value] : values) {
+        Shared::d().set(key, value);
+    }
+    return values;
+}
+
+void checkAnswer(const std::string &answer)
+{
+    const std::size_t end = answer.find("\r\n\r\n");
+    require(answer.starts_with("HTTP/1.1 200 OK\r\n") && end != std::string::npos, "there is an answer");
+    const std::string body = answer.substr(end + 4);
+    require(answer.find("\r\nContent-Length: " + std::to_string(body.size()) + "\r\n") < end,
+            "the length is the body's");
+    require(QJsonDocument::fromJson(QByteArray::fromStdString(body)).isObject(), "the body is a JSON object");
+    require(body.find("482913") == std::string::npos, "only keys of dictation are read");
+}
+
+/// Takes back what a request may have written: a number in "tUsed", and "start" or "stop" in
+/// "dictationCommand".
+void checkSuite(const PropertyListDictionary &before)
+{
+    PropertyListDictionary after = Shared::d().dictionaryRepresentation();
+    if (const auto used = after.extract(u"tUsed"_s)) {
+        require(std::holds_alternative<double>(used.mapped()), "\"tUsed\" is a number");
+        Shared::d().remove(used.key());
+    }
+    if (const auto command = after.extract(u"dictationCommand"_s)) {
+        const bool isKnown = command.mapped() == PropertyListValue(u"start"_s)
+            || command.mapped() == PropertyListValue(u"stop"_s);
+        require(isKnown, "a command is one of two");
+        Shared::d().remove(command.key());
+    }
+    require(after == before, "nothing else changes");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const PropertyListDictionary suite = fillSuite();
+    const std::string_view received(reinterpret_cast<const char *>(data), size);
+    checkRequest(received);
+    checkAnswer(loopbackAnswer(received));
+    checkSuite(suite);
+    return 0;
+}

@@ -24,8 +24,8 @@
 #include "store/Shared.h"
 #include "transcription/Transcriber.h"
 
-#include <QQmlApplicationEngine>
 #include <QPointer>
+#include <QQmlApplicationEngine>
 #include <QQuickWindow>
 
 namespace kavrin

@@ -4,13 +4,13 @@
 namespace kavrin::Logging
 {
 
-Q_LOGGING_CATEGORY(application, "kavrin.application")
-Q_LOGGING_CATEGORY(store, "kavrin.store")
-Q_LOGGING_CATEGORY(dictation, "kavrin.dictation")
-Q_LOGGING_CATEGORY(sound, "kavrin.sound")
-Q_LOGGING_CATEGORY(transcription, "kavrin.transcription")
-Q_LOGGING_CATEGORY(loopback, "kavrin.loopback")
-Q_LOGGING_CATEGORY(codes, "kavrin.codes")
+Q_LOGGING_CATEGORY(application, "kavrin.application", QtFatalMsg)
+Q_LOGGING_CATEGORY(store, "kavrin.store", QtFatalMsg)
+Q_LOGGING_CATEGORY(dictation, "kavrin.dictation", QtFatalMsg)
+Q_LOGGING_CATEGORY(sound, "kavrin.sound", QtFatalMsg)
+Q_LOGGING_CATEGORY(transcription, "kavrin.transcription", QtFatalMsg)
+Q_LOGGING_CATEGORY(loopback, "kavrin.loopback", QtFatalMsg)
+Q_LOGGING_CATEGORY(codes, "kavrin.codes", QtFatalMsg)
 
 namespace
 {

@@ -34,12 +34,10 @@ namespace kavrin
 namespace
 {
 
-QCoro::Task<> saveCode(QString message)
+void saveCode(const QString &message)
 {
     qCInfo(Logging::application) << "Action: save-code";
-    const SaveVerificationCode action{message};
-    const QCoro::Task<> run = action.perform();
-    co_await run;
+    const QCoro::Task<> saved = SaveVerificationCode{message}.perform(); // when it returns
 }
 
 } // namespace
@@ -192,7 +190,7 @@ void KavrinApp::performAction(const QString &action, const QVariantList &paramet
     } else if (action == u"save-code" && !parameters.isEmpty()) {
         saveCode(parameters.first().toString());
     } else if (action == u"save-code") {
-        m_services->pasteboard.text().then([](const QString &text) { saveCode(text); });
+        m_services->pasteboard.text().then(&saveCode);
     }
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/SavedCode.h"
 #include "tools/kavrinctl/Verb.h"
 
 #include "codes/Codes.h"
@@ -61,6 +62,12 @@ void extractFromLines()
 
 } // namespace
 
+QString saveCodeOf(const QString &message)
+{
+    const QCoro::Task<> saved = SaveVerificationCode{message}.perform(); // when it returns
+    return Codes::extract(message) ? Shared::d().lastError() : QString();
+}
+
 void extractCode(QStringList &arguments)
 {
     if (takeFlag(arguments, u"--lines"_s)) {
@@ -79,12 +86,7 @@ void extractCode(QStringList &arguments)
 
 void saveCode(QStringList &arguments)
 {
-    const QString message = readMessage(arguments);
-    if (!Codes::extract(message)) {
-        return;
-    }
-    const QCoro::Task<> saved = SaveVerificationCode{message}.perform();
-    const QString failure = Shared::d().lastError();
+    const QString failure = saveCodeOf(readMessage(arguments));
     if (!failure.isEmpty()) {
         throw Refusal{u"The code could not be stored: "_s + failure};
     }

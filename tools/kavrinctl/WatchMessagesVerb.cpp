@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/SavedCode.h"
 
-#include "codes/Codes.h"
-#include "codes/SaveVerificationCode.h"
 #include "platform/linux/desktop/TerminationSignals.h"
 #include "platform/linux/messages/ModemManagerMessages.h"
-#include "store/Shared.h"
 
 #include <QCoreApplication>
 
@@ -38,12 +36,11 @@ void complain(const QString &message)
     std::fputs(u"kavrinctl: %1\n"_s.arg(message).toUtf8().constData(), stderr);
 }
 
-void saveCodeOf(const QString &text)
+void saveOrComplain(const QString &text)
 {
-    const SaveVerificationCode action{text};
-    const QCoro::Task<> done = action.perform(); // when it returns
-    if (Codes::extract(text) && !Shared::d().lastError().isEmpty()) {
-        complain(u"The code in a message could not be stored: "_s + Shared::d().lastError());
+    const QString failure = saveCodeOf(text);
+    if (!failure.isEmpty()) {
+        complain(u"The code in a message could not be stored: "_s + failure);
     }
 }
 
@@ -54,7 +51,7 @@ void watch(IncomingMessages &messages, const QString &word)
     QObject::connect(&termination, &TerminationSignals::requested, qApp, &QCoreApplication::quit);
     QObject::connect(&messages, &IncomingMessages::received, qApp, [&](const QString &text) {
         if (text.contains(word, Qt::CaseInsensitive)) {
-            saveCodeOf(text);
+            saveOrComplain(text);
         }
     });
     QObject::connect(&messages, &IncomingMessages::unreadable, qApp, [](const QString &reason) {

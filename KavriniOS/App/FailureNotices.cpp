@@ -47,14 +47,15 @@ QRegularExpression finder(const QString &key)
 QString cut(const QString &line)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, line);
-    qsizetype end = 0;
-    for (int character = 1; character <= longestLine; ++character) {
-        end = character == longestLine ? finder.position() : 0;
-        if (finder.toNextBoundary() < 0) {
-            return line;
+    qsizetype end = 0; // of what leaves room for the dots
+    for (int character = 1; finder.toNextBoundary() >= 0; ++character) {
+        if (character < longestLine) {
+            end = finder.position();
+        } else if (character > longestLine) {
+            return line.left(end) + u'…';
         }
     }
-    return finder.position() < line.size() ? line.left(end) + u'…' : line;
+    return line;
 }
 
 } // namespace

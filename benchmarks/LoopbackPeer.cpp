@@ -14,7 +14,8 @@ constexpr int port = 49731;
 
 void answer(const httplib::Request &request, httplib::Response &response)
 {
-    const std::string whole = kavrin::loopbackAnswer("GET " + request.target + " HTTP/1.1\r\n\r\n");
+    const std::string received = "GET " + request.target + " HTTP/1.1\r\n\r\n";
+    const std::string whole = kavrin::loopbackAnswer(kavrin::LoopbackRequest::parse(received));
     response.set_content(whole.substr(whole.find("\r\n\r\n") + 4), "application/json");
 }
 

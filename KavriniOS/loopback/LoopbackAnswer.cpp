@@ -8,6 +8,7 @@
 #include <QJsonObject>
 
 #include <optional>
+#include <string_view>
 
 namespace kavrin
 {
@@ -74,11 +75,6 @@ std::string bodyFor(const LoopbackRequest &request)
 bool mayWait(const std::optional<LoopbackRequest> &request)
 {
     return request && (request->path == commandPath || request->path == usedPath);
-}
-
-std::string loopbackAnswer(std::string_view received)
-{
-    return loopbackAnswer(LoopbackRequest::parse(received));
 }
 
 std::string loopbackAnswer(const std::optional<LoopbackRequest> &request)

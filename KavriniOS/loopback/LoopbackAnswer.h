@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace kavrin
 {
@@ -15,9 +14,6 @@ namespace kavrin
 /// Reads and writes the shared suite (Shared::d()). Safe from any thread. The endpoints are described in
 /// docs/loopback.md.
 std::string loopbackAnswer(const std::optional<LoopbackRequest> &request);
-
-/// The same for the request in `received`, the bytes of one receive.
-std::string loopbackAnswer(std::string_view received);
 
 /// Whether the answer may have to wait, for as long as another process keeps the suite from being written.
 bool mayWait(const std::optional<LoopbackRequest> &request);

@@ -85,7 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     static const PropertyListDictionary suite = fillSuite();
     const std::string_view received(reinterpret_cast<const char *>(data), size);
     checkRequest(received);
-    checkAnswer(loopbackAnswer(received));
+    checkAnswer(loopbackAnswer(LoopbackRequest::parse(received)));
     checkSuite(suite);
     return 0;
 }

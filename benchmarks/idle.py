@@ -2,22 +2,17 @@
 """What Kavrin costs while it waits for a command, beside a process that only sleeps as often."""
 
 import argparse
-import os
 import pathlib
 import platform
 import sys
 import time
 
+from figures import processor_seconds
+
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
 from support.private_session import PrivateSession, enter_private_namespaces  # noqa: E402
 
 SLEEPER = "import time\nwhile True: time.sleep(0.12)"
-
-
-def processor_seconds(pid):
-    with open(f"/proc/{pid}/stat", encoding="ascii") as stat:
-        fields = stat.read().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def wake_ups(pid):

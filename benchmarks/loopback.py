@@ -7,12 +7,13 @@ what tells the servers apart is the processor time that a request costs them.
 """
 
 import argparse
-import os
 import pathlib
 import platform
 import sys
 import tempfile
 import time
+
+from figures import processor_seconds
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
 from support.private_session import PORT, PrivateSession, enter_private_namespaces, wait_until  # noqa: E402
@@ -37,11 +38,6 @@ http {
     server { listen 127.0.0.1:%(port)s; location / { default_type application/json; return 200 '%(body)s'; } }
 }
 """
-
-
-def processor_seconds(pid):
-    fields = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def measure(session, process, target, connections, seconds):

@@ -130,7 +130,7 @@ class Faults(unittest.TestCase):
 class HangingService:
     """A speech service that answers with an error, and only when it is released."""
 
-    def __init__(self, body=b'{"error":{"message":"no"}}'):
+    def __init__(self, body=b'{"error":{"message":"no"}}', status=500):
         self.release = threading.Event()
         release = self.release
 
@@ -138,7 +138,7 @@ class HangingService:
             def do_POST(self):
                 self.rfile.read(int(self.headers["Content-Length"]))
                 release.wait()
-                self.send_response(500)
+                self.send_response(status)
                 self.send_header("Content-Length", str(len(body)))
                 self.end_headers()
                 self.wfile.write(body)

@@ -1,10 +1,8 @@
 # SPDX-License-Identifier: MIT
 """What the user is told where no window tells it: failed dictations as notifications, and nothing that is secret."""
 
-import http.server
 import json
 import subprocess
-import threading
 import unittest
 
 from faults_test import HangingService
@@ -21,37 +19,22 @@ KEYS = {"openaiKey": "sk-openai-4711", "customKey": "sk-openai-4711-custom", "ge
         "giphyKey": 'sk-"quo\\te'}
 
 
-class RefusingService:
+class RefusingService(HangingService):
     """A speech service that refuses everything with the JSON of the test."""
 
     def __init__(self, answer):
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def do_POST(self):
-                self.rfile.read(int(self.headers["Content-Length"]))
-                body = answer.encode()
-                self.send_response(401)
-                self.send_header("Content-Length", str(len(body)))
-                self.end_headers()
-                self.wfile.write(body)
+        super().__init__(answer.encode(), status=401)
+        self.release.set()
 
-            def log_message(self, *_):
-                pass
 
-        self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        self.url = f"http://127.0.0.1:{self._server.server_port}/"
-        threading.Thread(target=self._server.serve_forever, daemon=True).start()
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self._server.shutdown()
-        self._server.server_close()
+def choose(session, service):
+    """Makes it the service that transcribes."""
+    session.ctl("set", "provider", "custom")
+    session.ctl("set", "customURL", service.url)
 
 
 def dictate_with(session, service):
-    session.ctl("set", "provider", "custom")
-    session.ctl("set", "customURL", service.url)
+    choose(session, service)
     session.ctl("dictate", "start")
     session.ctl("dictate", "stop")
 
@@ -171,7 +154,8 @@ class WithAWindow(unittest.TestCase):
         self.notifications = Notifications(self.session, self.bus)
         self.addCleanup(self.notifications.end)
 
-    def dictate_on_the_screen(self, window):
+    def dictate_on_the_screen(self, window, service):
+        choose(self.session, service)
         window.open_page("Voice typing")
         window.find("Test voice typing", "push button").press()
         self.suite.wait_for("dictationState", "recording")
@@ -200,9 +184,7 @@ class WithAWindow(unittest.TestCase):
     def test_what_the_dictation_screen_shows_is_not_notified(self):
         window = self.session.open_window()
         with RefusingService('["on the screen"]') as service:
-            self.session.ctl("set", "provider", "custom")
-            self.session.ctl("set", "customURL", service.url)
-            self.dictate_on_the_screen(window)
+            self.dictate_on_the_screen(window, service)
             window.find('Error: ["on the screen"]', "label")
         window.find("Close", "push button").press()
         window.wait_until_gone("Dictation", "dialog")
@@ -213,10 +195,8 @@ class WithAWindow(unittest.TestCase):
 
     def test_what_fails_behind_another_window_is_notified(self):
         with HangingService() as service:
-            self.session.ctl("set", "provider", "custom")
-            self.session.ctl("set", "customURL", service.url)
             window = self.session.open_window()
-            self.dictate_on_the_screen(window)
+            self.dictate_on_the_screen(window, service)
             self.session.start("xmessage", "-geometry", "1000x1000+0+0", "Something else")
             search = ("xdotool", "search", "--onlyvisible", "--name", "xmessage")
             other = wait_until(lambda: self.session.run(*search, check=False).stdout.strip(), "the other window")
@@ -227,10 +207,8 @@ class WithAWindow(unittest.TestCase):
 
     def test_closing_the_window_during_a_transcription_ends_it_in_order(self):
         with HangingService() as service:
-            self.session.ctl("set", "provider", "custom")
-            self.session.ctl("set", "customURL", service.url)
             window = self.session.open_window()
-            self.dictate_on_the_screen(window)
+            self.dictate_on_the_screen(window, service)
             self.session.close_window(window.process)
             self.assertEqual(window.process.wait(10), 0)
         wait_until(self.notifications.shown, "a notification")
@@ -238,9 +216,7 @@ class WithAWindow(unittest.TestCase):
     def test_a_click_closes_a_dictation_screen_on_which_nothing_goes_on(self):
         window = self.session.open_window()
         with RefusingService('["on the screen"]') as service:
-            self.session.ctl("set", "provider", "custom")
-            self.session.ctl("set", "customURL", service.url)
-            self.dictate_on_the_screen(window)
+            self.dictate_on_the_screen(window, service)
             window.find('Error: ["on the screen"]', "label")
             fail_with(self.session, service)
         wait_until(self.notifications.shown, "a notification")
@@ -250,10 +226,8 @@ class WithAWindow(unittest.TestCase):
 
     def test_what_fails_once_the_dictation_screen_is_closed_is_notified(self):
         with HangingService() as service:
-            self.session.ctl("set", "provider", "custom")
-            self.session.ctl("set", "customURL", service.url)
             window = self.session.open_window()
-            self.dictate_on_the_screen(window)
+            self.dictate_on_the_screen(window, service)
             window.find("Close", "push button").press()
             window.wait_until_gone("Dictation", "dialog")
             service.release.set()

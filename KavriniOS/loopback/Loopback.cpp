@@ -2,35 +2,35 @@
 #include "loopback/Loopback.h"
 
 #include "loopback/LoopbackAnswer.h"
+#include "loopback/LoopbackConnection.h"
 #include "platform/Logging.h"
 
-#include <asio/any_io_executor.hpp>
 #include <asio/awaitable.hpp>
 #include <asio/bind_executor.hpp>
 #include <asio/co_spawn.hpp>
 #include <asio/detached.hpp>
+#include <asio/experimental/awaitable_operators.hpp>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/ip/v6_only.hpp>
 #include <asio/post.hpp>
 #include <asio/redirect_error.hpp>
 #include <asio/steady_timer.hpp>
-#include <asio/this_coro.hpp>
 #include <asio/thread_pool.hpp>
 #include <asio/use_awaitable.hpp>
-#include <asio/write.hpp>
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <exception>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace kavrin
@@ -40,9 +40,9 @@ namespace
 {
 
 using asio::ip::tcp;
+using namespace asio::experimental::awaitable_operators;
 using namespace std::chrono_literals;
 
-constexpr std::size_t receiveLimit = 8192;
 constexpr std::size_t discardLimit = std::size_t(2) * 1024 * 1024;
 constexpr auto discardTime = 1s;
 constexpr auto pauseWithoutDescriptors = 50ms;
@@ -102,108 +102,63 @@ std::optional<tcp::acceptor> listenOnIpv6(asio::io_context &context, std::uint16
     }
 }
 
-/// Where an administrator has packets for 127.0.0.1 let in from the network, the listener's address alone
-/// keeps nobody out.
-bool isOfThisMachine(const tcp::socket &socket)
+asio::awaitable<LoopbackReceipt> receive(LoopbackConnection &connection)
 {
-    asio::error_code error;
-    const tcp::endpoint peer = socket.remote_endpoint(error);
-    return !error && peer.address().is_loopback();
+    std::optional<LoopbackReceipt> receipt = connection.receive();
+    while (!receipt) {
+        co_await connection.wait(tcp::socket::wait_read);
+        receipt = connection.receive();
+    }
+    co_return *std::move(receipt);
 }
 
-/// A socket that counts as an open connection as long as it exists.
-struct CountedSocket {
-    CountedSocket(tcp::socket accepted, std::atomic<rlim_t> &count)
-        : socket(std::move(accepted)), openConnections(count)
-    {
-        ++openConnections;
-    }
-    ~CountedSocket() { --openConnections; }
-    CountedSocket(const CountedSocket &) = delete;
-    CountedSocket &operator=(const CountedSocket &) = delete;
-
-    tcp::socket socket;
-    std::atomic<rlim_t> &openConnections;
-};
-
-struct Received {
-    std::optional<LoopbackRequest> request; ///< none where what was received is none
-};
-
-/// Receives once; none when nothing has arrived yet. A connection that has ended or failed counts as one that
-/// has sent nothing.
-std::optional<Received> receive(tcp::socket &socket)
+asio::awaitable<void> send(LoopbackConnection &connection, std::string_view answer)
 {
-    std::array<char, receiveLimit> received;
-    asio::error_code error;
-    const std::size_t size = socket.read_some(asio::buffer(received), error);
-    if (error == asio::error::would_block) {
-        return std::nullopt;
+    answer.remove_prefix(connection.send(answer));
+    while (!answer.empty()) {
+        co_await connection.wait(tcp::socket::wait_write);
+        answer.remove_prefix(connection.send(answer));
     }
-    return Received{LoopbackRequest::parse(std::string_view(received.data(), size))};
 }
 
-/// Receives what has arrived and forgets it; returns how much it was.
-std::size_t discardReceived(tcp::socket &socket, asio::error_code &error)
+asio::awaitable<void> discard(LoopbackConnection &connection)
 {
-    std::array<char, receiveLimit> received;
-    return socket.read_some(asio::buffer(received), error);
+    std::size_t discarded = 0;
+    while (discarded < discardLimit) {
+        const std::optional<std::size_t> size = connection.discard();
+        if (!size) {
+            co_await connection.wait(tcp::socket::wait_read);
+        } else if (*size == 0) {
+            co_return;
+        }
+        discarded += size.value_or(0);
+    }
 }
 
 /// Receives and forgets what the client still sends, until it closes, within a bound of bytes and time.
 /// Closing with unread input would reset the connection, and an answer on its way would be lost.
-asio::awaitable<void> discardRest(std::shared_ptr<tcp::socket> socket)
+asio::awaitable<void> discardRest(LoopbackConnection &connection, asio::io_context &context)
 {
-    asio::steady_timer timer(socket->get_executor(), discardTime);
-    timer.async_wait([weakSocket = std::weak_ptr(socket)](const asio::error_code &error) {
-        const std::shared_ptr<tcp::socket> late = weakSocket.lock();
-        if (late && !error) {
-            asio::error_code ignored;
-            late->close(ignored);
-        }
-    });
-    std::size_t discarded = 0;
-    while (discarded < discardLimit) {
-        asio::error_code error;
-        discarded += discardReceived(*socket, error);
-        if (error == asio::error::would_block) {
-            co_await socket->async_wait(tcp::socket::wait_read, asio::use_awaitable);
-        } else if (error) {
-            co_return;
-        }
-    }
+    asio::steady_timer timer(context, discardTime);
+    connection.finishSending();
+    co_await (discard(connection) || timer.async_wait(asio::use_awaitable));
 }
 
-/// The answer to a request. What may wait does so in the thread of `writers`: all others are answered
-/// meanwhile.
-asio::awaitable<std::string> answerTo(std::optional<LoopbackRequest> request, asio::thread_pool &writers)
+/// Serves one connection and closes it. An error throws, which closes it as well. What may have to wait for
+/// another process is done in the thread of `writers`: all others are answered meanwhile.
+asio::awaitable<void> serve(std::unique_ptr<LoopbackConnection> connection, asio::io_context &context,
+                            asio::thread_pool &writers)
 {
-    if (!mayWait(request)) {
-        co_return loopbackAnswer(request);
+    const LoopbackReceipt receipt = co_await receive(*connection);
+    if (mayWait(receipt.request)) {
+        co_await asio::post(asio::bind_executor(writers, asio::use_awaitable));
     }
-    const asio::any_io_executor own = co_await asio::this_coro::executor;
-    co_await asio::post(asio::bind_executor(writers, asio::use_awaitable));
-    std::string answer = loopbackAnswer(request);
-    co_await asio::post(asio::bind_executor(own, asio::use_awaitable));
-    co_return answer;
-}
-
-/// Serves one connection and closes it. An error throws, which closes it as well.
-///
-/// The buffers for what is received live in plain functions, not here, so a connection that stays silent
-/// costs little.
-asio::awaitable<void> serve(std::shared_ptr<tcp::socket> socket, asio::thread_pool &writers)
-{
-    std::optional<Received> received = receive(*socket);
-    while (!received) {
-        co_await socket->async_wait(tcp::socket::wait_read, asio::use_awaitable);
-        received = receive(*socket);
-    }
-    const std::string answer = co_await answerTo(std::move(received->request), writers);
+    const std::string answer = loopbackAnswer(receipt.request);
     qCDebug(Logging::loopback) << "Answering with" << answer.size() << "bytes";
-    co_await asio::async_write(*socket, asio::buffer(answer), asio::use_awaitable);
-    socket->shutdown(tcp::socket::shutdown_send);
-    co_await discardRest(std::move(socket));
+    co_await send(*connection, answer);
+    if (receipt.mayBeFollowed) {
+        co_await discardRest(*connection, context);
+    }
 }
 
 } // namespace
@@ -227,7 +182,8 @@ private:
     };
 
     asio::awaitable<void> accept(tcp::acceptor acceptor);
-    void take(tcp::socket socket);
+    bool takeThoseThatWait(int listeningSocket);
+    void take(int socket, const tcp::endpoint &peer);
     void run();
 
     const PeerUserFunction &m_peerUser;
@@ -271,15 +227,14 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
 {
     asio::steady_timer pause(m_context);
     for (;;) {
-        bool mustWait = m_openConnections >= connectionLimit();
-        if (!mustWait) {
-            try {
-                take(co_await acceptor.async_accept(asio::use_awaitable));
-            } catch (const std::exception &) {
-                mustWait = true;
-            }
+        bool mustPause = false;
+        try {
+            co_await acceptor.async_wait(tcp::acceptor::wait_read, asio::use_awaitable);
+            mustPause = !takeThoseThatWait(acceptor.native_handle());
+        } catch (const std::exception &) {
+            mustPause = true;
         }
-        if (mustWait) {
+        if (mustPause) {
             asio::error_code ignored;
             pause.expires_after(pauseWithoutDescriptors);
             co_await pause.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
@@ -287,18 +242,33 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
     }
 }
 
-/// Starts serving a connection, unless it is another machine's or another user's.
-void Loopback::Listener::take(tcp::socket socket)
+/// Whether none waits any longer. Past Asio, which would ask for more of the kernel than one call each.
+bool Loopback::Listener::takeThoseThatWait(int listeningSocket)
 {
-    if (!isOfThisMachine(socket) || m_peerUser(socket.native_handle()) == PeerUser::Other) {
+    const rlim_t limit = connectionLimit();
+    while (m_openConnections < limit) {
+        tcp::endpoint peer;
+        auto size = static_cast<socklen_t>(peer.capacity());
+        const int socket = ::accept4(listeningSocket, peer.data(), &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        if (socket < 0) {
+            return errno == EAGAIN || errno == EINTR || errno == ECONNABORTED;
+        }
+        take(socket, peer);
+    }
+    return false;
+}
+
+/// Starts serving a connection, unless it is another machine's or another user's. Where an administrator has
+/// packets for 127.0.0.1 let in from the network, the listener's address alone keeps nobody out.
+void Loopback::Listener::take(int socket, const tcp::endpoint &peer)
+{
+    auto connection =
+        std::make_unique<LoopbackConnection>(m_context, peer.protocol(), socket, m_openConnections);
+    if (!peer.address().is_loopback() || m_peerUser(socket) == PeerUser::Other) {
         qCInfo(Logging::loopback) << "Somebody else's connection closed";
         return;
     }
-    setCloseOnExec(socket.native_handle());
-    socket.non_blocking(true);
-    const auto counted = std::make_shared<CountedSocket>(std::move(socket), m_openConnections);
-    asio::co_spawn(m_context, serve(std::shared_ptr<tcp::socket>(counted, &counted->socket), m_writers),
-                   asio::detached);
+    asio::co_spawn(m_context, serve(std::move(connection), m_context, m_writers), asio::detached);
 }
 
 void Loopback::Listener::run()

@@ -25,7 +25,7 @@ constexpr std::string_view done = R"({"ok":true})";
 
 /// The dictation keys that are present, as JSON; nothing where one of them holds what JSON cannot represent.
 /// Read at one moment, so that a new stamp never comes with the text before it.
-std::string get()
+std::string dictation()
 {
     static const QStringList readableKeys = {QStringLiteral("dictationAlive"),
                                              QStringLiteral("dictationState"), QStringLiteral("transcript"),
@@ -33,6 +33,19 @@ std::string get()
     const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys));
     return members ? QJsonDocument(*members).toJson(QJsonDocument::Compact).toStdString()
                    : std::string(nothing);
+}
+
+/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often.
+std::string get()
+{
+    thread_local std::optional<quint64> revision;
+    thread_local std::string body;
+    const std::optional<quint64> current = Shared::d().revision();
+    if (!current || current != revision) {
+        body = dictation();
+        revision = current;
+    }
+    return body;
 }
 
 void command(const LoopbackRequest &request)

@@ -309,6 +309,29 @@ TEST_F(LoopbackTest, DeliversTheAnswerWhileMorePiecesArrive)
     }
 }
 
+TEST_F(LoopbackTest, DeliversTheAnswerToAPostWhoseBodyFollows)
+{
+    for (int i = 0; i < 200; ++i) {
+        const Client client;
+        ASSERT_TRUE(client.connect(port()));
+        ASSERT_TRUE(client.send("POST /cmd HTTP/1.1\r\nContent-Length: 2\r\n\r\n"));
+        ASSERT_TRUE(client.send("{}"));
+        ASSERT_EQ(client.receiveToEnd(), answerWith(done));
+    }
+}
+
+TEST_F(LoopbackTest, ReportsEachChangeAtOnce)
+{
+    for (int i = 0; i < 20; ++i) {
+        const std::string number = std::to_string(i);
+        Shared::d().set(tUsed, qint64(i));
+        EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith("{\"tUsed\":" + number + "}"));
+        EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith("{\"tUsed\":" + number + "}"));
+    }
+    Shared::d().remove(tUsed);
+    EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith(nothing));
+}
+
 TEST_F(LoopbackTest, AnswersALineOfAMebibyteFromItsBeginning)
 {
     const std::string line =
@@ -392,11 +415,11 @@ TEST_F(LoopbackTest, ClosesOnAClientThatNeverStopsSending)
     EXPECT_TRUE(waitUntil([&] { return !client.send(chunk); }));
 }
 
-TEST_F(LoopbackTest, ClosesOnAClientThatNeverCloses)
+TEST_F(LoopbackTest, ClosesOnAClientThatNeverEndsItsRequest)
 {
     const Client client;
     ASSERT_TRUE(client.connect(port()));
-    ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n\r\n"));
+    ASSERT_TRUE(client.send("GET /cmd HTTP/1.1\r\n"));
     ASSERT_EQ(client.receiveToEnd(), answerWith(done));
     // So slowly that it is the time that runs out, not the bytes.
     EXPECT_TRUE(waitUntil([&] {

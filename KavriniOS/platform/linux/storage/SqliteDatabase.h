@@ -10,6 +10,7 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -66,6 +67,9 @@ public:
     [[nodiscard]] QString errorMessage() const;
     [[nodiscard]] sqlite3 *handle() const { return m_handle; }
 
+    /// How often the file has been opened.
+    [[nodiscard]] quint32 openings() const { return m_openings; }
+
     /// Whether this connection sees the file as it was when it was opened: a folder that may not be written
     /// to, or a full disk, leaves no room for what SQLite needs to see more.
     [[nodiscard]] bool isSnapshot() const { return m_lacking != SQLITE_OK; }
@@ -85,6 +89,7 @@ private:
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
     int m_lacking = SQLITE_OK;
+    quint32 m_openings = 0;
     QString m_openError;
 };
 
@@ -105,6 +110,10 @@ public:
     using Use = std::function<int(SqliteStatement &)>;
     int read(const char *sql, const Use &use);
     int write(const char *sql, const Use &use);
+
+    /// Another number whenever another connection may have changed the file since, those of this process
+    /// included; none where it cannot be told.
+    std::optional<quint64> revision();
 
     [[nodiscard]] QString path() const { return m_path; }
 

@@ -24,9 +24,8 @@ constexpr const char *readSql = "SELECT type, value FROM defaults WHERE key = ?1
 constexpr const char *readAllSql = "SELECT type, value, key FROM defaults";
 constexpr const char *readSomeSql =
     "SELECT type, value, key FROM defaults WHERE key IN (SELECT json_each.value FROM json_each(?1))";
-constexpr const char *writeSql =
-    "INSERT INTO defaults (key, type, value) VALUES (?1, ?2, ?3) "
-    "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value";
+// ON CONFLICT DO UPDATE would make SQLite open a temporary table for each write.
+constexpr const char *writeSql = "INSERT OR REPLACE INTO defaults (key, type, value) VALUES (?1, ?2, ?3)";
 constexpr const char *removeSql = "DELETE FROM defaults WHERE key = ?1";
 
 constexpr int typeColumn = 0;
@@ -245,6 +244,11 @@ PropertyListDictionary UserDefaults::objects(const QStringList &keys) const
         return collect(statement, values);
     });
     return values;
+}
+
+std::optional<quint64> UserDefaults::revision() const
+{
+    return m_database->revision();
 }
 
 bool UserDefaults::set(const QString &key, const PropertyListValue &value)

@@ -11,8 +11,11 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <functional>
 #include <limits>
+#include <set>
 #include <thread>
+#include <vector>
 
 using namespace kavrin;
 using namespace Qt::StringLiterals;
@@ -218,6 +221,49 @@ TEST(UserDefaults, SeveralKeysAreReadAsTheyStandAtOneMoment)
     suite->set(u"c"_s, 3.0);
     EXPECT_EQ(suite->objects({u"a"_s, u"c"_s, u"\"]"_s}),
               (PropertyListDictionary{{u"a"_s, true}, {u"c"_s, 3.0}}));
+}
+
+TEST(UserDefaults, TheRevisionIsAnotherOneAfterEveryChange)
+{
+    const auto suite = makeSuite();
+    suite->set(u"key"_s, u"value"_s);
+    Sqlite file(suite->path());
+    const auto deleteFile = [&] {
+        for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
+            QFile::remove(suite->path() + suffix);
+        }
+    };
+    struct Case {
+        const char *name;
+        std::function<void()> change;
+    };
+    const std::vector<Case> cases = {
+        {"set", [&] { suite->set(u"key"_s, u"other"_s); }},
+        {"removed", [&] { suite->remove(u"key"_s); }},
+        {"another suite", [&] { makeSuite()->set(u"key"_s, u"third"_s); }},
+        {"another process", [&] { file.run("UPDATE defaults SET value = 'new' WHERE key = 'key'"); }},
+        {"file deleted", deleteFile},
+    };
+    std::set<quint64> revisions = {suite->revision().value_or(0)};
+    for (const Case &input : cases) {
+        SCOPED_TRACE(input.name);
+        input.change();
+        const std::optional<quint64> revision = suite->revision();
+        ASSERT_TRUE(revision);
+        EXPECT_TRUE(revisions.insert(*revision).second);
+        EXPECT_EQ(suite->revision(), revision) << "unchanged since";
+    }
+}
+
+TEST(UserDefaults, AFileThatCannotBeReadHasNoRevision)
+{
+    const auto suite = makeSuite();
+    const QString path = suite->path();
+    for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
+        QFile::remove(path + suffix);
+    }
+    QDir().mkpath(path);
+    EXPECT_EQ(suite->revision(), std::nullopt);
 }
 
 TEST(UserDefaults, AFailedReadSaysWhyAndTheNextGoodOneForgetsIt)

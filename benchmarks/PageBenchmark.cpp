@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // How long the settings take to show a page, and to follow a dragged slider: milliseconds to the next frame,
-// on the offscreen platform, which draws in software.
+// on the offscreen platform, which draws in software. Prints JSON.
 #include "doubles/FakeContacts.h"
 #include "doubles/FakeDesktop.h"
 #include "screens/SettingsModel.h"
@@ -12,7 +12,12 @@
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QSysInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QQmlComponent>
+#include <QQmlContext>
+#include <QQmlExpression>
 #include <QtTest/QTest>
 
 #include <algorithm>
@@ -25,6 +30,8 @@ namespace
 using namespace kavrin;
 using namespace kavrin::test;
 using namespace Qt::StringLiterals;
+
+constexpr int rounds = 10;
 
 /// The milliseconds from `begin` to the end of the next frame.
 double millisecondsToFrame(QQuickView &view, const std::function<void()> &begin)
@@ -47,29 +54,44 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-void print(const QString &what, const std::vector<double> &values, const char *goal)
+QJsonArray openings(SettingsModel &settings)
 {
-    std::printf("  %-44s %8.1f %8.1f   %s\n", qPrintable(what), median(values),
-                *std::ranges::max_element(values), goal);
-}
-
-void measureOpening(SettingsModel &settings)
-{
+    QJsonArray pages;
     for (const Prefs::Page &page : Prefs::pages()) {
-        std::vector<double> openings;
-        for (int round = 0; round < 10; ++round) {
+        std::vector<double> times;
+        for (int round = 0; round < rounds; ++round) {
             QmlWindow window(u"Kavrin.Screens"_s, u"SettingsView"_s,
                              {{u"settings"_s, QVariant::fromValue(&settings)}}, QSize(420, 760));
             window.view().engine()->addImageProvider(u"symbol"_s, new SymbolImageProvider);
             QQuickItem *row = window.item(page.title);
-            openings.push_back(
+            times.push_back(
                 millisecondsToFrame(window.view(), [&] { QMetaObject::invokeMethod(row, "clicked"); }));
         }
-        print(u"opening \"%1\""_s.arg(page.title), openings, "at most 60");
+        pages.append(QJsonObject{{u"title"_s, page.title}, {u"milliseconds"_s, median(times)}});
     }
+    return pages;
 }
 
-void measureDragging(SettingsModel &settings)
+/// The same stack, and a page with nothing on it.
+double emptyOpening(SettingsModel &settings)
+{
+    std::vector<double> times;
+    for (int round = 0; round < rounds; ++round) {
+        QmlWindow window(u"Kavrin.Screens"_s, u"SettingsView"_s,
+                         {{u"settings"_s, QVariant::fromValue(&settings)}}, QSize(420, 760));
+        QQmlComponent page(window.view().engine());
+        page.setData("import QtQuick\nItem { }", QUrl());
+        QQmlContext context(qmlContext(window.view().rootObject()));
+        context.setContextProperty(u"page"_s, &page);
+        QQmlExpression push(&context, window.view().rootObject(), u"push(page)"_s);
+        times.push_back(millisecondsToFrame(window.view(), [&push] { push.evaluate(); }));
+        window.goBack();
+    }
+    return median(times);
+}
+
+/// The steps of a dragged slider, and frames of the same window in which nothing has changed.
+QJsonObject dragging(SettingsModel &settings)
 {
     const std::unique_ptr<PageModel> page(settings.makePage(u"layout"_s));
     QmlWindow window(u"Kavrin.Screens"_s, u"PageView"_s,
@@ -83,15 +105,18 @@ void measureDragging(SettingsModel &settings)
             .toPoint();
     };
     QTest::mousePress(&window.view(), Qt::LeftButton, Qt::NoModifier, at(36));
-    std::vector<double> frames;
-    int written = 0;
+    std::vector<double> steps;
+    std::vector<double> unchanged;
     for (int value = 37; value <= 80; ++value) {
-        frames.push_back(
+        steps.push_back(
             millisecondsToFrame(window.view(), [&] { QTest::mouseMove(&window.view(), at(value)); }));
-        written += Shared::d().object(u"rowH"_s) == PropertyListValue(double(value)) ? 1 : 0;
+        if (Shared::d().object(u"rowH"_s) != PropertyListValue(double(value))) {
+            qFatal("A step of the slider was not stored.");
+        }
+        unchanged.push_back(millisecondsToFrame(window.view(), [&window] { window.view().update(); }));
     }
     QTest::mouseRelease(&window.view(), Qt::LeftButton, Qt::NoModifier, at(80));
-    print(u"a step of a dragged slider (%1 of 44 written)"_s.arg(written), frames, "at most 33");
+    return {{u"step"_s, median(steps)}, {u"unchanged"_s, median(unchanged)}};
 }
 
 } // namespace
@@ -105,9 +130,9 @@ int main(int argc, char **argv)
     FakePasteboard pasteboard(journal);
     FakeContacts contacts;
     SettingsModel settings(pasteboard, contacts);
-    std::printf("Pages on %s (milliseconds to the first frame: median, longest)\n",
-                qPrintable(QSysInfo::machineHostName()));
-    measureOpening(settings);
-    measureDragging(settings);
+    const QJsonObject figures = {{u"pages"_s, openings(settings)},
+                                 {u"emptyPage"_s, emptyOpening(settings)},
+                                 {u"slider"_s, dragging(settings)}};
+    std::puts(QJsonDocument(figures).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

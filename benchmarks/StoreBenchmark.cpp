@@ -1,23 +1,30 @@
 // SPDX-License-Identifier: MIT
-// The preference store beside QSettings, which an application would otherwise use for the same.
-#include "store/Prefs.h"
-#include "store/Shared.h"
+// The preference store beside QSettings, which an application would otherwise use for the same, and what is
+// made of it, the exported text and the walk through the catalogue, beside the least that they can cost.
+#include "StoredSettings.h"
 #include "support/PrivateHome.h"
 
-#include <QSettings>
+#include <QJsonDocument>
+#include <QJsonObject>
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 
 using namespace kavrin;
+using namespace kavrin::benchmarks;
 using namespace Qt::StringLiterals;
 
 namespace
 {
 
+QString home()
+{
+    return qEnvironmentVariable("HOME");
+}
+
 void prefsCachedRead(benchmark::State &state)
 {
     const QString key = u"rowH"_s;
-    Prefs::set(key, 60.0);
     while (state.KeepRunning()) {
         benchmark::DoNotOptimize(Prefs::get<double>(key));
     }
@@ -26,58 +33,131 @@ BENCHMARK(prefsCachedRead);
 
 void settingsRead(benchmark::State &state)
 {
-    QSettings settings(qEnvironmentVariable("HOME") + u"/settings.ini"_s, QSettings::IniFormat);
-    settings.setValue(u"rowH"_s, 60.0);
+    const QSettings settings(iniPath(home()), QSettings::IniFormat);
+    const QString key = u"rowH"_s;
     while (state.KeepRunning()) {
-        benchmark::DoNotOptimize(settings.value(u"rowH"_s).toDouble());
+        benchmark::DoNotOptimize(settings.value(key).toDouble());
     }
 }
 BENCHMARK(settingsRead);
 
+/// As an application reads from here and there: one QSettings must not be used by several threads.
+void settingsMadeRead(benchmark::State &state)
+{
+    const QString path = iniPath(home());
+    const QString key = u"rowH"_s;
+    while (state.KeepRunning()) {
+        benchmark::DoNotOptimize(QSettings(path, QSettings::IniFormat).value(key).toDouble());
+    }
+}
+BENCHMARK(settingsMadeRead);
+
 void prefsSet(benchmark::State &state)
 {
+    const QString key = u"rowH"_s;
     double value = 0;
     while (state.KeepRunning()) {
-        Prefs::set(u"rowH"_s, value += 1);
+        Prefs::set(key, value += 1);
     }
 }
 BENCHMARK(prefsSet);
 
 void settingsSetAndSync(benchmark::State &state)
 {
-    QSettings settings(qEnvironmentVariable("HOME") + u"/settings.ini"_s, QSettings::IniFormat);
+    QSettings settings(iniPath(home()), QSettings::IniFormat);
+    const QString key = u"rowH"_s;
     double value = 0;
     while (state.KeepRunning()) {
-        settings.setValue(u"rowH"_s, value += 1);
+        settings.setValue(key, value += 1);
         settings.sync();
     }
 }
-BENCHMARK(settingsSetAndSync);
+BENCHMARK(settingsSetAndSync)->UseRealTime(); // which waits for the disk
 
-void suiteRead(benchmark::State &state)
+void prefsExport(benchmark::State &state)
 {
-    Shared::d().set(u"dictationCommand"_s, QString());
     while (state.KeepRunning()) {
-        benchmark::DoNotOptimize(Shared::d().string(u"dictationCommand"_s));
+        benchmark::DoNotOptimize(Prefs::exportBlob());
     }
 }
-BENCHMARK(suiteRead);
+BENCHMARK(prefsExport);
 
-void suiteSet(benchmark::State &state)
+void plainExport(benchmark::State &state)
 {
-    double value = 0;
+    const QVariantMap all = content();
     while (state.KeepRunning()) {
-        Shared::d().set(u"dictationAlive"_s, value += 1);
+        const QByteArray body =
+            QJsonDocument(QJsonObject::fromVariantMap(all)).toJson(QJsonDocument::Compact);
+        benchmark::DoNotOptimize(u"KAVRINCFG1:"_s + QString::fromLatin1(body.toBase64()));
     }
 }
-BENCHMARK(suiteSet);
+BENCHMARK(plainExport);
+
+/// What a row of a screen shows of its item's value.
+struct Shown {
+    const QString &key;
+
+    void operator()(const catalogue::Toggle & /*toggle*/) const
+    {
+        benchmark::DoNotOptimize(Prefs::get<bool>(key));
+    }
+    void operator()(const catalogue::Slider &slider) const
+    {
+        benchmark::DoNotOptimize(Prefs::format(Prefs::get<double>(key), slider.unit));
+    }
+    void operator()(const catalogue::Choice &choice) const
+    {
+        const QString value = Prefs::get<QString>(key);
+        benchmark::DoNotOptimize(std::ranges::find(choice.options, value, &Prefs::Opt::v));
+    }
+    void operator()(const catalogue::Text & /*text*/) const
+    {
+        benchmark::DoNotOptimize(Prefs::get<QString>(key));
+    }
+    void operator()(const catalogue::Action & /*action*/) const { }
+};
+
+template <typename Show> void walk(const std::vector<Prefs::Page> &pages, Show show)
+{
+    for (const Prefs::Page &page : pages) {
+        for (const Prefs::Sect &section : page.sections) {
+            for (const Prefs::Item &item : section.items) {
+                show(item);
+            }
+        }
+    }
+}
+
+void catalogueWalk(benchmark::State &state)
+{
+    while (state.KeepRunning()) {
+        walk(Prefs::pages(), [](const Prefs::Item &item) {
+            benchmark::DoNotOptimize(Prefs::isVisible(item.key));
+            std::visit(Shown{item.key}, item.kind);
+        });
+    }
+}
+BENCHMARK(catalogueWalk);
+
+void plainWalk(benchmark::State &state)
+{
+    const QVariantMap all = content();
+    const QVariantHash values(QVariantHash(all.cbegin(), all.cend()));
+    while (state.KeepRunning()) {
+        walk(Prefs::pages(),
+             [&values](const Prefs::Item &item) { benchmark::DoNotOptimize(values.value(item.key)); });
+    }
+}
+BENCHMARK(plainWalk);
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const test::PrivateHome home;
+    const test::PrivateHome privateHome;
     benchmark::Initialize(&argc, argv);
+    fillSuite();
+    fillIni(home());
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

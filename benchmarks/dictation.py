@@ -5,22 +5,24 @@ Beside each figure stands what it is held against: the poll that a command waits
 posting the same file to the same server in turn.
 """
 
-import argparse
 import http.server
 import json
 import pathlib
-import platform
 import random
 import shutil
-import subprocess
-import sys
+import statistics
 import threading
 import time
 
-from figures import two
+from figures import MEDIAN_AND_95, median_and_95
+from support.private_session import PrivateSession
+from table import Row
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
-from support.private_session import PrivateSession, enter_private_namespaces  # noqa: E402
+OPTIONS = {"rounds": (40, 3, "dictations to start"),
+           "exchanges": (200, 3, "exchanges to time"),
+           "seconds": (60, 5, "length of the recording that is sent"),
+           "minutes": (5.0, 0.1, "length of the recording that is weighed")}
+POLL = (60, 114)  # median and 95th percentile of the wait for a poll every 120 ms, in milliseconds
 
 
 class Service:
@@ -115,21 +117,23 @@ def post_with_curl(session, service, recording):
 
 
 def exchanges(session, suite, service, recording, rounds):
-    """Kavrin's and curl's exchanges of the same recording in turn, as the server sees them, and the milliseconds from
-    Kavrin's first byte to the published transcript. Kavrin sends what lies at the recording's path, so one long
-    recording does for all rounds."""
+    """Kavrin's and curl's exchanges of the same recording in turn, as the server sees them, the milliseconds from
+    Kavrin's first byte to the published transcript, and those from curl's start to its first byte. Kavrin sends what
+    lies at the recording's path, so one long recording does for all rounds."""
     kept = recording.with_name("kept.m4a")
     shutil.copy(recording, kept)
-    published, ours, curls = [], [], []
+    published, ours, curls, curls_first_bytes = [], [], [], []
     for _ in range(rounds):
         start(suite)
         shutil.copy(kept, recording.with_name("copy.m4a"))
         recording.with_name("copy.m4a").replace(recording)
         published.append(stop_to_first_byte(suite, service)[1])
         ours.append(service.exchanges[-1])
+        begun = time.monotonic()
         post_with_curl(session, service, kept)
         curls.append(service.exchanges[-1])
-    return published, ours, curls
+        curls_first_bytes.append(1000 * (service.first_bytes[-1] - begun))
+    return published, ours, curls, curls_first_bytes
 
 
 def growth(session, suite, kavrin, minutes):
@@ -141,15 +145,7 @@ def growth(session, suite, kavrin, minutes):
     return resident_megabytes(kavrin.pid) - before
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--rounds", type=int, default=40, help="dictations to start (40)")
-    parser.add_argument("--exchanges", type=int, default=200, help="exchanges to time (200)")
-    parser.add_argument("--seconds", type=int, default=60, help="length of the recording that is sent (60)")
-    parser.add_argument("--minutes", type=float, default=5, help="length of the recording that is weighed (5)")
-    options = parser.parse_args()
-    enter_private_namespaces()
-
+def measure(options):
     service = Service()
     with PrivateSession() as session:
         session.env["AUDIODRIVER"] = "pulseaudio"
@@ -164,26 +160,23 @@ def main():
         start(suite)
         make_noise(session, options.seconds)
         first_byte, _ = stop_to_first_byte(suite, service)
-        published, ours, curls = exchanges(session, suite, service, recording, options.exchanges)
+        published, ours, curls, curls_first_bytes = exchanges(session, suite, service, recording, options.exchanges)
 
         grown = growth(session, suite, kavrin, options.minutes)
         size = recording.stat().st_size
         stop_to_first_byte(suite, service)
 
-    print(f"Dictation on {platform.node()}, {time.strftime('%Y-%m-%d')} (two figures: median, 95th percentile)")
-    rows = [
-        ("command to recording", two(starts), f"the poll takes 60, 114 of it; parec to its first samples: {two(parec)}"),
-        (f"stop to first byte, {options.seconds} s recorded", f"{first_byte:.1f} ms", ""),
-        ("the exchange, as the server sees it", two(ours), f"curl, the same file: {two(curls)}"),
-        ("first byte to the transcript published", two(published), "the answer read, stored and on the clipboard"),
-        (f"memory grown in {options.minutes:g} minutes", f"{grown:.2f} MB", f"the file has {size / 1e6:.2f} MB"),
+    return [
+        Row("Dictation, command to \"recording\"", "ms", median_and_95(starts),
+            (("the poll that it waits for", POLL), ("parec to its first samples", median_and_95(parec))),
+            labels=MEDIAN_AND_95, note="The wait for a poll every 120 ms is computed, not measured."),
+        Row(f"Dictation, stop to the request's first byte, {options.seconds} s recorded", "ms", (first_byte,),
+            (("curl from its start", (statistics.median(curls_first_bytes),)),)),
+        Row("Dictation, the exchange as the service sees it", "ms", median_and_95(ours),
+            (("curl, the same file", median_and_95(curls)),), labels=MEDIAN_AND_95),
+        Row("Dictation, first byte to transcript published", "ms", median_and_95(published),
+            (("curl, the exchange alone", median_and_95(curls)),), labels=MEDIAN_AND_95,
+            note="The exchange included; the answer is then read, stored and put on the clipboard."),
+        Row(f"Dictation, memory grown in {options.minutes:g} min of recording", "MB", (grown,),
+            (("the recorded file", (size / 1e6,)),)),
     ]
-    for name, value, beside in rows:
-        print(f"  {name:<40} {value:>16}   {beside}")
-
-
-if __name__ == "__main__":
-    try:
-        main()
-    except subprocess.SubprocessError as error:
-        sys.exit(str(error))

@@ -1,9 +1,18 @@
 # SPDX-License-Identifier: MIT
-"""What the measurements have in common: processor time, and how they print many values as two figures."""
+"""What the measurements have in common: programs that measure themselves, processor time, percentiles."""
 
+import json
 import os
 import pathlib
 import statistics
+
+
+def google_benchmark(session, program, repetitions):
+    """By each benchmark's name its median: {"real_time": nanoseconds, counter: value}."""
+    output = session.run(session.bin.with_name("tests-bin") / program, "--benchmark_format=json",
+                         f"--benchmark_repetitions={repetitions}", "--benchmark_report_aggregates_only").stdout
+    return {result["run_name"].split("/")[0]: result for result in json.loads(output)["benchmarks"]
+            if result["aggregate_name"] == "median"}
 
 
 def processor_seconds(pid):
@@ -17,7 +26,8 @@ def percentile(values, share):
     return ordered[min(len(ordered) - 1, int(share * len(ordered)))]
 
 
-def two(values, unit="ms"):
-    """Median and 95th percentile; those of less than ten with a digit more."""
-    figures = (statistics.median(values), percentile(values, 0.95))
-    return ", ".join(f"{figure:.{2 if figure < 10 else 1}f}" for figure in figures) + f" {unit}"
+MEDIAN_AND_95 = ("median", "95 %")
+
+
+def median_and_95(values):
+    return statistics.median(values), percentile(values, 0.95)

@@ -1,17 +1,14 @@
 # SPDX-License-Identifier: MIT
 """What Kavrin costs while it waits for a command, beside a process that only sleeps as often."""
 
-import argparse
 import pathlib
-import platform
-import sys
 import time
 
 from figures import processor_seconds
+from support.private_session import PrivateSession
+from table import Row, at_most
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
-from support.private_session import PrivateSession, enter_private_namespaces  # noqa: E402
-
+OPTIONS = {"seconds": (600, 5, "how long to watch")}
 SLEEPER = "import time\nwhile True: time.sleep(0.12)"
 
 
@@ -30,25 +27,26 @@ def written_bytes(pid):
         return next(int(line.split()[1]) for line in counters if line.startswith("write_bytes"))
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--seconds", type=int, default=60, help="how long to watch (60)")
-    options = parser.parse_args()
-    enter_private_namespaces()
+def counters(process):
+    return processor_seconds(process.pid), wake_ups(process.pid), written_bytes(process.pid)
+
+
+def measure(options):
     with PrivateSession(sound=False) as session:
-        processes = {"kavrin": session.start_kavrin(), "sleeper": session.start(sys.executable, "-c", SLEEPER)}
+        processes = (session.start_kavrin(), session.start("/usr/bin/python3", "-c", SLEEPER))
         time.sleep(2)
-        before = {name: (processor_seconds(p.pid), wake_ups(p.pid), written_bytes(p.pid))
-                  for name, p in processes.items()}
+        begun = time.monotonic()
+        before = [counters(process) for process in processes]
         time.sleep(options.seconds)
-        print(f"Waiting for a command on {platform.node()}, {options.seconds} s, {time.strftime('%Y-%m-%d')}")
-        print(f"  {'':<10} {'one core':>10} {'wake-ups/s':>12} {'written/h (write_bytes)':>26}")
-        for name, process in processes.items():
-            processor, woken, written = (after - start for after, start in zip(
-                (processor_seconds(process.pid), wake_ups(process.pid), written_bytes(process.pid)), before[name]))
-            print(f"  {name:<10} {100 * processor / options.seconds:>8.2f} % {woken / options.seconds:>12.1f} "
-                  f"{written * 3600 / options.seconds / 1e6:>23.2f} MB")
-
-
-if __name__ == "__main__":
-    main()
+        seconds = time.monotonic() - begun
+        ours, sleepers = ([(after - start) / seconds for after, start in zip(counters(process), starts)]
+                          for process, starts in zip(processes, before))
+    waiting = f"Waiting for a command, {options.seconds} s"
+    sleeper = "a process that sleeps as often"
+    return [
+        Row(f"{waiting}: share of a core", "%", (100 * ours[0],), ((sleeper, (100 * sleepers[0],)),)),
+        Row(f"{waiting}: wake-ups a second", "", (ours[1],), ((sleeper, (sleepers[1],)),), (at_most(10),),
+            note="Voluntary context switches of all threads."),
+        Row(f"{waiting}: written to the disk an hour", "MB", (ours[2] * 3600 / 1e6,),
+            ((sleeper, (sleepers[2] * 3600 / 1e6,)),), (at_most(4),), note="write_bytes of /proc/PID/io."),
+    ]

@@ -6,19 +6,20 @@ A connection is for one request. wrk asks as fast as it is answered, so on few c
 what tells the servers apart is the processor time that a request costs them.
 """
 
-import argparse
+import json
 import pathlib
-import platform
-import sys
+import statistics
 import tempfile
 import time
 
 from figures import processor_seconds
+from support.private_session import PORT, Failure, PrivateSession, wait_until
+from table import Row, ratio_at_least, ratio_at_most
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
-from support.private_session import PORT, PrivateSession, enter_private_namespaces, wait_until  # noqa: E402
-
-KEYS = {"dictationState": "done", "transcript": "ten of clubs, and a few words more", "dictationCommand": ""}
+OPTIONS = {"seconds": (4, 1, "how long each server is asked in a round"),
+           "rounds": (3, 1, "rounds, of which the median is taken")}
+TEXTS = {"dictationState": "done", "transcript": "ten of clubs, and a few words more"}
+STAMPS = ("dictationAlive", "tStamp", "tUsed")
 TARGETS = {"/get": "/get", "/cmd": "/cmd?v=stop"}
 SCRIPT = """
 request = function() return "GET %s HTTP/1.1\\r\\nHost: 127.0.0.1\\r\\nConnection: close\\r\\n\\r\\n" end
@@ -32,15 +33,55 @@ NGINX = """
 daemon off; master_process off; pid %(folder)s/pid; error_log stderr crit;
 events { worker_connections 4096; }
 http {
-    access_log off; keepalive_timeout 0; server_tokens off;
+    access_log off; keepalive_timeout 0; server_tokens off; default_type application/json;
     client_body_temp_path %(folder)s/body; proxy_temp_path %(folder)s/proxy; fastcgi_temp_path %(folder)s/fastcgi;
     uwsgi_temp_path %(folder)s/uwsgi; scgi_temp_path %(folder)s/scgi;
-    server { listen 127.0.0.1:%(port)s; location / { default_type application/json; return 200 '%(body)s'; } }
+    server {
+        listen 127.0.0.1:%(port)s;
+        location /get { return 200 '%(get)s'; }
+        location /cmd { return 200 '%(cmd)s'; }
+    }
 }
 """
 
 
-def measure(session, process, target, connections, seconds):
+def store_what_is_read(session):
+    suite = session.suite()
+    for key, value in TEXTS.items():
+        suite.set(key, "string", value)
+    for key in STAMPS:
+        suite.set(key, "double", time.time())
+
+
+def start_nginx(session, bodies):
+    folder = tempfile.mkdtemp(dir=session.folder)
+    configuration = pathlib.Path(folder, "nginx.conf")
+    configuration.write_text(NGINX % {"folder": folder, "port": PORT, **bodies}, encoding="utf-8")
+    return session.start("nginx", "-p", folder, "-c", configuration)
+
+
+def answers(session):
+    """What Kavrin answers: the bodies that nginx is to answer, too."""
+    kavrin = session.start_kavrin("--background")
+    bodies = {"get": session.http("/get"), "cmd": session.http("/cmd")}
+    session.end(kavrin)
+    lacking = {*TEXTS, *STAMPS} - set(bodies["get"])
+    if lacking:
+        raise Failure(f"/get lacks {', '.join(lacking)}")
+    return {name: json.dumps(body, separators=(",", ":")) for name, body in bodies.items()}
+
+
+def wait_until_served(session):
+    def is_served():
+        try:
+            return session.http("/get") is not None
+        except OSError:
+            return False
+
+    wait_until(is_served, f"port {PORT} is served")
+
+
+def ask(session, process, target, connections, seconds):
     """Requests a second, three latencies in milliseconds, and microseconds of the server's processor time each."""
     script = session.folder / "requests.lua"
     script.write_text(SCRIPT % target, encoding="ascii")
@@ -51,59 +92,54 @@ def measure(session, process, target, connections, seconds):
     figures = next(line for line in output.splitlines() if line.startswith("FIGURES")).split()[1:]
     requests, duration, *latencies, errors = (int(figure) for figure in figures)
     if errors:
-        sys.exit(f"{errors} requests failed.")
+        raise Failure(f"{errors} requests failed")
     return (requests * 1e6 / duration, *(latency / 1000 for latency in latencies), used * 1e6 / requests)
 
 
-def start_nginx(session, body):
-    folder = tempfile.mkdtemp(dir=session.folder)
-    configuration = pathlib.Path(folder, "nginx.conf")
-    configuration.write_text(NGINX % {"folder": folder, "port": PORT, "body": body}, encoding="utf-8")
-    return session.start("nginx", "-p", folder, "-c", configuration)
+def ask_in_turn(session, servers, target, connections, options):
+    """For each server the medians of ask()'s figures."""
+    rounds = {server: [] for server in servers}
+    for _ in range(options.rounds):
+        for server, start in servers.items():
+            process = start()
+            wait_until_served(session)
+            rounds[server].append(ask(session, process, target, connections, options.seconds))
+            session.end(process)
+    return {server: [statistics.median(figures) for figures in zip(*asked)] for server, asked in rounds.items()}
 
 
-def wait_until_served(session):
-    def answers():
-        try:
-            return session.http("/get") is not None
-        except OSError:
-            return False
+def rows(what, medians):
+    ours, *peers = medians.items()
 
-    wait_until(answers, f"port {PORT} is served")
+    def beside(first, last):
+        return tuple((name, tuple(figures[first:last])) for name, figures in peers)
+
+    return [
+        Row(f"{what}: requests a second", "", tuple(ours[1][:1]), beside(0, 1), (ratio_at_least(1),),
+            note="wrk with one thread, a connection for each request; nginx has one worker, a constant body and no "
+                 "keep-alive, cpp-httplib does the same work as Kavrin. Medians of rounds in turn.",
+            missed=""),
+        Row(f"{what}: answered within", "ms", tuple(ours[1][1:4]), beside(1, 4), (ratio_at_most(1, figure=1),),
+            labels=("50 %", "99 %", "99.9 %"),
+            note="wrk counts from the request on: what waits to be accepted, as with cpp-httplib, is not in it.",
+            missed=""),
+        Row(f"{what}: processor time of the server", "µs", tuple(ours[1][4:]), beside(4, 5), (ratio_at_most(1.3),),
+            missed=""),
+    ]
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--seconds", type=int, default=8, help="how long each server is asked (8)")
-    options = parser.parse_args()
-    enter_private_namespaces()
+def measure(options):
+    table = []
     with PrivateSession(sound=False) as session:
-        suite = session.suite()
-        for key, value in KEYS.items():
-            suite.set(key, "string", value)
-        for key in ("dictationAlive", "tStamp"):
-            suite.set(key, "double", time.time())
-        kavrin = session.start_kavrin("--background")
-        body = str(session.http("/get")).replace("'", '"')
-        session.end(kavrin)
-        peer = session.bin.parent / "tests-bin" / "loopback_peer"
+        store_what_is_read(session)
+        bodies = answers(session)
         servers = {
             "kavrin": lambda: session.start_kavrin("--background"),
-            "nginx, constant body": lambda: start_nginx(session, body),
-            "cpp-httplib, same work": lambda: session.start(peer),
+            "nginx": lambda: start_nginx(session, bodies),
+            "cpp-httplib": lambda: session.start(session.bin.with_name("tests-bin") / "loopback_peer"),
         }
-        print(f"One request a connection on {platform.node()}, {options.seconds} s each, {time.strftime('%Y-%m-%d')}")
-        print(f"  {'':<40} {'requests/s':>10} {'50 %':>9} {'99 %':>9} {'99.9 %':>9} {'processor':>13}")
         for name, target in TARGETS.items():
             for connections in (16, 256):
-                for server, start in servers.items():
-                    process = start()
-                    wait_until_served(session)
-                    rate, *latencies, cost = measure(session, process, target, connections, options.seconds)
-                    session.end(process)
-                    columns = " ".join(f"{latency:>6.2f} ms" for latency in latencies)
-                    print(f"  {f'{name}, {connections} at once: {server}':<40} {rate:>10.0f} {columns} {cost:>7.1f} us each")
-
-
-if __name__ == "__main__":
-    main()
+                medians = ask_in_turn(session, servers, target, connections, options)
+                table += rows(f"Loopback {name}, {connections} at once", medians)
+    return table

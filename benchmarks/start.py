@@ -1,29 +1,48 @@
 # SPDX-License-Identifier: MIT
-"""How soon Kavrin's window shows its first frame, and the memory it takes before any recording, beside an empty window
-of Qt Quick Controls.
+"""How soon Kavrin's window shows its first frame and its port answers, and the memory it takes before any recording,
+beside an empty window of Qt Quick Controls.
 
 The two are started in turn, each alone, after one start that is not counted; Qt itself tells when a frame is there.
 """
 
-import argparse
-import pathlib
-import platform
+import contextlib
 import re
-import statistics
+import socket
 import subprocess
-import sys
+import threading
 import time
 
-from figures import two
+from figures import MEDIAN_AND_95, median_and_95
+from support.private_session import PORT, Failure, PrivateSession, wait_until
+from table import Row, ratio_at_most
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "tests"))
-from support.private_session import Failure, PrivateSession, enter_private_namespaces, wait_until  # noqa: E402
-
-GOAL = 1.5
-PLATFORMS = {"offscreen": False, "in a window of Xvfb": True}
+OPTIONS = {"rounds": (15, 2, "starts of each program"),
+           "idle": (3.0, 0.5, "seconds from the first frame to the weighing")}
+PLATFORMS = {"Start in a window of Xvfb": True, "Start offscreen": False}
 # The monotonic clock before each message; of its milliseconds Qt prints the low 32 bits.
 MESSAGES = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop=true", "QT_MESSAGE_PATTERN": "%{time boot} %{message}"}
 FRAME = re.compile(r"^ *(\d+)\.(\d{3}) .*frame rendered", re.IGNORECASE | re.MULTILINE)
+
+
+class PortWatch(threading.Thread):
+    """Asks the port, a millisecond after each refusal again, until it answers or the watch is stopped."""
+
+    def __init__(self):
+        super().__init__(daemon=True)
+        self.answered = None  # nanoseconds of the monotonic clock
+        self.stopped = threading.Event()
+        self.start()
+
+    def run(self):
+        while not self.answered and not self.stopped.wait(0.001):
+            with contextlib.suppress(OSError), socket.create_connection(("127.0.0.1", PORT)) as connection:
+                connection.sendall(b"GET /get HTTP/1.1\r\n\r\n")
+                if connection.recv(1):
+                    self.answered = time.monotonic_ns()
+
+    def stop(self):
+        self.stopped.set()
+        self.join()
 
 
 def first_frame(process, messages, begun):
@@ -45,60 +64,54 @@ def megabytes(pid):
     return kilobytes["Rss"] / 1024, kilobytes["Pss"] / 1024
 
 
-def start_once(session, program, idle):
-    """The milliseconds to the first frame, and the megabytes after `idle` seconds more."""
+def start_once(session, program, serves, idle):
+    """The milliseconds to the first frame and to the port's first answer, and the megabytes after `idle` seconds more.
+    The port of a program that does not serve it is watched as well, so that both bear that."""
     messages = session.folder / "messages"
+    port = PortWatch()
     with messages.open("w", encoding="utf-8") as output:
         begun = time.monotonic_ns()
         process = session.start(program, stdout=output, stderr=subprocess.STDOUT)
     frame = first_frame(process, messages, begun)
+    if serves:
+        wait_until(lambda: port.answered, "the port is served")
+    port.stop()
     time.sleep(idle)
     memory = megabytes(process.pid)
     process.terminate()
     process.wait()
-    return frame, *memory
+    return frame, (port.answered - begun) / 1e6 if serves else None, *memory
 
 
-def measure(programs, display, options):
-    """For each program its starts: (milliseconds, resident, shared out)."""
-    starts = {name: [] for name in programs}
+def start_in_turn(display, options):
+    """Of Kavrin's starts and of the empty window's: frames, answers, resident and proportional megabytes."""
     with PrivateSession(display=display, sound=False) as session:
         session.env.update(MESSAGES)
-        for program in programs.values():
-            start_once(session, program, 0)
-        for _ in range(options.rounds):
-            for name, program in programs.items():
-                starts[name].append(start_once(session, program, options.idle))
-    return starts
+        programs = {session.bin / "kavrin": True, session.bin.with_name("tests-bin") / "empty_window": False}
+        starts = {program: [] for program in programs}
+        for counted in [False] + [True] * options.rounds:
+            for program, serves in programs.items():
+                start = start_once(session, program, serves, options.idle if counted else 0)
+                starts[program] += [start] if counted else []
+    return (list(zip(*of_one)) for of_one in starts.values())
 
 
-def print_table(starts, platform_name):
-    """One row a figure, and what it may be at most as a multiple of the empty window's."""
-    kavrin, empty = (list(zip(*runs)) for runs in starts.values())
-    rows = [("first frame", "ms", GOAL), ("resident memory (Rss)", "MB", GOAL), ("shared out (Pss)", "MB", None)]
-    for (what, unit, goal), ours, theirs in zip(rows, kavrin, empty):
-        ratio = statistics.median(ours) / statistics.median(theirs)
-        print(f"  {platform_name + ': ' + what:<44} {two(ours, unit):>18} {two(theirs, unit):>18} {ratio:>7.2f}   "
-              f"{'at most ' + str(goal) if goal else ''}".rstrip())
+def rows(where, kavrin, empty):
+    frames, answers, resident, proportional = kavrin
+    empty_frames, _, empty_resident, empty_proportional = empty
+    window = "empty window"
+    return [
+        Row(f"{where}: first frame", "ms", median_and_95(frames), ((window, median_and_95(empty_frames)),),
+            (ratio_at_most(1.3),), MEDIAN_AND_95, missed=""),
+        Row(f"{where}: first answer on the port", "ms", median_and_95(answers),
+            ((f"{window}'s first frame", median_and_95(empty_frames)),), (ratio_at_most(1.3),), MEDIAN_AND_95,
+            note="From the start of the process; the port is asked every millisecond.", missed=""),
+        Row(f"{where}: memory", "MB", (median_and_95(resident)[0], median_and_95(proportional)[0]),
+            ((window, (median_and_95(empty_resident)[0], median_and_95(empty_proportional)[0])),),
+            (ratio_at_most(1.3), ratio_at_most(1.3, figure=1)), ("resident", "proportional"),
+            note="Rss and Pss of /proc/PID/smaps_rollup, before any recording.", missed=""),
+    ]
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
-    parser.add_argument("--rounds", type=int, default=15, help="starts of each program (15)")
-    parser.add_argument("--idle", type=float, default=3, help="seconds from the first frame to the weighing (3)")
-    options = parser.parse_args()
-    enter_private_namespaces()
-    bin_dir = PrivateSession().bin
-    programs = {"kavrin": bin_dir / "kavrin", "empty window": bin_dir.with_name("tests-bin") / "empty_window"}
-
-    print(f"Start on {platform.node()}, {time.strftime('%Y-%m-%d')} (two figures: median, 95th percentile)")
-    print(f"  {'':<44} {'kavrin':>18} {'empty window':>18} {'ratio':>7}   goal")
-    for name, display in PLATFORMS.items():
-        print_table(measure(programs, display, options), name)
-
-
-if __name__ == "__main__":
-    try:
-        main()
-    except (Failure, TimeoutError) as error:
-        sys.exit(str(error))
+def measure(options):
+    return [row for where, display in PLATFORMS.items() for row in rows(where, *start_in_turn(display, options))]

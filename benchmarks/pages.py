@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: MIT
+"""How soon a page of the settings is shown and a dragged slider followed, beside an empty page and an idle frame."""
+
+import json
+import statistics
+
+from support.private_session import PrivateSession
+from table import Row, at_most
+
+OPTIONS = {}
+
+
+def measure(_):
+    with PrivateSession(sound=False) as session:
+        figures = json.loads(session.run(session.bin.with_name("tests-bin") / "page_benchmark").stdout)
+    openings = {page["title"]: page["milliseconds"] for page in figures["pages"]}
+    slowest = max(openings, key=openings.get)
+    empty = figures["emptyPage"]
+    return [
+        Row("Opening a page, until the next frame", "ms", (statistics.median(openings.values()), openings[slowest]),
+            (("pushing an empty page on the same stack", (empty, empty)),), (at_most(60, figure=1),),
+            ("median page", f'slowest, "{slowest}"'), note="On the offscreen platform, which draws in software."),
+        Row("A step of a dragged slider, until the next frame", "ms", (figures["slider"]["step"],),
+            (("a frame in which nothing has changed", (figures["slider"]["unchanged"],)),), (at_most(33),),
+            note="The step is stored within that time."),
+    ]

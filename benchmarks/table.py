@@ -1,0 +1,141 @@
+# SPDX-License-Identifier: MIT
+"""The one table that all measurements fill: rows, and how they are shown to people and in Markdown."""
+
+import dataclasses
+import os
+import pathlib
+import platform
+import time
+
+
+@dataclasses.dataclass(frozen=True)
+class Goal:
+    """What one of a row's figures, or how many times the first peer's it is, should be at most or at least."""
+    limit: float
+    of_ratio: bool
+    at_least: bool = False
+    figure: int = 0
+
+    def is_met(self, row):
+        value = (row.ratios(row.peers[0]) if self.of_ratio else row.ours)[self.figure]
+        return value is not None and (value >= self.limit if self.at_least else value <= self.limit)
+
+    def text(self, row):
+        which = f"{row.labels[self.figure]} " if row.labels else ""
+        return f"{which}{'≥' if self.at_least else '≤'} {self.limit:g}{' ×' if self.of_ratio else ' ' + row.unit}"
+
+
+def at_most(limit, figure=0):
+    return Goal(limit, of_ratio=False, figure=figure)
+
+
+def ratio_at_most(limit, figure=0):
+    return Goal(limit, of_ratio=True, figure=figure)
+
+
+def ratio_at_least(limit, figure=0):
+    return Goal(limit, of_ratio=True, at_least=True, figure=figure)
+
+
+@dataclasses.dataclass(frozen=True)
+class Row:
+    """Kavrin's figures, all of one unit, beside those of its peers; the first peer is the one that a goal is about.
+
+    `labels` tells several figures apart. `note` is always shown, `missed` where a goal is not met: what was tried.
+    """
+    name: str
+    unit: str
+    ours: tuple
+    peers: tuple  # (name, figures) each
+    goals: tuple = ()
+    labels: tuple = ()
+    note: str = ""
+    missed: str = ""
+
+    def ratios(self, peer):
+        return [ours / theirs if theirs > 0 else None for ours, theirs in zip(self.ours, peer[1])]
+
+    def is_met(self):
+        return all(goal.is_met(self) for goal in self.goals)
+
+    def notes(self):
+        return [text for text in (self.note, "" if self.is_met() else self.missed) if text]
+
+
+def number(value):
+    """With three significant digits or more."""
+    if value is None:
+        return "–"
+    size = abs(value)
+    if size >= 100:
+        return f"{value:,.0f}"
+    return f"{value:.1f}" if size >= 10 else f"{value:.2f}" if size >= 1 else f"{value:.2g}"
+
+
+def figures(values, unit=""):
+    return f"{' / '.join(number(value) for value in values)} {unit}".strip()
+
+
+RATIO = "The ratio is Kavrin's figure by the one beside it; a goal in × is about the first one."
+
+
+def heading():
+    """When and on what machine."""
+    with open("/proc/cpuinfo", encoding="utf-8") as lines:
+        names = [line.split(":", 1)[1].strip() for line in lines if line.startswith("model name")]
+    processor = names[0] if names else platform.machine()
+    return f"{time.strftime('%Y-%m-%d')}, {processor}, {os.cpu_count()} cores, Linux {platform.release()}"
+
+
+def _cells(rows):
+    """For each row its columns, a list of lines each, and all notes in the order of their numbers."""
+    notes = []
+    table = []
+    for row in rows:
+        notes += [note for note in row.notes() if note not in notes]
+        marks = "".join(f" ({notes.index(note) + 1})" for note in row.notes())
+        table.append((
+            [f"{row.name}{': ' if row.labels else ''}{' / '.join(row.labels)}{marks}"],
+            [figures(row.ours, row.unit)],
+            [f"{name}: {figures(values, row.unit)}" for name, values in row.peers],
+            [figures(row.ratios(peer)) for peer in row.peers],
+            [", ".join(goal.text(row) for goal in row.goals)],
+            [("met" if row.is_met() else "missed") if row.goals else ""],
+        ))
+    return table, notes
+
+
+_TITLES = ("What", "Kavrin", "Beside it", "Ratio", "Goal", "")
+
+
+def plain(rows):
+    """For a terminal: each further peer has a line of its own."""
+    table, notes = _cells(rows)
+    lines = [_TITLES]
+    for cells in table:
+        lines += [tuple(cell[index] if index < len(cell) else "" for cell in cells)
+                  for index in range(max(len(cell) for cell in cells))]
+    widths = [max(len(line[column]) for line in lines) for column in range(len(_TITLES))]
+    return "\n".join([
+        f"Kavrin measured: {heading()}. {RATIO}", "",
+        *("  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip() for line in lines), "",
+        *(f"({position}) {note}" for position, note in enumerate(notes, 1))])
+
+
+def markdown(rows):
+    table, notes = _cells(rows)
+    return "\n".join([
+        f"Measured by `scripts/bench`: {heading()}. {RATIO}", "",
+        "| " + " | ".join(_TITLES) + " |",
+        "|" + "---|" * len(_TITLES),
+        *("| " + " | ".join("<br>".join(cell) for cell in cells) + " |" for cells in table), "",
+        *(f"{position}. {note}" for position, note in enumerate(notes, 1))])
+
+
+def write_readme(path, rows):
+    """Puts the table between the two comments that mark its place."""
+    begin, end = "<!-- scripts/bench --readme writes this table -->\n", "\n<!-- end of the table -->"
+    readme = pathlib.Path(path)
+    before, rest = readme.read_text(encoding="utf-8").split(begin)
+    after = rest.split(end)[1]
+    readme.write_text(f"{before}{begin}{markdown(rows).rstrip()}{end}{after}", encoding="utf-8")

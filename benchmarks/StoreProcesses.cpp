@@ -21,7 +21,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
+#include <iostream>
 #include <functional>
 #include <memory>
 #include <new>
@@ -50,7 +50,7 @@ template <typename Read> int printReads(Read read, qint64 begun)
     for (const QString &key : keys) {
         read(key);
     }
-    std::printf("%lld %lld\n", first, first + now() - begunAll);
+    std::cout << first << ' ' << first + now() - begunAll << '\n';
     return 0;
 }
 
@@ -143,7 +143,7 @@ void writeAndPrint(Board &board, const Channel &channel, int rounds)
             std::this_thread::sleep_for(100us);
         }
         board.expected = 0;
-        std::printf("%lld %lld\n", board.seen - called, board.seen - returned);
+        std::cout << board.seen - called << ' ' << board.seen - returned << '\n';
     }
     board.expected = -1;
 }

@@ -20,7 +20,6 @@ namespace
 {
 
 using namespace kavrin;
-using namespace std::chrono_literals;
 
 struct Launch {
     QString url; ///< to open; may be empty
@@ -66,7 +65,7 @@ int handOver(const Launch &launch, const QStringList &urls)
 /// made at all, serving goes on without it. One that has given its name on the bus back is about to end.
 bool anotherProcessServes(QLockFile &lock, ApplicationBus::Claim claim)
 {
-    constexpr std::chrono::milliseconds patience = 3s;
+    constexpr std::chrono::milliseconds patience(3000);
     lock.setStaleLockTime(0);
     const int limit = claim == ApplicationBus::Claim::First ? int(patience.count()) : 0;
     return !lock.tryLock(limit) && lock.error() == QLockFile::LockFailedError;

@@ -28,6 +28,7 @@ public:
         QTimer timer;
         timer.setSingleShot(true);
         timer.start(std::chrono::hours(24)); // that is, until the test or the stop wakes it
+        // cppcheck-suppress danglingLifetime ; it is a QPointer, which forgets the timer with its end
         m_sleeper = &timer;
         const auto wake = [&timer] { timer.start(0); };
         const std::stop_callback onStop(stop, wake);

@@ -114,7 +114,6 @@ asio::awaitable<LoopbackReceipt> receive(LoopbackConnection &connection)
 
 asio::awaitable<void> send(LoopbackConnection &connection, std::string_view answer)
 {
-    answer.remove_prefix(connection.send(answer));
     while (!answer.empty()) {
         co_await connection.wait(tcp::socket::wait_write);
         answer.remove_prefix(connection.send(answer));
@@ -155,7 +154,13 @@ asio::awaitable<void> serve(std::unique_ptr<LoopbackConnection> connection, asio
     }
     const std::string answer = loopbackAnswer(receipt.request);
     qCDebug(Logging::loopback) << "Answering with" << answer.size() << "bytes";
-    co_await send(*connection, answer);
+    const std::size_t sent = connection->send(answer);
+    if (sent == answer.size() && !receipt.mayBeFollowed) {
+        co_return;
+    }
+    // A connection may be waited for in the event loop's own thread only.
+    co_await asio::post(asio::bind_executor(context, asio::use_awaitable));
+    co_await send(*connection, std::string_view(answer).substr(sent));
     if (receipt.mayBeFollowed) {
         co_await discardRest(*connection, context);
     }

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
-// What of the preference store takes processes to measure; benchmarks/store.py runs it. FOLDER is where all
-// of it is stored.
-//   store_processes FOLDER fill                         stores the settings in the suite and for QSettings
-//   store_processes FOLDER read prefs|qsettings         prints the nanoseconds from opening to the first
-//   value
-//                                                       and to all of them
-//   store_processes FOLDER see suite|qsettings|pipe N   for each of N values that one process writes, prints
-//   the
-//                                                       nanoseconds from the write's call and from its return
-//                                                       until another process has read it
+// What of the preference store takes processes to measure; benchmarks/store.py runs it.
+//
+// store_processes FOLDER fill
+//     Stores the settings in FOLDER, in the suite and for QSettings.
+// store_processes FOLDER read prefs|qsettings
+//     Prints the nanoseconds from opening to the first value and to all of them.
+// store_processes FOLDER see suite|qsettings|pipe N
+//     For each of N values that one process writes, prints the nanoseconds from the write's call and from its
+//     return until another process has read it.
 #include "StoredSettings.h"
 
 #include <QFile>
@@ -21,8 +20,8 @@
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <iostream>
 #include <functional>
+#include <iostream>
 #include <memory>
 #include <new>
 #include <thread>

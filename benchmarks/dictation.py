@@ -183,7 +183,8 @@ def measure(options):
     return [
         Row("Dictation, command to \"recording\"", "ms", median_and_95(starts),
             (("the poll that it waits for", POLL), ("parec to its first samples", median_and_95(parec))),
-            (at_most(160), at_most(250, figure=1)), labels=MEDIAN_AND_95, note="The wait for a poll every 120 ms is computed, not measured."),
+            (at_most(160), at_most(250, figure=1)), MEDIAN_AND_95,
+            note="The wait for a poll every 120 ms is computed, not measured."),
         Row(f"Dictation, stop to the request's first byte, {options.seconds} s recorded", "ms", (first_byte,),
             (("curl from its start", (statistics.median(curls_first_bytes),)),), (at_most(30),)),
         Row("Transcription of a file, the exchange as the service sees it", "ms", median_and_95(posted),

@@ -123,7 +123,8 @@ def rows(what, medians):
     return [
         Row(f"{what}: requests a second", "", tuple(ours[1][:1]), beside(0, 1), (ratio_at_least(1),),
             note="wrk with one thread, a connection for each request; nginx has one worker, a constant body and no "
-                 "keep-alive, cpp-httplib does the same work as Kavrin. Medians of rounds in turn.",
+                 "keep-alive; cpp-httplib does the same work as Kavrin but for asking whose the connection is. Medians of "
+                 "rounds in turn.",
             missed=TRIED),
         Row(f"{what}: answered within", "ms", tuple(ours[1][1:4]), beside(1, 4), (ratio_at_most(1, figure=1),),
             labels=("50 %", "99 %", "99.9 %"),

@@ -21,7 +21,6 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
@@ -45,6 +44,7 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t discardLimit = std::size_t(2) * 1024 * 1024;
 constexpr auto discardTime = 1s;
+constexpr int takenAtOnce = 64;
 constexpr auto pauseWithoutDescriptors = 50ms;
 constexpr rlim_t wantedDescriptors = 4096;
 constexpr rlim_t reservedDescriptors = 128;
@@ -188,7 +188,7 @@ private:
 
     asio::awaitable<void> accept(tcp::acceptor acceptor);
     bool takeThoseThatWait(int listeningSocket);
-    void take(int socket, const tcp::endpoint &peer);
+    void take(std::unique_ptr<LoopbackConnection> connection);
     void run();
 
     const PeerUserFunction &m_peerUser;
@@ -232,14 +232,14 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
 {
     asio::steady_timer pause(m_context);
     for (;;) {
-        bool mustPause = false;
+        bool canTakeMore = false;
         try {
             co_await acceptor.async_wait(tcp::acceptor::wait_read, asio::use_awaitable);
-            mustPause = !takeThoseThatWait(acceptor.native_handle());
+            canTakeMore = takeThoseThatWait(acceptor.native_handle());
         } catch (const std::exception &) {
-            mustPause = true;
+            canTakeMore = false;
         }
-        if (mustPause) {
+        if (!canTakeMore) {
             asio::error_code ignored;
             pause.expires_after(pauseWithoutDescriptors);
             co_await pause.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
@@ -247,29 +247,27 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
     }
 }
 
-/// Whether none waits any longer. Past Asio, which would ask for more of the kernel than one call each.
+/// Some at a time, so that others are served in between. False where there is no room for more at present.
 bool Loopback::Listener::takeThoseThatWait(int listeningSocket)
 {
     const rlim_t limit = connectionLimit();
-    while (m_openConnections < limit) {
-        tcp::endpoint peer;
-        auto size = static_cast<socklen_t>(peer.capacity());
-        const int socket = ::accept4(listeningSocket, peer.data(), &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (socket < 0) {
+    for (int taken = 0; taken < takenAtOnce; ++taken) {
+        if (m_openConnections >= limit) {
+            return false;
+        }
+        auto connection = std::make_unique<LoopbackConnection>(m_context, m_openConnections);
+        if (!connection->accept(listeningSocket)) {
             return errno == EAGAIN || errno == EINTR || errno == ECONNABORTED;
         }
-        take(socket, peer);
+        take(std::move(connection));
     }
-    return false;
+    return true;
 }
 
-/// Starts serving a connection, unless it is another machine's or another user's. Where an administrator has
-/// packets for 127.0.0.1 let in from the network, the listener's address alone keeps nobody out.
-void Loopback::Listener::take(int socket, const tcp::endpoint &peer)
+/// Starts serving a connection, unless it is another machine's or another user's.
+void Loopback::Listener::take(std::unique_ptr<LoopbackConnection> connection)
 {
-    auto connection =
-        std::make_unique<LoopbackConnection>(m_context, peer.protocol(), socket, m_openConnections);
-    if (!peer.address().is_loopback() || m_peerUser(socket) == PeerUser::Other) {
+    if (!connection->isOfThisMachine() || m_peerUser(connection->socket()) == PeerUser::Other) {
         qCInfo(Logging::loopback) << "Somebody else's connection closed";
         return;
     }

@@ -35,7 +35,8 @@ std::string dictation()
                    : std::string(nothing);
 }
 
-/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often.
+/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often. One
+/// thread answers, so each may remember for itself.
 std::string get()
 {
     thread_local std::optional<quint64> revision;
@@ -43,7 +44,7 @@ std::string get()
     const std::optional<quint64> current = Shared::d().revision();
     if (!current || current != revision) {
         body = dictation();
-        revision = current;
+        revision = Shared::d().lastError().isEmpty() ? current : std::nullopt;
     }
     return body;
 }

@@ -3,6 +3,8 @@
 
 #include <asio/use_awaitable.hpp>
 
+#include <QLatin1StringView>
+
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,45 +20,69 @@ namespace
 
 using asio::ip::tcp;
 
-constexpr std::size_t receiveLimit = 8192;
+using Buffer = std::array<char, 8192>;
 
 bool wouldBlock()
 {
     return errno == EAGAIN || errno == EWOULDBLOCK;
 }
 
-/// A request without a body ends with its empty line, and its client has nothing to add.
+/// What has arrived, nothing at the connection's end or after a failure; none when nothing has arrived.
+std::optional<std::string_view> receiveInto(Buffer &buffer, int socket)
+{
+    const ssize_t size = ::recv(socket, buffer.data(), buffer.size(), 0);
+    if (size < 0 && wouldBlock()) {
+        return std::nullopt;
+    }
+    return std::string_view(buffer.data(), size < 0 ? 0 : std::size_t(size));
+}
+
+bool mentions(std::string_view text, QLatin1StringView header)
+{
+    return QLatin1StringView(text.data(), qsizetype(text.size())).contains(header, Qt::CaseInsensitive);
+}
+
+/// Whether a client that has sent this has nothing to add: its request ends with the empty line, and no body
+/// is announced.
 bool isWhole(std::string_view received)
 {
-    return received.starts_with("GET ") && received.ends_with("\r\n\r\n");
+    return received.size() < std::tuple_size_v<Buffer> && received.starts_with("GET ")
+        && received.ends_with("\r\n\r\n") && !mentions(received, QLatin1StringView("content-length"))
+        && !mentions(received, QLatin1StringView("transfer-encoding"));
 }
 
 } // namespace
 
-LoopbackConnection::LoopbackConnection(asio::io_context &context, const tcp &protocol, int socket,
-                                       std::atomic<rlim_t> &openConnections)
-    : m_context(context), m_protocol(protocol), m_descriptor(socket), m_openConnections(openConnections)
+LoopbackConnection::LoopbackConnection(asio::io_context &context, std::atomic<rlim_t> &openConnections)
+    : m_context(context), m_openConnections(openConnections)
 {
     ++m_openConnections;
 }
 
 LoopbackConnection::~LoopbackConnection()
 {
-    if (!m_socket) {
+    if (!m_socket && m_descriptor >= 0) {
         ::close(m_descriptor);
     }
     --m_openConnections;
 }
 
+bool LoopbackConnection::accept(int listeningSocket)
+{
+    // Past Asio, which asks more of the kernel than this one call.
+    auto size = static_cast<socklen_t>(m_peer.capacity());
+    m_descriptor = ::accept4(listeningSocket, m_peer.data(), &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    return m_descriptor >= 0;
+}
+
 std::optional<LoopbackReceipt> LoopbackConnection::receive() const
 {
-    std::array<char, receiveLimit> buffer;
-    const ssize_t size = ::recv(m_descriptor, buffer.data(), buffer.size(), 0);
-    if (size < 0 && wouldBlock()) {
+    Buffer buffer;
+    const std::optional<std::string_view> received = receiveInto(buffer, m_descriptor);
+    if (!received) {
         return std::nullopt;
     }
-    const std::string_view received(buffer.data(), size < 0 ? 0 : std::size_t(size));
-    return LoopbackReceipt{LoopbackRequest::parse(received), size > 0 && !isWhole(received)};
+    return LoopbackReceipt{LoopbackRequest::parse(*received), !received->empty() && !isWhole(*received)};
 }
 
 std::size_t LoopbackConnection::send(std::string_view answer) const
@@ -75,18 +101,15 @@ void LoopbackConnection::finishSending() const
 
 std::optional<std::size_t> LoopbackConnection::discard() const
 {
-    std::array<char, receiveLimit> buffer;
-    const ssize_t size = ::recv(m_descriptor, buffer.data(), buffer.size(), 0);
-    if (size < 0 && wouldBlock()) {
-        return std::nullopt;
-    }
-    return size < 0 ? 0 : std::size_t(size);
+    Buffer buffer;
+    const std::optional<std::string_view> received = receiveInto(buffer, m_descriptor);
+    return received ? std::optional(received->size()) : std::nullopt;
 }
 
 asio::awaitable<void> LoopbackConnection::wait(tcp::socket::wait_type type)
 {
     if (!m_socket) {
-        m_socket.emplace(m_context, m_protocol, m_descriptor);
+        m_socket.emplace(m_context, m_peer.protocol(), m_descriptor);
     }
     return m_socket->async_wait(type, asio::use_awaitable);
 }

@@ -29,12 +29,22 @@ struct LoopbackReceipt {
 class LoopbackConnection
 {
 public:
-    /// Takes over `socket`, a connected and non-blocking one of `protocol`.
-    LoopbackConnection(asio::io_context &context, const asio::ip::tcp &protocol, int socket,
-                       std::atomic<rlim_t> &openConnections);
+    LoopbackConnection(asio::io_context &context, std::atomic<rlim_t> &openConnections);
     ~LoopbackConnection();
     LoopbackConnection(const LoopbackConnection &) = delete;
     LoopbackConnection &operator=(const LoopbackConnection &) = delete;
+
+    /// Takes the next client of a listening socket, once. False where that failed, with the reason in errno:
+    /// EAGAIN where none waits.
+    bool accept(int listeningSocket);
+
+    // Below: once it was accepted.
+
+    [[nodiscard]] int socket() const { return m_descriptor; }
+
+    /// Where an administrator has packets for 127.0.0.1 let in from the network, the listener's address alone
+    /// keeps nobody out.
+    [[nodiscard]] bool isOfThisMachine() const { return m_peer.address().is_loopback(); }
 
     /// Receives up to 8192 bytes; none when nothing has arrived. A connection that has ended or failed counts
     /// as one that has sent nothing.
@@ -49,14 +59,14 @@ public:
     /// Receives and forgets; returns how much, 0 at the connection's end, none when nothing has arrived.
     [[nodiscard]] std::optional<std::size_t> discard() const;
 
-    /// Until there is something to receive, or room to send.
+    /// Until there is something to receive, or room to send. In the thread of the context only.
     asio::awaitable<void> wait(asio::ip::tcp::socket::wait_type type);
 
 private:
     asio::io_context &m_context;
-    const asio::ip::tcp m_protocol;
-    const int m_descriptor;
     std::atomic<rlim_t> &m_openConnections;
+    asio::ip::tcp::endpoint m_peer;
+    int m_descriptor = -1;
     std::optional<asio::ip::tcp::socket> m_socket; ///< since the event loop knows it
 };
 

@@ -2,6 +2,7 @@
 #include "loopback/Client.h"
 
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -98,6 +99,13 @@ bool Client::send(std::string_view bytes) const
 void Client::finishSending() const
 {
     shutdown(m_socket, SHUT_WR);
+}
+
+bool Client::waitToReceive() const
+{
+    constexpr int limit = 30'000;
+    pollfd readable = {m_socket, POLLIN, 0};
+    return ::poll(&readable, 1, limit) == 1;
 }
 
 std::optional<std::string> Client::receiveToEnd() const

@@ -33,6 +33,9 @@ public:
     /// Says that nothing more will be sent.
     void finishSending() const;
 
+    /// Waits until the server has sent something. False where nothing came in time.
+    [[nodiscard]] bool waitToReceive() const;
+
     /// Everything that the server sends until it says that nothing more will come. None where the connection
     /// was reset instead.
     [[nodiscard]] std::optional<std::string> receiveToEnd() const;

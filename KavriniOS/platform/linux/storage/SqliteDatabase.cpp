@@ -45,6 +45,11 @@ PRAGMA user_version = 1;
 COMMIT;
 )";
 
+// Other programs write like this: what it fails on is a table without the key.
+constexpr const char *tryKeySql =
+    "INSERT INTO defaults (key, type, value) VALUES ('', '', 0) "
+    "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value";
+
 constexpr const char *tryTableSql = R"(
 BEGIN IMMEDIATE;
 INSERT INTO defaults (key, type, value)
@@ -129,6 +134,15 @@ bool tableIsSound(sqlite3 *handle)
 {
     const int result = executeWhenFree(handle, tryTableSql);
     sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
+    return !isDamage(result);
+}
+
+/// Whether the table has one row a key; asked without writing.
+bool keyIsSound(sqlite3 *handle)
+{
+    sqlite3_stmt *statement = nullptr;
+    const int result = sqlite3_prepare_v2(handle, tryKeySql, -1, &statement, nullptr);
+    sqlite3_finalize(statement);
     return !isDamage(result);
 }
 
@@ -529,7 +543,8 @@ int SqliteConnection::probe(const QString &path)
     if (result != SQLITE_ROW) {
         return result;
     }
-    return isSnapshot() || headerIsSound(m_handle, path) ? SQLITE_OK : SQLITE_CORRUPT;
+    const bool isSound = isSnapshot() || (keyIsSound(m_handle) && headerIsSound(m_handle, path));
+    return isSound ? SQLITE_OK : SQLITE_CORRUPT;
 }
 
 void SqliteConnection::close()

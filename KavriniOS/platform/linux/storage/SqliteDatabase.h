@@ -111,8 +111,8 @@ public:
     int read(const char *sql, const Use &use);
     int write(const char *sql, const Use &use);
 
-    /// Another number whenever another connection may have changed the file since, those of this process
-    /// included; none where it cannot be told.
+    /// Another number whenever another connection, those of this process included, may have changed the file
+    /// since, or another file is in its place; none where it cannot be told.
     std::optional<quint64> revision();
 
     [[nodiscard]] QString path() const { return m_path; }

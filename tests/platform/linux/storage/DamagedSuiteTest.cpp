@@ -96,6 +96,20 @@ TEST(DamagedSuite, AFileThatIsNoDatabaseIsSetAsideAndAFreshOneBegun)
     EXPECT_EQ(makeSuite()->string(u"key1"_s), u"new"_s);
 }
 
+TEST(DamagedSuite, ATableThatMayHoldAKeyTwiceIsSetAside)
+{
+    const QString path = makeFile();
+    Keyboard(path).text("CREATE TABLE keyless AS SELECT * FROM defaults");
+    Keyboard(path).text("DROP TABLE defaults");
+    Keyboard(path).text("ALTER TABLE keyless RENAME TO defaults");
+
+    const auto suite = makeSuite();
+    ASSERT_NE(suite, nullptr);
+    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s));
+    EXPECT_EQ(suite->string(u"key1"_s), u"new"_s);
+    EXPECT_EQ(setAside(path).size(), 1);
+}
+
 TEST(DamagedSuite, AFileCutShortIsSetAside)
 {
     const QString path = makeFile();

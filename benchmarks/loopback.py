@@ -45,10 +45,11 @@ http {
 """
 
 TRIED = ("Of Kavrin's processor time some 4 µs are the question to the kernel whose the connection is, 2 µs the look "
-         "whether the suite has changed (/get) and 20 µs the write and its thread (/cmd); nginx does none of it. A bare "
-         "loop that accepts, asks whose the connection is, answers and closes takes 1.15 to 1.2 times nginx's. Kept of "
-         "what was tried: one thread instead of several, answers past the event loop, neither a timer nor a second wait "
-         "for a client that has sent all, no second reading of what has not changed, no temporary table for a write.")
+         "whether the suite has changed (/get) and 20 µs the write and its thread (/cmd); nginx does none of it. A "
+         "bare loop that accepts, asks whose the connection is, answers and closes takes 1.15 to 1.2 times nginx's. "
+         "Kept of what was tried: one thread instead of several, answers past the event loop, neither a timer nor a "
+         "second wait for a client that has sent all, no second reading of what has not changed, no temporary table "
+         "for a write.")
 
 
 def store_what_is_read(session):
@@ -123,8 +124,8 @@ def rows(what, medians):
     return [
         Row(f"{what}: requests a second", "", tuple(ours[1][:1]), beside(0, 1), (ratio_at_least(1),),
             note="wrk with one thread, a connection for each request; nginx has one worker, a constant body and no "
-                 "keep-alive; cpp-httplib does the same work as Kavrin but for asking whose the connection is. Medians of "
-                 "rounds in turn.",
+                 "keep-alive; cpp-httplib does the same work as Kavrin but for asking whose the connection is. "
+                 "Medians of rounds in turn.",
             missed=TRIED),
         Row(f"{what}: answered within", "ms", tuple(ours[1][1:4]), beside(1, 4), (ratio_at_most(1, figure=1),),
             labels=("50 %", "99 %", "99.9 %"),

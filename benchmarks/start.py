@@ -23,9 +23,10 @@ PLATFORMS = {"Start in a window of Xvfb": True, "Start offscreen": False}
 MESSAGES = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop=true", "QT_MESSAGE_PATTERN": "%{time boot} %{message}"}
 FRAME = re.compile(r"^ *(\d+)\.(\d{3}) .*frame rendered", re.IGNORECASE | re.MULTILINE)
 
-TRIED = ("Between the two are fonts, shaped text (the empty window has none) and the first screen's QML, none of which "
-         "stands out. Kept of what was tried: compiled QML, libcurl and libav loaded at their first use, drawing without "
-         "OpenGL, as Kavrin's window and an empty one of Qt's usual kind differ. Not kept: loading libav ahead.")
+TRIED = ("Between the two are fonts, shaped text (the empty window has none) and the first screen's QML, none of "
+         "which stands out. Kept of what was tried: compiled QML, libcurl and libav loaded at their first use, "
+         "drawing without OpenGL, as Kavrin's window and an empty one of Qt's usual kind differ. Not kept: loading "
+         "libav ahead.")
 
 
 class PortWatch(threading.Thread):

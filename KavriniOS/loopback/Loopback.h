@@ -20,9 +20,9 @@ namespace kavrin
 /// unanswered. One connection carries one request, of at most 8192 bytes received at once, and one answer.
 ///
 /// It has two threads of its own, which use nothing but the shared suite: one serves all connections, the
-/// other does what writes, which may have to wait for another process that holds the suite. It leaves 128 of the
-/// process's descriptors, or half where it has fewer than 256, to the rest of the application: beyond that a
-/// client waits until another's connection is closed. Listening raises the process's soft limit on
+/// other does what writes, which may have to wait for another process that holds the suite. It leaves 128 of
+/// the process's descriptors, or half where it has fewer than 256, to the rest of the application: beyond
+/// that a client waits until another's connection is closed. Listening raises the process's soft limit on
 /// descriptors to 4096, as far as the hard limit permits.
 class Loopback
 {

@@ -22,6 +22,31 @@ QString sharedState()
     return Shared::d().string(u"dictationState"_s).value_or(u"none"_s);
 }
 
+/// Whose first samples come when the test says so, and which has nothing on its second channel.
+class SlowAudioRecorder : public FakeAudioRecorder
+{
+public:
+    explicit SlowAudioRecorder(Journal &journal) : FakeAudioRecorder(journal) { m_firstSamples.start(); }
+
+    QCoro::Task<bool> record() override
+    {
+        const QFuture<void> firstSamples = m_firstSamples.future();
+        co_await qCoro(firstSamples).waitForFinished();
+        const QCoro::Task<bool> recording = FakeAudioRecorder::record();
+        co_return co_await recording;
+    }
+
+    [[nodiscard]] float averagePower(int channel) const override
+    {
+        return channel == 0 ? FakeAudioRecorder::averagePower(channel) : -160;
+    }
+
+    void giveFirstSamples() { m_firstSamples.finish(); }
+
+private:
+    QPromise<void> m_firstSamples;
+};
+
 class RecorderTest : public testing::Test
 {
 protected:
@@ -29,6 +54,25 @@ protected:
     Recorder recorder{machine.platform()};
 
     void start() { QCoro::waitFor(recorder.start()); }
+
+    /// As the machine's, but with this one as its recorder.
+    Recorder::Platform platformWith(const std::shared_ptr<AudioRecorder> &audioRecorder)
+    {
+        Recorder::Platform platform = machine.platform();
+        platform.makeRecorder = [audioRecorder](const QString &, const AudioRecorderSettings &) {
+            return audioRecorder;
+        };
+        return platform;
+    }
+
+    static std::vector<int> meterIntervals(const Recorder &measured)
+    {
+        std::vector<int> intervals;
+        for (const QTimer *meter : measured.findChildren<QTimer *>()) {
+            intervals.push_back(meter->interval());
+        }
+        return intervals;
+    }
 
     void dictate(const QString &text)
     {
@@ -174,9 +218,94 @@ TEST_F(RecorderTest, TheLevelFollowsTheInputPower)
     }
 }
 
+TEST_F(RecorderTest, TheMeterLooksTwentyTimesASecondWhileItRecordsOnly)
+{
+    EXPECT_EQ(meterIntervals(recorder), std::vector<int>());
+    start();
+    EXPECT_EQ(meterIntervals(recorder), std::vector{50});
+    recorder.stop();
+    EXPECT_EQ(meterIntervals(recorder), std::vector<int>());
+    machine.finishTranscription(u""_s);
+    waitUntil([&] { return recorder.state() != Recorder::S::working; });
+}
+
+TEST_F(RecorderTest, TheLevelIsThatOfTheFirstChannel)
+{
+    const auto audioRecorder = std::make_shared<SlowAudioRecorder>(machine.journal);
+    audioRecorder->power = 0;
+    audioRecorder->giveFirstSamples();
+    Recorder other(platformWith(audioRecorder));
+    QCoro::waitFor(other.start());
+    EXPECT_TRUE(waitUntil([&] { return other.level() == 1; }));
+}
+
+TEST_F(RecorderTest, TellsOnceThatSomethingHasChanged)
+{
+    QStringList changes;
+    QObject::connect(&recorder, &Recorder::stateChanged, &recorder, [&] { changes.append(u"state"_s); });
+    QObject::connect(&recorder, &Recorder::messageChanged, &recorder, [&] { changes.append(u"message"_s); });
+    QObject::connect(&recorder, &Recorder::levelChanged, &recorder, [&] { changes.append(u"level"_s); });
+    start();
+    start();
+    EXPECT_EQ(changes, (QStringList{u"state"_s, u"message"_s}));
+    changes.clear();
+    machine.recorders.back().lock()->power = 0;
+    ASSERT_TRUE(waitUntil([&] { return recorder.level() == 1; }));
+    EXPECT_EQ(changes, QStringList{u"level"_s});
+    changes.clear();
+    recorder.stop();
+    EXPECT_EQ(changes, (QStringList{u"level"_s, u"state"_s, u"message"_s}));
+    machine.finishTranscription(u""_s);
+    waitUntil([&] { return recorder.state() != Recorder::S::working; });
+}
+
+TEST_F(RecorderTest, ItRecordsOnceTheFirstSamplesHaveCome)
+{
+    const auto audioRecorder = std::make_shared<SlowAudioRecorder>(machine.journal);
+    Recorder other(platformWith(audioRecorder));
+    const QCoro::Task<> starting = other.start();
+    EXPECT_EQ(other.state(), Recorder::S::idle);
+    EXPECT_EQ(sharedState(), u"starting");
+    audioRecorder->giveFirstSamples();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(other.state(), Recorder::S::recording);
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, ClosingBeforeTheFirstSamplesHaveComeLeavesTheStateStarting)
+{
+    const auto audioRecorder = std::make_shared<SlowAudioRecorder>(machine.journal);
+    auto closing = std::make_unique<Recorder>(platformWith(audioRecorder));
+    const QCoro::Task<> starting = closing->start();
+    closing.reset();
+    audioRecorder->giveFirstSamples();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(sharedState(), u"starting");
+}
+
+TEST_F(RecorderTest, ClosingWhileThePermissionIsAskedForChangesNothing)
+{
+    for (const bool permission : {true, false}) {
+        SCOPED_TRACE(permission);
+        FakeRecorderPlatform asking;
+        asking.session.permission = permission;
+        asking.session.answersAtOnce = false;
+        auto closing = std::make_unique<Recorder>(asking.platform());
+        const QCoro::Task<> starting = closing->start();
+        closing.reset();
+        asking.session.answer();
+        EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+        EXPECT_EQ(asking.journal, Journal{u"ask permission"_s});
+        EXPECT_TRUE(asking.failures.isEmpty());
+        EXPECT_EQ(sharedState(), u"none");
+    }
+}
+
 TEST_F(RecorderTest, StoppingEndsTheRecordingAndTranscribesWithoutWaiting)
 {
     start();
+    machine.recorders.back().lock()->power = 0;
+    ASSERT_TRUE(waitUntil([this] { return recorder.level() == 1; }));
     machine.journal.clear();
     recorder.stop();
     EXPECT_EQ(machine.journal,
@@ -321,16 +450,15 @@ TEST_F(RecorderTest, AfterStartingTwiceTheOldMeterDoesNotReplaceTheTranscriptByA
 
 TEST_F(RecorderTest, ARecorderWithoutSamplesCountsAsRecordingAndShowsNoLevel)
 {
-    Recorder::Platform platform = machine.platform();
-    platform.makeRecorder = [this](const QString &, const AudioRecorderSettings &) {
-        auto silent = std::make_shared<FakeAudioRecorder>(machine.journal);
-        silent->firstSamplesCome = false;
-        silent->power = 0;
-        return silent;
-    };
-    Recorder other(platform);
+    const auto silent = std::make_shared<FakeAudioRecorder>(machine.journal);
+    silent->firstSamplesCome = false;
+    silent->power = 0;
+    Recorder other(platformWith(silent));
     QCoro::waitFor(other.start());
     EXPECT_EQ(other.state(), Recorder::S::recording);
+    bool hasLooked = false;
+    QObject::connect(other.findChild<QTimer *>(), &QTimer::timeout, &other, [&] { hasLooked = true; });
+    ASSERT_TRUE(waitUntil([&] { return hasLooked; }));
     EXPECT_EQ(other.level(), 0);
 }
 

@@ -2,6 +2,7 @@
 #include "loopback/Loopback.h"
 
 #include "loopback/Client.h"
+#include "loopback/LoopbackAnswer.h"
 #include "store/Shared.h"
 #include "support/Wait.h"
 
@@ -9,6 +10,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -24,6 +26,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
@@ -91,6 +94,19 @@ std::optional<std::string> answerTo(std::uint16_t port, std::string_view bytes, 
 std::optional<PropertyListValue> stored(const QString &key)
 {
     return Shared::d().object(key);
+}
+
+/// How many sockets of the Internet protocols this process has open among its descriptors below `end`.
+int internetSockets(int end = 100)
+{
+    int sockets = 0;
+    for (int descriptor = 0; descriptor < end; ++descriptor) {
+        sockaddr_storage name = {};
+        socklen_t length = sizeof name;
+        const bool hasName = getsockname(descriptor, reinterpret_cast<sockaddr *>(&name), &length) == 0;
+        sockets += hasName && (name.ss_family == AF_INET || name.ss_family == AF_INET6) ? 1 : 0;
+    }
+    return sockets;
 }
 
 class LoopbackTest : public testing::Test
@@ -270,6 +286,29 @@ TEST_F(LoopbackTest, ReportsNothingWhereAValueIsNoJson)
     }
 }
 
+TEST_F(LoopbackTest, AnswersOthersWhileAnotherProcessKeepsACommandFromBeingWritten)
+{
+    Shared::d().set(tUsed, true);
+    QProcess holder;
+    holder.start(QStringLiteral("/usr/bin/python3"),
+                 {QStringLiteral("-c"),
+                  QStringLiteral("import sqlite3, sys\n"
+                                 "suite = sqlite3.connect(sys.argv[1], isolation_level=None)\n"
+                                 "suite.execute('BEGIN IMMEDIATE')\n"
+                                 "print('locked', flush=True)\n"
+                                 "sys.stdin.read()\n"),
+                  Shared::d().path()});
+    ASSERT_TRUE(holder.waitForReadyRead());
+    const Client writer;
+    ASSERT_TRUE(writer.connect(port()));
+    ASSERT_TRUE(writer.send("GET /cmd?v=start HTTP/1.1\r\n\r\n"));
+    EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith(R"({"tUsed":true})"));
+    holder.closeWriteChannel();
+    EXPECT_EQ(writer.receiveToEnd(), answerWith(done));
+    EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
+    holder.waitForFinished();
+}
+
 TEST_F(LoopbackTest, DeliversALongTranscriptWhole)
 {
     const std::string text(std::size_t(3) * 1024 * 1024, 'x');
@@ -309,13 +348,57 @@ TEST_F(LoopbackTest, DeliversTheAnswerWhileMorePiecesArrive)
     }
 }
 
-TEST_F(LoopbackTest, DeliversTheAnswerToAPostWhoseBodyFollows)
+TEST_F(LoopbackTest, ReadsOnAfterItsAnswerToARequestWithoutItsEnd)
 {
-    for (int i = 0; i < 200; ++i) {
+    const auto readsOn = [&] {
+        const Client client;
+        const bool isAnswered = client.connect(port()) && client.send("GET /get HTTP/1.1\r\n")
+            && client.receiveToEnd() == answerWith(nothing);
+        // It would have closed by the time that it has answered another client; the next piece would tell.
+        const auto goesOn = [&] { return ask("GET /get HTTP/1.1") && client.send("Accept: */*\r\n"); };
+        int pieces = 0;
+        while (isAnswered && pieces < 20 && goesOn()) {
+            ++pieces;
+        }
+        return pieces == 20;
+    };
+    // It does so for a second only, which a busy machine may let pass now and then.
+    int inARow = 0;
+    EXPECT_TRUE(waitUntil([&] {
+        inARow = readsOn() ? inARow + 1 : 0;
+        return inARow == 5;
+    }));
+}
+
+TEST_F(LoopbackTest, DeliversTheAnswerToARequestWhoseBodyFollows)
+{
+    const std::vector<std::string> heads = {
+        "POST /get HTTP/1.1\r\nContent-Length: 2\r\n\r\n",
+        "GET /get HTTP/1.1\r\ncontent-length: 2\r\n\r\n",
+        "GET /get HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n",
+    };
+    const QString text(300'000, u'x');
+    Shared::d().set(transcript, text);
+    for (const std::string &head : heads) {
+        SCOPED_TRACE(head);
         const Client client;
         ASSERT_TRUE(client.connect(port()));
-        ASSERT_TRUE(client.send("POST /cmd HTTP/1.1\r\nContent-Length: 2\r\n\r\n"));
+        ASSERT_TRUE(client.send(head));
+        ASSERT_TRUE(client.waitToReceive());
         ASSERT_TRUE(client.send("{}"));
+        const std::optional<std::string> answer = client.receiveToEnd();
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(jsonOf(bodyOf(*answer)), (QJsonObject{{transcript, text}}));
+    }
+}
+
+TEST_F(LoopbackTest, AnswersManyThatPostAndFinishAtOnce)
+{
+    for (int i = 0; i < 300; ++i) {
+        const Client client;
+        ASSERT_TRUE(client.connect(port()));
+        ASSERT_TRUE(client.send("POST /cmd HTTP/1.1\r\n\r\n"));
+        client.finishSending();
         ASSERT_EQ(client.receiveToEnd(), answerWith(done));
     }
 }
@@ -344,7 +427,7 @@ TEST_F(LoopbackTest, ReceivesNoMoreThan8192Bytes)
 {
     const std::string head = "GET /cmd?v=stop&v=";
     const std::string padding(8192 - std::string_view("&v=start").size() - head.size(), 'x');
-    EXPECT_EQ(answerTo(port(), head + padding + "&v=start&v=x HTTP/1.1\r\n\r\n"), answerWith(done));
+    EXPECT_EQ(answerTo(port(), head + padding + "&v=starting HTTP/1.1\r\n\r\n"), answerWith(done));
     EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
 }
 
@@ -397,6 +480,7 @@ TEST_F(LoopbackTest, OutlivesClientsThatLeaveWithoutAWord)
 
 TEST_F(LoopbackTest, OutlivesClientsThatLeaveInTheMiddleOfAnAnswer)
 {
+    const int listening = internetSockets();
     Shared::d().set(transcript, QString(1'000'000, u'x'));
     for (int i = 0; i < 20; ++i) {
         Client client;
@@ -404,6 +488,7 @@ TEST_F(LoopbackTest, OutlivesClientsThatLeaveInTheMiddleOfAnAnswer)
         ASSERT_TRUE(client.send("GET /get HTTP/1.1\r\n\r\n"));
         client.reset();
     }
+    EXPECT_TRUE(waitUntil([&] { return internetSockets() == listening; }));
     EXPECT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
 }
 
@@ -467,17 +552,66 @@ long sleepsOfOtherThreads()
     return process.ru_nvcsw - thread.ru_nvcsw;
 }
 
-/// How many sockets of the Internet protocols this process has open.
-int internetSockets()
+/// Unconnected clients whose own descriptors are all at `least` or above.
+std::vector<Client> clientsAbove(int least, std::size_t count)
 {
-    int sockets = 0;
-    for (int descriptor = 0; descriptor < 100; ++descriptor) {
-        sockaddr_storage name = {};
-        socklen_t length = sizeof name;
-        const bool hasName = getsockname(descriptor, reinterpret_cast<sockaddr *>(&name), &length) == 0;
-        sockets += hasName && (name.ss_family == AF_INET || name.ss_family == AF_INET6) ? 1 : 0;
+    std::vector<int> fillers;
+    while (fillers.empty() || fillers.back() < least) {
+        fillers.push_back(dup(STDIN_FILENO));
     }
-    return sockets;
+    std::vector<Client> clients(count);
+    std::for_each(fillers.begin(), fillers.end(), close);
+    return clients;
+}
+
+TEST_F(LoopbackTest, LeavesDescriptorsToTheRestOfTheApplication)
+{
+    const int listening = internetSockets();
+    const std::pair<int, int> connectionsByLimit[] = {{300, 300 - 128}, {200, 200 / 2}};
+    for (const auto &[limit, connections] : connectionsByLimit) {
+        SCOPED_TRACE(limit);
+        ASSERT_TRUE(waitUntil([&] { return internetSockets(1000) == listening; })); // the row before is gone
+        const std::vector<Client> clients = clientsAbove(limit, 200);
+        const rlimit before = descriptorLimits();
+        setDescriptorLimit(static_cast<rlim_t>(limit));
+        for (const Client &client : clients) {
+            ASSERT_TRUE(client.connect(port()));
+        }
+        EXPECT_TRUE(waitUntil([&, end = limit, expected = listening + connections] {
+            return internetSockets(end) == expected;
+        }));
+        // It looks again and again whether it may take more.
+        const long sleeps = sleepsOfOtherThreads();
+        EXPECT_TRUE(waitUntil([&] { return sleepsOfOtherThreads() >= sleeps + 10; }));
+        EXPECT_EQ(internetSockets(limit), listening + connections);
+        setDescriptorLimit(before.rlim_cur);
+    }
+}
+
+TEST(Loopback, AllowsItselfEnoughDescriptors)
+{
+    struct Row {
+        rlim_t soft;
+        rlim_t hard;
+        rlim_t raised;
+    };
+    for (const Row &row : {Row{64, 5000, 4096}, Row{4500, 5000, 4500}, Row{64, 3000, 3000}}) {
+        SCOPED_TRACE(row.soft);
+        const rlimit limits = {.rlim_cur = row.soft, .rlim_max = row.hard};
+        ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limits), 0);
+        Loopback loopback(0);
+        portOf(loopback);
+        EXPECT_EQ(descriptorLimits().rlim_cur, row.raised);
+    }
+}
+
+TEST_F(LoopbackTest, AnswersAlsoWhereAConnectionGetsTheFirstOfAllDescriptors)
+{
+    const Client client;
+    close(STDIN_FILENO);
+    ASSERT_TRUE(client.connect(port()));
+    ASSERT_TRUE(client.send("GET / HTTP/1.1\r\n\r\n"));
+    EXPECT_EQ(client.receiveToEnd(), answerWith(nothing));
 }
 
 TEST_F(LoopbackTest, WaitsForDescriptorsWhenThereAreNone)
@@ -598,6 +732,17 @@ TEST_F(LoopbackTest, KeepsValuesWholeWhenManyAskAtOnce)
     const std::optional<PropertyListValue> command = stored(dictationCommand);
     EXPECT_TRUE(command == PropertyListValue(QStringLiteral("start"))
                 || command == PropertyListValue(QStringLiteral("stop")));
+}
+
+TEST(LoopbackAnswer, MayWaitForAnotherProcessWhereItWrites)
+{
+    const std::pair<const char *, bool> rows[] = {
+        {"/cmd", true}, {"/used", true}, {"/get", false}, {"/other", false}, {"", false}};
+    for (const auto &[path, waits] : rows) {
+        SCOPED_TRACE(path);
+        EXPECT_EQ(mayWait(LoopbackRequest{path, {}}), waits);
+    }
+    EXPECT_FALSE(mayWait(std::nullopt));
 }
 
 TEST(Loopback, HasThePortThatKeyboardsKnow)
@@ -730,26 +875,36 @@ TEST(Loopback, OutlivesAQuestionThatFails)
     EXPECT_EQ(answerTo(port, "GET /cmd HTTP/1.1\r\n\r\n"), answerWith(done));
 }
 
-/// Makes this process one on a machine whose kernel knows no IPv6.
-bool forgetIpv6()
+/// A call of the kernel with a certain number as one of its arguments, and how it fails.
+struct FailingCall {
+    unsigned int number;
+    unsigned int argument;
+    unsigned int value;
+    unsigned int error;
+};
+
+/// Makes this process one on a machine whose kernel fails so. There is no way back.
+bool makeFail(const FailingCall &call)
 {
     static_assert(std::endian::native == std::endian::little);
+    const auto argument =
+        static_cast<unsigned int>(offsetof(seccomp_data, args) + std::size_t(8) * call.argument);
     std::array<sock_filter, 6> filter = {{
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, __NR_socket, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, AF_INET6, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAFNOSUPPORT),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.number, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, argument),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call.value, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | call.error),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     }};
     const sock_fprog program{.len = filter.size(), .filter = filter.data()};
     return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0
-        && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0 && socket(AF_INET6, SOCK_STREAM, 0) < 0;
+        && prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
 }
 
-bool answersWithoutIpv6()
+bool answersWithout(const FailingCall &call)
 {
-    if (!forgetIpv6()) {
+    if (!makeFail(call)) {
         return false;
     }
     Loopback loopback(0);
@@ -758,8 +913,14 @@ bool answersWithoutIpv6()
 
 TEST(Loopback, AnswersOnAMachineWithoutIpv6)
 {
-    // In a process of its own, because there is no way back.
-    EXPECT_EXIT(_exit(answersWithoutIpv6() ? 0 : 1), testing::ExitedWithCode(0), "");
+    const std::pair<const char *, FailingCall> rows[] = {
+        {"the kernel knows none", {__NR_socket, 0, AF_INET6, EAFNOSUPPORT}},
+        {"no interface has it", {__NR_bind, 2, sizeof(sockaddr_in6), EADDRNOTAVAIL}},
+    };
+    for (const auto &[name, call] : rows) {
+        SCOPED_TRACE(name);
+        EXPECT_EXIT(_exit(answersWithout(call) ? 0 : 1), testing::ExitedWithCode(0), "");
+    }
 }
 
 } // namespace

@@ -44,6 +44,10 @@ TEST(UriReference, SplitsAReferenceIntoPathAndQuery)
         {"http:/get", "/get", std::nullopt},
         {"a+b-1.c:get", "get", std::nullopt},
         {"/-._~!$&'()*+,;=", "/-._~!$&'()*+,;=", std::nullopt},
+        {"/AMZamz059", "/AMZamz059", std::nullopt},
+        {"/%09%AF%af%FA%fa%90", "/%09%AF%af%FA%fa%90", std::nullopt},
+        {"AZaz09:get", "get", std::nullopt},
+        {"http://[V1Ff.a]:09/get", "/get", std::nullopt},
     };
     for (const Case &input : cases) {
         SCOPED_TRACE(input.text);
@@ -98,6 +102,21 @@ TEST(UriReference, RefusesWhatTheGrammarForbids)
         "http://a@b@c/get",
         "http://us[er@host/get",
         "http://ho[st/get",
+        "/get?a|b",
+        "/get#a|b",
+        "a|b:get",
+        "http://a|b/get",
+        "http://a|b@host/get",
+        "http://[|1.a]/get",
+        "http://[v1.a|]/get",
+        "http://[v1.|a]/get",
+        "http://[::1|]/get",
+        "/%/0",
+        "/%:0",
+        "/%@0",
+        "/%G0",
+        "/%`0",
+        "/%g0",
     };
     for (const std::string_view text : texts) {
         SCOPED_TRACE(text);

@@ -46,4 +46,5 @@ TEST(JsonSerialization, NullIsNoValue)
 {
     EXPECT_EQ(fromJson(QJsonValue()), std::nullopt);
     EXPECT_EQ(fromJson(QJsonArray{QJsonValue()}), std::nullopt);
+    EXPECT_EQ(fromJson(QJsonObject{{u"k"_s, QJsonValue()}}), std::nullopt);
 }

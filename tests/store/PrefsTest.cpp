@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "store/Prefs.h"
+#include "store/BrokenSuite.h"
 #include "store/Shared.h"
 
 #include <gmock/gmock.h>
@@ -7,6 +8,7 @@
 #include <thread>
 
 using namespace kavrin;
+using namespace kavrin::test;
 using namespace Qt::StringLiterals;
 
 namespace
@@ -64,24 +66,30 @@ TEST(Prefs, AKeyOfAnotherKindOrOutsideTheCatalogueReadsZero)
 
 TEST(Prefs, AStoredValueReadsAsABoolWhenItIsOne)
 {
-    const std::pair<PropertyListValue, bool> rows[] = {
+    const std::pair<PropertyListValue, std::optional<bool>> rows[] = {
         {false, false},
         {qint64(0), false},
         {0.0, false},
         {true, true},
         {qint64(1), true},
         {1.0, true},
-        // The rest is not a bool, so the default of "numpadAuto" counts.
-        {qint64(2), true},
-        {0.5, true},
-        {u"false"_s, true},
-        {Date{0}, true},
-        {QByteArray("0"), true},
+        // The rest is not a bool, so the default counts.
+        {qint64(2), {}},
+        {qint64(-1), {}},
+        {0.5, {}},
+        {2.0, {}},
+        {u"false"_s, {}},
+        {Date{0}, {}},
+        {QByteArray("0"), {}},
     };
+    const std::pair<QString, bool> togglesWithDefaults[] = {{u"numpadAuto"_s, true}, {u"numberRow"_s, false}};
     for (const auto &[stored, expected] : rows) {
-        store(u"numpadAuto"_s, stored);
-        Prefs::reset({});
-        EXPECT_EQ(Prefs::get<bool>(u"numpadAuto"_s), expected) << stored.index();
+        for (const auto &[key, defaultValue] : togglesWithDefaults) {
+            store(key, stored);
+            Prefs::reset({});
+            EXPECT_EQ(Prefs::get<bool>(key), expected.value_or(defaultValue))
+                << key.toStdString() << ' ' << stored.index();
+        }
     }
 }
 
@@ -144,6 +152,24 @@ TEST(Prefs, SettingOneKeyLeavesTheOthersCached)
     EXPECT_EQ(Prefs::get<double>(u"vGap"_s), 11);
 }
 
+TEST(Prefs, WhatCannotBeStoredIsRefusedAndTheValueStaysAsItWasRead)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    const BrokenSuite broken;
+    EXPECT_FALSE(Prefs::set(u"rowH"_s, 70.0));
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
+}
+
+TEST(Prefs, AValueThatCannotBeReadIsLookedForAgain)
+{
+    {
+        const BrokenSuite broken;
+        EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
+    }
+    store(u"rowH"_s, 60.0);
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
+}
+
 TEST(Prefs, FormatsAValueWithItsUnit)
 {
     struct Row {
@@ -174,8 +200,14 @@ TEST(Prefs, FormatsAValueWithItsUnit)
 
 TEST(PrefsDeathTest, AWholeNumberBeyond64BitsStopsTheProgramWithAMessage)
 {
-    EXPECT_DEATH(Prefs::format(9223372036854775808.0, u""_s), "does not fit into 64 bits");
-    EXPECT_DEATH(Prefs::format(std::numeric_limits<double>::infinity(), u""_s), "does not fit into 64 bits");
+    for (const double value :
+         {9223372036854775808.0, -9223372036854777856.0, std::numeric_limits<double>::infinity(),
+          -std::numeric_limits<double>::infinity()}) {
+        SCOPED_TRACE(value);
+        EXPECT_DEATH(
+            Prefs::format(value, u""_s),
+            testing::StartsWith("A setting's value is too large to be shown: it does not fit into 64 bits."));
+    }
 }
 
 TEST(Prefs, RowsShowAsOtherSettingsStand)

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include "store/BrokenSuite.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
 
 #include <gtest/gtest.h>
 
 using namespace kavrin;
+using namespace kavrin::test;
 using namespace Qt::StringLiterals;
 
 namespace
@@ -55,13 +57,29 @@ TEST(PrefsTools, StoringJoinsTheOrderAndSortsTheHidden)
     EXPECT_TRUE(Shared::d().object(u"settingsRevision"_s).has_value());
 }
 
-TEST(PrefsTools, TheTableNamesEveryToolOnce)
+TEST(PrefsTools, AnOrderThatCannotBeStoredIsRefused)
 {
-    QStringList ids;
+    const BrokenSuite broken;
+    EXPECT_FALSE(Prefs::setTools({u"gif"_s}, {}));
+}
+
+TEST(PrefsTools, TheTableNamesEveryToolWithTitleAndIcon)
+{
+    QStringList rows;
     for (const Prefs::Tool &tool : Prefs::toolIDs()) {
-        ids.append(tool.id);
-        EXPECT_FALSE(tool.title.isEmpty());
-        EXPECT_FALSE(tool.icon.isEmpty());
+        rows.append(QStringList{tool.id, tool.title, tool.icon}.join(u" | "_s));
     }
-    EXPECT_EQ(ids.join(u','), tableOrder);
+    EXPECT_EQ(rows,
+              (QStringList{
+                  u"settings | Settings | gearshape"_s,
+                  u"clipboard | Clipboard | doc.on.clipboard"_s,
+                  u"emoji | Emoji | face.smiling"_s,
+                  u"gif | GIFs | photo.on.rectangle.angled"_s,
+                  u"sticker | Stickers | custom.sticker"_s,
+                  u"translate | Translate | character.bubble"_s,
+                  u"search | Web search | magnifyingglass"_s,
+                  u"youtube | YouTube | play.rectangle.fill"_s,
+                  u"contacts | Contacts | person.crop.circle"_s,
+                  u"language | Language (Türkçe / English) | globe.europe.africa"_s,
+              }));
 }

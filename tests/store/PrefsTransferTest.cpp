@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "store/BrokenSuite.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
 
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 using namespace kavrin;
+using namespace kavrin::test;
 using namespace Qt::StringLiterals;
 
 namespace
@@ -21,6 +23,18 @@ QJsonObject bodyOf(const QString &blob)
 QString blobOf(const QByteArray &json)
 {
     return u"KAVRINCFG1:"_s + QString::fromLatin1(json.toBase64());
+}
+
+void expectImportError(const QString &blob, const QString &description)
+{
+    try {
+        Prefs::importBlob(blob);
+        ADD_FAILURE() << "no error was thrown";
+    } catch (const Error &error) {
+        EXPECT_EQ(error.domain, u"import");
+        EXPECT_EQ(error.code, 1);
+        EXPECT_EQ(error.localizedDescription, description);
+    }
 }
 
 } // namespace
@@ -116,22 +130,44 @@ TEST(PrefsTransfer, AnImportLeavesOutWhatNoExportWrites)
 
 TEST(PrefsTransfer, WhatIsNoBlobIsRefusedAndNothingStored)
 {
+    const QString foreign = u"This is not a settings text: it does not begin with \"KAVRINCFG1:\". "
+                            "Copy the settings again."_s;
+    const QString damaged = u"The settings text is damaged or cut short. Copy the settings again."_s;
     const QString good = blobOf(R"({"rowH":40})");
-    const QString blobs[] = {u""_s,
-                             u"KAVRINCFG1:"_s,
-                             u"KAVRINCFG2:e30="_s,
-                             u"kavrincfg1:e30="_s,
-                             u"e30="_s,
-                             u"KAVRINCFG1:e3!0="_s,
-                             blobOf("[1]"),
-                             blobOf("{"),
-                             good.chopped(4),
-                             good + good};
-    for (const QString &blob : blobs) {
+    const std::pair<QString, QString> rows[] = {
+        {u""_s, foreign},         {u"KAVRINCFG2:e30="_s, foreign}, {u"kavrincfg1:e30="_s, foreign},
+        {u"e30="_s, foreign},     {u"KAVRINCFG1:"_s, damaged},     {u"KAVRINCFG1:e3!0="_s, damaged},
+        {blobOf("[1]"), damaged}, {blobOf("{"), damaged},          {good.chopped(4), damaged},
+        {good + good, damaged},
+    };
+    for (const auto &[blob, description] : rows) {
         SCOPED_TRACE(blob.toStdString());
-        EXPECT_THROW(Prefs::importBlob(blob), Error);
+        expectImportError(blob, description);
         EXPECT_EQ(Shared::d().dictionaryRepresentation(), PropertyListDictionary());
     }
+}
+
+TEST(PrefsTransfer, SettingsThatCannotBeReadAreNotExported)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    const BrokenSuite broken;
+    EXPECT_EQ(Prefs::exportBlob(), u"");
+}
+
+TEST(PrefsTransfer, SettingsThatCannotBeStoredAreNotImported)
+{
+    const BrokenSuite broken;
+    ASSERT_FALSE(Shared::d().set(u"rowH"_s, 40.0));
+    expectImportError(blobOf(R"({"rowH":40})"),
+                      u"The settings could not be stored: "_s + Shared::d().lastError());
+}
+
+TEST(PrefsTransfer, WhatCannotBeResetIsRefused)
+{
+    const BrokenSuite broken;
+    EXPECT_FALSE(Prefs::reset({u"rowH"_s}));
+    EXPECT_FALSE(Prefs::reset({}));
+    EXPECT_FALSE(Prefs::resetAll());
 }
 
 TEST(PrefsTransfer, ResettingAllKeepsTextsAndRestoresTheRest)

@@ -201,6 +201,13 @@ TEST(Shared, AProfileThatCannotBeReadGrantsNothing)
     }
 }
 
+TEST(Shared, AProfileNeedsNoSignatureRoundItsPropertyList)
+{
+    const QByteArray bare = plist("<dict><key>Entitlements</key><dict><key>" + key + "</key>"
+                                  + array({"group.a"}) + "</dict></dict>");
+    EXPECT_EQ(Installation({"group.a"}, bare).group(), u"group.a");
+}
+
 TEST(Shared, TheFirstMarkersOfAProfileCount)
 {
     const QByteArray twice = profile({"group.a"}) + profile({"group.b"});

@@ -220,18 +220,33 @@ TEST(Answer, WithoutTextThatIsNotUtf8IsABadResponse)
 
 TEST(Answer, ThatCannotBeDecodedIsNotJson)
 {
+    using enum QStringConverter::Encoding;
+    const auto withinText = [](const QString &text, QStringConverter::Encoding encoding) {
+        return encoded(u"{\"text\":\""_s + text + u"\"}"_s, encoding, QStringConverter::Flag::Default);
+    };
     const struct {
         const char *what;
         QByteArray body;
+        std::string problem;
     } cases[] = {
-        {"half a surrogate pair in UTF-16", QByteArray("{\0\"\0\x00\xd8\"\0}\0", 10)},
-        {"half a character after all in UTF-16", QByteArray("{\0}\0\x7d", 5)},
-        {"half a character after all in UTF-32", QByteArray("\0\0\0{\0\0\0}\0", 9)},
-        {"no character in UTF-32", QByteArray("{\0\0\0\xff\xff\xff\xff}\0\0\0", 12)},
+        {"half a surrogate pair in UTF-16", withinText(u"secret "_s + QChar(0xd800), Utf16LE),
+         "its characters cannot be decoded"},
+        {"no character in UTF-32",
+         withinText(u"?"_s, Utf32LE).replace(QByteArray("?\0\0\0", 4), QByteArray(4, '\xff')),
+         "its characters cannot be decoded"},
+        {"half a character after all in UTF-16", withinText(u"secret"_s, Utf16LE) + "\x7d",
+         "garbage at the end of the document at byte 17"},
+        {"half a character after all in UTF-32", withinText(u"secret"_s, Utf32BE) + '\0',
+         "garbage at the end of the document at byte 17"},
     };
-    for (const auto &[what, body] : cases) {
+    for (const auto &[what, body, problem] : cases) {
         SCOPED_TRACE(what);
-        expectNotJson(multipart, body);
+        const Error error = errorOf(multipartTranscript, body);
+        EXPECT_EQ(error.domain, u"json"_s);
+        EXPECT_NE(error.code, 0);
+        EXPECT_EQ(error.localizedDescription.toStdString(),
+                  "The service's answer is not JSON: " + problem
+                      + ". Check the service's address and key, or try again later.");
     }
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/storage/SqliteDatabase.h"
 
-#include "platform/Logging.h"
+#include "platform/linux/storage/SqliteDamage.h"
+#include "platform/linux/storage/SqliteLayout.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,13 +11,11 @@
 #include <QUrl>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cstring>
 #include <optional>
 
 namespace kavrin
@@ -27,124 +25,6 @@ namespace
 {
 
 using namespace std::chrono_literals;
-
-constexpr std::chrono::milliseconds lockLimit = 5s;
-constexpr const char *formatVersion = "1";
-
-// Small pages: the heartbeat writes a page a second for as long as the user is logged in.
-constexpr const char *layoutSql = "PRAGMA page_size = 512; PRAGMA journal_mode = WAL;";
-
-constexpr const char *schemaSql = R"(
-BEGIN IMMEDIATE;
-CREATE TABLE IF NOT EXISTS defaults (
-  key   TEXT PRIMARY KEY NOT NULL,
-  type  TEXT NOT NULL CHECK (type IN ('bool','int','double','string','date','data','array','dict')),
-  value ANY NOT NULL
-) STRICT, WITHOUT ROWID;
-PRAGMA user_version = 1;
-COMMIT;
-)";
-
-// Other programs write like this: what it fails on is a table without the key.
-constexpr const char *tryKeySql =
-    "INSERT INTO defaults (key, type, value) VALUES ('', '', 0) "
-    "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value";
-
-constexpr const char *tryTableSql = R"(
-BEGIN IMMEDIATE;
-INSERT INTO defaults (key, type, value)
-  SELECT column1, column1, 0
-  FROM (VALUES ('bool'), ('int'), ('double'), ('string'), ('date'), ('data'), ('array'), ('dict')) WHERE true
-  ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value;
-)";
-
-/// Tries what other processes may be in the way of until it succeeds or the limit has passed.
-template <typename Attempt> bool succeedsInTime(Attempt attempt)
-{
-    const auto limit = std::chrono::steady_clock::now() + lockLimit;
-    bool succeeded = attempt();
-    while (!succeeded && std::chrono::steady_clock::now() < limit) {
-        sqlite3_sleep(5);
-        succeeded = attempt();
-    }
-    return succeeded;
-}
-
-// Other processes may have written the file at the same moment, and SQLite does not wait for them everywhere.
-int executeWhenFree(sqlite3 *handle, const char *sql)
-{
-    int result = SQLITE_OK;
-    succeedsInTime([&] {
-        result = sqlite3_exec(handle, sql, nullptr, nullptr, nullptr);
-        const bool isBusy = (result & 0xff) == SQLITE_BUSY;
-        if (isBusy) {
-            sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
-        }
-        return !isBusy;
-    });
-    return result;
-}
-
-/// The first column of the first row; none with the reason in `result`.
-std::optional<QByteArray> text(sqlite3 *handle, const char *sql, int &result)
-{
-    sqlite3_stmt *statement = nullptr;
-    result = sqlite3_prepare_v2(handle, sql, -1, &statement, nullptr);
-    if (result == SQLITE_OK) {
-        result = sqlite3_step(statement);
-    }
-    std::optional<QByteArray> value;
-    if (result == SQLITE_ROW) {
-        value = QByteArray(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0)));
-    }
-    sqlite3_finalize(statement);
-    return value;
-}
-
-bool isDamage(int result)
-{
-    // The statements are known to be good: what they fail on is a table that is not what it should be.
-    constexpr std::array damage = {SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_ERROR, SQLITE_CONSTRAINT};
-    // A short read is one from a log that was cut off.
-    return result == SQLITE_IOERR_SHORT_READ
-        || std::find(damage.begin(), damage.end(), result & 0xff) != damage.end();
-}
-
-/// Whether every page can be read and holds what it should, keys in their order included. A file that cannot
-/// be looked at now, because it is locked say, is not known to be damaged.
-bool pagesAreSound(sqlite3 *handle)
-{
-    int result = SQLITE_OK;
-    const std::optional<QByteArray> verdict = text(handle, "PRAGMA integrity_check(1)", result);
-    return verdict ? *verdict == "ok" : !isDamage(result);
-}
-
-/// Whether the file's header says what ours do where SQLite takes other values as well: a text encoding in
-/// which no key would be found, and a format that may be read but not written.
-bool headerIsSound(sqlite3 *handle, const QString &path)
-{
-    int result = SQLITE_OK;
-    const std::optional<QByteArray> encoding = text(handle, "PRAGMA encoding", result);
-    const bool mayBeWritten = sqlite3_db_readonly(handle, "main") == 0 || !QFileInfo(path).isWritable();
-    return encoding ? *encoding == "UTF-8" && mayBeWritten : !isDamage(result);
-}
-
-/// Whether the table takes a value of every type, tried and taken back.
-bool tableIsSound(sqlite3 *handle)
-{
-    const int result = executeWhenFree(handle, tryTableSql);
-    sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
-    return !isDamage(result);
-}
-
-/// Whether the table has one row a key; asked without writing.
-bool keyIsSound(sqlite3 *handle)
-{
-    sqlite3_stmt *statement = nullptr;
-    const int result = sqlite3_prepare_v2(handle, tryKeySql, -1, &statement, nullptr);
-    sqlite3_finalize(statement);
-    return !isDamage(result);
-}
 
 /// Only ever a new one: a folder that is there has the mode that somebody wanted for it.
 void makePrivateFolder(const QString &path)
@@ -165,187 +45,6 @@ void makePrivateFile(const QString &path)
     if (file >= 0) {
         ::close(file);
     }
-}
-
-/// Held while a file is laid out or begun anew, so that of two processes the second finds it done. The kernel
-/// takes it back from a process that is killed; a lock file would stay. It is the folder that is locked,
-/// because the database must not be opened past SQLite.
-class SetUpLock
-{
-public:
-    explicit SetUpLock(const QString &path)
-        : m_folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC)),
-          m_held(m_folder >= 0
-                 && succeedsInTime([this] { return ::flock(m_folder, LOCK_EX | LOCK_NB) == 0; }))
-    {
-    }
-    ~SetUpLock()
-    {
-        if (m_folder >= 0) {
-            ::close(m_folder);
-        }
-    }
-    Q_DISABLE_COPY_MOVE(SetUpLock)
-
-    [[nodiscard]] bool isHeld() const { return m_held; }
-
-private:
-    int m_folder;
-    bool m_held;
-};
-
-/// Every lock that SQLite has on a file with a log, taken through SQLite's own descriptor: nobody reads,
-/// writes or tidies up meanwhile.
-class WholeFileLock
-{
-public:
-    explicit WholeFileLock(sqlite3_file *file) : m_file(file)
-    {
-        m_held = io().xLock(m_file, SQLITE_LOCK_SHARED) == SQLITE_OK
-            && io().xShmMap(m_file, 0, indexSize, 1, &m_index) == SQLITE_OK
-            && succeedsInTime([this] { return changeLocks(SQLITE_SHM_LOCK) == SQLITE_OK; });
-    }
-    ~WholeFileLock()
-    {
-        if (m_held) {
-            changeLocks(SQLITE_SHM_UNLOCK);
-        }
-        io().xShmUnmap(m_file, 0);
-        io().xUnlock(m_file, SQLITE_LOCK_NONE);
-    }
-    Q_DISABLE_COPY_MOVE(WholeFileLock)
-
-    [[nodiscard]] bool isHeld() const { return m_held; }
-
-    /// Has everybody make the index of the log anew, which processes that have the file open share.
-    void clearIndex() const
-    {
-        std::memset(const_cast<void *>(m_index), 0, indexHeaderSize);
-        io().xShmBarrier(m_file);
-    }
-
-private:
-    static constexpr int indexSize = 32 * 1024;
-    static constexpr std::size_t indexHeaderSize = 96;
-
-    [[nodiscard]] const sqlite3_io_methods &io() const { return *m_file->pMethods; }
-    int changeLocks(int change) const
-    {
-        return io().xShmLock(m_file, 0, SQLITE_SHM_NLOCK, change | SQLITE_SHM_EXCLUSIVE);
-    }
-
-    sqlite3_file *m_file;
-    void volatile *m_index = nullptr;
-    bool m_held = false;
-};
-
-QString logOf(const QString &path)
-{
-    return path + QStringLiteral("-wal");
-}
-
-/// The name of a copy beside the file, which says since when.
-QString nameAside(const QString &path)
-{
-    const QString stamp =
-        QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss.zzz'Z'"));
-    return path + QStringLiteral(".damaged-") + stamp;
-}
-
-/// Copies the database as it is, its log included. The database itself is read by SQLite's descriptor, for
-/// the reason that makePrivateFile() gives.
-bool copyAside(sqlite3_file *file, const QString &path, const QString &aside)
-{
-    sqlite3_int64 size = 0;
-    file->pMethods->xFileSize(file, &size);
-    QByteArray content(qsizetype(size), '\0');
-    if (file->pMethods->xRead(file, content.data(), int(size), 0) != SQLITE_OK) {
-        return false;
-    }
-    QFile copy(aside);
-    const QString log = logOf(path);
-    return copy.open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner)
-        && copy.write(content) == content.size() && copy.flush()
-        && (QFileInfo(log).size() == 0 || QFile::copy(log, logOf(aside)));
-}
-
-/// For a copy that is not whole or not needed: a disk that is full, or a file that may not be written to,
-/// stays so, and every attempt would leave another copy.
-void removeAside(const QString &aside)
-{
-    QFile::remove(aside);
-    QFile::remove(logOf(aside));
-}
-
-int layOut(sqlite3 *handle)
-{
-    const int result = executeWhenFree(handle, layoutSql);
-    return result == SQLITE_OK ? executeWhenFree(handle, schemaSql) : result;
-}
-
-/// Calls `use` with a handle on the file that leaves the log as it is.
-template <typename Use> void withPlainHandle(const QString &path, Use use)
-{
-    sqlite3 *handle = nullptr;
-    if (sqlite3_open_v2(QFile::encodeName(path).constData(), &handle, SQLITE_OPEN_READWRITE, nullptr)
-        == SQLITE_OK) {
-        sqlite3_extended_result_codes(handle, 1);
-        sqlite3_busy_timeout(handle, int(lockLimit.count()));
-        sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-        use(handle);
-    }
-    sqlite3_close_v2(handle);
-}
-
-bool isDamaged(const QString &path)
-{
-    bool damaged = false;
-    withPlainHandle(path, [&](sqlite3 *handle) {
-        damaged = !(pagesAreSound(handle) && tableIsSound(handle) && headerIsSound(handle, path));
-    });
-    return damaged;
-}
-
-/// What a file holds that was just laid out.
-QByteArray freshContent()
-{
-    sqlite3 *handle = nullptr;
-    QByteArray content;
-    sqlite3_int64 size = 0;
-    if (sqlite3_open(":memory:", &handle) == SQLITE_OK && layOut(handle) == SQLITE_OK) {
-        unsigned char *bytes = sqlite3_serialize(handle, "main", &size, 0);
-        content = QByteArray(reinterpret_cast<const char *>(bytes), qsizetype(size));
-        sqlite3_free(bytes);
-        // What has no file has no log either: these two bytes of the header say that this one does.
-        content.replace(18, 2, QByteArrayLiteral("\x02\x02"));
-    }
-    sqlite3_close(handle);
-    return content;
-}
-
-/// Sets a damaged file aside and makes it a fresh one in place: processes that have it open go on with that,
-/// where renaming it away would leave them writing to a file that nobody reads.
-void beginAnew(const QString &path)
-{
-    const QByteArray content = freshContent();
-    withPlainHandle(path, [&](sqlite3 *handle) {
-        sqlite3_file *file = nullptr;
-        sqlite3_file_control(handle, "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void *>(&file));
-        const WholeFileLock lock(file);
-        if (!lock.isHeld() || content.isEmpty()) {
-            return;
-        }
-        const QString aside = nameAside(path);
-        if (!copyAside(file, path, aside)
-            || file->pMethods->xWrite(file, content.constData(), int(content.size()), 0) != SQLITE_OK) {
-            removeAside(aside);
-            return;
-        }
-        qCWarning(Logging::store) << "Damaged, kept as" << aside;
-        file->pMethods->xTruncate(file, content.size());
-        ::truncate(QFile::encodeName(logOf(path)).constData(), 0);
-        lock.clearIndex();
-    });
 }
 
 /// Whether nothing can be written below the folder at present, whoever asks.
@@ -523,7 +222,7 @@ int SqliteConnection::openFile(const QString &path, int flags, std::chrono::mill
 int SqliteConnection::probe(const QString &path)
 {
     int result = SQLITE_OK;
-    std::optional<QByteArray> version = text(m_handle, "PRAGMA user_version", result);
+    std::optional<QByteArray> version = firstText(m_handle, "PRAGMA user_version", result);
     if (version == "0") {
         const SetUpLock lock(path);
         result = layOut(m_handle);
@@ -539,7 +238,7 @@ int SqliteConnection::probe(const QString &path)
         return SQLITE_MISMATCH;
     }
     // Reading the table, as opposed to the header, is what needs SQLite's other files.
-    text(m_handle, "SELECT count(value) FROM defaults WHERE key = '' AND type = ''", result);
+    firstText(m_handle, "SELECT count(value) FROM defaults WHERE key = '' AND type = ''", result);
     if (result != SQLITE_ROW) {
         return result;
     }
@@ -698,10 +397,7 @@ void SqliteDatabase::setAsideIfDamaged()
     const std::scoped_lock lock(m_reader.mutex(), m_writer.mutex());
     m_reader.closeAsItIs();
     m_writer.closeAsItIs();
-    const SetUpLock setUp(m_path);
-    if (setUp.isHeld() && isDamaged(m_path)) {
-        beginAnew(m_path);
-    }
+    kavrin::setAsideIfDamaged(m_path);
 }
 
 } // namespace kavrin

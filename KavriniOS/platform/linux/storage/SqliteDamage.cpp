@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/storage/SqliteDamage.h"
+
+#include "platform/Logging.h"
+#include "platform/linux/storage/SqliteLayout.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <optional>
+
+namespace kavrin
+{
+
+namespace
+{
+
+// Other programs write like this: what it fails on is a table without the key.
+constexpr const char *tryKeySql =
+    "INSERT INTO defaults (key, type, value) VALUES ('', '', 0) "
+    "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value";
+
+constexpr const char *tryTableSql = R"(
+BEGIN IMMEDIATE;
+INSERT INTO defaults (key, type, value)
+  SELECT column1, column1, 0
+  FROM (VALUES ('bool'), ('int'), ('double'), ('string'), ('date'), ('data'), ('array'), ('dict')) WHERE true
+  ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value;
+)";
+
+/// Whether the table takes a value of every type, tried and taken back.
+bool tableIsSound(sqlite3 *handle)
+{
+    const int result = executeWhenFree(handle, tryTableSql);
+    sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
+    return !isDamage(result);
+}
+
+/// Every lock that SQLite has on a file with a log, taken through SQLite's own descriptor: nobody reads,
+/// writes or tidies up meanwhile.
+class WholeFileLock
+{
+public:
+    explicit WholeFileLock(sqlite3_file *file) : m_file(file)
+    {
+        m_held = io().xLock(m_file, SQLITE_LOCK_SHARED) == SQLITE_OK
+            && io().xShmMap(m_file, 0, indexSize, 1, &m_index) == SQLITE_OK
+            && succeedsInTime([this] { return changeLocks(SQLITE_SHM_LOCK) == SQLITE_OK; });
+    }
+    ~WholeFileLock()
+    {
+        if (m_held) {
+            changeLocks(SQLITE_SHM_UNLOCK);
+        }
+        io().xShmUnmap(m_file, 0);
+        io().xUnlock(m_file, SQLITE_LOCK_NONE);
+    }
+    Q_DISABLE_COPY_MOVE(WholeFileLock)
+
+    [[nodiscard]] bool isHeld() const { return m_held; }
+
+    /// Has everybody make the index of the log anew, which processes that have the file open share.
+    void clearIndex() const
+    {
+        std::memset(const_cast<void *>(m_index), 0, indexHeaderSize);
+        io().xShmBarrier(m_file);
+    }
+
+private:
+    static constexpr int indexSize = 32 * 1024;
+    static constexpr std::size_t indexHeaderSize = 96;
+
+    [[nodiscard]] const sqlite3_io_methods &io() const { return *m_file->pMethods; }
+    int changeLocks(int change) const
+    {
+        return io().xShmLock(m_file, 0, SQLITE_SHM_NLOCK, change | SQLITE_SHM_EXCLUSIVE);
+    }
+
+    sqlite3_file *m_file;
+    void volatile *m_index = nullptr;
+    bool m_held = false;
+};
+
+QString logOf(const QString &path)
+{
+    return path + QStringLiteral("-wal");
+}
+
+/// The name of a copy beside the file, which says since when.
+QString nameAside(const QString &path)
+{
+    const QString stamp =
+        QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss.zzz'Z'"));
+    return path + QStringLiteral(".damaged-") + stamp;
+}
+
+/// Copies the database as it is, its log included. The database itself is read by SQLite's
+/// descriptor: closing one of our own would drop all of the process's locks on it.
+bool copyAside(sqlite3_file *file, const QString &path, const QString &aside)
+{
+    sqlite3_int64 size = 0;
+    file->pMethods->xFileSize(file, &size);
+    QByteArray content(qsizetype(size), '\0');
+    if (file->pMethods->xRead(file, content.data(), int(size), 0) != SQLITE_OK) {
+        return false;
+    }
+    QFile copy(aside);
+    const QString log = logOf(path);
+    return copy.open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner)
+        && copy.write(content) == content.size() && copy.flush()
+        && (QFileInfo(log).size() == 0 || QFile::copy(log, logOf(aside)));
+}
+
+/// For a copy that is not whole or not needed: a disk that is full, or a file that may not be written to,
+/// stays so, and every attempt would leave another copy.
+void removeAside(const QString &aside)
+{
+    QFile::remove(aside);
+    QFile::remove(logOf(aside));
+}
+
+/// Calls `use` with a handle on the file that leaves the log as it is.
+template <typename Use> void withPlainHandle(const QString &path, Use use)
+{
+    sqlite3 *handle = nullptr;
+    if (sqlite3_open_v2(QFile::encodeName(path).constData(), &handle, SQLITE_OPEN_READWRITE, nullptr)
+        == SQLITE_OK) {
+        sqlite3_extended_result_codes(handle, 1);
+        sqlite3_busy_timeout(handle, int(lockLimit.count()));
+        sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        use(handle);
+    }
+    sqlite3_close_v2(handle);
+}
+
+bool isDamaged(const QString &path)
+{
+    bool damaged = false;
+    withPlainHandle(path, [&](sqlite3 *handle) {
+        damaged = !(pagesAreSound(handle) && tableIsSound(handle) && headerIsSound(handle, path));
+    });
+    return damaged;
+}
+
+/// What a file holds that was just laid out.
+QByteArray freshContent()
+{
+    sqlite3 *handle = nullptr;
+    QByteArray content;
+    sqlite3_int64 size = 0;
+    if (sqlite3_open(":memory:", &handle) == SQLITE_OK && layOut(handle) == SQLITE_OK) {
+        unsigned char *bytes = sqlite3_serialize(handle, "main", &size, 0);
+        content = QByteArray(reinterpret_cast<const char *>(bytes), qsizetype(size));
+        sqlite3_free(bytes);
+        // What has no file has no log either: these two bytes of the header say that this one does.
+        content.replace(18, 2, QByteArrayLiteral("\x02\x02"));
+    }
+    sqlite3_close(handle);
+    return content;
+}
+
+/// In place, for the reason that setAsideIfDamaged() gives.
+void beginAnew(const QString &path)
+{
+    const QByteArray content = freshContent();
+    withPlainHandle(path, [&](sqlite3 *handle) {
+        sqlite3_file *file = nullptr;
+        sqlite3_file_control(handle, "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void *>(&file));
+        const WholeFileLock lock(file);
+        if (!lock.isHeld() || content.isEmpty()) {
+            return;
+        }
+        const QString aside = nameAside(path);
+        if (!copyAside(file, path, aside)
+            || file->pMethods->xWrite(file, content.constData(), int(content.size()), 0) != SQLITE_OK) {
+            removeAside(aside);
+            return;
+        }
+        qCWarning(Logging::store) << "Damaged, kept as" << aside;
+        file->pMethods->xTruncate(file, content.size());
+        ::truncate(QFile::encodeName(logOf(path)).constData(), 0);
+        lock.clearIndex();
+    });
+}
+
+} // namespace
+
+bool isDamage(int result)
+{
+    // The statements are known to be good: what they fail on is a table that is not what it should be.
+    constexpr std::array damage = {SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_ERROR, SQLITE_CONSTRAINT};
+    // A short read is one from a log that was cut off.
+    return result == SQLITE_IOERR_SHORT_READ
+        || std::find(damage.begin(), damage.end(), result & 0xff) != damage.end();
+}
+
+bool pagesAreSound(sqlite3 *handle)
+{
+    int result = SQLITE_OK;
+    const std::optional<QByteArray> verdict = firstText(handle, "PRAGMA integrity_check(1)", result);
+    return verdict ? *verdict == "ok" : !isDamage(result);
+}
+
+bool headerIsSound(sqlite3 *handle, const QString &path)
+{
+    int result = SQLITE_OK;
+    const std::optional<QByteArray> encoding = firstText(handle, "PRAGMA encoding", result);
+    const bool mayBeWritten = sqlite3_db_readonly(handle, "main") == 0 || !QFileInfo(path).isWritable();
+    return encoding ? *encoding == "UTF-8" && mayBeWritten : !isDamage(result);
+}
+
+bool keyIsSound(sqlite3 *handle)
+{
+    sqlite3_stmt *statement = nullptr;
+    const int result = sqlite3_prepare_v2(handle, tryKeySql, -1, &statement, nullptr);
+    sqlite3_finalize(statement);
+    return !isDamage(result);
+}
+
+void setAsideIfDamaged(const QString &path)
+{
+    const SetUpLock setUp(path);
+    if (setUp.isHeld() && isDamaged(path)) {
+        beginAnew(path);
+    }
+}
+
+} // namespace kavrin

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/storage/SqliteLayout.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace kavrin
+{
+
+namespace
+{
+
+// Small pages: the heartbeat writes a page a second for as long as the user is logged in.
+constexpr const char *layoutSql = "PRAGMA page_size = 512; PRAGMA journal_mode = WAL;";
+
+constexpr const char *schemaSql = R"(
+BEGIN IMMEDIATE;
+CREATE TABLE IF NOT EXISTS defaults (
+  key   TEXT PRIMARY KEY NOT NULL,
+  type  TEXT NOT NULL CHECK (type IN ('bool','int','double','string','date','data','array','dict')),
+  value ANY NOT NULL
+) STRICT, WITHOUT ROWID;
+PRAGMA user_version = 1;
+COMMIT;
+)";
+
+} // namespace
+
+// Other processes may have written the file at the same moment, and SQLite does not wait for them everywhere.
+int executeWhenFree(sqlite3 *handle, const char *sql)
+{
+    int result = SQLITE_OK;
+    succeedsInTime([&] {
+        result = sqlite3_exec(handle, sql, nullptr, nullptr, nullptr);
+        const bool isBusy = (result & 0xff) == SQLITE_BUSY;
+        if (isBusy) {
+            sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
+        }
+        return !isBusy;
+    });
+    return result;
+}
+
+std::optional<QByteArray> firstText(sqlite3 *handle, const char *sql, int &result)
+{
+    sqlite3_stmt *statement = nullptr;
+    result = sqlite3_prepare_v2(handle, sql, -1, &statement, nullptr);
+    if (result == SQLITE_OK) {
+        result = sqlite3_step(statement);
+    }
+    std::optional<QByteArray> value;
+    if (result == SQLITE_ROW) {
+        value = QByteArray(reinterpret_cast<const char *>(sqlite3_column_text(statement, 0)));
+    }
+    sqlite3_finalize(statement);
+    return value;
+}
+
+int layOut(sqlite3 *handle)
+{
+    const int result = executeWhenFree(handle, layoutSql);
+    return result == SQLITE_OK ? executeWhenFree(handle, schemaSql) : result;
+}
+
+SetUpLock::SetUpLock(const QString &path)
+    : m_folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC)),
+      m_held(m_folder >= 0 && succeedsInTime([this] { return ::flock(m_folder, LOCK_EX | LOCK_NB) == 0; }))
+{
+}
+
+SetUpLock::~SetUpLock()
+{
+    if (m_folder >= 0) {
+        ::close(m_folder);
+    }
+}
+
+} // namespace kavrin

@@ -22,6 +22,7 @@ constexpr QLatin1String Appearance("org.freedesktop.appearance");
 FakeSettingsPortal::FakeSettingsPortal(QDBusConnection bus, QVariantMap appearance, Answer answer)
     : m_bus(std::move(bus)), m_appearance(std::move(appearance)), m_answer(answer)
 {
+    connect(&m_thread, &QThread::finished, this, [this] { m_ended.set_value(); }, Qt::DirectConnection);
     m_thread.start();
     moveToThread(&m_thread);
     m_bus.registerObject(Path, this, QDBusConnection::ExportAllSlots);
@@ -33,8 +34,8 @@ FakeSettingsPortal::~FakeSettingsPortal()
     m_bus.unregisterService(Service);
     m_bus.unregisterObject(Path);
     m_thread.quit();
+    m_ended.get_future().wait(); // ThreadSanitizer does not see what QThread::wait() waits for
     m_thread.wait();
-    const QMutexLocker locker(&m_mutex); // which ThreadSanitizer sees, as opposed to the thread's end
 }
 
 void FakeSettingsPortal::ReadAll(const QStringList &namespaces)

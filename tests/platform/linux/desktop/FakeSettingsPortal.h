@@ -9,6 +9,7 @@
 #include <QThread>
 #include <QVariantMap>
 
+#include <future>
 #include <vector>
 
 namespace kavrin::test
@@ -50,6 +51,7 @@ private:
     Answer m_answer;
     mutable QMutex m_mutex;
     std::vector<QDBusMessage> m_calls;
+    std::promise<void> m_ended;
     QThread m_thread;
 };
 

@@ -28,6 +28,14 @@ std::unique_ptr<UserDefaults> makeSuite()
     return UserDefaults::suite(u"group.app.kavrin.shared"_s);
 }
 
+/// The database and what SQLite keeps beside it.
+void removeFiles(const QString &path)
+{
+    for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
+        QFile::remove(path + suffix);
+    }
+}
+
 /// Another process's hands on the same file.
 class Sqlite
 {
@@ -228,11 +236,6 @@ TEST(UserDefaults, TheRevisionIsAnotherOneAfterEveryChange)
     const auto suite = makeSuite();
     suite->set(u"key"_s, u"value"_s);
     Sqlite file(suite->path());
-    const auto deleteFile = [&] {
-        for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
-            QFile::remove(suite->path() + suffix);
-        }
-    };
     struct Case {
         const char *name;
         std::function<void()> change;
@@ -242,7 +245,7 @@ TEST(UserDefaults, TheRevisionIsAnotherOneAfterEveryChange)
         {"removed", [&] { suite->remove(u"key"_s); }},
         {"another suite", [&] { makeSuite()->set(u"key"_s, u"third"_s); }},
         {"another process", [&] { file.run("UPDATE defaults SET value = 'new' WHERE key = 'key'"); }},
-        {"file deleted", deleteFile},
+        {"file deleted", [&] { removeFiles(suite->path()); }},
     };
     std::set<quint64> revisions = {suite->revision().value_or(0)};
     for (const Case &input : cases) {
@@ -259,9 +262,7 @@ TEST(UserDefaults, AFileThatCannotBeReadHasNoRevision)
 {
     const auto suite = makeSuite();
     const QString path = suite->path();
-    for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
-        QFile::remove(path + suffix);
-    }
+    removeFiles(path);
     QDir().mkpath(path);
     EXPECT_EQ(suite->revision(), std::nullopt);
 }
@@ -270,9 +271,7 @@ TEST(UserDefaults, AFailedReadSaysWhyAndTheNextGoodOneForgetsIt)
 {
     const auto suite = makeSuite();
     const QString path = suite->path();
-    for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
-        QFile::remove(path + suffix);
-    }
+    removeFiles(path);
     QDir().mkpath(path);
     EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
     EXPECT_TRUE(suite->lastError().contains(path));
@@ -342,9 +341,7 @@ TEST(UserDefaults, AFileThatWasDeletedIsMadeAnew)
 {
     const auto suite = makeSuite();
     suite->set(u"key"_s, u"old"_s);
-    for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
-        QFile::remove(suite->path() + suffix);
-    }
+    removeFiles(suite->path());
     EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
     EXPECT_TRUE(suite->set(u"key"_s, u"new"_s));
     EXPECT_EQ(makeSuite()->string(u"key"_s), u"new"_s);

@@ -20,7 +20,10 @@
 #include <asio/use_awaitable.hpp>
 
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <atomic>
@@ -75,6 +78,14 @@ void setCloseOnExec(int descriptor)
     ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
+/// Connections are then taken when their request is there to be read, and wait in the kernel until then:
+/// tcp(7).
+void deferUntilDataArrives(int listeningSocket)
+{
+    const int seconds = 1;
+    ::setsockopt(listeningSocket, IPPROTO_TCP, TCP_DEFER_ACCEPT, &seconds, sizeof seconds);
+}
+
 tcp::acceptor listenOn(asio::io_context &context, const tcp::endpoint &endpoint)
 {
     tcp::acceptor acceptor(context, endpoint.protocol());
@@ -84,6 +95,7 @@ tcp::acceptor listenOn(asio::io_context &context, const tcp::endpoint &endpoint)
         acceptor.set_option(asio::ip::v6_only(true));
     }
     acceptor.bind(endpoint);
+    deferUntilDataArrives(acceptor.native_handle());
     acceptor.listen();
     return acceptor;
 }

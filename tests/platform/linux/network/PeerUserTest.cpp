@@ -42,12 +42,12 @@ struct Name {
     [[nodiscard]] const sockaddr *any() const { return reinterpret_cast<const sockaddr *>(&bytes); }
 };
 
-Name ipv4Name()
+Name ipv4Name(in_addr_t address = INADDR_LOOPBACK)
 {
     Name name;
     sockaddr_in ipv4 = {};
     ipv4.sin_family = AF_INET;
-    ipv4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ipv4.sin_addr.s_addr = htonl(address);
     memcpy(&name.bytes, &ipv4, sizeof ipv4);
     name.length = sizeof ipv4;
     return name;
@@ -98,6 +98,11 @@ int open(const Name &name)
         throw std::runtime_error("no socket could be opened");
     }
     return descriptor;
+}
+
+bool bindTo(const Socket &socket, const Name &name)
+{
+    return bind(socket.descriptor(), name.any(), name.length) == 0;
 }
 
 int listenOn(const Name &name)
@@ -181,17 +186,23 @@ TEST(PeerUser, IsGoneWhenTheOtherEndHasClosed)
 
 TEST(PeerUser, IsGoneWhenAnotherSocketListensOnThePortOfTheOtherEnd)
 {
-    Connection connection(ipv4Name());
-    const Name name = connection.client.name();
+    constexpr in_addr_t addressOfNobodyElse = 0x7f4d0001; // 127.77.0.1
+    const Socket listening(listenOn(ipv4Name()));
+    Socket client(open(ipv4Name()));
+    ASSERT_TRUE(bindTo(client, ipv4Name(addressOfNobodyElse)));
+    const Name server = listening.name();
+    ASSERT_EQ(connect(client.descriptor(), server.any(), server.length), 0);
+    const Socket accepted(acceptFrom(listening));
+    const Name name = client.name();
     const int oneSecond = 1;
-    setsockopt(connection.client.descriptor(), IPPROTO_TCP, TCP_LINGER2, &oneSecond, sizeof oneSecond);
-    connection.client.close();
+    setsockopt(client.descriptor(), IPPROTO_TCP, TCP_LINGER2, &oneSecond, sizeof oneSecond);
+    client.close();
 
     // The port can be bound once the kernel has forgotten the closed end.
-    const Socket listening(open(name));
-    ASSERT_TRUE(waitUntil([&] { return bind(listening.descriptor(), name.any(), name.length) == 0; }));
-    ASSERT_EQ(listen(listening.descriptor(), 1), 0);
-    EXPECT_EQ(peerUser(connection.server.descriptor()), PeerUser::Gone);
+    const Socket another(open(name));
+    ASSERT_TRUE(waitUntil([&] { return bindTo(another, name); }));
+    ASSERT_EQ(listen(another.descriptor(), 1), 0);
+    EXPECT_EQ(peerUser(accepted.descriptor()), PeerUser::Gone);
 }
 
 TEST(PeerUser, IsGoneForWhatIsNoConnection)

@@ -249,7 +249,7 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
             co_await acceptor.async_wait(tcp::acceptor::wait_read, asio::use_awaitable);
             canTakeMore = takeThoseThatWait(acceptor.native_handle());
         } catch (const std::exception &) {
-            canTakeMore = false;
+            // Out of memory, as good as without descriptors.
         }
         if (!canTakeMore) {
             asio::error_code ignored;

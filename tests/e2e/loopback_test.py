@@ -176,6 +176,7 @@ class Exhaustion(LoopbackCase):
 
     def test_a_thousand_silent_clients_let_others_be_answered(self):
         silent = self.silent_clients(1000)
+        wait_until(lambda: len(open_descriptors(self.kavrin)) >= 1000, "Kavrin has taken them all")
         with self.dictation():
             for _ in range(50):
                 self.assert_answers()
@@ -186,6 +187,7 @@ class Exhaustion(LoopbackCase):
     def test_more_clients_than_descriptors_leave_some_to_a_dictation(self):
         limit_descriptors(self.kavrin, SMALL_LIMIT)
         silent = self.silent_clients(2 * SMALL_LIMIT)
+        wait_until(lambda: len(open_descriptors(self.kavrin)) >= SMALL_LIMIT // 2, "Kavrin has taken what it can")
         with self.dictation():
             pass
         for client in silent:

@@ -20,9 +20,23 @@ constexpr qint64 passesPerBeat = 8;
 
 const QString commandKey = QStringLiteral("dictationCommand");
 
-void consumeCommand()
+/// The command to act upon now, consumed. One that the suite does not let go of, because it is full or
+/// locked, counts once: `kept` holds it until it is gone.
+QString takeCommand(QString &kept)
 {
-    Shared::d().set(commandKey, QString());
+    const QString command = Shared::d().string(commandKey).value_or(QString());
+    if (command != u"start" && command != u"stop") {
+        kept.clear();
+        return {};
+    }
+    const bool isNew = command != kept;
+    const bool isConsumed = Shared::d().set(commandKey, QString());
+    kept = isConsumed ? QString() : command;
+    if (!isNew) {
+        return {};
+    }
+    qCInfo(Logging::dictation) << "Command:" << command;
+    return command;
 }
 
 QCoro::Task<> startWhenIdle(std::shared_ptr<Recorder> recorder)
@@ -57,19 +71,17 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
     Loopback::shared().start();
     Clock &clock = m_clock;
     const std::shared_ptr<Recorder> recorder = m_recorder;
+    QString keptCommand;
     for (qint64 pass = 1; !stop.stop_requested(); ++pass) {
         if (pass % passesPerBeat == 1) {
             Shared::d().set(QStringLiteral("dictationAlive"), clock.now());
+            Recorder::publishLateState();
         }
-        const QString command = Shared::d().string(commandKey).value_or(QString());
+        const QString command = takeCommand(keptCommand);
         if (command == u"start") {
-            qCInfo(Logging::dictation) << "Command: start";
-            consumeCommand();
             const QCoro::Task<> start = startWhenIdle(recorder);
             co_await start;
         } else if (command == u"stop") {
-            qCInfo(Logging::dictation) << "Command: stop";
-            consumeCommand();
             stopWhenRecording(*recorder);
         }
         const QCoro::Task<> sleep = clock.sleep(pollInterval, stop);

@@ -32,6 +32,13 @@ void logFailure(const std::exception &failure)
                                << (error ? error->code : 0);
 }
 
+/// The state that the suite did not take, of whichever recorder: they share the key.
+QString &lateState()
+{
+    static QString state;
+    return state;
+}
+
 QString recordingFailed(const std::exception &error)
 {
     return QStringLiteral("Recording failed: ") + QString::fromUtf8(error.what());
@@ -116,35 +123,40 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
 {
     S state = S::idle;
     QString message;
-    bool failed = false;
+    QString failure;
     try {
         const QCoro::Task<QString> transcription = platform.transcribe(url());
         message = co_await transcription;
-        handOver(platform, message);
+        failure = handOver(platform, message);
         state = recorder && !recorder->autoReset ? S::done : S::idle;
     } catch (const std::exception &error) {
         logFailure(error);
         message = QStringLiteral("Error: ") + QString::fromUtf8(error.what());
         publishState(QStringLiteral("idle"));
-        failed = true;
+        failure = message;
     }
     if (recorder) {
         recorder->setState(state);
         recorder->setMessage(message);
     }
-    if (failed) {
-        platform.reportFailure(message);
+    if (!failure.isEmpty()) {
+        platform.reportFailure(failure);
     }
     platform.backgroundTasks.end(task);
 }
 
-/// The state comes last: whoever sees "done" finds the transcript and its stamp stored.
-void Recorder::handOver(const Platform &platform, const QString &transcript)
+/// The state comes last: whoever sees "done" finds the transcript and its stamp stored. A stamp without its
+/// transcript would have the keyboard insert the one before it. Returns what went wrong, or nothing.
+QString Recorder::handOver(const Platform &platform, const QString &transcript)
 {
-    Shared::d().set(QStringLiteral("transcript"), transcript);
-    Shared::d().set(QStringLiteral("tStamp"), platform.clock.now());
+    const bool isStored = Shared::d().set(QStringLiteral("transcript"), transcript)
+        && Shared::d().set(QStringLiteral("tStamp"), platform.clock.now());
+    const QString reason = Shared::d().lastError();
     platform.pasteboard.setString(transcript);
-    publishState(QStringLiteral("done"));
+    publishState(isStored ? QStringLiteral("done") : QStringLiteral("idle"));
+    return isStored
+        ? QString()
+        : QStringLiteral("Error: the text is on the clipboard only, not at the keyboard: ") + reason;
 }
 
 void Recorder::startMeter()
@@ -185,7 +197,15 @@ void Recorder::fail(const QString &message)
 
 void Recorder::publishState(const QString &state)
 {
-    Shared::d().set(QStringLiteral("dictationState"), state);
+    const bool isStored = Shared::d().set(QStringLiteral("dictationState"), state);
+    lateState() = isStored ? QString() : state;
+}
+
+void Recorder::publishLateState()
+{
+    if (!lateState().isEmpty()) {
+        publishState(lateState());
+    }
 }
 
 void Recorder::setState(S state)

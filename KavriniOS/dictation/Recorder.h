@@ -68,6 +68,9 @@ public:
     /// transcription completes, and hands its text over, even if this recorder is gone by then.
     void stop();
 
+    /// Stores what the suite did not take of "dictationState" when it was due, because it was full or locked.
+    static void publishLateState();
+
 Q_SIGNALS:
     void stateChanged();
     void messageChanged();
@@ -84,7 +87,7 @@ private:
     static void publishState(const QString &state);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
                                 BackgroundTasks::Identifier task);
-    static void handOver(const Platform &platform, const QString &transcript);
+    [[nodiscard]] static QString handOver(const Platform &platform, const QString &transcript);
 
     Platform m_platform;
     S m_state = S::idle;

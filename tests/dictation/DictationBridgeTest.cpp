@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
 
+#include "RefusedKey.h"
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
 #include "support/Wait.h"
@@ -164,6 +165,56 @@ TEST_F(DictationBridgeTest, StartWrittenTwiceWithinAPassIsOneRecording)
     pass();
     pass();
     EXPECT_EQ(machine.recorders.size(), 1U);
+}
+
+TEST_F(DictationBridgeTest, ACommandThatCannotBeClearedCountsOnce)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    run();
+    command(u"start"_s);
+    {
+        const RefusedKey refused("dictationCommand");
+        pass();
+        pass();
+        EXPECT_EQ(shared(u"dictationCommand"_s), u"start");
+    }
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(machine.failures.size(), 1);
+
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(machine.failures.size(), 2);
+}
+
+TEST_F(DictationBridgeTest, AnotherCommandInPlaceOfOneThatCouldNotBeClearedCounts)
+{
+    run();
+    command(u"start"_s);
+    {
+        const RefusedKey refused("dictationCommand");
+        pass();
+    }
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"working");
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
+TEST_F(DictationBridgeTest, AStateThatCouldNotBeStoredIsStoredWithABeat)
+{
+    run();
+    {
+        const RefusedKey refused("dictationState");
+        command(u"start"_s);
+        pass();
+    }
+    for (int number = 3; number <= 9; ++number) {
+        EXPECT_EQ(shared(u"dictationState"_s), u"none");
+        pass();
+    }
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
 }
 
 TEST_F(DictationBridgeTest, AStopWhileIdleIsSwallowed)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Recorder.h"
 
+#include "RefusedKey.h"
 #include "doubles/FakeRecorderPlatform.h"
 #include "platform/FileManager.h"
 #include "store/Shared.h"
@@ -399,6 +400,46 @@ TEST_F(RecorderTest, AFailedTranscriptionIsSaidAndLeavesTheLastTranscriptAlone)
     EXPECT_EQ(Shared::d().object(u"tStamp"_s), stamp);
     EXPECT_EQ(machine.pasteboard.string, u"first");
     EXPECT_EQ(machine.journal.last(), u"end 2");
+}
+
+TEST_F(RecorderTest, ATranscriptThatCannotBeStoredIsOnThePasteboardAndItsFailureIsReported)
+{
+    for (const char *key : {"transcript", "tStamp"}) {
+        SCOPED_TRACE(key);
+        machine.failures.clear();
+        dictate(u"first"_s);
+        const auto stamp = Shared::d().object(u"tStamp"_s);
+        machine.clock.time += 10;
+        const RefusedKey refused(key);
+        dictate(u"second"_s);
+        EXPECT_EQ(Shared::d().object(u"tStamp"_s), stamp);
+        EXPECT_EQ(sharedState(), u"idle");
+        EXPECT_EQ(machine.pasteboard.string, u"second");
+        EXPECT_EQ(recorder.message(), u"second");
+        EXPECT_EQ(machine.failures,
+                  QStringList{u"Error: the text is on the clipboard only, not at the keyboard: "_s
+                              + Shared::d().path() + u": no room"_s});
+    }
+}
+
+TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)
+{
+    {
+        const RefusedKey refused("dictationState");
+        start();
+        Recorder::publishLateState();
+        EXPECT_EQ(sharedState(), u"none");
+    }
+    Recorder::publishLateState();
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, OnlyALateStateIsStoredAgain)
+{
+    start();
+    ASSERT_TRUE(Shared::d().set(u"dictationState"_s, u"changed"_s));
+    Recorder::publishLateState();
+    EXPECT_EQ(sharedState(), u"changed");
 }
 
 TEST_F(RecorderTest, StoppingWithoutARecordingTranscribesWhateverLiesThere)

@@ -6,7 +6,7 @@ import signal
 import threading
 import unittest
 
-from support.private_session import SPEECH, PrivateSession, enter_private_namespaces
+from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, make_read_only, undo_mount
 
 CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
@@ -44,6 +44,21 @@ class Faults(unittest.TestCase):
             session.ctl("dictate", "stop")
             self.assertEqual(session.ctl("dictate", "wait", "--timeout", "60"), SPOKEN)
             session.start_sound_server()
+            self.assertEqual(self.dictate(session), SPOKEN)
+
+    def test_a_folder_that_becomes_unwritable_while_recording_leaves_what_was_said(self):
+        with PrivateSession() as session:
+            session.start_speech_service()
+            session.start_kavrin()
+            folder = session.folder / "run" / "kavrin"
+            session.ctl("dictate", "start")
+            make_read_only(folder)
+            session.play(CLIP)
+            session.ctl("dictate", "stop")
+            self.assertEqual(session.ctl("dictate", "wait", "--timeout", "60"), SPOKEN)
+            refused = session.run(session.bin / "kavrinctl", "dictate", "start", check=False)
+            self.assertEqual(refused.returncode, 1)
+            undo_mount(folder)
             self.assertEqual(self.dictate(session), SPOKEN)
 
     def test_a_service_that_refuses_leaves_the_state_idle_and_the_last_transcript(self):

@@ -126,6 +126,7 @@ class DesktopChanges(Mishap):
         self.machine.change_desktop(self.chance)
 
 
+MANNERS = (*speech_service.ANSWERS, *speech_service.FAILURES, "kavrin-stt", "kavrin-stt killed", "nobody")
 MISHAPS = (Mishap, NoSoundServer, SoundServerDies, SoundServerRestarts, SoundServerHangs, SleepsWhileRecording,
            SleepsWhileTranscribing, SleepsBefore, CommandsTwice, DesktopChanges)
 
@@ -207,7 +208,7 @@ class Dictations:
     """The speaker with the keyboard."""
 
     CHANNELS = ("suite", "loopback", "kavrinctl", "action", "link", "second kavrin")
-    OUTCOMES = ("delivered", "reported")
+    OUTCOMES = ("delivered", "reported", "failed with nobody to tell")
 
     def __init__(self, machine, chance):
         self._machine = machine
@@ -230,7 +231,7 @@ class Dictations:
 
     def kinds(self):
         """Each channel, manner of the service and mishap at least once, in random order."""
-        manners = [*speech_service.ANSWERS, *speech_service.FAILURES, "kavrin-stt", "kavrin-stt killed", "nobody"]
+        manners = (*MANNERS, speech_service.SILENT)
         size = max(len(manners), len(MISHAPS), len(self.CHANNELS))
         columns = []
         for values in (self.CHANNELS, manners, MISHAPS):
@@ -240,7 +241,9 @@ class Dictations:
         return list(zip(*columns))
 
     def any_kind(self):
-        channel, manner, mishap = self._chance.choice(self.kinds())
+        channel = self._chance.choice(self.CHANNELS)
+        manner = self._chance.choice(MANNERS)
+        mishap = self._chance.choice(MISHAPS)
         if self._chance.random() < 0.5:
             manner = self._chance.choice(speech_service.ANSWERS)
         if self._chance.random() < 0.5:
@@ -277,8 +280,7 @@ class Dictations:
         if not self._begins():
             if mishap.begins:
                 raise Lost("the recording does not begin")
-            self._expect_notice(notices, "Recording failed: ")
-            return "reported"
+            return self._notified(notices, "Recording failed: ")
         if mishap.begins is False:
             raise Lost("the recording begins")
         self._speak(manner)
@@ -319,8 +321,7 @@ class Dictations:
     def _check_failure(self, manner, notices):
         if manner in speech_service.ANSWERS or manner == "kavrin-stt":
             raise Lost("the service answers, and there is no transcript")
-        self._expect_notice(notices, "Error: ")
-        return "reported"
+        return self._notified(notices, "Error: ")
 
     def _check_transcript(self, manner):
         if manner in speech_service.ANSWERS:
@@ -335,11 +336,13 @@ class Dictations:
     def _notices(self):
         return len(self._machine.notifications.shown()) if self._machine.notifications else 0
 
-    def _expect_notice(self, before, beginning):
+    def _notified(self, before, beginning):
         notifications = self._machine.notifications
-        if notifications:
-            wait_until(lambda: any(text.startswith(beginning) for _, text in notifications.shown()[before:]),
-                       f"a notification that begins with {beginning!r}", LIMIT)
+        if not notifications:
+            return "failed with nobody to tell"
+        wait_until(lambda: any(text.startswith(beginning) for _, text in notifications.shown()[before:]),
+                   f"a notification that begins with {beginning!r}", LIMIT)
+        return "reported"
 
     # The keyboard
 

@@ -123,12 +123,13 @@ def rows(what, medians):
     return [
         Row(f"{what}: requests a second", "", tuple(ours[1][:1]), beside(0, 1), (ratio_at_least(1),),
             note="wrk with one thread, a connection for each request; nginx has one worker, a constant body and no "
-                 "keep-alive; cpp-httplib does the same work as Kavrin but for asking whose the connection is. "
-                 "Medians of rounds in turn.",
+                 "keep-alive; cpp-httplib does the same work as Kavrin but for asking whose the connection is. Only "
+                 "Kavrin's listener leaves connections to the kernel until their request is there. Medians of rounds "
+                 "in turn.",
             missed=TRIED),
         Row(f"{what}: answered within", "ms", tuple(ours[1][1:4]), beside(1, 4), (ratio_at_most(1, figure=1),),
             labels=("50 %", "99 %", "99.9 %"),
-            note="wrk counts from the request on: what waits to be accepted, as with cpp-httplib, is not in it.",
+            note="wrk counts from the request on: what waits to be accepted is not in it, and cpp-httplib lets at most five wait.",
             missed=TRIED),
         Row(f"{what}: processor time of the server", "µs", tuple(ours[1][4:]), beside(4, 5), (ratio_at_most(1.3),),
             missed=TRIED),

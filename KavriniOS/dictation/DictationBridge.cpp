@@ -32,11 +32,8 @@ QString takeCommand(QString &kept)
     const bool isNew = command != kept;
     const bool isConsumed = Shared::d().set(commandKey, QString());
     kept = isConsumed ? QString() : command;
-    if (!isNew) {
-        return {};
-    }
-    qCInfo(Logging::dictation) << "Command:" << command;
-    return command;
+    qCInfo(Logging::dictation) << "Command:" << command << (isNew ? "" : "again");
+    return isNew ? command : QString();
 }
 
 QCoro::Task<> startWhenIdle(std::shared_ptr<Recorder> recorder)

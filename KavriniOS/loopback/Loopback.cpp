@@ -244,12 +244,12 @@ asio::awaitable<void> Loopback::Listener::accept(tcp::acceptor acceptor)
 {
     asio::steady_timer pause(m_context);
     for (;;) {
-        bool canTakeMore = false;
+        bool canTakeMore = true;
         try {
             co_await acceptor.async_wait(tcp::acceptor::wait_read, asio::use_awaitable);
             canTakeMore = takeThoseThatWait(acceptor.native_handle());
         } catch (const std::exception &) {
-            // Out of memory, as good as without descriptors.
+            canTakeMore = false;
         }
         if (!canTakeMore) {
             asio::error_code ignored;

@@ -77,8 +77,9 @@ TEST_F(SpeechServiceFaults, AnAddressWhereNoServiceIsIsSaid)
         std::string description;
     } cases[] = {
         {closedAddress(), "The connection to 127.0.0.1 was refused."},
-        {QUrl(u"http://kavrin.invalid/path?key=secret"_s),
-         "No server named kavrin.invalid was found; check the address and the network connection."},
+        {QUrl(u"http://"_s + nobodysHost + u"/path?key=secret"_s),
+         "No server named " + nobodysHost.toStdString()
+             + " was found; check the address and the network connection."},
         {QUrl(u"file:///etc/passwd"_s), "Only addresses that begin with http:// or https:// can be reached."},
         {QUrl(), "Bad endpoint URL"},
     };
@@ -289,13 +290,13 @@ TEST_F(ProxyFaults, AProxyThatRefusesTheSecureConnectionIsSaid)
 
 TEST_F(ProxyFaults, AProxyThatIsNotFoundIsSaid)
 {
-    qputenv("http_proxy", "http://proxy.invalid:3128");
+    qputenv("http_proxy", "http://" + nobodysHost.toUtf8());
     expectFault(m_service, "The proxy on the way to service.invalid was not found.");
 }
 
 TEST_F(ProxyFaults, AProxyThatIsNotFoundForASecureConnectionIsSaid)
 {
-    qputenv("https_proxy", "http://proxy.invalid:3128");
+    qputenv("https_proxy", "http://" + nobodysHost.toUtf8());
     expectFault(m_secureService, "The proxy on the way to service.invalid was not found.");
 }
 

@@ -20,8 +20,9 @@ PrivateHome::PrivateHome()
     folder("XDG_CONFIG_HOME", QStringLiteral("home/config"));
     folder("XDG_CACHE_HOME", QStringLiteral("home/cache"));
     folder("XDG_RUNTIME_DIR", QStringLiteral("run"));
-    for (const char *variable : {"DISPLAY", "WAYLAND_DISPLAY", "PULSE_SERVER", "http_proxy", "https_proxy",
-                                 "all_proxy", "no_proxy", "DBUS_SESSION_BUS_ADDRESS"}) {
+    for (const char *variable :
+         {"DISPLAY", "WAYLAND_DISPLAY", "PULSE_SERVER", "http_proxy", "https_proxy", "all_proxy", "no_proxy",
+          "HTTPS_PROXY", "ALL_PROXY", "NO_PROXY", "DBUS_SESSION_BUS_ADDRESS"}) {
         qunsetenv(variable);
     }
     const QByteArray noBus =

@@ -14,6 +14,9 @@
 namespace kavrin::test
 {
 
+/// A host that nobody has, and that no name server is asked for: a name has 255 characters at most.
+inline const QString nobodysHost = (QString(62, u'x') + u'.').repeated(5) + QStringLiteral("invalid");
+
 /// A request as it came over the wire.
 struct ReceivedRequest {
     QByteArray method;

@@ -19,6 +19,7 @@ namespace
 using namespace Qt::StringLiterals;
 using test::answer;
 using test::ScriptedAnswer;
+using test::nobodysHost;
 using test::ScriptedServer;
 using test::setProxy;
 using test::TrustTheCertificate;
@@ -298,8 +299,8 @@ TEST(NetworkUrlSession, SaysThatAServerRefusesTheConnection)
 TEST(NetworkUrlSession, SaysThatThereIsNoSuchServer)
 {
     expectFailure(
-        failureOf(get(QUrl(u"http://kavrin.invalid/path?key=secret"_s))), CURLE_COULDNT_RESOLVE_HOST,
-        u"No server named kavrin.invalid was found; check the address and the network connection."_s);
+        failureOf(get(QUrl(u"http://"_s + nobodysHost + u"/path?key=secret"_s))), CURLE_COULDNT_RESOLVE_HOST,
+        u"No server named "_s + nobodysHost + u" was found; check the address and the network connection."_s);
 }
 
 TEST(NetworkUrlSession, SaysThatAnAnswerWasCutShort)

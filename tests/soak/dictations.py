@@ -125,6 +125,9 @@ class DesktopChanges(Mishap):
     def before_start(self):
         self.machine.change_desktop(self.chance)
 
+    def afterwards(self):
+        self.machine.whole_desktop()
+
 
 MANNERS = (*speech_service.ANSWERS, *speech_service.FAILURES, "kavrin-stt", "kavrin-stt killed", "nobody")
 MISHAPS = (Mishap, NoSoundServer, SoundServerDies, SoundServerRestarts, SoundServerHangs, SleepsWhileRecording,

@@ -139,7 +139,6 @@ class Soak:
     def _figures(self, earlier=None):
         """At rest and in the same circumstances each time: awake again, after a dictation, nobody asking. What was
         opened for a moment is waited for; with earlier figures until there is no more than there was."""
-        self._machine.whole_desktop()
         self._round(("suite", "answers", SleepsBefore))
         figures = Settled(self._machine.kavrin)
         with contextlib.suppress(TimeoutError):

@@ -467,13 +467,19 @@ TEST_F(LoopbackTest, DoesWhatAClientAskedThatIsGone)
 
 TEST_F(LoopbackTest, OutlivesClientsThatLeaveWithoutAWord)
 {
-    for (int i = 0; i < 100; ++i) {
-        Client leaving;
-        ASSERT_TRUE(leaving.connect(port()));
-        leaving.close();
-        Client resetting;
-        ASSERT_TRUE(resetting.connect(port()));
-        resetting.reset();
+    constexpr int count = 100;
+    std::vector<Client> closing(count);
+    std::vector<Client> resetting(count);
+    const int before = internetSockets(1000);
+    for (int i = 0; i < count; ++i) {
+        ASSERT_TRUE(closing[i].connect(port()));
+        ASSERT_TRUE(resetting[i].connect(port()));
+    }
+    ASSERT_TRUE(waitUntil([&] { return internetSockets(1000) == before + 2 * count; }))
+        << "taken by the server";
+    for (int i = 0; i < count; ++i) {
+        closing[i].close();
+        resetting[i].reset();
     }
     EXPECT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
 }

@@ -40,6 +40,12 @@ COMPONENTS = [
     Component(["KavriniOS/loopback/*.cpp"],
               [["loopback_tests"], ["dictation_concurrency_tests"]],
               ["loopback_test.py", "keyboard_test.py"]),
+    Component(["KavriniOS/platform/linux/storage/UserDefaults.cpp", "KavriniOS/platform/linux/storage/Sqlite*.cpp"],
+              [["storage_tests"], ["storage_disk_tests", "store_tests"]],
+              ["suite_test.py", "suite_damage_test.py"]),
+    Component(["KavriniOS/platform/linux/network/PeerUser.cpp"],
+              [["peer_user_tests"], ["loopback_tests"]],
+              ["loopback_test.py"]),
 ]
 
 
@@ -62,7 +68,7 @@ def main():
 def parse_arguments():
     parser = argparse.ArgumentParser(
         prog="scripts/mutate",
-        description="Changes the code of settings, dictation, transcription and loopback server in one place at a "
+        description="Changes the code of settings, suite, dictation, transcription and loopback server in one place at a "
         "time, in a copy of the tree, and looks whether a test fails. Exits with 1 where a change went unnoticed that "
         "tests/mutation/survivors.txt does not explain.")
     parser.add_argument("--sample", type=int, metavar="N", help="how many changes to try; all, where it is left out")

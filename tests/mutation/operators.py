@@ -122,7 +122,7 @@ def _replacements(source, token):
 def _other_numbers(text):
     whole = re.fullmatch(r"(0x[0-9a-fA-F]+|\d+)(\D*)", text)
     if whole:
-        value = int(whole[1], 0)
+        value = int(whole[1], 8 if re.fullmatch(r"0\d+", whole[1]) else 0)
         return [f"{other}{whole[2]}" for other in (value + 1, value - 1) if other >= 0]
     broken = re.fullmatch(r"(\d+)(\.\d+\D*)", text)
     return [f"{int(broken[1]) + 1}{broken[2]}"] if broken else []

@@ -20,8 +20,9 @@ constexpr qint64 passesPerBeat = 8;
 
 const QString commandKey = QStringLiteral("dictationCommand");
 
-/// The command to act upon now, consumed. One that the suite does not let go of, because it is full or
-/// locked, counts once: `kept` holds it until it is gone.
+/// The command to act upon now, consumed; one that has come in its place meanwhile is for the next pass. One
+/// that the suite does not let go of, because it is full or locked, counts once: `kept` holds it until it is
+/// gone.
 QString takeCommand(QString &kept)
 {
     const QString command = Shared::d().string(commandKey).value_or(QString());
@@ -30,7 +31,7 @@ QString takeCommand(QString &kept)
         return {};
     }
     const bool isNew = command != kept;
-    const bool isConsumed = Shared::d().set(commandKey, QString());
+    const bool isConsumed = Shared::d().replace(commandKey, command, QString());
     kept = isConsumed ? QString() : command;
     qCInfo(Logging::dictation) << "Command:" << command << (isNew ? "" : "again");
     return isNew ? command : QString();

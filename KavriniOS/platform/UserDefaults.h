@@ -54,6 +54,10 @@ public:
     /// than 100,000 values.
     bool set(const QString &key, const PropertyListValue &value);
 
+    /// Stores a string in the place of another one and of nothing else: what a process has stored under the
+    /// key meanwhile stays. False where nothing was replaced; lastError() is empty then, or says what failed.
+    bool replace(const QString &key, const QString &from, const QString &to);
+
     /// Removes a key; removing one that is not there succeeds. False as with set().
     bool remove(const QString &key);
 

@@ -22,13 +22,16 @@ public:
         // Opened by the application first, so that there is a table.
         static_cast<void>(Shared::d().object(QString::fromLatin1(key)));
         sqlite3_open(QFile::encodeName(Shared::d().path()).constData(), &m_suite);
-        execute(QByteArray("CREATE TRIGGER refusal BEFORE INSERT ON defaults WHEN NEW.key = '") + key
-                + "' BEGIN SELECT RAISE(ABORT, 'no room'); END");
+        for (const QByteArray change : {"INSERT", "UPDATE"}) {
+            execute("CREATE TRIGGER refused" + change + " BEFORE " + change + " ON defaults WHEN NEW.key = '"
+                    + key + "' BEGIN SELECT RAISE(ABORT, 'no room'); END");
+        }
     }
 
     ~RefusedKey()
     {
-        sqlite3_exec(m_suite, "DROP TRIGGER refusal", nullptr, nullptr, nullptr);
+        sqlite3_exec(m_suite, "DROP TRIGGER refusedINSERT; DROP TRIGGER refusedUPDATE", nullptr, nullptr,
+                     nullptr);
         sqlite3_close(m_suite);
     }
 

@@ -131,6 +131,11 @@ int SqliteStatement::step()
     return sqlite3_step(m_statement);
 }
 
+int SqliteStatement::changes() const
+{
+    return sqlite3_changes(sqlite3_db_handle(m_statement));
+}
+
 int SqliteStatement::columnType(int column) const
 {
     return sqlite3_column_type(m_statement, column);

@@ -33,6 +33,9 @@ public:
     /// SQLITE_ROW, SQLITE_DONE or an error.
     int step();
 
+    /// How many rows the last step that was SQLITE_DONE has changed.
+    [[nodiscard]] int changes() const;
+
     [[nodiscard]] int columnType(int column) const;
     [[nodiscard]] qint64 integer(int column) const;
     [[nodiscard]] double real(int column) const;

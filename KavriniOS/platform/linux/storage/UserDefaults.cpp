@@ -26,6 +26,8 @@ constexpr const char *readSomeSql =
     "SELECT type, value, key FROM defaults WHERE key IN (SELECT json_each.value FROM json_each(?1))";
 // ON CONFLICT DO UPDATE would make SQLite open a temporary table for each write.
 constexpr const char *writeSql = "INSERT OR REPLACE INTO defaults (key, type, value) VALUES (?1, ?2, ?3)";
+constexpr const char *replaceSql =
+    "UPDATE defaults SET value = ?3 WHERE key = ?1 AND type = 'string' AND value = ?2";
 constexpr const char *removeSql = "DELETE FROM defaults WHERE key = ?1";
 
 constexpr int typeColumn = 0;
@@ -267,6 +269,20 @@ bool UserDefaults::set(const QString &key, const PropertyListValue &value)
         qCWarning(Logging::store) << "Not stored:" << key << lastError();
     }
     return result == SQLITE_DONE;
+}
+
+bool UserDefaults::replace(const QString &key, const QString &from, const QString &to)
+{
+    bool isReplaced = false;
+    m_database->write(replaceSql, [&](SqliteStatement &statement) {
+        statement.bindText(1, key.toUtf8());
+        statement.bindText(2, from.toUtf8());
+        statement.bindText(3, to.toUtf8());
+        const int result = statement.step();
+        isReplaced = result == SQLITE_DONE && statement.changes() == 1;
+        return result;
+    });
+    return isReplaced;
 }
 
 bool UserDefaults::remove(const QString &key)

@@ -104,6 +104,32 @@ TEST(UserDefaults, RemovingAKeyTakesItsValueAway)
     EXPECT_TRUE(suite->remove(u"key"_s));
 }
 
+TEST(UserDefaults, AStringIsReplacedOnlyWhereItIsThere)
+{
+    using Stored = std::optional<PropertyListValue>;
+    const struct {
+        Stored before;
+        bool isReplaced;
+        Stored after;
+    } cases[] = {
+        {u"from"_s, true, u"to"_s}, {u"From"_s, false, u"From"_s},       {u""_s, false, u""_s},
+        {true, false, true},        {std::nullopt, false, std::nullopt},
+    };
+    const auto suite = makeSuite();
+    suite->set(u"another"_s, u"from"_s);
+    for (const auto &[before, isReplaced, after] : cases) {
+        SCOPED_TRACE(before ? before->index() : std::variant_npos);
+        suite->remove(u"key"_s);
+        if (before) {
+            suite->set(u"key"_s, *before);
+        }
+        EXPECT_EQ(suite->replace(u"key"_s, u"from"_s, u"to"_s), isReplaced);
+        EXPECT_TRUE(suite->lastError().isEmpty());
+        EXPECT_EQ(suite->object(u"key"_s), after);
+    }
+    EXPECT_EQ(suite->object(u"another"_s), PropertyListValue(u"from"_s));
+}
+
 TEST(UserDefaults, ANumberThatIsNotFiniteIsRefusedAndTheOldValueStays)
 {
     const auto suite = makeSuite();

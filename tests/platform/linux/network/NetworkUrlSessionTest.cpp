@@ -18,8 +18,8 @@ namespace
 
 using namespace Qt::StringLiterals;
 using test::answer;
-using test::ScriptedAnswer;
 using test::nobodysHost;
+using test::ScriptedAnswer;
 using test::ScriptedServer;
 using test::setProxy;
 using test::TrustTheCertificate;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/LeakCheck.h"
 #include "support/PrivateHome.h"
 
 #include <QCoreApplication>
@@ -10,6 +11,11 @@ int main(int argc, char **argv)
     testing::InitGoogleMock(&argc, argv);
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const kavrin::test::PrivateHome home;
-    const QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    int result = 0;
+    {
+        const QCoreApplication application(argc, argv);
+        result = RUN_ALL_TESTS();
+    }
+    kavrin::test::checkForLeaks();
+    return result;
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/LeakCheck.h"
 #include "support/PrivateHome.h"
 
 #include <QGuiApplication>
@@ -11,6 +12,11 @@ int main(int argc, char **argv)
     testing::InitGoogleMock(&argc, argv);
     const kavrin::test::PrivateHome home;
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QGuiApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    int result = 0;
+    {
+        const QGuiApplication application(argc, argv);
+        result = RUN_ALL_TESTS();
+    }
+    kavrin::test::checkForLeaks();
+    return result;
 }

@@ -129,7 +129,8 @@ def rows(what, medians):
             missed=TRIED),
         Row(f"{what}: answered within", "ms", tuple(ours[1][1:4]), beside(1, 4), (ratio_at_most(1, figure=1),),
             labels=("50 %", "99 %", "99.9 %"),
-            note="wrk counts from the request on: what waits to be accepted is not in it, and cpp-httplib lets at most five wait.",
+            note="wrk counts from the request on: what waits to be accepted is not in it, and cpp-httplib lets at most "
+                 "five wait.",
             missed=TRIED),
         Row(f"{what}: processor time of the server", "µs", tuple(ours[1][4:]), beside(4, 5), (ratio_at_most(1.3),),
             missed=TRIED),

@@ -68,8 +68,8 @@ def main():
 def parse_arguments():
     parser = argparse.ArgumentParser(
         prog="scripts/mutate",
-        description="Changes the code of settings, suite, dictation, transcription and loopback server in one place at a "
-        "time, in a copy of the tree, and looks whether a test fails. Exits with 1 where a change went unnoticed that "
+        description="Changes the code of settings, suite, dictation, transcription and loopback server in one place "
+        "at a time, in a copy of the tree, and looks whether a test fails. Exits with 1 where a change went unnoticed that "
         "tests/mutation/survivors.txt does not explain.")
     parser.add_argument("--sample", type=int, metavar="N", help="how many changes to try; all, where it is left out")
     parser.add_argument("--seed", type=int, default=1, metavar="S", help="another number chooses another sample")

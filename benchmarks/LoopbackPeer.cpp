@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The loopback server's work behind cpp-httplib: answers on port 49731 of 127.0.0.1 what Kavrin's would.
 #include "loopback/LoopbackAnswer.h"
+#include "store/Shared.h"
 
 #include <httplib.h>
 
 #include <cstdio>
+#include <optional>
 #include <string>
 
 namespace
@@ -15,7 +17,11 @@ constexpr int port = 49731;
 void answer(const httplib::Request &request, httplib::Response &response)
 {
     const std::string received = "GET " + request.target + " HTTP/1.1\r\n\r\n";
-    const std::string whole = kavrin::loopbackAnswer(kavrin::LoopbackRequest::parse(received));
+    const std::optional<kavrin::LoopbackRequest> parsed = kavrin::LoopbackRequest::parse(received);
+    if (const auto write = kavrin::loopbackWrite(parsed)) {
+        kavrin::Shared::d().set(write->key, write->value);
+    }
+    const std::string whole = kavrin::loopbackAnswer(parsed);
     response.set_content(whole.substr(whole.find("\r\n\r\n") + 4), "application/json");
 }
 

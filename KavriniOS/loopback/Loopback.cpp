@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/Loopback.h"
 
-#include "loopback/LoopbackAnswer.h"
 #include "loopback/LoopbackConnection.h"
+#include "loopback/LoopbackExchanges.h"
 #include "platform/Logging.h"
 
 #include <asio/awaitable.hpp>
-#include <asio/bind_executor.hpp>
 #include <asio/co_spawn.hpp>
 #include <asio/detached.hpp>
-#include <asio/experimental/awaitable_operators.hpp>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
 #include <asio/ip/v6_only.hpp>
-#include <asio/post.hpp>
 #include <asio/redirect_error.hpp>
 #include <asio/steady_timer.hpp>
-#include <asio/thread_pool.hpp>
 #include <asio/use_awaitable.hpp>
 
 #include <fcntl.h>
@@ -31,8 +27,6 @@
 #include <chrono>
 #include <exception>
 #include <optional>
-#include <string>
-#include <string_view>
 #include <thread>
 
 namespace kavrin
@@ -42,11 +36,8 @@ namespace
 {
 
 using asio::ip::tcp;
-using namespace asio::experimental::awaitable_operators;
 using namespace std::chrono_literals;
 
-constexpr std::size_t discardLimit = std::size_t(2) * 1024 * 1024;
-constexpr auto discardTime = 1s;
 constexpr int takenAtOnce = 64;
 constexpr auto pauseWithoutDescriptors = 50ms;
 constexpr rlim_t wantedDescriptors = 4096;
@@ -114,70 +105,6 @@ std::optional<tcp::acceptor> listenOnIpv6(asio::io_context &context, std::uint16
     }
 }
 
-asio::awaitable<LoopbackReceipt> receive(LoopbackConnection &connection)
-{
-    std::optional<LoopbackReceipt> receipt = connection.receive();
-    while (!receipt) {
-        co_await connection.wait(tcp::socket::wait_read);
-        receipt = connection.receive();
-    }
-    co_return *std::move(receipt);
-}
-
-asio::awaitable<void> send(LoopbackConnection &connection, std::string_view answer)
-{
-    while (!answer.empty()) {
-        co_await connection.wait(tcp::socket::wait_write);
-        answer.remove_prefix(connection.send(answer));
-    }
-}
-
-asio::awaitable<void> discard(LoopbackConnection &connection)
-{
-    std::size_t discarded = 0;
-    while (discarded < discardLimit) {
-        const std::optional<std::size_t> size = connection.discard();
-        if (!size) {
-            co_await connection.wait(tcp::socket::wait_read);
-        } else if (*size == 0) {
-            co_return;
-        }
-        discarded += size.value_or(0);
-    }
-}
-
-/// Receives and forgets what the client still sends, until it closes, within a bound of bytes and time.
-/// Closing with unread input would reset the connection, and an answer on its way would be lost.
-asio::awaitable<void> discardRest(LoopbackConnection &connection, asio::io_context &context)
-{
-    asio::steady_timer timer(context, discardTime);
-    connection.finishSending();
-    co_await (discard(connection) || timer.async_wait(asio::use_awaitable));
-}
-
-/// Serves one connection and closes it. An error throws, which closes it as well. What may have to wait for
-/// another process is done in the thread of `writers`: all others are answered meanwhile.
-asio::awaitable<void> serve(std::unique_ptr<LoopbackConnection> connection, asio::io_context &context,
-                            asio::thread_pool &writers)
-{
-    const LoopbackReceipt receipt = co_await receive(*connection);
-    if (mayWait(receipt.request)) {
-        co_await asio::post(asio::bind_executor(writers, asio::use_awaitable));
-    }
-    const std::string answer = loopbackAnswer(receipt.request);
-    qCDebug(Logging::loopback) << "Answering with" << answer.size() << "bytes";
-    const std::size_t sent = connection->send(answer);
-    if (sent == answer.size() && !receipt.mayBeFollowed) {
-        co_return;
-    }
-    // A connection may be waited for in the event loop's own thread only.
-    co_await asio::post(asio::bind_executor(context, asio::use_awaitable));
-    co_await send(*connection, std::string_view(answer).substr(sent));
-    if (receipt.mayBeFollowed) {
-        co_await discardRest(*connection, context);
-    }
-}
-
 } // namespace
 
 class Loopback::Listener
@@ -207,7 +134,7 @@ private:
     std::uint16_t m_port = 0;
     std::atomic<rlim_t> m_openConnections = 0;
     asio::io_context m_context{1};
-    asio::thread_pool m_writers{1};
+    LoopbackExchanges m_exchanges{m_context};
     std::jthread m_thread;
     Stop m_stop{m_context};
 };
@@ -283,7 +210,7 @@ void Loopback::Listener::take(std::unique_ptr<LoopbackConnection> connection)
         qCInfo(Logging::loopback) << "Somebody else's connection closed";
         return;
     }
-    asio::co_spawn(m_context, serve(std::move(connection), m_context, m_writers), asio::detached);
+    m_exchanges.serve(std::move(connection));
 }
 
 void Loopback::Listener::run()

@@ -49,23 +49,23 @@ std::string get()
     return body;
 }
 
-void command(const LoopbackRequest &request)
+std::optional<LoopbackWrite> command(const LoopbackRequest &request)
 {
     const auto value = request.query.find("v");
-    if (value != request.query.end() && (value->second == "start" || value->second == "stop")) {
-        Shared::d().set(QStringLiteral("dictationCommand"), QString::fromStdString(value->second));
+    if (value == request.query.end() || (value->second != "start" && value->second != "stop")) {
+        return std::nullopt;
     }
+    return LoopbackWrite{QStringLiteral("dictationCommand"), QString::fromStdString(value->second)};
 }
 
-void used(const LoopbackRequest &request)
+std::optional<LoopbackWrite> used(const LoopbackRequest &request)
 {
     const auto value = request.query.find("t");
     if (value == request.query.end()) {
-        return;
+        return std::nullopt;
     }
-    if (const std::optional<double> stamp = decimalNumber(value->second)) {
-        Shared::d().set(QStringLiteral("tUsed"), *stamp);
-    }
+    const std::optional<double> stamp = decimalNumber(value->second);
+    return stamp ? std::optional(LoopbackWrite{QStringLiteral("tUsed"), *stamp}) : std::nullopt;
 }
 
 std::string bodyFor(const LoopbackRequest &request)
@@ -73,22 +73,17 @@ std::string bodyFor(const LoopbackRequest &request)
     if (request.path == getPath) {
         return get();
     }
-    if (request.path == commandPath) {
-        command(request);
-        return std::string(done);
-    }
-    if (request.path == usedPath) {
-        used(request);
-        return std::string(done);
-    }
-    return std::string(nothing);
+    return std::string(request.path == commandPath || request.path == usedPath ? done : nothing);
 }
 
 } // namespace
 
-bool mayWait(const std::optional<LoopbackRequest> &request)
+std::optional<LoopbackWrite> loopbackWrite(const std::optional<LoopbackRequest> &request)
 {
-    return request && (request->path == commandPath || request->path == usedPath);
+    if (request && request->path == commandPath) {
+        return command(*request);
+    }
+    return request && request->path == usedPath ? used(*request) : std::nullopt;
 }
 
 std::string loopbackAnswer(const std::optional<LoopbackRequest> &request)

@@ -2,6 +2,9 @@
 #pragma once
 
 #include "loopback/LoopbackRequest.h"
+#include "platform/PropertyListValue.h"
+
+#include <QString>
 
 #include <optional>
 #include <string>
@@ -9,13 +12,18 @@
 namespace kavrin
 {
 
-/// Does what the request asks for, and returns the whole HTTP answer. No request is one that makes no sense.
-///
-/// Reads and writes the shared suite (Shared::d()). Safe from any thread. The endpoints are described in
-/// docs/loopback.md.
-std::string loopbackAnswer(const std::optional<LoopbackRequest> &request);
+/// What a request asks to have stored in the shared suite.
+struct LoopbackWrite {
+    QString key;
+    PropertyListValue value;
+};
 
-/// Whether the answer may have to wait, for as long as another process keeps the suite from being written.
-bool mayWait(const std::optional<LoopbackRequest> &request);
+/// None where the request asks for nothing of the kind, or is no request. The endpoints are described in
+/// docs/loopback.md.
+std::optional<LoopbackWrite> loopbackWrite(const std::optional<LoopbackRequest> &request);
+
+/// The whole HTTP answer to a request, which is the same whether what it asked for could be stored or not. No
+/// request is one that makes no sense. Reads the shared suite (Shared::d()). Safe from any thread.
+std::string loopbackAnswer(const std::optional<LoopbackRequest> &request);
 
 } // namespace kavrin

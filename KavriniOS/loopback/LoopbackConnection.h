@@ -50,7 +50,8 @@ public:
     /// as one that has sent nothing.
     [[nodiscard]] std::optional<LoopbackReceipt> receive() const;
 
-    /// Sends as much as is possible at once; returns how much. Throws where the client is gone.
+    /// Sends as much as is possible at once; returns how much. A client that is gone counts as one that has
+    /// received all of it.
     [[nodiscard]] std::size_t send(std::string_view answer) const;
 
     /// Tells the client that nothing follows.

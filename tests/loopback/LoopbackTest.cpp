@@ -2,7 +2,6 @@
 #include "loopback/Loopback.h"
 
 #include "loopback/Client.h"
-#include "loopback/LoopbackAnswer.h"
 #include "store/Shared.h"
 #include "support/Wait.h"
 
@@ -108,6 +107,36 @@ int internetSockets(int end = 100)
     }
     return sockets;
 }
+
+/// Another process that keeps the suite from being written.
+class KeptSuite
+{
+public:
+    KeptSuite()
+    {
+        m_process.start(QStringLiteral("/usr/bin/python3"),
+                        {QStringLiteral("-c"),
+                         QStringLiteral("import sqlite3, sys\n"
+                                        "suite = sqlite3.connect(sys.argv[1], isolation_level=None)\n"
+                                        "suite.execute('BEGIN IMMEDIATE')\n"
+                                        "print('locked', flush=True)\n"
+                                        "sys.stdin.read()\n"),
+                         Shared::d().path()});
+    }
+    ~KeptSuite() { release(); }
+    Q_DISABLE_COPY_MOVE(KeptSuite)
+
+    [[nodiscard]] bool isKept() { return m_process.waitForReadyRead(); }
+
+    void release()
+    {
+        m_process.closeWriteChannel();
+        m_process.waitForFinished();
+    }
+
+private:
+    QProcess m_process;
+};
 
 class LoopbackTest : public testing::Test
 {
@@ -289,24 +318,37 @@ TEST_F(LoopbackTest, ReportsNothingWhereAValueIsNoJson)
 TEST_F(LoopbackTest, AnswersOthersWhileAnotherProcessKeepsACommandFromBeingWritten)
 {
     Shared::d().set(tUsed, true);
-    QProcess holder;
-    holder.start(QStringLiteral("/usr/bin/python3"),
-                 {QStringLiteral("-c"),
-                  QStringLiteral("import sqlite3, sys\n"
-                                 "suite = sqlite3.connect(sys.argv[1], isolation_level=None)\n"
-                                 "suite.execute('BEGIN IMMEDIATE')\n"
-                                 "print('locked', flush=True)\n"
-                                 "sys.stdin.read()\n"),
-                  Shared::d().path()});
-    ASSERT_TRUE(holder.waitForReadyRead());
+    KeptSuite suite;
+    ASSERT_TRUE(suite.isKept());
     const Client writer;
     ASSERT_TRUE(writer.connect(port()));
     ASSERT_TRUE(writer.send("GET /cmd?v=start HTTP/1.1\r\n\r\n"));
     EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith(R"({"tUsed":true})"));
-    holder.closeWriteChannel();
+    EXPECT_EQ(ask("GET /cmd?v=pause HTTP/1.1"), answerWith(done));
+    EXPECT_EQ(ask("GET /used?t=abc HTTP/1.1"), answerWith(done));
+    suite.release();
     EXPECT_EQ(writer.receiveToEnd(), answerWith(done));
     EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
-    holder.waitForFinished();
+}
+
+TEST_F(LoopbackTest, StoresTheLastOfThoseThatAnotherProcessHasMadeWait)
+{
+    const std::vector<std::string> targets = {"/cmd?v=stop", "/used?t=1", "/cmd?v=stop", "/used?t=2.5",
+                                              "/cmd?v=start"};
+    KeptSuite suite;
+    ASSERT_TRUE(suite.isKept());
+    std::vector<Client> clients(targets.size());
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+        ASSERT_TRUE(clients[i].connect(port()));
+        ASSERT_TRUE(clients[i].send("GET " + targets[i] + " HTTP/1.1\r\n\r\n"));
+    }
+    EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith(nothing)) << "asked after them, and so taken after them";
+    suite.release();
+    for (const Client &client : clients) {
+        EXPECT_EQ(client.receiveToEnd(), answerWith(done));
+    }
+    EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
+    EXPECT_EQ(stored(tUsed), PropertyListValue(2.5));
 }
 
 TEST_F(LoopbackTest, DeliversALongTranscriptWhole)
@@ -752,17 +794,6 @@ TEST_F(LoopbackTest, KeepsValuesWholeWhenManyAskAtOnce)
     const std::optional<PropertyListValue> command = stored(dictationCommand);
     EXPECT_TRUE(command == PropertyListValue(QStringLiteral("start"))
                 || command == PropertyListValue(QStringLiteral("stop")));
-}
-
-TEST(LoopbackAnswer, MayWaitForAnotherProcessWhereItWrites)
-{
-    const std::pair<const char *, bool> rows[] = {
-        {"/cmd", true}, {"/used", true}, {"/get", false}, {"/other", false}, {"", false}};
-    for (const auto &[path, waits] : rows) {
-        SCOPED_TRACE(path);
-        EXPECT_EQ(mayWait(LoopbackRequest{path, {}}), waits);
-    }
-    EXPECT_FALSE(mayWait(std::nullopt));
 }
 
 TEST(Loopback, HasThePortThatKeyboardsKnow)

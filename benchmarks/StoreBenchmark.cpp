@@ -22,35 +22,49 @@ QString home()
     return qEnvironmentVariable("HOME");
 }
 
-void prefsCachedRead(benchmark::State &state)
+double readPrefs(const QString &key)
 {
-    const QString key = u"rowH"_s;
-    while (state.KeepRunning()) {
-        benchmark::DoNotOptimize(Prefs::get<double>(key));
-    }
+    return Prefs::get<double>(key);
 }
-BENCHMARK(prefsCachedRead);
 
-void settingsRead(benchmark::State &state)
+double readSettings(const QString &key)
 {
-    const QSettings settings(iniPath(home()), QSettings::IniFormat);
-    const QString key = u"rowH"_s;
-    while (state.KeepRunning()) {
-        benchmark::DoNotOptimize(settings.value(key).toDouble());
-    }
+    static const QSettings settings(iniPath(home()), QSettings::IniFormat);
+    return settings.value(key).toDouble();
 }
-BENCHMARK(settingsRead);
 
 /// As an application reads from here and there: one QSettings must not be used by several threads.
-void settingsMadeRead(benchmark::State &state)
+double readNewSettings(const QString &key)
 {
-    const QString path = iniPath(home());
+    static const QString path = iniPath(home());
+    return QSettings(path, QSettings::IniFormat).value(key).toDouble();
+}
+
+template <double (*Read)(const QString &)> void readAgain(benchmark::State &state)
+{
     const QString key = u"rowH"_s;
     while (state.KeepRunning()) {
-        benchmark::DoNotOptimize(QSettings(path, QSettings::IniFormat).value(key).toDouble());
+        benchmark::DoNotOptimize(Read(key));
     }
 }
-BENCHMARK(settingsMadeRead);
+BENCHMARK(readAgain<readPrefs>)->Name("prefsRead");
+BENCHMARK(readAgain<readSettings>)->Name("settingsRead");
+BENCHMARK(readAgain<readNewSettings>)->Name("newSettingsRead");
+
+/// So many QStrings of one key that none is known again.
+template <double (*Read)(const QString &)> void readByOthers(benchmark::State &state)
+{
+    std::vector<QString> keys(1000);
+    std::ranges::generate(keys, [] { return QString::fromLatin1("rowH"); });
+    std::size_t next = 0;
+    while (state.KeepRunning()) {
+        benchmark::DoNotOptimize(Read(keys[next]));
+        next = (next + 1) % keys.size();
+    }
+}
+BENCHMARK(readByOthers<readPrefs>)->Name("prefsReadByOthers");
+BENCHMARK(readByOthers<readSettings>)->Name("settingsReadByOthers");
+BENCHMARK(readByOthers<readNewSettings>)->Name("newSettingsReadByOthers");
 
 void prefsSet(benchmark::State &state)
 {

@@ -7,6 +7,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 
 namespace kavrin
 {
@@ -21,7 +22,9 @@ template <typename Wanted> const Wanted *itemKind(const QString &key)
     return item == Prefs::items().end() ? nullptr : std::get_if<Wanted>(&item->kind);
 }
 
-std::optional<bool> asBool(const PropertyListValue &value)
+template <typename T> std::optional<T> as(const PropertyListValue &value);
+
+template <> std::optional<bool> as<bool>(const PropertyListValue &value)
 {
     if (const auto *boolean = std::get_if<bool>(&value)) {
         return *boolean;
@@ -37,7 +40,7 @@ std::optional<bool> asBool(const PropertyListValue &value)
     return std::nullopt;
 }
 
-std::optional<double> asDouble(const PropertyListValue &value)
+template <> std::optional<double> as<double>(const PropertyListValue &value)
 {
     if (const auto *number = std::get_if<double>(&value)) {
         return *number;
@@ -51,13 +54,61 @@ std::optional<double> asDouble(const PropertyListValue &value)
     return std::nullopt;
 }
 
-QString defaultString(const QString &key)
+template <> std::optional<QString> as<QString>(const PropertyListValue &value)
+{
+    const auto *string = std::get_if<QString>(&value);
+    return string == nullptr ? std::nullopt : std::optional(*string);
+}
+
+template <typename T> T defaultOf(const QString &key);
+
+template <> bool defaultOf<bool>(const QString &key)
+{
+    const auto *toggle = itemKind<catalogue::Toggle>(key);
+    return toggle != nullptr && toggle->defaultValue;
+}
+
+template <> double defaultOf<double>(const QString &key)
+{
+    const auto *slider = itemKind<catalogue::Slider>(key);
+    return slider == nullptr ? 0 : slider->defaultValue;
+}
+
+template <> QString defaultOf<QString>(const QString &key)
 {
     if (const auto *choice = itemKind<catalogue::Choice>(key)) {
         return choice->defaultValue;
     }
     const auto *text = itemKind<catalogue::Text>(key);
     return text == nullptr ? QString() : text->defaultValue;
+}
+
+/// A setting that was read.
+template <typename T> struct Setting {
+    QString key;
+    quint64 revision = 0; ///< the cache's when it was read
+    T value{};
+};
+
+template <typename T> Setting<T> read(const QString &key)
+{
+    const auto [stored, revision] = PrefsCache::shared().find(key);
+    std::optional<T> value = stored ? as<T>(*stored) : std::nullopt;
+    return {key, revision, value ? *std::move(value) : defaultOf<T>(key)};
+}
+
+/// A setting, of which the calling thread remembers what it has read. It knows a key again by where its text
+/// is in memory, without lock and hash: who reads a setting often has one text for its key. No other text
+/// gets to that place, as the key is kept.
+template <typename T> T remembered(const QString &key)
+{
+    thread_local std::array<Setting<T>, 128> settings;
+    Setting<T> &known = settings[quintptr(key.constData()) / alignof(std::max_align_t) % settings.size()];
+    const bool isSameText = known.key.constData() == key.constData() && known.key.size() == key.size();
+    if (!isSameText || known.revision != PrefsCache::shared().revision()) {
+        known = read<T>(key);
+    }
+    return known.value;
 }
 
 QString twoDecimals(double value)
@@ -78,55 +129,19 @@ qint64 toInteger(double value)
 
 } // namespace
 
-PrefsCache &PrefsCache::shared()
-{
-    // Never destroyed: threads may use it until the process has ended.
-    static auto *const cache = new PrefsCache;
-    return *cache;
-}
-
-std::optional<PropertyListValue> Prefs::raw(const QString &key)
-{
-    PrefsCache &cache = PrefsCache::shared();
-    const std::scoped_lock lock(cache.mutex);
-    const auto cached = cache.values.constFind(key);
-    if (cached != cache.values.constEnd()) {
-        return *cached;
-    }
-    const std::optional<PropertyListValue> stored = Shared::d().object(key);
-    if (stored || Shared::d().lastError().isEmpty()) {
-        cache.values.insert(key, stored);
-    }
-    return stored;
-}
-
 template <> bool Prefs::get<bool>(const QString &key)
 {
-    const std::optional<PropertyListValue> stored = raw(key);
-    const std::optional<bool> value = stored ? asBool(*stored) : std::nullopt;
-    if (value) {
-        return *value;
-    }
-    const auto *toggle = itemKind<catalogue::Toggle>(key);
-    return toggle != nullptr && toggle->defaultValue;
+    return remembered<bool>(key);
 }
 
 template <> double Prefs::get<double>(const QString &key)
 {
-    const std::optional<PropertyListValue> stored = raw(key);
-    const std::optional<double> value = stored ? asDouble(*stored) : std::nullopt;
-    if (value) {
-        return *value;
-    }
-    const auto *slider = itemKind<catalogue::Slider>(key);
-    return slider == nullptr ? 0 : slider->defaultValue;
+    return remembered<double>(key);
 }
 
 template <> QString Prefs::get<QString>(const QString &key)
 {
-    const std::optional<PropertyListValue> stored = raw(key);
-    const auto *string = stored ? std::get_if<QString>(&*stored) : nullptr;
-    return string == nullptr ? defaultString(key) : *string;
+    return remembered<QString>(key);
 }
 
 bool Prefs::set(const QString &key, const PropertyListValue &value)
@@ -134,11 +149,7 @@ bool Prefs::set(const QString &key, const PropertyListValue &value)
     if (!Shared::d().set(key, value)) {
         return false;
     }
-    {
-        PrefsCache &cache = PrefsCache::shared();
-        const std::scoped_lock lock(cache.mutex);
-        cache.values.insert(key, value);
-    }
+    PrefsCache::shared().insert(key, value);
     return stampRevision();
 }
 

@@ -18,7 +18,8 @@ namespace kavrin
 /// behind a cache of the process's own. Every function may be called from any thread, and none of them fails.
 ///
 /// A value once read stays as read in this process until it is set or reset here; what other processes write
-/// to the same keys later is not seen.
+/// to the same keys later is not seen. Reading one again is quickest with the same QString, or a copy of it.
+/// Keys are kept: the text of one that was made by QString::fromRawData() must stay for ever.
 class Prefs
 {
 public:
@@ -83,7 +84,6 @@ public:
     static bool resetAll();
 
 private:
-    static std::optional<PropertyListValue> raw(const QString &key);
     static bool stampRevision();
 };
 

@@ -32,9 +32,7 @@ bool isTransferred(const QString &key)
 
 void clearCache()
 {
-    PrefsCache &cache = PrefsCache::shared();
-    const std::scoped_lock lock(cache.mutex);
-    cache.values.clear();
+    PrefsCache::shared().clear();
 }
 
 Error importError(const QString &description)

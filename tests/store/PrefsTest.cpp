@@ -5,7 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <latch>
 #include <thread>
+#include <utility>
 
 using namespace kavrin;
 using namespace kavrin::test;
@@ -137,19 +139,58 @@ TEST(Prefs, SettingWritesTheSuiteAtOnceAndStampsTheRevision)
 
 TEST(Prefs, AValueOnceReadStaysAsReadUntilItIsSetHere)
 {
-    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
-    store(u"rowH"_s, 60.0);
-    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
-    Prefs::set(u"rowH"_s, 61.0);
+    const QString key = u"rowH"_s;
+    EXPECT_EQ(Prefs::get<double>(key), 54);
+    store(key, 60.0);
+    EXPECT_EQ(Prefs::get<double>(key), 54);
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54) << "nor does it by another text of the key";
+    Prefs::set(key, 61.0);
+    EXPECT_EQ(Prefs::get<double>(key), 61);
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 61);
+}
+
+TEST(Prefs, AThreadReadsWhatAnotherHasSet)
+{
+    const QString key = u"rowH"_s;
+    std::latch hasRead(1);
+    std::latch isSet(1);
+    const std::jthread reader([&] {
+        EXPECT_EQ(Prefs::get<double>(key), 54);
+        hasRead.count_down();
+        isSet.wait();
+        EXPECT_EQ(Prefs::get<double>(key), 60);
+    });
+    hasRead.wait();
+    Prefs::set(key, 60.0);
+    isSet.count_down();
 }
 
 TEST(Prefs, SettingOneKeyLeavesTheOthersCached)
 {
-    EXPECT_EQ(Prefs::get<double>(u"vGap"_s), 11);
-    store(u"vGap"_s, 5.0);
+    const QString key = u"vGap"_s;
+    EXPECT_EQ(Prefs::get<double>(key), 11);
+    store(key, 5.0);
     Prefs::set(u"rowH"_s, 60.0);
-    EXPECT_EQ(Prefs::get<double>(u"vGap"_s), 11);
+    EXPECT_EQ(Prefs::get<double>(key), 11);
+}
+
+TEST(Prefs, AKeyReadsItsOwnValueAlsoWhereAnotherKeysTextWasInMemory)
+{
+    for (int i = 0; i < 500; ++i) {
+        const QString key = u"key%1"_s.arg(i, 3);
+        store(key, qint64(i));
+        EXPECT_EQ(Prefs::get<double>(key), i);
+    }
+}
+
+TEST(Prefs, AKeyReadsItsOwnValueAlsoWhereALongerOneBeginsInMemory)
+{
+    const QStringView longer = u"rowHeight";
+    const QStringView shorter = longer.first(4);
+    store(longer.toString(), 1.0);
+    for (const auto &[key, value] : {std::pair(longer, 1.0), std::pair(shorter, 54.0)}) {
+        EXPECT_EQ(Prefs::get<double>(QString::fromRawData(key.data(), key.size())), value);
+    }
 }
 
 TEST(Prefs, WhatCannotBeStoredIsRefusedAndTheValueStaysAsItWasRead)
@@ -162,12 +203,13 @@ TEST(Prefs, WhatCannotBeStoredIsRefusedAndTheValueStaysAsItWasRead)
 
 TEST(Prefs, AValueThatCannotBeReadIsLookedForAgain)
 {
+    const QString key = u"rowH"_s;
     {
         const BrokenSuite broken;
-        EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
+        EXPECT_EQ(Prefs::get<double>(key), 54);
     }
-    store(u"rowH"_s, 60.0);
-    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
+    store(key, 60.0);
+    EXPECT_EQ(Prefs::get<double>(key), 60);
 }
 
 TEST(Prefs, FormatsAValueWithItsUnit)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
 """How many requests the loopback server answers, how soon, and what each costs it, beside nginx with a constant body
-and cpp-httplib doing the same work.
+and cpp-httplib reading and writing the same suite.
 
 A connection is for one request. wrk asks as fast as it is answered, so on few cores it and the kernel set the pace;
 what tells the servers apart is the processor time that a request costs them.
@@ -44,11 +44,12 @@ http {
 }
 """
 
-TRIED = ("Of Kavrin's processor time some 4 µs are the question to the kernel whose the connection is, 2 µs the look "
-         "whether the suite has changed (/get) and 20 µs the write and its thread (/cmd); nginx does none of it. Kept "
-         "of what was tried: connections that the kernel keeps until their request is there, one thread instead of "
-         "several, answers past the event loop, neither a timer nor a second wait for a client that has sent all, no "
-         "second reading of what has not changed, no temporary table for a write.")
+TRIED = ("nginx stores nothing; here a command waits until those before it are stored. Some 4 µs of Kavrin's processor "
+         "time are the question to the kernel whose the connection is, 2 µs the look whether the suite has changed "
+         "(/get). Kept of what was tried: commands that come at a time are stored together, connections that the "
+         "kernel keeps until their request is there, answers past the event loop and without a coroutine, no second "
+         "reading of what has not changed. Not kept: storing in the thread that answers, which is hardly sooner, and "
+         "whoever holds the suite would keep all others waiting.")
 
 
 def store_what_is_read(session):
@@ -123,9 +124,9 @@ def rows(what, medians):
     return [
         Row(f"{what}: requests a second", "", tuple(ours[1][:1]), beside(0, 1), (ratio_at_least(1),),
             note="wrk with one thread, a connection for each request; nginx has one worker, a constant body and no "
-                 "keep-alive; cpp-httplib does the same work as Kavrin but for asking whose the connection is. Only "
-                 "Kavrin's listener leaves connections to the kernel until their request is there. Medians of rounds "
-                 "in turn.",
+                 "keep-alive; cpp-httplib reads and writes the same suite, each request for itself and without "
+                 "asking whose the connection is. Only Kavrin's listener leaves connections to the kernel until their "
+                 "request is there. Medians of rounds in turn.",
             missed=TRIED),
         Row(f"{what}: answered within", "ms", tuple(ours[1][1:4]), beside(1, 4), (ratio_at_most(1, figure=1),),
             labels=("50 %", "99 %", "99.9 %"),

@@ -85,7 +85,8 @@ def measure(options):
         Row("Reading a setting again", "ns", read_again("prefs"),
             (("QSettings, one kept", read_again("settings")),
              ("QSettings, one made for the read", read_again("newSettings"))),
-            (at_most(40), ratio_at_most(0.05), at_most(40, figure=1)), ("by one QString of the key", "by another each time"),
+            (at_most(40), ratio_at_most(0.05), at_most(40, figure=1)),
+            ("by one QString of the key", "by another each time"),
             note="All stores hold the catalogue's 88 settings and a few keys more. A QSettings may be kept where one "
                  "thread reads; from several, as Prefs allows, each read or each thread needs its own. A thread knows "
                  "a QString of a key again by where its text is, and needs neither lock nor hash then."),

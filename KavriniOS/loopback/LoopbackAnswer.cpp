@@ -35,8 +35,8 @@ std::string dictation()
                    : std::string(nothing);
 }
 
-/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often. One
-/// thread answers, so each may remember for itself.
+/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often. Only
+/// one thread answers this, so each may remember for itself.
 std::string get()
 {
     thread_local std::optional<quint64> revision;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/LoopbackExchanges.h"
 
-#include "loopback/LoopbackAnswer.h"
 #include "platform/Logging.h"
 #include "store/Shared.h"
 
@@ -11,10 +10,11 @@
 #include <asio/steady_timer.hpp>
 #include <asio/use_awaitable.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <map>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -94,36 +94,46 @@ asio::awaitable<void> LoopbackExchanges::serveWhenReceived(std::unique_ptr<Loopb
 
 void LoopbackExchanges::carryOut(Exchange exchange)
 {
-    if (!loopbackWrite(exchange.receipt.request)) {
+    std::optional<LoopbackWrite> write = loopbackWrite(exchange.receipt.request);
+    if (write) {
+        storeLater(*std::move(write), std::move(exchange));
+    } else {
         answer(std::move(exchange));
-        return;
     }
+}
+
+void LoopbackExchanges::storeLater(LoopbackWrite write, Exchange exchange)
+{
     const std::scoped_lock lock(m_mutex);
     if (m_waiting.empty()) {
         asio::co_spawn(m_writer, storeWaiting(), asio::detached);
     }
-    m_waiting.push_back(std::move(exchange));
+    Waiting waiting;
+    const auto sameKey = std::ranges::find(
+        m_waiting, write.key, [](const Waiting &known) -> const QString & { return known.write.key; });
+    if (sameKey != m_waiting.end()) {
+        waiting = std::move(*sameKey);
+        m_waiting.erase(sameKey);
+    }
+    waiting.write = std::move(write);
+    waiting.exchanges.push_back(std::move(exchange));
+    m_waiting.push_back(std::move(waiting));
 }
 
-std::vector<LoopbackExchanges::Exchange> LoopbackExchanges::takeWaiting()
+std::vector<LoopbackExchanges::Waiting> LoopbackExchanges::takeWaiting()
 {
     const std::scoped_lock lock(m_mutex);
     return std::exchange(m_waiting, {});
 }
 
+/// A coroutine, so that an error closes the connections and nothing else.
 asio::awaitable<void> LoopbackExchanges::storeWaiting()
 {
-    std::vector<Exchange> exchanges = takeWaiting();
-    std::map<QString, PropertyListValue> lastValues;
-    for (const Exchange &exchange : exchanges) {
-        LoopbackWrite write = *loopbackWrite(exchange.receipt.request);
-        lastValues.insert_or_assign(std::move(write.key), std::move(write.value));
-    }
-    for (const auto &[key, value] : lastValues) {
-        Shared::d().set(key, value);
-    }
-    for (Exchange &exchange : exchanges) {
-        answer(std::move(exchange));
+    for (Waiting &waiting : takeWaiting()) {
+        Shared::d().set(waiting.write.key, waiting.write.value);
+        for (Exchange &exchange : waiting.exchanges) {
+            answer(std::move(exchange));
+        }
     }
     co_return;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "loopback/LoopbackAnswer.h"
 #include "loopback/LoopbackConnection.h"
 
 #include <asio/awaitable.hpp>
@@ -9,7 +10,6 @@
 
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 namespace kavrin
@@ -36,15 +36,22 @@ private:
         LoopbackReceipt receipt;
     };
 
+    /// A value that is to be stored, and who wait for that.
+    struct Waiting {
+        LoopbackWrite write;
+        std::vector<Exchange> exchanges;
+    };
+
     asio::awaitable<void> serveWhenReceived(std::unique_ptr<LoopbackConnection> connection);
     void carryOut(Exchange exchange);
+    void storeLater(LoopbackWrite write, Exchange exchange);
     asio::awaitable<void> storeWaiting();
-    std::vector<Exchange> takeWaiting();
+    std::vector<Waiting> takeWaiting();
     void answer(Exchange exchange);
 
     asio::io_context &m_context;
     std::mutex m_mutex;
-    std::vector<Exchange> m_waiting; ///< for what they ask for to be stored
+    std::vector<Waiting> m_waiting; ///< one for a key, that of the last value last
     asio::thread_pool m_writer{1};
 };
 

@@ -30,11 +30,6 @@ bool isTransferred(const QString &key)
     return isSetting || key == dictionaryKey;
 }
 
-void clearCache()
-{
-    PrefsCache::shared().clear();
-}
-
 Error importError(const QString &description)
 {
     return {QStringLiteral("import"), 1, description};
@@ -104,7 +99,7 @@ bool Prefs::reset(const QStringList &keys)
     // Not on past a failure: every key would wait for the same lock.
     const bool removed =
         std::all_of(keys.begin(), keys.end(), [](const QString &key) { return Shared::d().remove(key); });
-    clearCache();
+    PrefsCache::shared().clear();
     return removed && stampRevision();
 }
 

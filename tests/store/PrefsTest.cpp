@@ -176,10 +176,14 @@ TEST(Prefs, SettingOneKeyLeavesTheOthersCached)
 
 TEST(Prefs, AKeyReadsItsOwnValueAlsoWhereAnotherKeysTextWasInMemory)
 {
-    for (int i = 0; i < 500; ++i) {
-        const QString key = u"key%1"_s.arg(i, 3);
-        store(key, qint64(i));
-        EXPECT_EQ(Prefs::get<double>(key), i);
+    constexpr int count = 500;
+    const auto key = [](int number) { return u"key%1"_s.arg(number, 3); };
+    for (int i = 0; i < count; ++i) {
+        store(key(i), qint64(i));
+        EXPECT_EQ(Prefs::get<QString>(key(i)), u"") << "known from now on by this text of the key";
+    }
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(Prefs::get<double>(key(i)), i) << "by one that is gone after the reading";
     }
 }
 

@@ -28,6 +28,17 @@ void store(const QString &key, const PropertyListValue &value)
     ASSERT_TRUE(Shared::d().set(key, value));
 }
 
+void expectToBeLookedForAgain()
+{
+    const QString key = u"rowH"_s;
+    {
+        const BrokenSuite broken;
+        EXPECT_EQ(Prefs::get<double>(key), 54);
+    }
+    store(key, 60.0);
+    EXPECT_EQ(Prefs::get<double>(key), 60);
+}
+
 } // namespace
 
 TEST(Prefs, AnUnsetKeyReadsItsCatalogueDefault)
@@ -207,13 +218,19 @@ TEST(Prefs, WhatCannotBeStoredIsRefusedAndTheValueStaysAsItWasRead)
 
 TEST(Prefs, AValueThatCannotBeReadIsLookedForAgain)
 {
-    const QString key = u"rowH"_s;
-    {
-        const BrokenSuite broken;
-        EXPECT_EQ(Prefs::get<double>(key), 54);
-    }
-    store(key, 60.0);
-    EXPECT_EQ(Prefs::get<double>(key), 60);
+    expectToBeLookedForAgain();
+}
+
+TEST(Prefs, AValueThatCannotBeReadIsLookedForAgainOnceAnotherWasSet)
+{
+    Prefs::set(u"vGap"_s, 5.0);
+    expectToBeLookedForAgain();
+}
+
+TEST(Prefs, AValueThatCannotBeReadIsLookedForAgainOnceAnotherWasReset)
+{
+    Prefs::reset({u"vGap"_s});
+    expectToBeLookedForAgain();
 }
 
 TEST(Prefs, FormatsAValueWithItsUnit)

@@ -85,7 +85,6 @@ Request makeRequest(const End &source, const End &destination, std::uint32_t seq
     request.header.nlmsg_seq = sequence;
     request.body.sdiag_family = source.family;
     request.body.sdiag_protocol = IPPROTO_TCP;
-    request.body.idiag_states = ~0U;
     request.body.id.idiag_sport = source.port;
     request.body.id.idiag_dport = destination.port;
     std::memcpy(request.body.id.idiag_src, source.address.data(), sizeof request.body.id.idiag_src);

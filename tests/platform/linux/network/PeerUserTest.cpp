@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/resource.h>
@@ -269,6 +270,17 @@ TEST(PeerUser, LeavesNoDescriptorOfAThreadThatHasEnded)
     const int before = firstFree();
     std::jthread([&] { EXPECT_EQ(peerUser(connection.server.descriptor()), PeerUser::Same); }).join();
     EXPECT_EQ(firstFree(), before);
+}
+
+TEST(PeerUser, IsToldAlsoWhereTheQuestionGetsTheFirstOfAllDescriptors)
+{
+    const Connection connection(ipv4Name());
+    close(STDIN_FILENO);
+    std::jthread([&] {
+        EXPECT_EQ(peerUser(connection.server.descriptor()), PeerUser::Same);
+        EXPECT_EQ(peerUser(connection.server.descriptor()), PeerUser::Same);
+    }).join();
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1) << "closed with the thread";
 }
 
 /// Connects to `name` as another user, and stays until the other end closes. Ends the process.

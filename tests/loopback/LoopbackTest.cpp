@@ -347,8 +347,8 @@ TEST_F(LoopbackTest, StoresTheLastOfThoseThatAnotherProcessHasMadeWait)
     for (const Client &client : clients) {
         EXPECT_EQ(client.receiveToEnd(), answerWith(done));
     }
-    EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
-    EXPECT_EQ(stored(tUsed), PropertyListValue(2.5));
+    const PropertyListDictionary expected = {{dictationCommand, QStringLiteral("start")}, {tUsed, 2.5}};
+    EXPECT_EQ(Shared::d().dictionaryRepresentation(), expected);
 }
 
 TEST_F(LoopbackTest, DeliversALongTranscriptWhole)

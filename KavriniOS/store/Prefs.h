@@ -19,8 +19,8 @@ namespace kavrin
 ///
 /// A value once read stays as read in this process until it is set or reset here; what other processes write
 /// to the same keys later is not seen. Reading one again is quickest with the same QString, or a copy of it.
-/// Keys are kept: the text of one that was made by QString::fromRawData() must stay as it is for ever. Not for
-/// destructors of static or thread_local objects.
+/// Keys are kept: the text of one that was made by QString::fromRawData() must stay as it is for ever. Not
+/// for destructors of static or thread_local objects.
 class Prefs
 {
 public:

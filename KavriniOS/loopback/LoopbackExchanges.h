@@ -10,6 +10,7 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace kavrin
@@ -20,7 +21,8 @@ namespace kavrin
 ///
 /// Storing may have to wait for another process that holds the suite, and so has a thread of its own. What is
 /// asked for meanwhile is then stored at once, of several values for one key the last, as nobody could see
-/// the others.
+/// the others. What is asked for again while it stands there, as by a keyboard that repeats its command until
+/// it is obeyed, is not stored again.
 class LoopbackExchanges
 {
 public:
@@ -44,12 +46,15 @@ private:
 
     asio::awaitable<void> serveWhenReceived(std::unique_ptr<LoopbackConnection> connection);
     void carryOut(Exchange exchange);
+    bool isStored(const LoopbackWrite &write);
     void storeLater(LoopbackWrite write, Exchange exchange);
     asio::awaitable<void> storeWaiting();
     std::vector<Waiting> takeWaiting();
     void answer(Exchange exchange);
 
     asio::io_context &m_context;
+    std::optional<LoopbackWrite> m_lastWrite;
+    std::optional<quint64> m_lastWriteSeen; ///< the suite's revision when it was found to hold it
     std::mutex m_mutex;
     std::vector<Waiting> m_waiting; ///< one for a key, that of the last value last
     asio::thread_pool m_writer{1};

@@ -101,11 +101,15 @@ void Client::finishSending() const
     shutdown(m_socket, SHUT_WR);
 }
 
+bool Client::hasReceived(int milliseconds) const
+{
+    pollfd readable = {m_socket, POLLIN, 0};
+    return ::poll(&readable, 1, milliseconds) == 1;
+}
+
 bool Client::waitToReceive() const
 {
-    constexpr int limit = 30'000;
-    pollfd readable = {m_socket, POLLIN, 0};
-    return ::poll(&readable, 1, limit) == 1;
+    return hasReceived(30'000);
 }
 
 std::optional<std::string> Client::receiveToEnd() const

@@ -33,6 +33,9 @@ public:
     /// Says that nothing more will be sent.
     void finishSending() const;
 
+    /// Whether the server has sent something, or does so within so many milliseconds.
+    [[nodiscard]] bool hasReceived(int milliseconds = 0) const;
+
     /// Waits until the server has sent something. False where nothing came in time.
     [[nodiscard]] bool waitToReceive() const;
 

@@ -148,6 +148,17 @@ protected:
         return answerTo(m_port, requestLine + "\r\nHost: localhost\r\n\r\n");
     }
 
+    /// One after the other; none waits for its answer.
+    std::vector<Client> clientsThatAsk(const std::vector<std::string> &targets) const
+    {
+        std::vector<Client> clients(targets.size());
+        for (std::size_t i = 0; i < targets.size(); ++i) {
+            EXPECT_TRUE(clients[i].connect(m_port));
+            EXPECT_TRUE(clients[i].send("GET " + targets[i] + " HTTP/1.1\r\n\r\n"));
+        }
+        return clients;
+    }
+
 private:
     Loopback m_loopback{0};
     const std::uint16_t m_port = portOf(m_loopback);
@@ -337,11 +348,7 @@ TEST_F(LoopbackTest, StoresTheLastOfThoseThatAnotherProcessHasMadeWait)
                                               "/cmd?v=start"};
     KeptSuite suite;
     ASSERT_TRUE(suite.isKept());
-    std::vector<Client> clients(targets.size());
-    for (std::size_t i = 0; i < targets.size(); ++i) {
-        ASSERT_TRUE(clients[i].connect(port()));
-        ASSERT_TRUE(clients[i].send("GET " + targets[i] + " HTTP/1.1\r\n\r\n"));
-    }
+    const std::vector<Client> clients = clientsThatAsk(targets);
     EXPECT_EQ(ask("GET /get HTTP/1.1"), answerWith(nothing)) << "asked after them, and so taken after them";
     suite.release();
     for (const Client &client : clients) {
@@ -349,6 +356,57 @@ TEST_F(LoopbackTest, StoresTheLastOfThoseThatAnotherProcessHasMadeWait)
     }
     const PropertyListDictionary expected = {{dictationCommand, QStringLiteral("start")}, {tUsed, 2.5}};
     EXPECT_EQ(Shared::d().dictionaryRepresentation(), expected);
+}
+
+TEST_F(LoopbackTest, LeavesTheSuiteAsItIsWhereACommandStandsThereAlready)
+{
+    EXPECT_TRUE(ask("GET /cmd?v=stop HTTP/1.1"));
+    const std::optional<quint64> revision = Shared::d().revision();
+    EXPECT_TRUE(revision);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(ask("GET /cmd?v=stop HTTP/1.1"), answerWith(done));
+        EXPECT_EQ(Shared::d().revision(), revision);
+    }
+}
+
+TEST_F(LoopbackTest, StoresACommandAgainThatNoLongerStandsThere)
+{
+    const std::vector<std::optional<QString>> changed = {std::nullopt, QString(), QStringLiteral("start")};
+    EXPECT_TRUE(ask("GET /cmd?v=stop HTTP/1.1"));
+    for (const std::optional<QString> &value : changed) {
+        SCOPED_TRACE(value.value_or(QStringLiteral("none")).toStdString());
+        if (value) {
+            Shared::d().set(dictationCommand, *value);
+        } else {
+            Shared::d().remove(dictationCommand);
+        }
+        EXPECT_EQ(ask("GET /cmd?v=stop HTTP/1.1"), answerWith(done));
+        EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("stop")));
+    }
+}
+
+TEST_F(LoopbackTest, AnswersNoneOfThoseThatAskAgainBeforeTheLastIsStored)
+{
+    EXPECT_TRUE(ask("GET /cmd?v=stop HTTP/1.1"));
+    EXPECT_TRUE(ask("GET /cmd?v=stop HTTP/1.1"));
+    const std::vector<std::vector<std::string>> asked = {{"/cmd?v=start", "/cmd?v=start"},
+                                                         {"/cmd?v=stop", "/cmd?v=start"}};
+    for (const std::vector<std::string> &targets : asked) {
+        SCOPED_TRACE(targets.front());
+        KeptSuite suite;
+        ASSERT_TRUE(suite.isKept());
+        const std::vector<Client> clients = clientsThatAsk(targets);
+        ASSERT_EQ(ask("GET /get HTTP/1.1"), answerWith(nothing))
+            << "asked after them, and so taken after them";
+        for (const Client &client : clients) {
+            EXPECT_FALSE(client.hasReceived());
+        }
+        suite.release();
+        for (const Client &client : clients) {
+            EXPECT_EQ(client.receiveToEnd(), answerWith(done));
+        }
+        EXPECT_EQ(stored(dictationCommand), PropertyListValue(QStringLiteral("start")));
+    }
 }
 
 TEST_F(LoopbackTest, DeliversALongTranscriptWhole)

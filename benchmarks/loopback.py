@@ -56,10 +56,10 @@ TRIED = ("Some 4 µs of Kavrin's processor time are the question to the kernel w
          "is there, answers past the event loop and without a coroutine, no second reading of what has not changed, no "
          "second storing of what stands there. Not kept: storing in the thread that answers, which is hardly sooner, "
          "and whoever holds the suite would keep all others waiting.")
-ASKED = {"/cmd": "One command again and again: stored anew whenever Kavrin has taken it out of the suite, at most every "
-                 "120 ms.",
-         "/used": "Another stamp each time, stored before it is answered; those that wait at a time are stored together. "
-                  "nginx stores nothing."}
+ASKED = {"/cmd": "One command again and again: stored anew only when Kavrin has taken it out of the suite, which it "
+                 "does every 120 ms.",
+         "/used": "Another stamp each time, stored before it is answered; those that wait at a time are stored "
+                 "together. nginx stores nothing."}
 
 
 def store_what_is_read(session):

@@ -17,17 +17,17 @@ from support.private_session import PORT, Failure, PrivateSession, wait_until
 from table import Row, ratio_at_most
 
 OPTIONS = {"rounds": (15, 2, "starts of each program"),
-           "idle": (3.0, 0.5, "seconds from the first frame to the weighing")}
+           "idle": (3.0, 0.5, "seconds from the first frame, or answer, to the weighing")}
 PLACES = {"Start in a window of Xvfb": True, "Start in the background": False}  # whether there is a window
 # The monotonic clock before each message; of its milliseconds Qt prints the low 32 bits.
 MESSAGES = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop=true", "QT_MESSAGE_PATTERN": "%{time boot} %{message}"}
 FRAME = re.compile(r"^ *(\d+)\.(\d{3}) .*frame rendered", re.IGNORECASE | re.MULTILINE)
 
-BETWEEN = ("What is between Kavrin and an empty window that is drawn in the same way are the first screen's fonts, shaped "
-           "text (the empty window has none), rows and symbols, none of which stands out. Kept of what was tried: "
-           "compiled QML, libcurl and libav loaded at their first use, drawing without OpenGL. Not kept, as each would "
-           "save 3 to 6 % and cost clarity or memory: finding fonts in another thread, loading the other pages' QML at "
-           "their first use.")
+BETWEEN = ("What is between Kavrin and an empty window that is drawn in the same way are the first screen's fonts, "
+           "shaped text (the empty window has none), rows and symbols, none of which stands out. Kept of what was "
+           "tried: compiled QML, libcurl and libav loaded at their first use, drawing without OpenGL. Not kept, as "
+           "each would save 3 to 8 % and cost clarity or memory: finding fonts in another thread, loading the other "
+           "pages' QML at their first use.")
 
 
 class PortWatch(threading.Thread):

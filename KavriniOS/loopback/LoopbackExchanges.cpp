@@ -102,8 +102,8 @@ void LoopbackExchanges::carryOut(Exchange exchange)
     }
 }
 
-/// Whether the suite holds that. Says no of anything but what was asked for last: another value for its key
-/// may still be waiting to be stored.
+/// Whether the suite holds that, and still will when all that waits has been stored: where it was what was
+/// asked for last.
 bool LoopbackExchanges::isStored(const LoopbackWrite &write)
 {
     if (m_lastWrite != write) {

@@ -21,8 +21,8 @@ namespace kavrin
 ///
 /// Storing may have to wait for another process that holds the suite, and so has a thread of its own. What is
 /// asked for meanwhile is then stored at once, of several values for one key the last, as nobody could see
-/// the others. What is asked for again while it stands there, as by a keyboard that repeats its command until
-/// it is obeyed, is not stored again.
+/// the others. What is asked for several times in a row, as by a keyboard that repeats its command until it
+/// is obeyed, is not stored again while it stands there.
 class LoopbackExchanges
 {
 public:

@@ -166,7 +166,7 @@ private:
         av_frame_unref(m_converted.get());
         m_converted->format = AV_SAMPLE_FMT_S16;
         m_converted->sample_rate = speechSampleRate;
-        m_converted->ch_layout = AV_CHANNEL_LAYOUT_MONO;
+        av_channel_layout_default(&m_converted->ch_layout, 1);
         const int result = swr_convert_frame(m_resampler.get(), m_converted.get(), frame);
         if (result == AVERROR_INPUT_CHANGED) {
             return Conversion::InputChanged;

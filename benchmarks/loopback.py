@@ -16,8 +16,8 @@ from figures import processor_seconds
 from support.private_session import PORT, Failure, PrivateSession, wait_until
 from table import Row, ratio_at_least, ratio_at_most
 
-OPTIONS = {"seconds": (2, 1, "how long each server is asked in a round"),
-           "rounds": (7, 1, "rounds, of which the median is taken")}
+OPTIONS = {"seconds": (1, 1, "how long each server is asked in a round"),
+           "rounds": (15, 1, "rounds, of which the median is taken")}
 TEXTS = {"dictationState": "done", "transcript": "ten of clubs, and a few words more"}
 STAMPS = ("dictationAlive", "tStamp", "tUsed")
 TARGETS = {"/get": "/get", "/cmd": "/cmd?v=stop", "/used": "/used?t=%d"}  # another number each time

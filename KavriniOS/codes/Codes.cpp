@@ -90,7 +90,7 @@ bool isTooLong(QStringView text)
 }
 
 /// `text` must be valid UTF-16: nothing checks that again.
-QString firstMatch(const QRegularExpression &expression, QStringView text)
+QString firstMatch(const QRegularExpression &expression, const QString &text)
 {
     return expression
         .match(text, 0, QRegularExpression::NormalMatch,
@@ -110,9 +110,9 @@ std::optional<Codes::Code> Codes::extract(const QString &text)
     static const Expressions expressions;
 
     const QString valid = text.isValidUtf16() ? text : QString::fromUtf8(text.toUtf8());
-    // QStringView::trimmed() takes away what QChar::isSpace() is true for: the separators Z*, TAB to CR, and
+    // QString::trimmed() takes away what QChar::isSpace() is true for: the separators Z*, TAB to CR, and
     // NEL.
-    const QStringView trimmed = QStringView(valid).trimmed();
+    const QString trimmed = valid.trimmed();
     // Most messages hold no code: what tells so soonest comes first.
     if (!hasEnoughDigits(trimmed) || isTooLong(trimmed)) {
         return std::nullopt;

@@ -64,7 +64,7 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
         Qt::LayoutDirection direction;
     };
     // Every row shows its service.
-    Prefs::set(u"provider"_qs, u"custom"_qs);
+    Prefs::set(u"provider"_s, u"custom"_s);
     for (const Case &c : std::vector<Case>{{360, 10, Qt::LeftToRight},
                                            {360, 10, Qt::RightToLeft},
                                            {360, 22, Qt::LeftToRight},
@@ -76,7 +76,7 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
         QGuiApplication::setLayoutDirection(c.direction);
         for (const Prefs::Page &page : Prefs::pages()) {
             openPage(page.id, QSize(c.width, 720));
-            SCOPED_TRACE(qPrintable(u"%1, %2 wide, %3 pt"_qs.arg(page.id).arg(c.width).arg(c.pointSize)));
+            SCOPED_TRACE(qPrintable(u"%1, %2 wide, %3 pt"_s.arg(page.id).arg(c.width).arg(c.pointSize)));
             EXPECT_EQ(clippedTexts(), QStringList());
         }
     }
@@ -85,7 +85,7 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
 TEST_F(LegibilityTest, WritesOnTheAccentColourInWhatStandsOutFromIt)
 {
     QQmlEngine engine;
-    engine.addImportPath(u"qrc:/qt/qml"_qs);
+    engine.addImportPath(u"qrc:/qt/qml"_s);
     QQmlComponent component(&engine);
     component.setData(
         "import QtQml; import Kavrin.Theme; QtObject { readonly property QtObject theme: Theme }", QUrl());
@@ -109,7 +109,7 @@ TEST_F(LegibilityTest, WritesOnTheAccentColourInWhatStandsOutFromIt)
 TEST_F(LegibilityTest, HasAGlyphForEveryCharacterOfTheCatalogue)
 {
     QFont font = QGuiApplication::font();
-    font.setFamilies({u"Inter"_qs, u"Noto Sans"_qs});
+    font.setFamilies({u"Inter"_s, u"Noto Sans"_s});
     QStringList texts;
     for (const Prefs::Page &page : Prefs::pages()) {
         texts.append(page.title);

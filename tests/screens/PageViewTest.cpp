@@ -14,14 +14,14 @@ namespace
 
 using PageViewTest = Screens;
 
-const QStringList notShown = {u"act.resize"_qs, u"act.importConfig"_qs, u"act.resetLearned"_qs};
+const QStringList notShown = {u"act.resize"_s, u"act.importConfig"_s, u"act.resetLearned"_s};
 
 /// What the rows of a page are called, from top to bottom, where rows of actions have names of their own.
 QStringList rowNames(const Prefs::Page &page)
 {
     const QHash<QString, QString> named = {
-        {u"act.contacts"_qs, u"Allow contacts access"_qs},
-        {u"act.syncStatus"_qs, u"Not shared (keyboard keeps its own copy)"_qs},
+        {u"act.contacts"_s, u"Allow contacts access"_s},
+        {u"act.syncStatus"_s, u"Not shared (keyboard keeps its own copy)"_s},
     };
     QStringList names;
     for (const Prefs::Sect &section : page.sections) {
@@ -54,63 +54,63 @@ TEST_F(PageViewTest, ShowsAnItemAddedToTheCatalogueWithNoOtherChange)
 {
     std::vector<Prefs::Page> catalogue = Prefs::pages();
     catalogue[0].sections[0].items.push_back(
-        {u"newToggle"_qs, u"A new toggle"_qs, catalogue::Toggle{false}, u"New footer"_qs});
+        {u"newToggle"_s, u"A new toggle"_s, catalogue::Toggle{false}, u"New footer"_s});
     catalogue[0].sections.push_back(
-        {u"A new section"_qs, {{u"newText"_qs, u"A new text"_qs, catalogue::Text{{}, false}}}});
+        {u"A new section"_s, {{u"newText"_s, u"A new text"_s, catalogue::Text{{}, false}}}});
     openPage(catalogue, catalogue[0].id);
-    window().click(u"A new toggle"_qs);
-    EXPECT_EQ(stored(u"newToggle"_qs), PropertyListValue(true));
-    window().click(u"A new text"_qs);
-    window().type(u"typed"_qs);
-    EXPECT_EQ(stored(u"newText"_qs), PropertyListValue(u"typed"_qs));
-    EXPECT_TRUE(window().names().contains(u"A new section"_qs));
+    window().click(u"A new toggle"_s);
+    EXPECT_EQ(stored(u"newToggle"_s), PropertyListValue(true));
+    window().click(u"A new text"_s);
+    window().type(u"typed"_s);
+    EXPECT_EQ(stored(u"newText"_s), PropertyListValue(u"typed"_s));
+    EXPECT_TRUE(window().names().contains(u"A new section"_s));
 }
 
 TEST_F(PageViewTest, LeavesOutSectionsWithoutAVisibleRow)
 {
     const Prefs::Page page = {
-        u"page"_qs,
-        u"Page"_qs,
-        u"gearshape"_qs,
-        {{u"Of the keyboard"_qs,
-          {{u"act.resize"_qs, u"Resize"_qs, catalogue::Action{u"act.resize"_qs}},
-           {u"act.importConfig"_qs, u"Import"_qs, catalogue::Action{u"act.importConfig"_qs}},
-           {u"act.resetLearned"_qs, u"Forget"_qs, catalogue::Action{u"act.resetLearned"_qs}}}},
-         {u"Hidden"_qs, {{u"geminiKey"_qs, u"API key"_qs, catalogue::Text{{}, true}}}},
-         {u"Empty"_qs, {}},
-         {u"Shown"_qs, {{u"shown"_qs, u"Row"_qs, catalogue::Toggle{true}}}}}};
-    openPage({page}, u"page"_qs);
-    EXPECT_EQ(window().names(), (QStringList{u"Page"_qs, u"Shown"_qs, u"Shown"_qs, u"Row"_qs}));
+        u"page"_s,
+        u"Page"_s,
+        u"gearshape"_s,
+        {{u"Of the keyboard"_s,
+          {{u"act.resize"_s, u"Resize"_s, catalogue::Action{u"act.resize"_s}},
+           {u"act.importConfig"_s, u"Import"_s, catalogue::Action{u"act.importConfig"_s}},
+           {u"act.resetLearned"_s, u"Forget"_s, catalogue::Action{u"act.resetLearned"_s}}}},
+         {u"Hidden"_s, {{u"geminiKey"_s, u"API key"_s, catalogue::Text{{}, true}}}},
+         {u"Empty"_s, {}},
+         {u"Shown"_s, {{u"shown"_s, u"Row"_s, catalogue::Toggle{true}}}}}};
+    openPage({page}, u"page"_s);
+    EXPECT_EQ(window().names(), (QStringList{u"Page"_s, u"Shown"_s, u"Shown"_s, u"Row"_s}));
 }
 
 TEST_F(PageViewTest, ShowsAndHidesRowsAtOnceWhenAChoiceTheyDependOnIsMade)
 {
-    openPage(u"correction"_qs);
-    EXPECT_TRUE(window().find(u"Also use Türkçe"_qs) != nullptr);
-    EXPECT_TRUE(window().find(u"Also use English"_qs) == nullptr);
-    window().click(u"Layout"_qs);
+    openPage(u"correction"_s);
+    EXPECT_TRUE(window().find(u"Also use Türkçe"_s) != nullptr);
+    EXPECT_TRUE(window().find(u"Also use English"_s) == nullptr);
+    window().click(u"Layout"_s);
     window().press(Qt::Key_Down);
     window().press(Qt::Key_Return);
-    EXPECT_EQ(stored(u"language"_qs), PropertyListValue(u"tr"_qs));
-    EXPECT_TRUE(window().find(u"Also use Türkçe"_qs) == nullptr);
-    EXPECT_TRUE(window().find(u"Also use English"_qs) != nullptr);
+    EXPECT_EQ(stored(u"language"_s), PropertyListValue(u"tr"_s));
+    EXPECT_TRUE(window().find(u"Also use Türkçe"_s) == nullptr);
+    EXPECT_TRUE(window().find(u"Also use English"_s) != nullptr);
     EXPECT_EQ(page().rev(), 1);
 }
 
 TEST_F(PageViewTest, HidesEveryRowOfTheServiceWithSystemDictation)
 {
-    Prefs::set(u"dictMode"_qs, u"system"_qs);
-    openPage(u"dictation"_qs);
+    Prefs::set(u"dictMode"_s, u"system"_s);
+    openPage(u"dictation"_s);
     EXPECT_EQ(window().names(),
-              (QStringList{u"Voice typing"_qs, u"Source"_qs, u"Source"_qs, u"Voice typing"_qs, u"Test"_qs,
-                           u"Test"_qs, u"Test voice typing"_qs}));
+              (QStringList{u"Voice typing"_s, u"Source"_s, u"Source"_s, u"Voice typing"_s, u"Test"_s,
+                           u"Test"_s, u"Test voice typing"_s}));
 }
 
 TEST_F(PageViewTest, OpensAMenuOfAllOptionsAndStoresTheOneClicked)
 {
-    openPage(u"extensions"_qs);
-    window().click(u"To"_qs);
-    QQuickItem *picker = window().item(u"To"_qs);
+    openPage(u"extensions"_s);
+    window().click(u"To"_s);
+    QQuickItem *picker = window().item(u"To"_s);
     ASSERT_TRUE(picker != nullptr);
     auto *popup = picker->property("popup").value<QObject *>();
     ASSERT_TRUE(waitUntil([&] { return popup->property("opened").toBool(); }));
@@ -118,13 +118,13 @@ TEST_F(PageViewTest, OpensAMenuOfAllOptionsAndStoresTheOneClicked)
     EXPECT_EQ(list->property("count").toInt(), 22);
     window().press(Qt::Key_End);
     window().press(Qt::Key_Return);
-    EXPECT_EQ(stored(u"translateTarget"_qs), PropertyListValue(u"az"_qs));
+    EXPECT_EQ(stored(u"translateTarget"_s), PropertyListValue(u"az"_s));
 }
 
 TEST_F(PageViewTest, WritesEveryStepOfADraggedSliderWithoutBuildingTheRowAnew)
 {
-    openPage(u"layout"_qs);
-    const QPointer<QQuickItem> slider = window().item(u"Key height"_qs);
+    openPage(u"layout"_s);
+    const QPointer<QQuickItem> slider = window().item(u"Key height"_s);
     ASSERT_TRUE(slider != nullptr);
     const auto at = [&](double position) {
         return slider->mapToScene(QPointF(12 + position * (slider->width() - 24), slider->height() / 2))
@@ -134,18 +134,18 @@ TEST_F(PageViewTest, WritesEveryStepOfADraggedSliderWithoutBuildingTheRowAnew)
     QTest::mousePress(&window().view(), Qt::LeftButton, Qt::NoModifier, at(0));
     for (int step = 0; step <= 44; ++step) {
         QTest::mouseMove(&window().view(), at(step / 44.0));
-        const auto value = stored(u"rowH"_qs);
+        const auto value = stored(u"rowH"_s);
         if (value) {
             written.push_back(std::get<double>(*value));
         }
     }
     QTest::mouseRelease(&window().view(), Qt::LeftButton, Qt::NoModifier, at(1));
-    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(80.0));
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(80.0));
     written.erase(std::unique(written.begin(), written.end()), written.end());
     EXPECT_GT(written.size(), 40U);
     EXPECT_TRUE(std::ranges::is_sorted(written));
     EXPECT_EQ(page().rev(), 0);
-    EXPECT_EQ(window().item(u"Key height"_qs), slider);
+    EXPECT_EQ(window().item(u"Key height"_s), slider);
 }
 
 TEST_F(PageViewTest, MovesASliderWithTheKeyboard)
@@ -154,51 +154,51 @@ TEST_F(PageViewTest, MovesASliderWithTheKeyboard)
         Qt::Key key;
         double expected;
     };
-    openPage(u"layout"_qs);
-    window().item(u"Key height"_qs)->forceActiveFocus(Qt::TabFocusReason);
+    openPage(u"layout"_s);
+    window().item(u"Key height"_s)->forceActiveFocus(Qt::TabFocusReason);
     for (const Case &c : std::vector<Case>{{Qt::Key_Right, 55},
                                            {Qt::Key_Left, 54},
                                            {Qt::Key_Home, 36},
                                            {Qt::Key_Right, 37},
                                            {Qt::Key_End, 80}}) {
         window().press(c.key);
-        EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(c.expected));
+        EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(c.expected));
     }
 }
 
 TEST_F(PageViewTest, StoresAValueSetByAScreenReader)
 {
-    openPage(u"layout"_qs);
-    QAccessibleValueInterface *height = window().find(u"Key height"_qs)->valueInterface();
+    openPage(u"layout"_s);
+    QAccessibleValueInterface *height = window().find(u"Key height"_s)->valueInterface();
     EXPECT_EQ(height->minimumValue().toDouble(), 36);
     EXPECT_EQ(height->maximumValue().toDouble(), 80);
     height->setCurrentValue(60);
-    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(60.0));
-    window().item(u"Key height"_qs)->forceActiveFocus();
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(60.0));
+    window().item(u"Key height"_s)->forceActiveFocus();
     window().press(Qt::Key_Right);
-    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(61.0));
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(61.0));
 }
 
 TEST_F(PageViewTest, LeavesAStoredValueBeyondTheRangeUntilTheSliderIsMoved)
 {
-    Prefs::set(u"rowH"_qs, 200.0);
-    openPage(u"layout"_qs);
-    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(200.0));
-    window().item(u"Key height"_qs)->forceActiveFocus();
+    Prefs::set(u"rowH"_s, 200.0);
+    openPage(u"layout"_s);
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(200.0));
+    window().item(u"Key height"_s)->forceActiveFocus();
     window().press(Qt::Key_Left);
-    EXPECT_EQ(stored(u"rowH"_qs), PropertyListValue(79.0));
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(79.0));
 }
 
 TEST_F(PageViewTest, ReadsASlidersValueOutInWords)
 {
-    openPage(u"layout"_qs);
-    QAccessibleInterface *height = window().find(u"Key height"_qs);
+    openPage(u"layout"_s);
+    QAccessibleInterface *height = window().find(u"Key height"_s);
     ASSERT_TRUE(height != nullptr);
     EXPECT_EQ(height->role(), QAccessible::Slider);
-    EXPECT_EQ(height->text(QAccessible::Description), u"54 pt"_qs);
+    EXPECT_EQ(height->text(QAccessible::Description), u"54 pt"_s);
     EXPECT_EQ(height->valueInterface()->currentValue().toDouble(), 54);
-    EXPECT_EQ(window().find(u"Horizontal position"_qs)->text(QAccessible::Description),
-              u"50%. 0 = left edge, 100 = right edge (one-handed mode)."_qs);
+    EXPECT_EQ(window().find(u"Horizontal position"_s)->text(QAccessible::Description),
+              u"50%. 0 = left edge, 100 = right edge (one-handed mode)."_s);
 }
 
 TEST_F(PageViewTest, GivesEveryControlNameRoleActionAndItsFooterAsDescription)
@@ -227,37 +227,37 @@ TEST_F(PageViewTest, GivesEveryControlNameRoleActionAndItsFooterAsDescription)
 
 TEST_F(PageViewTest, WritesWithEachKeystrokeAndKeepsCursorAndUndo)
 {
-    Prefs::set(u"provider"_qs, u"custom"_qs);
-    openPage(u"dictation"_qs);
-    window().click(u"Endpoint URL"_qs);
-    window().type(u"ac"_qs);
-    EXPECT_EQ(stored(u"customURL"_qs), PropertyListValue(u"ac"_qs));
+    Prefs::set(u"provider"_s, u"custom"_s);
+    openPage(u"dictation"_s);
+    window().click(u"Endpoint URL"_s);
+    window().type(u"ac"_s);
+    EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"ac"_s));
     window().press(Qt::Key_Left);
-    window().type(u"b"_qs);
-    EXPECT_EQ(stored(u"customURL"_qs), PropertyListValue(u"abc"_qs));
-    EXPECT_EQ(window().item(u"Endpoint URL"_qs)->property("cursorPosition").toInt(), 2);
-    EXPECT_TRUE(window().item(u"Endpoint URL"_qs)->property("canUndo").toBool());
+    window().type(u"b"_s);
+    EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"abc"_s));
+    EXPECT_EQ(window().item(u"Endpoint URL"_s)->property("cursorPosition").toInt(), 2);
+    EXPECT_TRUE(window().item(u"Endpoint URL"_s)->property("canUndo").toBool());
     EXPECT_EQ(page().rev(), 0);
     window().press(Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(stored(u"customURL"_qs), PropertyListValue(u"ac"_qs));
+    EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"ac"_s));
 }
 
 TEST_F(PageViewTest, MasksKeysUntilTheUserAsksToSeeThem)
 {
-    Prefs::set(u"openaiKey"_qs, u"hidden key"_qs);
-    openPage(u"dictation"_qs);
-    QAccessibleInterface *found = window().find(u"API key"_qs);
-    EXPECT_EQ(found->textInterface()->text(0, 99), u"••••••••••"_qs);
-    window().click(u"Show API key"_qs);
-    EXPECT_EQ(found->textInterface()->text(0, 99), u"hidden key"_qs);
+    Prefs::set(u"openaiKey"_s, u"hidden key"_s);
+    openPage(u"dictation"_s);
+    QAccessibleInterface *found = window().find(u"API key"_s);
+    EXPECT_EQ(found->textInterface()->text(0, 99), u"••••••••••"_s);
+    window().click(u"Show API key"_s);
+    EXPECT_EQ(found->textInterface()->text(0, 99), u"hidden key"_s);
 }
 
 TEST_F(PageViewTest, ShowsWhatIsStoredAgainWhenItIsOpenedAgain)
 {
-    openPage(u"look"_qs);
-    window().click(u"Bold letters"_qs);
-    openPage(u"look"_qs);
-    EXPECT_TRUE(window().find(u"Bold letters"_qs)->state().checked);
+    openPage(u"look"_s);
+    window().click(u"Bold letters"_s);
+    openPage(u"look"_s);
+    EXPECT_TRUE(window().find(u"Bold letters"_s)->state().checked);
 }
 
 } // namespace

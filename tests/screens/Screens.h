@@ -36,9 +36,9 @@ protected:
         m_settings = std::make_unique<SettingsModel>(pasteboard, contacts, m_catalogue);
         m_page.reset(m_settings->makePage(id));
         m_window = std::make_unique<QmlWindow>(
-            u"Kavrin.Screens"_qs, u"PageView"_qs,
-            QVariantMap{{u"page"_qs, QVariant::fromValue(m_page.get())},
-                        {u"actions"_qs, QVariant::fromValue(m_settings->actions())}},
+            u"Kavrin.Screens"_s, u"PageView"_s,
+            QVariantMap{{u"page"_s, QVariant::fromValue(m_page.get())},
+                        {u"actions"_s, QVariant::fromValue(m_settings->actions())}},
             size);
     }
 
@@ -50,8 +50,8 @@ protected:
         m_window.reset();
         m_settings = std::make_unique<SettingsModel>(pasteboard, contacts);
         m_window =
-            std::make_unique<QmlWindow>(u"Kavrin.Screens"_qs, u"SettingsView"_qs,
-                                        QVariantMap{{u"settings"_qs, QVariant::fromValue(m_settings.get())}});
+            std::make_unique<QmlWindow>(u"Kavrin.Screens"_s, u"SettingsView"_s,
+                                        QVariantMap{{u"settings"_s, QVariant::fromValue(m_settings.get())}});
     }
 
     QmlWindow &window() { return *m_window; }

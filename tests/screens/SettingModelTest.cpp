@@ -21,7 +21,7 @@ std::optional<PropertyListValue> stored(const QString &key)
 
 Prefs::Item slider(double lower, double upper, double step)
 {
-    return {u"number"_qs, u"Number"_qs, catalogue::Slider{lower, lower, upper, step, {}}};
+    return {u"number"_s, u"Number"_s, catalogue::Slider{lower, lower, upper, step, {}}};
 }
 
 TEST(SettingModel, StoresANumberAtItsNearestStep)
@@ -35,16 +35,16 @@ TEST(SettingModel, StoresANumberAtItsNearestStep)
         QString label;
     };
     const std::vector<Case> cases = {
-        {0, 1, 0.05, 0.437, 0.45, u"0.45"_qs}, {0, 1, 0.05, 0.42, 0.4, u"0.40"_qs},
-        {36, 80, 1, 54.4, 54, u"54"_qs},       {36, 80, 1, 54.5, 55, u"55"_qs},
-        {-12, 12, 1, -2.5, -3, u"-3"_qs},      {5, 1440, 5, 1440, 1440, u"1440"_qs},
-        {150, 800, 10, 384, 380, u"380"_qs},
+        {0, 1, 0.05, 0.437, 0.45, u"0.45"_s}, {0, 1, 0.05, 0.42, 0.4, u"0.40"_s},
+        {36, 80, 1, 54.4, 54, u"54"_s},       {36, 80, 1, 54.5, 55, u"55"_s},
+        {-12, 12, 1, -2.5, -3, u"-3"_s},      {5, 1440, 5, 1440, 1440, u"1440"_s},
+        {150, 800, 10, 384, 380, u"380"_s},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.moved);
         SettingModel setting(slider(c.lower, c.upper, c.step));
         setting.setNumber(c.moved);
-        const auto value = stored(u"number"_qs);
+        const auto value = stored(u"number"_s);
         ASSERT_TRUE(value && std::holds_alternative<double>(*value));
         EXPECT_DOUBLE_EQ(std::get<double>(*value), c.expected);
         EXPECT_EQ(setting.numberText(), c.label);
@@ -60,15 +60,15 @@ TEST(SettingModel, TellsThePageOfTogglesAndChoicesOnly)
     };
     const std::vector<Case> cases = {
         {catalogue::Toggle{false}, [](SettingModel &setting) { setting.setOn(true); }, 1},
-        {catalogue::Choice{u"a"_qs, {{u"a"_qs, u"A"_qs}, {u"b"_qs, u"B"_qs}}},
+        {catalogue::Choice{u"a"_s, {{u"a"_s, u"A"_s}, {u"b"_s, u"B"_s}}},
          [](SettingModel &setting) { setting.setOptionIndex(1); }, 1},
         {catalogue::Slider{0, 0, 9, 1, {}}, [](SettingModel &setting) { setting.setNumber(4); }, 0},
-        {catalogue::Text{{}, false}, [](SettingModel &setting) { setting.setText(u"x"_qs); }, 0},
-        {catalogue::Text{{}, true}, [](SettingModel &setting) { setting.setText(u"x"_qs); }, 0},
+        {catalogue::Text{{}, false}, [](SettingModel &setting) { setting.setText(u"x"_s); }, 0},
+        {catalogue::Text{{}, true}, [](SettingModel &setting) { setting.setText(u"x"_s); }, 0},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.kind.index());
-        SettingModel setting({u"key"_qs, u"Title"_qs, c.kind});
+        SettingModel setting({u"key"_s, u"Title"_s, c.kind});
         const QSignalSpy changed(&setting, &SettingModel::changed);
         c.change(setting);
         EXPECT_EQ(changed.size(), c.changes);
@@ -78,17 +78,17 @@ TEST(SettingModel, TellsThePageOfTogglesAndChoicesOnly)
 
 TEST(SettingModel, StampsTheRevisionWithEveryChange)
 {
-    SettingModel setting({u"key"_qs, u"Title"_qs, catalogue::Text{{}, false}});
-    setting.setText(u"a"_qs);
-    const auto first = stored(u"settingsRevision"_qs);
-    setting.setText(u"ab"_qs);
-    EXPECT_GT(std::get<double>(*stored(u"settingsRevision"_qs)), std::get<double>(*first));
+    SettingModel setting({u"key"_s, u"Title"_s, catalogue::Text{{}, false}});
+    setting.setText(u"a"_s);
+    const auto first = stored(u"settingsRevision"_s);
+    setting.setText(u"ab"_s);
+    EXPECT_GT(std::get<double>(*stored(u"settingsRevision"_s)), std::get<double>(*first));
 }
 
 TEST(SettingModel, HasNoChosenOptionWhereTheStoredOneIsUnknown)
 {
-    Prefs::set(u"key"_qs, u"gone"_qs);
-    const SettingModel setting({u"key"_qs, u"Title"_qs, catalogue::Choice{u"a"_qs, {{u"a"_qs, u"A"_qs}}}});
+    Prefs::set(u"key"_s, u"gone"_s);
+    const SettingModel setting({u"key"_s, u"Title"_s, catalogue::Choice{u"a"_s, {{u"a"_s, u"A"_s}}}});
     EXPECT_EQ(setting.optionIndex(), -1);
 }
 

@@ -13,13 +13,13 @@ TEST_F(SettingsViewTest, ListsSetupThenEveryPageThenTheDictionary)
 {
     openSettings();
     QStringList expected = {
-        u"Kavrin"_qs, u"Setup"_qs, u"Setup"_qs,
-        u"Settings › General › Keyboard › Keyboards › Add New Keyboard › Kavrin, then enable Allow Full Access."_qs,
-        u"Try the keyboard here"_qs};
+        u"Kavrin"_s, u"Setup"_s, u"Setup"_s,
+        u"Settings › General › Keyboard › Keyboards › Add New Keyboard › Kavrin, then enable Allow Full Access."_s,
+        u"Try the keyboard here"_s};
     for (const Prefs::Page &page : Prefs::pages()) {
         expected.append(page.title);
     }
-    expected.append(u"Personal dictionary & shortcuts"_qs);
+    expected.append(u"Personal dictionary & shortcuts"_s);
     EXPECT_EQ(window().names(), expected);
 }
 
@@ -30,22 +30,21 @@ TEST_F(SettingsViewTest, OpensEveryPageAndTheDictionary)
     for (const Prefs::Page &page : Prefs::pages()) {
         titles.append(page.title);
     }
-    for (const QString &row : titles + QStringList{u"Personal dictionary & shortcuts"_qs}) {
+    for (const QString &row : titles + QStringList{u"Personal dictionary & shortcuts"_s}) {
         openSettings();
         window().click(row);
-        EXPECT_EQ(window().top()->property("title").toString(),
-                  titles.contains(row) ? row : u"Dictionary"_qs);
+        EXPECT_EQ(window().top()->property("title").toString(), titles.contains(row) ? row : u"Dictionary"_s);
     }
 }
 
 TEST_F(SettingsViewTest, KeepsTheTextOfTheTryOutFieldWhileAPageIsVisited)
 {
     openSettings();
-    window().click(u"Try the keyboard here"_qs);
-    window().type(u"trial"_qs);
-    window().click(u"Gestures"_qs);
+    window().click(u"Try the keyboard here"_s);
+    window().type(u"trial"_s);
+    window().click(u"Gestures"_s);
     window().goBack();
-    EXPECT_EQ(window().item(u"Try the keyboard here"_qs)->property("text"), u"trial"_qs);
+    EXPECT_EQ(window().item(u"Try the keyboard here"_s)->property("text"), u"trial"_s);
     EXPECT_TRUE(Shared::d().dictionaryRepresentation().empty());
 }
 

@@ -8,8 +8,8 @@ namespace kavrin
 
 const SoundCodecs &SoundCodecs::load()
 {
-    static const SoundCodecs &codecs = loadFrom(modulePath(QStringLiteral("kavrin_libav.so")));
-    return codecs;
+    static const SoundCodecs *const codecs = &loadFrom(modulePath(QStringLiteral("kavrin_libav.so")));
+    return *codecs;
 }
 
 const SoundCodecs &SoundCodecs::loadFrom(const QString &module)

@@ -170,11 +170,14 @@ std::optional<PropertyListValue> parse(QByteArrayView data)
     if (data.isEmpty() || data.size() > std::numeric_limits<uint32_t>::max()) {
         return std::nullopt;
     }
-    if (data.startsWith(QByteArrayView("bplist")) && !isWithinBounds(data)) {
+    const bool isBinary = data.startsWith(QByteArrayView("bplist"));
+    if (isBinary && !isWithinBounds(data)) {
         return std::nullopt;
     }
     plist_t root = nullptr;
-    plist_from_memory(data.data(), uint32_t(data.size()), &root);
+    // Not plist_from_memory(): newer versions of the library take other formats there, too.
+    const auto read = isBinary ? &plist_from_bin : &plist_from_xml;
+    read(data.data(), uint32_t(data.size()), &root);
     const Node node(root);
     return node ? toValue(node.get()) : std::nullopt;
 }

@@ -112,7 +112,11 @@ void AacFileWriter::openContainer()
 
     auto *buffer = static_cast<unsigned char *>(av_malloc(libav::BufferSize));
     requireMemory(buffer);
-    m_stream.reset(avio_alloc_context(buffer, libav::BufferSize, 1, this, nullptr, &writeBytes, nullptr));
+    // The bytes are const from FFmpeg 7 on.
+    const auto write = [](void *writer, auto *bytes, int count) {
+        return static_cast<AacFileWriter *>(writer)->writeBytes(bytes, count);
+    };
+    m_stream.reset(avio_alloc_context(buffer, libav::BufferSize, 1, this, nullptr, write, nullptr));
     if (!m_stream) {
         av_free(buffer);
     }
@@ -210,17 +214,16 @@ void AacFileWriter::fail(const QString &reason)
     }
 }
 
-int AacFileWriter::writeBytes(void *writer, std::uint8_t *bytes, int count)
+int AacFileWriter::writeBytes(const std::uint8_t *bytes, int count)
 {
-    auto *self = static_cast<AacFileWriter *>(writer);
-    if (self->m_failure) {
+    if (m_failure) {
         return AVERROR(EIO);
     }
     // A disk that fills up takes a part first and refuses the rest, with the reason, afterwards.
     for (qint64 done = 0; done < count;) {
-        const qint64 taken = self->m_file.write(reinterpret_cast<const char *>(bytes) + done, count - done);
+        const qint64 taken = m_file.write(reinterpret_cast<const char *>(bytes) + done, count - done);
         if (taken < 0) {
-            self->fail(self->m_file.errorString());
+            fail(m_file.errorString());
             return AVERROR(EIO);
         }
         done += taken;

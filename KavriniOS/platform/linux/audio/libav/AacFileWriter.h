@@ -39,7 +39,7 @@ public:
     [[nodiscard]] std::optional<Error> failure() const override { return m_failure; }
 
 private:
-    static int writeBytes(void *writer, std::uint8_t *bytes, int count);
+    int writeBytes(const std::uint8_t *bytes, int count);
 
     void openFile();
     void openEncoder(int sampleRate, int channels);

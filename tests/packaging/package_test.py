@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
-from clean_root import CleanRoot
+from clean_root import CleanRoot, need_clean_root
 from packages import BUILD, make_package
 from support.private_session import ROOT, SPEECH
 
@@ -72,6 +72,7 @@ class CleanMachine(unittest.TestCase):
     """One test: making the machine takes longer than all else."""
 
     def test_it_installs_serves_an_ordinary_user_and_leaves_nothing(self):
+        need_clean_root()
         folder = folder_for(self.enterContext)
         machine = CleanRoot(folder / "root", BUILD / "package-cache")
         machine.bootstrap()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "catalogue/Catalogue.h"
+#include "support/Paths.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -65,7 +66,7 @@ QJsonObject toJson(const Item &item)
 
 QJsonArray expectedPages()
 {
-    QFile file(QStringLiteral(KAVRIN_SOURCE_DIR "/tests/catalogue/catalogue.json"));
+    QFile file(kavrin::test::sourcePath("tests/catalogue/catalogue.json"));
     EXPECT_TRUE(file.open(QFile::ReadOnly));
     return QJsonDocument::fromJson(file.readAll()).array();
 }

@@ -276,7 +276,13 @@ std::string cannotBeWritten(const QString &reason)
 class DiskFaults : public testing::Test
 {
 protected:
-    DiskFaults() { m_soundServer.start(); }
+    void SetUp() override
+    {
+        if (m_disk.refusal()) {
+            GTEST_SKIP() << *m_disk.refusal();
+        }
+        m_soundServer.start();
+    }
 
     PrivateDisk m_disk{FileManager::temporaryDirectory(), DiskSize};
     PrivateSoundServer m_soundServer;

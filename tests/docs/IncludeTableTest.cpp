@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "IncludeTable.h"
+#include "support/Paths.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,7 +16,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-const QString sources = QStringLiteral(KAVRIN_SOURCE_DIR);
+const QString sources = sourcePath("");
 
 const QString exampleTable = uR"(
 Text, and a table of something else:

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include "support/Paths.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -17,7 +19,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-const QString sources = QStringLiteral(KAVRIN_SOURCE_DIR);
+const QString sources = sourcePath("");
 const QString platform = sources + u"/KavriniOS/platform"_s;
 
 QString guide()

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/UserDefaults.h"
+#include "support/Paths.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -46,7 +47,7 @@ QByteArray documentedSchema()
     static const QRegularExpression block(u"^```sql\n(.*?)^```$"_s,
                                           QRegularExpression::MultilineOption
                                               | QRegularExpression::DotMatchesEverythingOption);
-    QFile file(QStringLiteral(KAVRIN_SOURCE_DIR "/docs/shared-suite.md"));
+    QFile file(sourcePath("docs/shared-suite.md"));
     file.open(QIODevice::ReadOnly);
     return block.match(QString::fromUtf8(file.readAll())).captured(1).toUtf8();
 }

@@ -10,10 +10,11 @@ import subprocess
 import unittest
 import xml.etree.ElementTree
 
-from loopback_test import ANOTHER_USER, become_root_of_a_user_namespace
+from loopback_test import become_root_of_a_user_namespace
 from notices_test import RefusingService
 from support.desktop import APPLICATION, Bus
-from support.private_session import PORT, ROOT, SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.private_session import (ANOTHER_USER, PORT, ROOT, SPEECH, PrivateSession, enter_private_namespaces,
+                                     need_another_user, wait_until)
 
 CLIP = SPEECH / "cards" / "001.wav"
 SPOKEN = "ten of clubs"
@@ -90,6 +91,7 @@ class Files(unittest.TestCase):
                 self.assertLessEqual(holding, {GROUP}, secret)
 
     def test_another_user_reads_neither_suite_nor_recording(self):
+        need_another_user()
         with umask(0o022), PrivateSession() as session:
             use_everything(session)
             group = session.folder / GROUP

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "store/Shared.h"
+#include "support/Paths.h"
 
 #include <QDir>
 #include <QFile>
@@ -54,7 +55,7 @@ public:
     {
         QDir(m_prefix.path()).mkpath(u"bin"_s);
         QDir(m_prefix.path()).mkpath(u"share/kavrin"_s);
-        QFile::copy(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), m_prefix.filePath(u"bin/kavrinctl"_s));
+        QFile::copy(kavrin::test::programPath("kavrinctl"), m_prefix.filePath(u"bin/kavrinctl"_s));
         writeResource(u"entitlements.plist"_s,
                       plist("<dict><key>" + key + "</key>" + array(entitled) + "</dict>"));
         writeResource(u"Info.plist"_s, plist(info));

@@ -55,7 +55,12 @@ QString fillerPath(const QByteArray &folder)
 
 PrivateDisk::PrivateDisk(const QString &folder, qint64 size) : m_folder(QFile::encodeName(folder))
 {
-    enterPrivateMounts();
+    try {
+        enterPrivateMounts();
+    } catch (const std::runtime_error &failure) {
+        m_refusal = std::string("mounts of one's own are not permitted here: ") + failure.what();
+        return;
+    }
     const QByteArray options = "mode=0700,size=" + QByteArray::number(size);
     require(mount("tmpfs", m_folder, "tmpfs", 0, options.constData()) == 0, m_folder);
 }

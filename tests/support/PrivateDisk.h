@@ -3,6 +3,9 @@
 
 #include <QString>
 
+#include <optional>
+#include <string>
+
 namespace kavrin::test
 {
 
@@ -13,12 +16,16 @@ class PrivateDisk
 {
 public:
     /// Of `size` bytes, in whole pages. To be made before the process has a second thread. Throws
-    /// std::runtime_error.
+    /// std::runtime_error. Where there is a refusal() the folder stays as it was.
     PrivateDisk(const QString &folder, qint64 size);
     ~PrivateDisk();
 
     PrivateDisk(const PrivateDisk &) = delete;
     PrivateDisk &operator=(const PrivateDisk &) = delete;
+
+    /// Why there is no such disk, where the environment permits none: a container, or a chroot. Tests are
+    /// skipped then.
+    [[nodiscard]] const std::optional<std::string> &refusal() const { return m_refusal; }
 
     /// Takes all the room that is left.
     void fill() const;
@@ -31,6 +38,7 @@ public:
 
 private:
     QByteArray m_folder;
+    std::optional<std::string> m_refusal;
 };
 
 } // namespace kavrin::test

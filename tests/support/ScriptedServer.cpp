@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/ScriptedServer.h"
+#include "support/Paths.h"
 
 #include <QFile>
 #include <QSslCertificate>
@@ -21,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 QString fileBesideThis(const QString &name)
 {
-    return QStringLiteral(KAVRIN_SOURCE_DIR "/tests/support/") + name;
+    return sourcePath("tests/support/") + name;
 }
 
 QList<QSslCertificate> certificate()

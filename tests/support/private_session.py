@@ -20,12 +20,16 @@ import subprocess
 import sys
 import tempfile
 import time
+import unittest
 import urllib.request
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PORT = 49731
 SPEECH = pathlib.Path("/usr/share/pocketsphinx/test/data")
 
+ANOTHER_USER = 65534
+
+_in_private_namespaces = False
 _ENTERED = "KAVRIN_PRIVATE_NAMESPACES"
 _PR_SET_PDEATHSIG = 1
 _PR_CAP_AMBIENT = 47
@@ -41,8 +45,11 @@ _IFF_UP = 0x1
 def enter_private_namespaces():
     """Starts the running script again with a network and mounts of its own, as root or not: Kavrin's port is free
     there whatever else runs on the machine, and small_disk() and make_read_only() change nothing outside. Where the
-    machine does not permit that, returns in the machine's own namespaces."""
+    machine does not permit that, as in a container, it returns in the machine's own namespaces, once no other script
+    is there: they all need the same port."""
+    global _in_private_namespaces
     if os.environ.pop(_ENTERED, None):
+        _in_private_namespaces = True
         _bring_up_loopback()
         return
     user = [] if os.geteuid() == 0 else ["--map-current-user", "--keep-caps"]
@@ -53,6 +60,22 @@ def enter_private_namespaces():
         os.environ[_ENTERED] = "1"
         sys.stdout.flush()
         os.execvp(namespaces[0], [*namespaces, sys.executable, *sys.argv])
+    fcntl.flock(os.open(ROOT, os.O_RDONLY | os.O_CLOEXEC), fcntl.LOCK_EX)  # until the script ends
+
+
+def need_private_namespaces():
+    """Skips the running test where there are no network and mounts of its own."""
+    if not _in_private_namespaces:
+        raise unittest.SkipTest("a network and mounts of one's own are not permitted here")
+
+
+def need_another_user():
+    """Skips the running test where it cannot run programs as another user."""
+    try:
+        subprocess.run(["true"], user=ANOTHER_USER, group=ANOTHER_USER, extra_groups=[], check=True)
+    except OSError:
+        raise unittest.SkipTest("becoming another user is not permitted here: it needs root, or the package uidmap and "
+                                "a range for this user in /etc/subuid and /etc/subgid") from None
 
 
 def _bring_up_loopback():
@@ -75,13 +98,16 @@ def wait_until(condition, what, limit=30, interval=0.01):
 
 
 def small_disk(folder, size):
-    """Puts an empty disk of `size` bytes (whole pages) in the folder's place."""
+    """Puts an empty disk of `size` bytes (whole pages) in the folder's place. Skips the running test where there are
+    no mounts of its own."""
+    need_private_namespaces()
     _mount("tmpfs", folder, "tmpfs", 0, f"size={size},mode=0700")
 
 
 def make_read_only(folder):
     """Nobody, root neither, can change anything in the folder from now on; processes that have files open there for
-    writing must have closed them."""
+    writing must have closed them. Skips the running test where there are no mounts of its own."""
+    need_private_namespaces()
     _mount(folder, folder, None, _MS_BIND)
     _mount(None, folder, None, _MS_BIND | _MS_REMOUNT | _MS_RDONLY)
 

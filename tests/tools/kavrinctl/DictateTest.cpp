@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "store/Shared.h"
+#include "support/Paths.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QProcess>
@@ -149,7 +150,7 @@ TEST(KavrinctlDictate, WaitWaitsForTheDictationUnderWayAndNotForAnOldTranscript)
     store(u"dictationState"_s, u"working"_s);
     const Application application([](const QString &) { });
     QProcess waiting;
-    waiting.start(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), {u"dictate"_s, u"wait"_s});
+    waiting.start(programPath("kavrinctl"), {u"dictate"_s, u"wait"_s});
     ASSERT_TRUE(waiting.waitForStarted());
     store(u"transcript"_s, u"new"_s);
     store(u"tStamp"_s, 1001.5);
@@ -164,7 +165,7 @@ TEST(KavrinctlDictate, WaitSaysThatTheDictationUnderWayHasFailed)
     store(u"dictationState"_s, u"working"_s);
     const Application application([](const QString &) { });
     QProcess waiting;
-    waiting.start(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), {u"dictate"_s, u"wait"_s});
+    waiting.start(programPath("kavrinctl"), {u"dictate"_s, u"wait"_s});
     // One failure after the other, for as long as it takes the process to begin to look.
     while (!waiting.waitForFinished(100)) {
         ASSERT_NE(waiting.state(), QProcess::NotRunning);

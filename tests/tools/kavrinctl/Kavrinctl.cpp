@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Kavrinctl.h"
+#include "support/Paths.h"
 
 #include <QProcess>
 
@@ -9,7 +10,7 @@ namespace kavrin::test
 Outcome kavrinctl(const QStringList &arguments, const QByteArray &standardInput)
 {
     QProcess process;
-    process.start(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), arguments);
+    process.start(programPath("kavrinctl"), arguments);
     process.write(standardInput);
     process.closeWriteChannel();
     process.waitForFinished();

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "store/Prefs.h"
 #include "store/Shared.h"
+#include "support/Paths.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QFile>
@@ -29,7 +30,7 @@ QJsonArray withoutVisibility(const QJsonArray &pages)
 
 TEST(Kavrinctl, TheCatalogueAsJsonIsWhole)
 {
-    QFile expected(QStringLiteral(KAVRIN_SOURCE_DIR "/tests/catalogue/catalogue.json"));
+    QFile expected(sourcePath("tests/catalogue/catalogue.json"));
     ASSERT_TRUE(expected.open(QIODevice::ReadOnly));
     EXPECT_EQ(withoutVisibility(kavrinctlJson({u"catalogue"_s, u"--json"_s}).array()),
               QJsonDocument::fromJson(expected.readAll()).array());

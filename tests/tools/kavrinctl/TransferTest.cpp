@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "store/Prefs.h"
 #include "store/Shared.h"
+#include "support/Paths.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QProcess>
@@ -80,7 +81,7 @@ TEST(Kavrinctl, WhatCannotBePrintedIsSaid)
 {
     QProcess process;
     process.setStandardOutputFile(u"/dev/full"_s);
-    process.start(QStringLiteral(KAVRIN_BIN_DIR "/kavrinctl"), {u"export"_s});
+    process.start(programPath("kavrinctl"), {u"export"_s});
     ASSERT_TRUE(process.waitForFinished());
     EXPECT_EQ(process.exitCode(), 1);
     EXPECT_TRUE(process.readAllStandardError().contains("Standard output could not be written"));
@@ -89,7 +90,7 @@ TEST(Kavrinctl, WhatCannotBePrintedIsSaid)
 TEST(Kavrinctl, TranscribeNamesTheDomainAndTheDescriptionOfAFailure)
 {
     Prefs::set(u"provider"_s, u"custom"_s);
-    const Outcome badEndpoint = kavrinctl({u"transcribe"_s, QStringLiteral(KAVRIN_SOURCE_DIR "/LICENSE")});
+    const Outcome badEndpoint = kavrinctl({u"transcribe"_s, sourcePath("LICENSE")});
     EXPECT_EQ(badEndpoint.exitCode, 1);
     EXPECT_EQ(badEndpoint.errors, u"kavrinctl: cfg: Bad endpoint URL\n");
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/Paths.h"
 #include "support/Wait.h"
 #include "tools/stt/Recordings.h"
 
@@ -19,7 +20,7 @@ using namespace kavrin::test;
 namespace
 {
 
-const QString program = QStringLiteral(KAVRIN_BIN_DIR "/kavrin-stt");
+const QString program = programPath("kavrin-stt");
 
 constexpr qsizetype largestUpload = qsizetype{25} * 1024 * 1024;
 constexpr std::size_t callers = 6; // as many connections as Qt makes to one host at once

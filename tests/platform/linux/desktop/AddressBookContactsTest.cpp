@@ -2,6 +2,7 @@
 #include "platform/linux/desktop/AddressBookContacts.h"
 
 #include "platform/UserDefaults.h"
+#include "support/Paths.h"
 #include "support/PrivateBus.h"
 #include "support/Wait.h"
 
@@ -45,8 +46,8 @@ public:
         const QString folder = QDir::home().filePath(u"services"_s);
         QDir().mkpath(folder);
         write(folder + u"/address-book.service"_s,
-              u"[D-BUS Service]\nName=%1\nExec=%2 claim %1\n"_s.arg(
-                  addressBook, QStringLiteral(KAVRIN_APPLICATION_INSTANCE)));
+              u"[D-BUS Service]\nName=%1\nExec=%2 claim %1\n"_s.arg(addressBook,
+                                                                    helperPath("application_instance")));
         configure(u"<servicedir>%1</servicedir>"_s.arg(folder));
     }
 

@@ -2,6 +2,7 @@
 #include "platform/linux/desktop/ApplicationBus.h"
 
 #include "support/ChildProcess.h"
+#include "support/Paths.h"
 #include "support/PrivateBus.h"
 #include "support/Wait.h"
 
@@ -24,7 +25,7 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 using Claim = ApplicationBus::Claim;
 
-const QString instance = QStringLiteral(KAVRIN_APPLICATION_INSTANCE);
+const QString instance = helperPath("application_instance");
 
 std::unique_ptr<ChildProcess> startClaim()
 {

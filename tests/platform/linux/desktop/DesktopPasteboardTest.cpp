@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "PrivateDisplay.h"
+#include "support/Paths.h"
 #include "support/Wait.h"
 
 #include <QDir>
@@ -18,7 +19,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-const QString owner = QStringLiteral(KAVRIN_PASTEBOARD_OWNER);
+const QString owner = helperPath("pasteboard_owner");
 const QString hint = u"x-kde-passwordManagerHint"_s;
 
 std::unique_ptr<PrivateDisplay> makeDisplay(const std::string &kind)

@@ -314,22 +314,23 @@ void expectOther(const Name &name)
     EXPECT_EQ(status, 0);
 }
 
-/// Runs the calling test again as the root of a user namespace with users to change to.
-int runAgainAsRoot(const QString &test)
+/// Runs a program as the root of a user namespace with users to change to.
+int runAsRoot(const QStringList &command)
 {
-    return QProcess::execute(QStringLiteral("unshare"),
-                             {QStringLiteral("--map-root-user"), QStringLiteral("--map-auto"),
-                              QCoreApplication::applicationFilePath(),
-                              QStringLiteral("--gtest_filter=") + test});
+    const QStringList options = {QStringLiteral("--map-root-user"), QStringLiteral("--map-auto")};
+    return QProcess::execute(QStringLiteral("unshare"), options + command);
 }
 
 TEST(PeerUser, IsOtherForAConnectionOfAnotherUser)
 {
     if (geteuid() != 0) {
-        EXPECT_EQ(runAgainAsRoot(QStringLiteral("PeerUser.IsOtherForAConnectionOfAnotherUser")), 0)
-            << "Only root can become another user. Run this as root, or install the package uidmap and give "
-               "this "
-               "user a range in /etc/subuid and /etc/subgid.";
+        if (runAsRoot({QStringLiteral("true")}) != 0) {
+            GTEST_SKIP() << "Becoming another user is not permitted here: it needs root, or the package "
+                            "uidmap and a range for this user in /etc/subuid and /etc/subgid.";
+        }
+        EXPECT_EQ(runAsRoot({QCoreApplication::applicationFilePath(),
+                             QStringLiteral("--gtest_filter=PeerUser.IsOtherForAConnectionOfAnotherUser")}),
+                  0);
         return;
     }
     for (const Name &name : {ipv4Name(), ipv6Name("::1"), ipv6Name("::ffff:127.0.0.1")}) {

@@ -30,6 +30,13 @@ protected:
         m_disk = std::make_unique<PrivateDisk>(m_folder, 1024 * 1024);
     }
 
+    void SetUp() override
+    {
+        if (m_disk->refusal()) {
+            GTEST_SKIP() << *m_disk->refusal();
+        }
+    }
+
     QString path() const { return m_folder + u"/defaults.sqlite"_s; }
 
     static void store(const QString &value) { UserDefaults::suite(group)->set(u"key"_s, value); }

@@ -52,6 +52,9 @@ kavrin_install_compressed(debian/changelog ${documentation})
 get_property(compressed_files GLOBAL PROPERTY kavrin_compressed_files)
 add_custom_target(kavrin_compressed_files ALL DEPENDS ${compressed_files})
 
+# All that is installed, without the tests.
+add_custom_target(programs DEPENDS kavrin kavrinctl kavrin-stt kavrin_curl kavrin_libav kavrin_compressed_files)
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME kavrin)
 set(CPACK_PACKAGE_VENDOR "The Kavrin developers")

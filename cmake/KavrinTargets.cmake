@@ -1,7 +1,23 @@
 # SPDX-License-Identifier: MIT
 # How every target of the project is made: the same warnings, the same strict Qt, the same sanitizers.
 
+# kavrin_precompile(core HEADERS <QtCore> LINKS Qt6::Core): compiles the headers once, as kavrin_core_headers, for all
+# targets that are made while KAVRIN_HEADERS names that.
+function(kavrin_precompile name)
+  cmake_parse_arguments(arg "" "" "HEADERS;LINKS" ${ARGN})
+  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/headers/${name}.cpp CONTENT "")
+  add_library(kavrin_${name}_headers OBJECT ${PROJECT_BINARY_DIR}/headers/${name}.cpp)
+  target_link_libraries(kavrin_${name}_headers PRIVATE ${arg_LINKS})
+  target_precompile_headers(kavrin_${name}_headers PRIVATE ${arg_HEADERS})
+  set_target_properties(kavrin_${name}_headers PROPERTIES AUTOMOC OFF)
+  set(KAVRIN_HEADERS "")
+  kavrin_configure(kavrin_${name}_headers)
+endfunction()
+
 function(kavrin_configure target)
+  if(KAVRIN_HEADERS)
+    target_precompile_headers(${target} REUSE_FROM ${KAVRIN_HEADERS})
+  endif()
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/KavriniOS ${PROJECT_SOURCE_DIR})
   target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS
     KAVRIN_VERSION="${PROJECT_VERSION}")

@@ -23,7 +23,8 @@ MEASUREMENTS = {"loopback": loopback, "store": store, "codes": codes, "pages": p
 def read_arguments():
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__)
     parser.add_argument("what", nargs="*", metavar="WHAT", help=f"out of {', '.join(MEASUREMENTS)}; all without")
-    parser.add_argument("--readme", action="store_true", help="write the table into README.md as well; all of it")
+    parser.add_argument("--write", action="store_true",
+                        help="write the table into docs/performance.md and its telling lines into README.md as well")
     parser.add_argument("--quick", action="store_true", help="only see that it works: the figures mean little")
     for what, measurement in MEASUREMENTS.items():
         for name, (usual, _, text) in measurement.OPTIONS.items():
@@ -32,8 +33,8 @@ def read_arguments():
     unknown = set(arguments.what) - set(MEASUREMENTS)
     if unknown:
         parser.error(f"there is no {', '.join(unknown)}; there are {', '.join(MEASUREMENTS)}")
-    if arguments.readme and (arguments.what or arguments.quick):
-        parser.error("--readme writes the whole table, well measured: neither WHAT nor --quick goes with it")
+    if arguments.write and (arguments.what or arguments.quick):
+        parser.error("--write writes the whole table, well measured: neither WHAT nor --quick goes with it")
     return arguments
 
 
@@ -59,8 +60,8 @@ def main():
             failed = True
             print(f"{what} could not be measured: {error}", file=sys.stderr)
     print(table.plain(rows))
-    if arguments.readme and not failed:
-        table.write_readme(ROOT / "README.md", rows)
+    if arguments.write and not failed:
+        table.write(rows, ROOT / "docs" / "performance.md", ROOT / "README.md")
     sys.exit(failed)
 
 

@@ -44,7 +44,8 @@ def measure(options):
     waiting = f"Waiting for a command, {options.seconds} s"
     sleeper = "a process that sleeps as often"
     return [
-        Row(f"{waiting}: share of a core", "%", (100 * ours[0],), ((sleeper, (100 * sleepers[0],)),), (at_most(0.3),)),
+        Row(f"{waiting}: share of a core", "%", (100 * ours[0],), ((sleeper, (100 * sleepers[0],)),), (at_most(0.3),),
+            telling="While it waits for a command, it takes {} of one processor core."),
         Row(f"{waiting}: wake-ups a second", "", (ours[1],), ((sleeper, (sleepers[1],)),), (at_most(10),),
             note="Voluntary context switches of all threads."),
         Row(f"{waiting}: written to the disk an hour", "MB", (ours[2] * 3600 / 1e6,),

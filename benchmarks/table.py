@@ -42,6 +42,7 @@ class Row:
     """Kavrin's figures, all of one unit, beside those of its peers; the first peer is the one that a goal is about.
 
     `labels` tells several figures apart. `note` is always shown, `missed` where a goal is not met: what was tried.
+    `telling` is a sentence for the README, with {} for the first of Kavrin's figures.
     """
     name: str
     unit: str
@@ -51,6 +52,7 @@ class Row:
     labels: tuple = ()
     note: str = ""
     missed: str = ""
+    telling: str = ""
 
     def ratios(self, peer):
         return [ours / theirs if theirs > 0 else None for ours, theirs in zip(self.ours, peer[1])]
@@ -132,10 +134,20 @@ def markdown(rows):
         *(f"{position}. {note}" for position, note in enumerate(notes, 1))])
 
 
-def write_readme(path, rows):
-    """Puts the table between the two comments that mark its place."""
-    begin, end = "<!-- scripts/bench --readme writes this table -->\n", "\n<!-- end of the table -->"
-    readme = pathlib.Path(path)
-    before, rest = readme.read_text(encoding="utf-8").split(begin)
+def telling(rows):
+    """The lines for the README."""
+    return "\n".join(f"- {row.telling.format(f'**{figures(row.ours[:1], row.unit)}**')}" for row in rows if row.telling)
+
+
+def write(rows, document, readme):
+    """Puts the table into the document and the telling lines into the README, where two comments mark their places."""
+    _write_between(document, "table", markdown(rows))
+    _write_between(readme, "figures", telling(rows))
+
+
+def _write_between(path, what, text):
+    begin, end = f"<!-- begin of the {what} that scripts/bench --write writes -->\n", f"\n<!-- end of the {what} -->"
+    path = pathlib.Path(path)
+    before, rest = path.read_text(encoding="utf-8").split(begin)
     after = rest.split(end)[1]
-    readme.write_text(f"{before}{begin}{markdown(rows).rstrip()}{end}{after}", encoding="utf-8")
+    path.write_text(f"{before}{begin}{text.rstrip()}{end}{after}", encoding="utf-8")

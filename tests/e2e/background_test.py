@@ -232,13 +232,13 @@ class Actions(Background):
         self.assertEqual(self.suite.get("otpCode"), "482913")
 
 
-class ReadMe(Background):
+class Document(Background):
     """The examples of how to hand over a message, pasted as they stand."""
 
     def test_each_way_of_handing_over_a_message(self):
-        readme = (ROOT / "README.md").read_text(encoding="utf-8")
-        section = readme[readme.index("### Verification codes"):]
-        examples = re.findall(r"^```sh\n(.*?)^```$", section[:section.index("\n**")], re.MULTILINE | re.DOTALL)
+        document = (ROOT / "docs" / "everyday.md").read_text(encoding="utf-8")
+        section = document[document.index("## Verification codes"):document.index("Without a keyboard")]
+        examples = re.findall(r"^```sh\n(.*?)^```$", section, re.MULTILINE | re.DOTALL)
         commands = [command for example in examples for command in re.split(r"(?<!\\)\n", example.strip())
                     if not command.startswith("systemctl")]
         self.assertEqual([command.split()[0] for command in commands], ["kavrinctl", "echo", "gdbus", "gapplication"])

@@ -9,7 +9,7 @@ import sys
 import time
 import unittest
 
-from documents_test import CLIP, SPOKEN, blocks, example
+from documents_test import CLIP, SPOKEN, blocks, example, read
 from support.private_session import PrivateSession, enter_private_namespaces, wait_until
 
 CODE = "482913"
@@ -22,7 +22,7 @@ class Keyboard:
         self._drawn = session.folder / f"{name}.drawn"
         self._typed = session.folder / f"{name}.typed"
         with open(self._drawn, "wb") as drawn, open(self._typed, "wb") as typed:
-            self._process = subprocess.Popen([sys.executable, "-c", example("keyboard.md", "python")],
+            self._process = subprocess.Popen([sys.executable, "-c", example("docs/keyboard.md", "python")],
                                              env=session.env, stdin=subprocess.PIPE, stdout=typed, stderr=drawn)
 
     def drawn(self):
@@ -88,7 +88,7 @@ class KeyboardGuide(unittest.TestCase):
 
     def run_block(self, beginning):
         """What the block of the document that begins so prints."""
-        block = next(block for block in blocks("keyboard.md", "sh") if block.startswith(beginning))
+        block = next(block for block in blocks(read("docs/keyboard.md"), "sh") if block.startswith(beginning))
         return self.session.run("sh", "-eu", "-c", block).stdout
 
     def test_it_dictates_and_inserts_the_transcript(self):

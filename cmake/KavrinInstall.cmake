@@ -16,7 +16,14 @@ install(FILES ${packaging}/app.kavrin.Kavrin.metainfo.xml DESTINATION share/meta
 install(FILES ${packaging}/icons/app.kavrin.Kavrin.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES ${packaging}/icons/app.kavrin.Kavrin-symbolic.svg DESTINATION share/icons/hicolor/symbolic/apps)
 install(FILES ${packaging}/completions/kavrinctl DESTINATION share/bash-completion/completions)
-install(FILES README.md ${packaging}/debian/copyright DESTINATION ${documentation})
+install(FILES ${packaging}/debian/copyright DESTINATION ${documentation})
+
+# What people read, with the pictures in it, in the folders in which it links to each other.
+install(FILES README.md CHANGELOG.md DESTINATION ${documentation})
+install(DIRECTORY docs DESTINATION ${documentation} FILE_PERMISSIONS ${ordinary_file}
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
+  PATTERN phone-light-settings.png PATTERN phone-light-layout.png PATTERN phone-dark-dictating.png
+  PATTERN desktop-dark-extensions.png)
 
 # Names the programs by their path, which is known when they are installed and not before: the same build is packaged
 # for /usr.

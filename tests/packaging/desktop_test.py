@@ -2,6 +2,7 @@
 """What a desktop reads about Kavrin: the desktop entry, the metadata, the icons, the bus and the units."""
 
 import configparser
+import email.utils
 import pathlib
 import re
 import subprocess
@@ -72,9 +73,27 @@ class Installed(unittest.TestCase):
     def test_one_version_stands_everywhere(self):
         version = run(self.prefix / "bin" / "kavrinctl", "--version").split()[1]
         root = xml.etree.ElementTree.parse(self.metadata).getroot()
-        self.assertEqual(root.find("releases/release").get("version"), version)
+        release = root.find("releases/release")
+        self.assertEqual(release.get("version"), version)
         changelog = (PACKAGING / "debian" / "changelog").read_text(encoding="utf-8")
         self.assertEqual(re.match(r"kavrin \((.*?)\)", changelog).group(1), version)
+        signed = email.utils.parsedate_to_datetime(re.search(r"^ -- .*>  (.*)$", changelog, re.MULTILINE).group(1))
+        self.assertEqual(signed.date().isoformat(), release.get("date"))
+        for_people = (ROOT / "CHANGELOG.md").read_text(encoding="utf-8")
+        self.assertEqual(re.findall(r"^## \[(\d.*?)\] - (.*)$", for_people, re.MULTILINE)[0],
+                         (version, release.get("date")))
+
+    def test_the_documents_lead_to_what_is_installed_too(self):
+        folder = self.prefix / "share" / "doc" / "kavrin"
+        with_the_sources_only = {"CONTRIBUTING.md", "LICENSE", "screenshots"}
+        documents = [folder / "README.md", folder / "CHANGELOG.md", *(folder / "docs").glob("*.md")]
+        self.assertEqual({document.name for document in documents[2:]},
+                         {document.name for document in (ROOT / "docs").glob("*.md")})
+        for document in documents:
+            for link in re.findall(r"\]\(([^)#]+)", document.read_text(encoding="utf-8")):
+                if link not in with_the_sources_only and not link.startswith("https://"):
+                    with self.subTest(link, document=document.name):
+                        self.assertTrue((document.parent / link).exists())
 
     def test_the_bus_and_the_units_start_the_installed_programs(self):
         service = sections(self.prefix / "share" / "dbus-1" / "services" / "app.kavrin.Kavrin.service")["D-BUS Service"]

@@ -281,9 +281,11 @@ TEST_F(PulseAudioRecorderTest, KeepsWhatFittedOnAFullDisk)
 {
     std::signal(SIGXFSZ, SIG_IGN);
     const auto recorder = makeRecorder();
-    const rlimit limit{4000, RLIM_INFINITY};
+    const QString speech = fileOf(QStringLiteral("tone.wav"), wavOf(tone(440, 3, 48000, 0.5), 48000));
+    const rlimit limit{12000, RLIM_INFINITY};
     EXPECT_TRUE(await(recorder->record()));
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    m_machine.speak(speech);
     EXPECT_TRUE(waitUntil([&] { return recorder->failure().has_value(); }));
     EXPECT_EQ(failure(*recorder),
               QStringLiteral("The recording \"%1\" cannot be written: File too large.").arg(m_path));

@@ -19,7 +19,8 @@ Fields readFields(const httplib::ContentReader &read, std::size_t largest)
     std::string *current = nullptr;
     std::size_t size = 0;
     const bool complete = read(
-        [&](const httplib::MultipartFormData &part) {
+        // The library calls the type otherwise in newer versions.
+        [&](const auto &part) {
             current = &fields[part.name];
             current->clear();
             return true;
@@ -67,7 +68,7 @@ void discardBody(const httplib::Request &request, const httplib::ContentReader &
 {
     const auto discard = [](const char *, std::size_t) { return true; };
     if (request.is_multipart_form_data()) {
-        read([](const httplib::MultipartFormData &) { return true; }, discard);
+        read([](const auto & /*part*/) { return true; }, discard);
     } else {
         read(discard);
     }

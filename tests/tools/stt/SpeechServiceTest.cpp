@@ -113,6 +113,12 @@ protected:
         return answerOf(*m_network.sendCustomRequest(request, method, body));
     }
 
+    bool connectTo(QTcpSocket &socket) const
+    {
+        socket.connectToHost(m_url.host(), static_cast<quint16>(m_url.port()));
+        return socket.waitForConnected(-1);
+    }
+
     QProcess m_process;
     QUrl m_url;
     QNetworkAccessManager m_network;
@@ -319,22 +325,31 @@ TEST_F(SpeechService, EndsWhenInterrupted)
 
 TEST_F(SpeechService, RefusesWhatItHasNotHeardWhenItEnds)
 {
-    const QByteArray tenMinutes =
-        ffmpeg({QStringLiteral("-stream_loop"), QStringLiteral("84"), QStringLiteral("-i"),
-                proseRecording().path, QStringLiteral("-b:a"), QStringLiteral("32k")},
-               QStringLiteral("m4a"));
-    QNetworkReply *reply = post({{"file", tenMinutes}, {"model", "x"}});
-    qint64 sent = 0;
-    QObject::connect(reply, &QNetworkReply::uploadProgress, reply,
-                     [&](qint64 bytes, qint64) { sent = bytes; });
-    ASSERT_TRUE(waitUntil([&] { return sent > tenMinutes.size(); }));
+    const QByteArray body = "--b\r\nContent-Disposition: form-data; name=\"model\"\r\n\r\nx\r\n"
+                            "--b\r\nContent-Disposition: form-data; name=\"file\"; filename=\"a\"\r\n\r\n"
+        + clip() + "\r\n--b--\r\n";
+    QTcpSocket upload;
+    ASSERT_TRUE(connectTo(upload));
+    upload.write("POST /v1/audio/transcriptions HTTP/1.1\r\nContent-Type: multipart/form-data; boundary=b\r\n"
+                 "Expect: 100-continue\r\nContent-Length: "
+                 + QByteArray::number(body.size()) + "\r\n\r\n");
+    // Only now is the request among those that the service answers before it ends.
+    ASSERT_TRUE(upload.waitForReadyRead(-1));
+    ASSERT_THAT(upload.readAll().toStdString(), testing::StartsWith("HTTP/1.1 100"));
 
     m_process.terminate();
-    const Answer answer = answerOf(*reply);
+    // A service that takes no connections has begun to end.
+    ASSERT_TRUE(waitUntil([&] {
+        QTcpSocket probe;
+        return !connectTo(probe);
+    }));
+    upload.write(body);
+    upload.waitForDisconnected(-1);
     m_process.waitForFinished(-1);
 
-    EXPECT_EQ(answer.status, 503);
-    EXPECT_THAT(answer.body, testing::HasSubstr("The speech service is shutting down."));
+    const std::string answer = upload.readAll().toStdString();
+    EXPECT_THAT(answer, testing::StartsWith("HTTP/1.1 503"));
+    EXPECT_THAT(answer, testing::HasSubstr("The speech service is shutting down."));
     EXPECT_EQ(m_process.exitCode(), 0);
 }
 

@@ -12,6 +12,9 @@ function(kavrin_precompile name)
   set_target_properties(kavrin_${name}_headers PROPERTIES AUTOMOC OFF)
   set(KAVRIN_HEADERS "")
   kavrin_configure(kavrin_${name}_headers)
+  # What GCC writes differs each time. To ccache, this is what it was made of.
+  file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/kavrin_${name}_headers.dir/cmake_pch.hxx.gch.sum
+    CONTENT "GCC ${CMAKE_CXX_COMPILER_VERSION} Qt ${Qt6_VERSION} QCoro ${QCoro6_VERSION} GTest ${GTest_VERSION}\n")
 endfunction()
 
 function(kavrin_configure target)
@@ -47,6 +50,7 @@ endfunction()
 # when it first needs it (platform/linux/Module.h).
 function(kavrin_module name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+  set(KAVRIN_HEADERS "")  # it is compiled in another way than the programs
   add_library(kavrin_${name} MODULE ${arg_SOURCES})
   target_link_libraries(kavrin_${name} PRIVATE ${arg_LINKS})
   kavrin_configure(kavrin_${name})

@@ -51,7 +51,9 @@ Refusal refusalOfStatus(const httplib::Request &request, int status)
         return {405, "Only POST is answered here."};
     }
     if (status == 404) {
-        return {404, std::string("There is nothing here. Recordings are sent by POST to ") + path + "."};
+        return {
+            404,
+            std::string("There is nothing here. Recordings are sent by POST to ").append(path).append(".")};
     }
     return {status, "The request is not understood."};
 }

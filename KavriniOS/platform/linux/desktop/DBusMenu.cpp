@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/DBusMenu.h"
+
+#include <QDBusError>
+#include <QDBusMetaType>
+
+#include <utility>
+
+namespace kavrin
+{
+
+namespace
+{
+
+constexpr int root = 0;
+
+const QString labelKey = QStringLiteral("label");
+
+/// A single underscore would mark a key for the entry.
+QString label(const QString &title)
+{
+    return QString(title).replace(u'_', QStringLiteral("__"));
+}
+
+} // namespace
+
+DBusMenu::DBusMenu()
+{
+    qRegisterMetaType<QDBusVariant>();
+    qDBusRegisterMetaType<DBusMenuLayout>();
+    qDBusRegisterMetaType<DBusMenuProperties>();
+    qDBusRegisterMetaType<QList<DBusMenuProperties>>();
+    qDBusRegisterMetaType<DBusMenuPropertyNames>();
+    qDBusRegisterMetaType<QList<DBusMenuPropertyNames>>();
+    qDBusRegisterMetaType<DBusMenuEvent>();
+    qDBusRegisterMetaType<QList<DBusMenuEvent>>();
+}
+
+void DBusMenu::setTitles(const QStringList &titles)
+{
+    const QStringList before = std::exchange(m_titles, titles);
+    if (titles.size() != before.size()) {
+        Q_EMIT LayoutUpdated(++m_revision, root);
+        return;
+    }
+    QList<DBusMenuProperties> updated;
+    for (int id = 1; has(id); ++id) {
+        if (titles[id - 1] != before[id - 1]) {
+            updated.append({id, properties(id, {})});
+        }
+    }
+    if (!updated.isEmpty()) {
+        Q_EMIT ItemsPropertiesUpdated(updated, {});
+    }
+}
+
+QVariantMap DBusMenu::properties(int id, const QStringList &names) const
+{
+    const QString name = id == root ? QStringLiteral("children-display") : labelKey;
+    const QString value = id == root ? QStringLiteral("submenu") : label(m_titles.value(id - 1));
+    const bool isWanted = names.isEmpty() || names.contains(name);
+    return isWanted ? QVariantMap{{name, value}} : QVariantMap();
+}
+
+uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList &propertyNames,
+                         DBusMenuLayout &layout)
+{
+    if (!has(parentId)) {
+        refuse();
+        return 0;
+    }
+    layout = {parentId, properties(parentId, propertyNames), {}};
+    const bool goesDown = parentId == root && recursionDepth != 0;
+    for (int id = 1; goesDown && has(id); ++id) {
+        const DBusMenuLayout entry{id, properties(id, propertyNames), {}};
+        layout.children.append(QVariant::fromValue(entry));
+    }
+    return m_revision;
+}
+
+QList<DBusMenuProperties> DBusMenu::GetGroupProperties(const QList<int> &ids,
+                                                       const QStringList &propertyNames)
+{
+    QList<DBusMenuProperties> found;
+    for (int id = root; has(id); ++id) {
+        if (ids.isEmpty() || ids.contains(id)) {
+            found.append({id, properties(id, propertyNames)});
+        }
+    }
+    return found;
+}
+
+QDBusVariant DBusMenu::GetProperty(int id, const QString &name)
+{
+    const QVariantMap found = has(id) ? properties(id, {name}) : QVariantMap();
+    if (found.isEmpty()) {
+        refuse();
+        return {};
+    }
+    return QDBusVariant(found.first());
+}
+
+void DBusMenu::Event(int id, const QString &eventId, const QDBusVariant & /*data*/, uint /*timestamp*/)
+{
+    if (has(id)) {
+        take(id, eventId);
+    } else {
+        refuse();
+    }
+}
+
+QList<int> DBusMenu::EventGroup(const QList<DBusMenuEvent> &events)
+{
+    QList<int> unknown;
+    for (const DBusMenuEvent &event : events) {
+        if (has(event.id)) {
+            take(event.id, event.type);
+        } else {
+            unknown.append(event.id);
+        }
+    }
+    if (!events.isEmpty() && unknown.size() == events.size()) {
+        refuse();
+    }
+    return unknown;
+}
+
+bool DBusMenu::AboutToShow(int id)
+{
+    if (!has(id)) {
+        refuse();
+    }
+    return false; // nothing to fetch anew: each change has been told
+}
+
+QList<int> DBusMenu::AboutToShowGroup(const QList<int> &ids, QList<int> &idErrors)
+{
+    for (const int id : ids) {
+        if (!has(id)) {
+            idErrors.append(id);
+        }
+    }
+    if (!ids.isEmpty() && idErrors.size() == ids.size()) {
+        refuse();
+    }
+    return {};
+}
+
+/// Other events tell that it is pointed at, opened or closed.
+void DBusMenu::take(int id, const QString &event)
+{
+    if (id != root && event == u"clicked") {
+        Q_EMIT chosen(id - 1);
+    }
+}
+
+void DBusMenu::refuse()
+{
+    sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("The menu has nothing of that name."));
+}
+
+} // namespace kavrin

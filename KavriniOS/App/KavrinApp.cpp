@@ -24,6 +24,8 @@
 #include "store/Shared.h"
 #include "transcription/Transcriber.h"
 
+#include <QDBusConnection>
+#include <QGuiApplication>
 #include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
@@ -40,6 +42,14 @@ void saveCode(const QString &message)
     const QCoro::Task<> saved = SaveVerificationCode{message}.perform(); // when it returns
 }
 
+/// Where the tray is looked for: nowhere without a display, because nobody would see the window that it
+/// opens.
+QDBusConnection trayBus()
+{
+    const bool isSeen = QGuiApplication::platformName() != u"offscreen";
+    return isSeen ? QDBusConnection::sessionBus() : QDBusConnection(QString());
+}
+
 } // namespace
 
 struct KavrinApp::Services {
@@ -52,7 +62,7 @@ struct KavrinApp::Services {
     AddressBookContacts contacts;
     LogindBackgroundTasks backgroundTasks;
     DesktopNotifications notifications;
-    StatusNotifierTray tray;
+    StatusNotifierTray tray = StatusNotifierTray(trayBus());
     FailureNotices failureNotices = FailureNotices(notifications);
     std::shared_ptr<SoundServer> soundServer = std::make_shared<SoundServer>();
     PulseAudioSession audioSession = PulseAudioSession(soundServer);

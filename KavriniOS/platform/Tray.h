@@ -16,7 +16,7 @@ class Tray : public QObject
 
 public:
     struct Content {
-        QIcon icon;
+        QIcon icon; ///< shown in the sizes that it has
         QString toolTip;
         QStringList menu; ///< the entries' titles, always as many
     };

@@ -252,6 +252,17 @@ class Document(Background):
                 self.suite.wait_for("otpCode", "482913")
 
 
+class WithoutADisplay(unittest.TestCase):
+    def test_there_is_no_icon_that_would_open_a_window_nobody_sees(self):
+        session = self.enterContext(PrivateSession())
+        bus = Bus(session)
+        tray = Tray(session, bus)
+        session.start_kavrin("--background")
+        bus.act("save-code", MESSAGE)
+        session.suite().wait_for("otpCode", "482913")
+        self.assertEqual(tray.calls("RegisterStatusNotifierItem"), [])
+
+
 class LaunchedByTheBus(unittest.TestCase):
     def setUp(self):
         self.session = self.enterContext(PrivateSession())

@@ -72,6 +72,8 @@ def bare_root(suite):
         subprocess.run(["debootstrap", "--variant=minbase", "--include=ca-certificates,git", f"--keyring={KEYRING}",
                         suite, making, sources[0].split()[1]], check=True)
         (making / "etc/apt/sources.list").write_text("".join(f"{line}\n" for line in sources), encoding="utf-8")
+        # Nothing in there has to outlive a power cut, so nobody need wait for the disk.
+        (making / "etc/dpkg/dpkg.cfg.d/unsafe-io").write_text("force-unsafe-io\n", encoding="utf-8")
         making.rename(base)
     return base
 

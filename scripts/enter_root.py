@@ -81,10 +81,9 @@ def limits(options):
     """The command before the command that takes away rights."""
     arguments = []
     if options.container:
-        kept = "-all," + ",".join(f"+{name}" for name in CONTAINER_CAPABILITIES)
-        arguments += [f"--bounding-set={kept}", f"--inh-caps={kept}"]
+        arguments.append("--bounding-set=-all," + ",".join(f"+{name}" for name in CONTAINER_CAPABILITIES))
     if options.user:
-        arguments += [f"--reuid={options.user}", f"--regid={options.user}", "--init-groups", "--inh-caps=-all"]
+        arguments += [f"--reuid={options.user}", f"--regid={options.user}", "--init-groups"]
     return ["setpriv", *arguments] if arguments else []
 
 

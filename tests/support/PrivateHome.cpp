@@ -25,6 +25,7 @@ PrivateHome::PrivateHome()
           "HTTPS_PROXY", "ALL_PROXY", "NO_PROXY", "DBUS_SESSION_BUS_ADDRESS"}) {
         qunsetenv(variable);
     }
+    qputenv("LC_ALL", "C.UTF-8"); // Qt prints a warning in any locale whose encoding is another
     const QByteArray noBus =
         "unix:path=" + QFile::encodeName(m_folder.filePath(QStringLiteral("run/no-bus")));
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", noBus);

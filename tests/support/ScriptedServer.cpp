@@ -22,7 +22,7 @@ using namespace Qt::StringLiterals;
 
 QString fileBesideThis(const QString &name)
 {
-    return sourcePath("tests/support/") + name;
+    return sourcePath("tests/support") + u'/' + name;
 }
 
 QList<QSslCertificate> certificate()

@@ -15,7 +15,7 @@ namespace kavrin::test
 {
 
 /// A host that nobody has, and that no name server is asked for: a name has 255 characters at most.
-inline const QString nobodysHost = (QString(62, u'x') + u'.').repeated(5) + QStringLiteral("invalid");
+inline const QString nobodysHost = (QString(62, u'x') + u'.').repeated(4) + QStringLiteral("invalid");
 
 /// A request as it came over the wire.
 struct ReceivedRequest {

@@ -172,6 +172,7 @@ class PrivateSession:
             path = self.folder / name
             path.mkdir(mode=0o700, parents=True, exist_ok=True)
             env[variable] = str(path)
+        env["LC_ALL"] = "C.UTF-8"  # Qt prints a warning in any locale whose encoding is another
         env["QT_QPA_PLATFORM"] = "offscreen"
         env["DBUS_SYSTEM_BUS_ADDRESS"] = f"unix:path={self.folder}/run/no-system-bus"
         env["PULSE_SERVER"] = f"unix:{self.folder}/run/pulse.socket"

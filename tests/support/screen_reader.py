@@ -83,7 +83,8 @@ class Element:
     @property
     def role(self):
         """In words, such as "push button"."""
-        return self._accessible.get_role_name()
+        name = self._accessible.get_role_name()
+        return "push button" if name == "button" else name  # newer versions say "button"
 
     @property
     def description(self):

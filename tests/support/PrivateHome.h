@@ -7,7 +7,8 @@ namespace kavrin::test
 {
 
 /// A home, data, configuration and runtime folder of this process's own, so that a test neither sees nor
-/// touches the user's files, message buses, sound server, display or locale. Everything is gone when it is destroyed.
+/// touches the user's files, message buses, sound server, display or locale. Everything is gone when it is
+/// destroyed.
 class PrivateHome
 {
 public:

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 QDateTime toDateTime(Date date)
 {
-    return QDateTime::fromMSecsSinceEpoch(qint64(std::round(date.secondsSince1970 * 1000)), Qt::UTC);
+    return QDateTime::fromMSecsSinceEpoch(qint64(std::round(date.secondsSince1970 * 1000)), QTimeZone::utc());
 }
 
 /// A stored value with the name of its type. Dates are ISO 8601, data is Base64.
@@ -143,7 +143,7 @@ PropertyListValue parseDate(const QString &text)
         throw Refusal{u"A date is written like 2026-11-21T09:30:00Z, not \"%1\"."_s.arg(text)};
     }
     if (date.timeSpec() == Qt::LocalTime) {
-        date.setTimeSpec(Qt::UTC);
+        date.setTimeZone(QTimeZone::utc());
     }
     return Date{double(date.toMSecsSinceEpoch()) / 1000};
 }

@@ -21,7 +21,7 @@ using namespace Qt::StringLiterals;
 
 QDateTime toDateTime(Date date)
 {
-    return QDateTime::fromMSecsSinceEpoch(qint64(std::round(date.secondsSince1970 * 1000)), QTimeZone::utc());
+    return QDateTime::fromMSecsSinceEpoch(qint64(std::round(date.secondsSince1970 * 1000))).toUTC();
 }
 
 /// A stored value with the name of its type. Dates are ISO 8601, data is Base64.

@@ -208,8 +208,9 @@ TEST(AudioDecoder, NeverOpensAnotherFileThatAPlaylistNames)
 
 TEST(AudioDecoder, RefusesMoreThanAnHour)
 {
-    const QByteArray file = ffmpeg(split("-f lavfi -i anullsrc=sample_rate=8000:channel_layout=mono -t 3601"),
-                                   QStringLiteral("flac"));
+    const QByteArray file =
+        ffmpeg(split("-f lavfi -i anullsrc=sample_rate=1000:channel_layout=mono -t 3601 -c:a pcm_u8"),
+               QStringLiteral("wav"));
 
     EXPECT_THAT(refusal(file), testing::HasSubstr("longer than one hour"));
 }

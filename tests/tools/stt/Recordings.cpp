@@ -38,7 +38,13 @@ Recording proseRecording()
 
 Recording shortRecording()
 {
-    return {folder + QStringLiteral("cards/003.wav"), QStringLiteral("seven of clubs")};
+    return {folder + QStringLiteral("cards/001.wav"), QStringLiteral("ten of clubs")};
+}
+
+Recording otherShortRecording()
+{
+    return {folder + QStringLiteral("cards/005.wav"),
+            QStringLiteral("eight of spades four of clubs seven of hearts")};
 }
 
 QByteArray readFile(const QString &path)

@@ -23,8 +23,11 @@ std::vector<Recording> proseRecordings();
 /// The first of them: seven seconds.
 Recording proseRecording();
 
-/// A second and a half of another speaker: "seven of clubs".
+/// A second of another speaker: "ten of clubs".
 Recording shortRecording();
+
+/// Three and a half seconds of that speaker: "eight of spades four of clubs seven of hearts".
+Recording otherShortRecording();
 
 QByteArray readFile(const QString &path);
 

@@ -10,6 +10,7 @@ of what each did at the end, and ends with 1 where one failed.
 """
 
 import argparse
+import fcntl
 import os
 import pathlib
 import re
@@ -36,6 +37,10 @@ def main():
     options = parse_options()
     if os.geteuid() != 0:
         sys.exit("elsewhere: only root can make another root: run it with sudo")
+    CACHE.mkdir(parents=True, exist_ok=True)
+    lock = os.open(CACHE, os.O_RDONLY | os.O_CLOEXEC)
+    # Containers share this machine's network, and Kavrin's port can be had once.
+    fcntl.flock(lock, fcntl.LOCK_EX if options.container else fcntl.LOCK_SH)
     base = bare_root(options.suite)
     with tempfile.TemporaryDirectory(prefix="run-", dir=CACHE) as folder:
         machine = Machine(pathlib.Path(folder), base, options)

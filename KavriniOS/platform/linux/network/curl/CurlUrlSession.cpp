@@ -93,10 +93,11 @@ QString failureDescription(const CurlExchange &exchange, bool throughProxy)
     case CURLE_RECV_ERROR:
     case CURLE_SEND_ERROR:
         return u"%1 closed the connection before its whole answer had come."_s;
-    case CURLE_COULDNT_RESOLVE_HOST:
-        return u"No server named %1 was found; check the address and the network connection."_s;
+    case CURLE_COULDNT_RESOLVE_HOST: // which newer versions may say of a proxy's name, too
     case CURLE_COULDNT_RESOLVE_PROXY:
-        return u"The proxy on the way to %1 was not found."_s;
+        return throughProxy
+            ? u"The proxy on the way to %1 was not found."_s
+            : u"No server named %1 was found; check the address and the network connection."_s;
     case CURLE_PROXY:
         return proxyFailure(0);
     case CURLE_OPERATION_TIMEDOUT:

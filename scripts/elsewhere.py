@@ -38,9 +38,8 @@ def main():
     if os.geteuid() != 0:
         sys.exit("elsewhere: only root can make another root: run it with sudo")
     CACHE.mkdir(parents=True, exist_ok=True)
-    lock = os.open(CACHE, os.O_RDONLY | os.O_CLOEXEC)
-    # Containers share this machine's network, and Kavrin's port can be had once.
-    fcntl.flock(lock, fcntl.LOCK_EX if options.container else fcntl.LOCK_SH)
+    if options.container:  # it shares this machine's network, where Kavrin's port can be had once
+        fcntl.flock(os.open(CACHE, os.O_RDONLY | os.O_CLOEXEC), fcntl.LOCK_EX)
     base = bare_root(options.suite)
     with tempfile.TemporaryDirectory(prefix="run-", dir=CACHE) as folder:
         machine = Machine(pathlib.Path(folder), base, options)

@@ -11,13 +11,14 @@ import dictation
 import idle
 import loopback
 import pages
+import speech
 import start
 import store
 import table
 from support.private_session import ROOT, Failure, enter_private_namespaces
 
 MEASUREMENTS = {"loopback": loopback, "store": store, "codes": codes, "pages": pages, "start": start,
-                "dictation": dictation, "idle": idle}
+                "dictation": dictation, "speech": speech, "idle": idle}
 
 
 def read_arguments():

@@ -31,6 +31,9 @@ ps_decoder_t *load()
 QString hear(ps_decoder_t *decoder, const char *path)
 {
     std::FILE *file = std::fopen(path, "rb");
+    if (file == nullptr) {
+        qFatal("%s cannot be read.", path);
+    }
     std::fseek(file, headerOfWav, SEEK_SET);
     ps_start_stream(decoder);
     ps_decode_raw(decoder, file, -1);

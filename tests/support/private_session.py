@@ -259,6 +259,8 @@ class PrivateSession:
 
     def start_kavrin(self, *arguments):
         """Starts kavrin; returns its process once it answers on its port."""
+        # In a network that others use, a connection of theirs may have got this port, and keeps it for a minute.
+        wait_until(_port_is_free, f"port {PORT} is free", limit=90)
         process = self.start(self.bin / "kavrin", *arguments, stdout=None)
 
         def answers():
@@ -303,6 +305,14 @@ class Suite:
 
     def wait_for(self, key, value, limit=30, interval=0.002):
         wait_until(lambda: self.get(key) == value, f"{key} becomes {value}", limit, interval)
+
+
+def _port_is_free():
+    try:
+        with socket.create_server(("127.0.0.1", PORT)):
+            return True
+    except OSError:
+        return False
 
 
 def _die_with_parent():

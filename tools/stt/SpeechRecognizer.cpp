@@ -23,9 +23,9 @@ constexpr const char *secondPassLanguageWeight = "6.5";
 constexpr const char *thirdPassLanguageWeight = "7.5";
 
 // How many of the likeliest phones and ends of words the first pass, which takes most of the time, goes on
-// with every hundredth of a second. The library's own 30000 and no limit take twice as long and make as many
-// errors; 3000 phones make more, and so do a narrower beam, a second pass left out, and sound looked at half
-// as often.
+// with every hundredth of a second. The library's own 30000 and no limit take a third longer at the least,
+// more on a busy machine, and make as many errors; 3000 phones make more, and so do a narrower beam, a second
+// pass left out, and sound looked at half as often.
 constexpr const char *mostPhones = "5000";
 constexpr const char *mostWordEnds = "5";
 

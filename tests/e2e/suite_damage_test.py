@@ -15,7 +15,7 @@ import threading
 import time
 import unittest
 
-from support.private_session import Suite, enter_private_namespaces, wait_until
+from support.private_session import Failure, Suite, enter_private_namespaces, wait_until
 from support.suite_case import SETTINGS, Holder, SuiteTest
 
 FORMAT_NUMBER = range(60, 64)  # of the file; one that is not known is no damage
@@ -105,8 +105,18 @@ class Damage(SuiteTest):
                 with open(path, "r+b") as file:
                     byte = os.pread(file.fileno(), 1, place)[0]
                     os.pwrite(file.fileno(), bytes([byte ^ numbers.randrange(1, 256)]), place)
-                self.expect_command_taken()
+                wait_until(self.takes_a_command, "a command is taken")
         self.expect_service(kavrin)
+
+    def takes_a_command(self):
+        """False where the command went aside with the damaged file, before Kavrin had seen it."""
+        self.session.ctl("defaults", "write", "dictationCommand", "--string", "stop")
+        wait_until(lambda: self.stored_command() != '"stop"', "the command is gone")
+        return self.stored_command() == '""'
+
+    def stored_command(self):
+        with contextlib.suppress(Failure):  # nothing is stored
+            return self.session.ctl("defaults", "read", "dictationCommand")
 
     def test_kavrin_goes_on_when_the_file_is_overwritten_under_it(self):
         kavrin = self.session.start_kavrin()

@@ -35,20 +35,27 @@ inline QVariantMap content()
     return all;
 }
 
+inline PropertyListValue toPropertyListValue(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return value.toBool();
+    case QMetaType::Double:
+        return value.toDouble();
+    default:
+        return value.toString();
+    }
+}
+
 inline void fillSuite()
 {
+    Changes changes;
     const QVariantMap all = content();
     for (auto value = all.begin(); value != all.end(); ++value) {
-        switch (value->typeId()) {
-        case QMetaType::Bool:
-            Shared::d().set(value.key(), value->toBool());
-            break;
-        case QMetaType::Double:
-            Shared::d().set(value.key(), value->toDouble());
-            break;
-        default:
-            Shared::d().set(value.key(), value->toString());
-        }
+        changes.push_back({value.key(), toPropertyListValue(*value)});
+    }
+    if (const std::optional<Error> failure = Shared::d().write(changes)) {
+        throw *failure;
     }
 }
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "App/Dictations.h"
 
-#include "store/Shared.h"
-
 namespace kavrin
 {
 
@@ -11,18 +9,11 @@ namespace
 
 using S = Recorder::S;
 
-/// The bridge obeys what stands there, whoever has written it.
-void command(const QString &command)
-{
-    Shared::d().set(QStringLiteral("dictationCommand"), command);
-}
-
 } // namespace
 
-Dictations::Dictations(const DictationBridge &bridge, const DictateModelFactory &screens)
-    : m_keyboard(bridge.recorder())
+Dictations::Dictations(DictationBridge &bridge, const DictateModelFactory &screens) : m_bridge(bridge)
 {
-    connect(&m_keyboard, &Recorder::stateChanged, this, &Dictations::stateChanged);
+    connect(&bridge.recorder(), &Recorder::stateChanged, this, &Dictations::stateChanged);
     connect(&screens, &DictateModelFactory::made, this, &Dictations::watch);
 }
 
@@ -37,7 +28,7 @@ void Dictations::watch(DictateModel *screen)
 S Dictations::state() const
 {
     for (const S state : {S::recording, S::working}) {
-        if (m_keyboard.state() == state || (m_screen && m_screen->state() == state)) {
+        if (m_bridge.recorder().state() == state || (m_screen && m_screen->state() == state)) {
             return state;
         }
     }
@@ -46,12 +37,12 @@ S Dictations::state() const
 
 void Dictations::toggle()
 {
-    if (m_keyboard.state() == S::recording) {
-        command(QStringLiteral("stop"));
+    if (m_bridge.recorder().state() == S::recording) {
+        m_bridge.stop();
     } else if (m_screen && m_screen->isRecording()) {
         m_screen->stop();
     } else {
-        command(QStringLiteral("start"));
+        m_bridge.start();
     }
 }
 

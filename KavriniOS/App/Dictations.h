@@ -17,7 +17,7 @@ class Dictations : public QObject
 
 public:
     /// Both must outlive this object.
-    Dictations(const DictationBridge &bridge, const DictateModelFactory &screens);
+    Dictations(DictationBridge &bridge, const DictateModelFactory &screens);
 
     /// What the user should know of: a recording before a transcription, and that before nothing, which is
     /// `idle`.
@@ -32,7 +32,7 @@ Q_SIGNALS:
 private:
     void watch(DictateModel *screen);
 
-    const Recorder &m_keyboard;
+    DictationBridge &m_bridge;
     QPointer<DictateModel> m_screen; ///< the one there is, if any
 };
 

@@ -21,7 +21,8 @@
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "screens/SymbolImageProvider.h"
-#include "store/Shared.h"
+#include "store/DictationKeys.h"
+#include "store/SuiteWriter.h"
 #include "transcription/Transcriber.h"
 
 #include <QDBusConnection>
@@ -39,7 +40,7 @@ namespace
 void saveCode(const QString &message)
 {
     qCInfo(Logging::application) << "Action: save-code";
-    const QCoro::Task<> saved = SaveVerificationCode{message}.perform(); // when it returns
+    SaveVerificationCode{message}.perform();
 }
 
 /// Where the tray is looked for: nowhere without a display, because nobody would see the window that it
@@ -56,6 +57,7 @@ struct KavrinApp::Services {
     explicit Services(KavrinApp &owner) : app(owner) { }
 
     KavrinApp &app;
+    SuiteWriter suiteWriter; // first, so that it ends last: it writes what the others still hand over
     PortalAppearance appearance;
     SystemClock clock;
     DesktopPasteboard pasteboard;
@@ -156,7 +158,7 @@ void KavrinApp::onWindowClosed()
 
 void KavrinApp::onAppear()
 {
-    Shared::d().set(QStringLiteral("probeApp"), Date::now().secondsSince1970);
+    SuiteWriter::write({{dictation::applicationProbeKey, Date::now().secondsSince1970}});
 }
 
 void KavrinApp::activate(const QString &activationToken)
@@ -224,7 +226,7 @@ void KavrinApp::finish()
 void KavrinApp::openUrl(const QString &url)
 {
     if (urlHost(url) == QStringLiteral("dictate")) {
-        Shared::d().set(QStringLiteral("dictationCommand"), QStringLiteral("start"));
+        SuiteWriter::write({{dictation::commandKey, dictation::startCommand}});
     }
 }
 

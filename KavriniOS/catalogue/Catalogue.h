@@ -67,12 +67,23 @@ struct Action {
 
 using Kind = std::variant<Toggle, Slider, Choice, Text, Action>;
 
+/// Whether the choice or text under a key has a value, or has another one.
+struct Condition {
+    QString key;
+    QString value;
+    bool isEqual = true;
+
+    bool operator==(const Condition &) const = default;
+};
+
 /// One row of a page.
 struct Item {
     QString key; ///< the key that the item edits, or an action's identifier
     QString title;
     Kind kind;
     std::optional<QString> footer = std::nullopt; ///< explains the item, shown under the row
+    std::vector<Condition> conditions = {}; ///< the row is shown while all of them hold
+    bool onlyInKeyboard = false; ///< the keyboard's own settings have the row, and this application has not
 
     bool operator==(const Item &) const = default;
 };

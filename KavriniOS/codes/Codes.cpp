@@ -137,23 +137,23 @@ std::optional<Codes::Code> Codes::extract(const QString &text)
     return std::nullopt;
 }
 
-void Codes::note(const QString &text, const QString &source)
+Changes Codes::changes(const QString &text, const QString &source)
 {
     const std::optional<Code> found = extract(text);
     qCInfo(Logging::codes) << (found ? "A code" : "No code") << "in a text of" << text.size() << "characters";
     if (!found) {
-        return;
+        return {};
     }
-    const std::pair<QString, PropertyListValue> values[] = {
+    return {
         {QStringLiteral("otpCode"), found->code}, {QStringLiteral("otpPure"), found->pure},
         {QStringLiteral("otpSource"), source},    {QStringLiteral("otpAt"), Date::now().secondsSince1970},
         {QStringLiteral("otpUsed"), false},
     };
-    for (const auto &[key, value] : values) {
-        if (!Shared::d().set(key, value)) {
-            return;
-        }
-    }
+}
+
+std::optional<Error> Codes::note(const QString &text, const QString &source)
+{
+    return Shared::d().write(changes(text, source));
 }
 
 } // namespace kavrin

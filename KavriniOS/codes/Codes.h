@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/UserDefaults.h"
+
 #include <QString>
 
 #include <optional>
@@ -29,13 +31,16 @@ struct Codes {
     /// Digits are those of ASCII. Half a surrogate pair is read as U+FFFD.
     static std::optional<Code> extract(const QString &text);
 
-    /// Stores the code in a text in the shared suite, for the keyboard to offer: "otpCode", "otpPure",
-    /// "otpSource" (`source`, where the text came from), "otpAt" (now, in seconds since 1970-01-01 00:00 UTC)
-    /// and "otpUsed" (false), written in this order. Where the text holds none, nothing changes.
-    ///
-    /// The first write that fails is the last, lest an old code look new; why it failed is Shared::d()'s
-    /// lastError().
-    static void note(const QString &text, const QString &source);
+    /// Where a code comes from that stood in a message handed over.
+    inline static const QString messageSource = QStringLiteral("message");
+
+    /// What stores the code in a text for the keyboard to offer: "otpCode", "otpPure", "otpSource" (`source`,
+    /// where the text came from), "otpAt" (now, in seconds since 1970-01-01 00:00 UTC) and "otpUsed" (false),
+    /// in this order. Nothing where the text holds none.
+    static Changes changes(const QString &text, const QString &source);
+
+    /// Stores changes() in the shared suite, all of them or none. Returns why it could not.
+    [[nodiscard]] static std::optional<Error> note(const QString &text, const QString &source);
 };
 
 } // namespace kavrin

@@ -2,6 +2,9 @@
 #include "codes/SaveVerificationCode.h"
 
 #include "codes/Codes.h"
+#include "store/SuiteWriter.h"
+
+#include <QCoroFuture>
 
 namespace kavrin
 {
@@ -18,8 +21,9 @@ QString SaveVerificationCode::textTitle()
 
 QCoro::Task<> SaveVerificationCode::perform() const
 {
-    Codes::note(text, QStringLiteral("message"));
-    co_return;
+    const QFuture<std::optional<Error>> written =
+        SuiteWriter::write(Codes::changes(text, Codes::messageSource));
+    co_await written;
 }
 
 } // namespace kavrin

@@ -20,9 +20,9 @@ struct SaveVerificationCode {
     /// The message.
     QString text;
 
-    /// Notes the code of the message with the source "message" (Codes::note()). Succeeds whether or not there
-    /// is one, and never throws. From any thread; done when it returns.
-    [[nodiscard]] QCoro::Task<> perform() const;
+    /// Stores the code of the message with the source "message" (Codes::changes()), as SuiteWriter does it.
+    /// Succeeds whether or not there is one, and never throws.
+    QCoro::Task<> perform() const;
 };
 
 } // namespace kavrin

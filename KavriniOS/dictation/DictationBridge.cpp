@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
 
+#include "dictation/DictationState.h"
 #include "loopback/Loopback.h"
 #include "platform/Logging.h"
+#include "store/DictationKeys.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
 
 #include <chrono>
 
@@ -18,69 +21,94 @@ using namespace std::chrono_literals;
 constexpr std::chrono::milliseconds pollInterval = 120ms;
 constexpr qint64 passesPerBeat = 8;
 
-const QString commandKey = QStringLiteral("dictationCommand");
+/// A command that was acted upon, and how the suite lets go of it.
+struct TakenCommand {
+    QString command;
+    QFuture<std::optional<Error>> consumption;
+
+    [[nodiscard]] bool isStored() const
+    {
+        return !consumption.isFinished() || consumption.result().has_value();
+    }
+};
 
 /// The command to act upon now, consumed; one that has come in its place meanwhile is for the next pass. One
-/// that the suite does not let go of, because it is full or locked, counts once: `kept` holds it until it is
-/// gone.
-QString takeCommand(QString &kept)
+/// that the suite does not let go of, because it is full or locked, counts once.
+QString takeCommand(TakenCommand &taken)
 {
-    const QString command = Shared::d().string(commandKey).value_or(QString());
-    if (command != u"start" && command != u"stop") {
-        kept.clear();
+    const QString command = Shared::d().string(dictation::commandKey).value_or(QString());
+    if (command != dictation::startCommand && command != dictation::stopCommand) {
+        taken = {};
         return {};
     }
-    const bool isNew = command != kept;
-    const bool isConsumed = Shared::d().replace(commandKey, command, QString());
-    kept = isConsumed ? QString() : command;
-    qCInfo(Logging::dictation) << "Command:" << command << (isNew ? "" : "again");
+    const bool isNew = command != taken.command || !taken.isStored();
+    if (isNew || taken.consumption.isFinished()) {
+        taken = {command, SuiteWriter::write({{dictation::commandKey, QString(), command}})};
+        qCInfo(Logging::dictation) << "Command:" << command << (isNew ? "" : "again");
+    }
     return isNew ? command : QString();
-}
-
-QCoro::Task<> startWhenIdle(std::shared_ptr<Recorder> recorder)
-{
-    if (recorder->state() == Recorder::S::done) {
-        recorder->setState(Recorder::S::idle);
-    }
-    if (recorder->state() == Recorder::S::idle) {
-        const QCoro::Task<> start = recorder->start();
-        co_await start;
-    }
-}
-
-void stopWhenRecording(Recorder &recorder)
-{
-    if (recorder.state() == Recorder::S::recording) {
-        recorder.stop();
-    }
 }
 
 } // namespace
 
 DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer)
-    : m_clock(platform.clock), m_recorder(std::make_shared<Recorder>(platform)),
+    : m_clock(platform.clock), m_keyboard(std::make_shared<Keyboard>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
-    m_recorder->autoReset = true;
+    m_keyboard->recorder.autoReset = true;
+}
+
+QCoro::Task<> DictationBridge::start()
+{
+    return start(m_keyboard);
+}
+
+QCoro::Task<> DictationBridge::start(std::shared_ptr<Keyboard> keyboard)
+{
+    Recorder &recorder = keyboard->recorder;
+    if (recorder.state() == Recorder::S::done) {
+        recorder.setState(Recorder::S::idle);
+    }
+    if (recorder.state() == Recorder::S::idle && !keyboard->isStarting) {
+        keyboard->isStarting = true;
+        const QCoro::Task<> start = recorder.start();
+        co_await start;
+        keyboard->isStarting = false;
+    }
+}
+
+void DictationBridge::stop()
+{
+    stop(*m_keyboard);
+}
+
+void DictationBridge::stop(Keyboard &keyboard)
+{
+    if (keyboard.recorder.state() == Recorder::S::recording) {
+        keyboard.recorder.stop();
+    }
 }
 
 QCoro::Task<> DictationBridge::run(std::stop_token stop)
 {
     Loopback::shared().start();
     Clock &clock = m_clock;
-    const std::shared_ptr<Recorder> recorder = m_recorder;
-    QString keptCommand;
+    const std::shared_ptr<Keyboard> keyboard = m_keyboard;
+    TakenCommand taken;
+    QFuture<std::optional<Error>> beat;
     for (qint64 pass = 1; !stop.stop_requested(); ++pass) {
         if (pass % passesPerBeat == 1) {
-            Shared::d().set(QStringLiteral("dictationAlive"), clock.now());
-            Recorder::publishLateState();
+            if (beat.isFinished()) {
+                beat = SuiteWriter::write({{dictation::aliveKey, clock.now()}});
+            }
+            DictationState::publishLate();
         }
-        const QString command = takeCommand(keptCommand);
-        if (command == u"start") {
-            const QCoro::Task<> start = startWhenIdle(recorder);
-            co_await start;
-        } else if (command == u"stop") {
-            stopWhenRecording(*recorder);
+        const QString command = takeCommand(taken);
+        if (command == dictation::startCommand) {
+            const QCoro::Task<> starting = start(keyboard);
+            co_await starting;
+        } else if (command == dictation::stopCommand) {
+            DictationBridge::stop(*keyboard);
         }
         const QCoro::Task<> sleep = clock.sleep(pollInterval, stop);
         co_await sleep;

@@ -22,12 +22,27 @@ public:
     QCoro::Task<> run(std::stop_token stop);
 
     /// The recorder that serves the keyboard.
-    [[nodiscard]] const Recorder &recorder() const { return *m_recorder; }
+    [[nodiscard]] const Recorder &recorder() const { return m_keyboard->recorder; }
+
+    /// What the commands "start" and "stop" do: begins a recording unless one begins, runs or is being
+    /// transcribed, and ends the one that runs.
+    QCoro::Task<> start();
+    void stop();
 
 private:
     Clock &m_clock;
+    struct Keyboard {
+        explicit Keyboard(const Recorder::Platform &platform) : recorder(platform) { }
+
+        Recorder recorder;
+        bool isStarting = false;
+    };
+
+    static QCoro::Task<> start(std::shared_ptr<Keyboard> keyboard);
+    static void stop(Keyboard &keyboard);
+
     // Shared with run(), which may be waiting when the bridge is destroyed.
-    std::shared_ptr<Recorder> m_recorder;
+    std::shared_ptr<Keyboard> m_keyboard;
     std::shared_ptr<Standby> m_standby;
 };
 

@@ -1,15 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Recorder.h"
 
+#include "dictation/DictationState.h"
 #include "platform/FileManager.h"
 #include "platform/Logging.h"
-#include "store/Shared.h"
+#include "store/DictationKeys.h"
+#include "store/SuiteWriter.h"
+
+#include <QCoroFuture>
 
 #include <algorithm>
 #include <chrono>
 
 namespace kavrin
 {
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -30,13 +36,6 @@ void logFailure(const std::exception &failure)
     const auto *const error = dynamic_cast<const Error *>(&failure);
     qCInfo(Logging::dictation) << "Transcription failed:" << (error ? error->domain : QString())
                                << (error ? error->code : 0);
-}
-
-/// The state that the suite did not take, of whichever recorder: they share the key.
-QString &lateState()
-{
-    static QString state;
-    return state;
 }
 
 QString recordingFailed(const std::exception &error)
@@ -62,11 +61,11 @@ QCoro::Task<> Recorder::start()
         co_return;
     }
     if (!granted) {
-        publishState(QStringLiteral("idle"));
+        DictationState::publish(dictation::idle);
         fail(QStringLiteral("Microphone permission denied."));
         co_return;
     }
-    publishState(QStringLiteral("starting"));
+    DictationState::publish(dictation::starting);
     if (!prepare()) {
         co_return;
     }
@@ -78,7 +77,7 @@ QCoro::Task<> Recorder::start()
         co_return;
     }
     setState(S::recording);
-    publishState(QStringLiteral("recording"));
+    DictationState::publish(dictation::recording);
     setMessage(QStringLiteral("Listening… tap the keyboard mic again to stop."));
     startMeter();
 }
@@ -111,7 +110,7 @@ void Recorder::stop()
     }
     m_platform.sounds.play(SystemSound::Id::EndRecording);
     setState(S::working);
-    publishState(QStringLiteral("working"));
+    DictationState::publish(dictation::working);
     setMessage(QStringLiteral("Transcribing…"));
     const BackgroundTasks::Identifier task =
         m_platform.backgroundTasks.begin(QStringLiteral("transcribe"), [] { });
@@ -127,12 +126,13 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     try {
         const QCoro::Task<QString> transcription = platform.transcribe(url());
         message = co_await transcription;
-        failure = handOver(platform, message);
+        const QCoro::Task<QString> handingOver = handOver(platform, message);
+        failure = co_await handingOver;
         state = recorder && !recorder->autoReset ? S::done : S::idle;
     } catch (const std::exception &error) {
         logFailure(error);
         message = QStringLiteral("Error: ") + QString::fromUtf8(error.what());
-        publishState(QStringLiteral("idle"));
+        DictationState::publish(dictation::idle);
         failure = message;
     }
     if (recorder) {
@@ -146,17 +146,17 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
 }
 
 /// The state comes last: whoever sees "done" finds the transcript and its stamp stored. A stamp without its
-/// transcript would have the keyboard insert the one before it. Returns what went wrong, or nothing.
-QString Recorder::handOver(const Platform &platform, const QString &transcript)
+/// transcript would have the keyboard insert the one before it. Resumes with what went wrong, or nothing.
+QCoro::Task<QString> Recorder::handOver(const Platform &platform, QString transcript)
 {
-    const bool isStored = Shared::d().set(QStringLiteral("transcript"), transcript)
-        && Shared::d().set(QStringLiteral("tStamp"), platform.clock.now());
-    const QString reason = Shared::d().lastError();
+    const QFuture<std::optional<Error>> written = SuiteWriter::write(
+        {{dictation::transcriptKey, transcript}, {dictation::stampKey, platform.clock.now()}});
+    const std::optional<Error> failure = co_await written;
     platform.pasteboard.setString(transcript);
-    publishState(isStored ? QStringLiteral("done") : QStringLiteral("idle"));
-    return isStored
-        ? QString()
-        : QStringLiteral("Error: the text is on the clipboard only, not at the keyboard: ") + reason;
+    DictationState::publish(failure ? dictation::idle : dictation::done);
+    co_return failure
+        ? u"Error: the text is on the clipboard only, not at the keyboard: "_s + failure->localizedDescription
+        : QString();
 }
 
 void Recorder::startMeter()
@@ -193,19 +193,6 @@ void Recorder::fail(const QString &message)
 {
     setMessage(message);
     m_platform.reportFailure(message);
-}
-
-void Recorder::publishState(const QString &state)
-{
-    const bool isStored = Shared::d().set(QStringLiteral("dictationState"), state);
-    lateState() = isStored ? QString() : state;
-}
-
-void Recorder::publishLateState()
-{
-    if (!lateState().isEmpty()) {
-        publishState(lateState());
-    }
 }
 
 void Recorder::setState(S state)

@@ -68,9 +68,6 @@ public:
     /// transcription completes, and hands its text over, even if this recorder is gone by then.
     void stop();
 
-    /// Stores what the suite did not take of "dictationState" when it was due, because it was full or locked.
-    static void publishLateState();
-
 Q_SIGNALS:
     void stateChanged();
     void messageChanged();
@@ -84,10 +81,9 @@ private:
     void fail(const QString &message);
     void setMessage(const QString &message);
     void setLevel(double level);
-    static void publishState(const QString &state);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
                                 BackgroundTasks::Identifier task);
-    [[nodiscard]] static QString handOver(const Platform &platform, const QString &transcript);
+    static QCoro::Task<QString> handOver(const Platform &platform, QString transcript);
 
     Platform m_platform;
     S m_state = S::idle;

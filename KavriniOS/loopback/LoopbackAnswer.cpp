@@ -30,23 +30,9 @@ std::string dictation()
     static const QStringList readableKeys = {QStringLiteral("dictationAlive"),
                                              QStringLiteral("dictationState"), QStringLiteral("transcript"),
                                              QStringLiteral("tStamp"), QStringLiteral("tUsed")};
-    const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys));
+    const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys).value);
     return members ? QJsonDocument(*members).toJson(QJsonDocument::Compact).toStdString()
                    : std::string(nothing);
-}
-
-/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often. Only
-/// one thread answers this, so each may remember for itself.
-std::string get()
-{
-    thread_local std::optional<quint64> revision;
-    thread_local std::string body;
-    const std::optional<quint64> current = Shared::d().revision();
-    if (!current || current != revision) {
-        body = dictation();
-        revision = Shared::d().lastError().isEmpty() ? current : std::nullopt;
-    }
-    return body;
 }
 
 std::optional<LoopbackWrite> command(const LoopbackRequest &request)
@@ -71,7 +57,7 @@ std::optional<LoopbackWrite> used(const LoopbackRequest &request)
 std::string bodyFor(const LoopbackRequest &request)
 {
     if (request.path == getPath) {
-        return get();
+        return dictation();
     }
     return std::string(request.path == commandPath || request.path == usedPath ? done : nothing);
 }

@@ -46,15 +46,12 @@ private:
 
     asio::awaitable<void> serveWhenReceived(std::unique_ptr<LoopbackConnection> connection);
     void carryOut(Exchange exchange);
-    bool isStored(const LoopbackWrite &write);
     void storeLater(LoopbackWrite write, Exchange exchange);
     asio::awaitable<void> storeWaiting();
     std::vector<Waiting> takeWaiting();
     void answer(Exchange exchange);
 
     asio::io_context &m_context;
-    std::optional<LoopbackWrite> m_lastWrite;
-    std::optional<quint64> m_lastWriteSeen; ///< the suite's revision when it was found to hold it
     std::mutex m_mutex;
     std::vector<Waiting> m_waiting; ///< one for a key, that of the last value last
     asio::thread_pool m_writer{1};

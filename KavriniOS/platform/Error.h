@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <exception>
+#include <optional>
 #include <utility>
 
 namespace kavrin
@@ -27,6 +28,12 @@ struct Error : std::exception {
 
 private:
     QByteArray m_what;
+};
+
+/// What a call found, or why it found nothing: `value` is the empty one where there is a `failure`.
+template <typename T> struct Result {
+    T value{};
+    std::optional<Error> failure = std::nullopt;
 };
 
 } // namespace kavrin

@@ -3,6 +3,10 @@
 
 #include "screens/StoreNote.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
+
+#include <QCoroFuture>
+#include <QPointer>
 
 namespace kavrin
 {
@@ -32,10 +36,19 @@ void DictionaryModel::setUserDict(const QString &userDict)
         return;
     }
     m_userDict = userDict;
-    const bool stored = Shared::d().set(key(), userDict);
-    m_note = storeNote(stored);
     Q_EMIT userDictChanged();
-    Q_EMIT noteChanged();
+    store();
+}
+
+QCoro::Task<> DictionaryModel::store()
+{
+    const QPointer self(this);
+    const QFuture<std::optional<Error>> written = SuiteWriter::write({{key(), m_userDict}});
+    const std::optional<Error> failure = co_await written;
+    if (self) {
+        m_note = failure ? storeNote(*failure) : QString();
+        Q_EMIT noteChanged();
+    }
 }
 
 } // namespace kavrin

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QCoroTask>
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
@@ -33,6 +34,8 @@ Q_SIGNALS:
     void noteChanged();
 
 private:
+    QCoro::Task<> store();
+
     QString m_userDict;
     QString m_note;
 };

@@ -2,30 +2,15 @@
 #include "screens/PageModel.h"
 
 #include <algorithm>
-#include <array>
 
 namespace kavrin
 {
-
-namespace
-{
-
-/// Whether the keyboard's own settings show the row and this application does not.
-bool belongsToTheKeyboard(const Prefs::Item &item)
-{
-    static const std::array identifiers = {QStringLiteral("act.resize"), QStringLiteral("act.importConfig"),
-                                           QStringLiteral("act.resetLearned")};
-    const auto *action = std::get_if<catalogue::Action>(&item.kind);
-    return action != nullptr && std::ranges::find(identifiers, action->identifier) != identifiers.end();
-}
-
-} // namespace
 
 SectionModel::SectionModel(const Prefs::Sect &section, QObject *parent)
     : QObject(parent), m_title(section.title)
 {
     for (const Prefs::Item &item : section.items) {
-        if (belongsToTheKeyboard(item)) {
+        if (item.onlyInKeyboard) {
             continue;
         }
         auto *setting = new SettingModel(item, this);

@@ -133,11 +133,7 @@ Loader {
             text: row.setting.title
             destructive: true
             Accessible.description: row.setting.footer
-            onClicked: {
-                row.actions.resetAll(row.setting);
-                row.setting.refresh();
-                row.changed();
-            }
+            onClicked: row.actions.resetAll(row.setting)
         }
     }
 }

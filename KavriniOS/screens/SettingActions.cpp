@@ -4,7 +4,7 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 
-#include <QPointer>
+#include <QCoroFuture>
 
 namespace kavrin
 {
@@ -41,8 +41,31 @@ void SettingActions::copyConfig(SettingModel *row)
 
 void SettingActions::resetAll(SettingModel *row)
 {
-    const bool reset = Prefs::resetAll();
-    row->setNote(reset ? QString() : tr("Nothing was reset. %1").arg(Shared::d().lastError()));
+    reset(row);
+}
+
+namespace
+{
+
+/// Has the whole page read its values anew.
+void showReset(SettingModel &row)
+{
+    row.refresh();
+    Q_EMIT row.changed();
+}
+
+} // namespace
+
+QCoro::Task<> SettingActions::reset(QPointer<SettingModel> row)
+{
+    row->setNote({});
+    const QFuture<std::optional<Error>> written = Prefs::resetAll();
+    showReset(*row);
+    const std::optional<Error> failure = co_await written;
+    if (row && failure) {
+        row->setNote(tr("Nothing was reset. %1").arg(failure->localizedDescription));
+        showReset(*row);
+    }
 }
 
 } // namespace kavrin

@@ -5,7 +5,9 @@
 #include "platform/Pasteboard.h"
 #include "screens/SettingModel.h"
 
+#include <QCoroTask>
 #include <QObject>
+#include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
 namespace kavrin
@@ -41,6 +43,8 @@ public:
     Q_INVOKABLE static void resetAll(kavrin::SettingModel *row);
 
 private:
+    static QCoro::Task<> reset(QPointer<SettingModel> row);
+
     Pasteboard &m_pasteboard;
     Contacts &m_contacts;
 };

@@ -3,6 +3,8 @@
 
 #include "screens/StoreNote.h"
 
+#include <QCoroFuture>
+#include <QPointer>
 #include <QVariantMap>
 
 #include <algorithm>
@@ -54,11 +56,28 @@ void SettingModel::reread()
     Q_EMIT ticked();
 }
 
-bool SettingModel::store(const PropertyListValue &value)
+/// Shows at once what is being stored, and what the suite holds where that fails. A text stays in its field
+/// even so: it may be all that there is of it.
+QCoro::Task<> SettingModel::store(PropertyListValue value)
 {
-    const bool stored = Prefs::set(m_item.key, value);
-    setNote(storeNote(stored));
-    return stored;
+    const QPointer self(this);
+    setNote({});
+    const QFuture<std::optional<Error>> written = Prefs::submit({{m_item.key, value}});
+    Q_EMIT textChanged();
+    showValue();
+    const std::optional<Error> failure = co_await written;
+    if (self && failure) {
+        setNote(storeNote(*failure));
+        showValue();
+    }
+}
+
+void SettingModel::showValue()
+{
+    reread();
+    if (kind() == Kind::Toggle || kind() == Kind::Choice) {
+        Q_EMIT changed();
+    }
 }
 
 bool SettingModel::isOn() const
@@ -69,8 +88,6 @@ bool SettingModel::isOn() const
 void SettingModel::setOn(bool on)
 {
     store(on);
-    reread();
-    Q_EMIT changed();
 }
 
 double SettingModel::number() const
@@ -81,7 +98,6 @@ double SettingModel::number() const
 void SettingModel::setNumber(double number)
 {
     store(step() * std::round(number / step()));
-    reread();
 }
 
 QString SettingModel::numberText() const
@@ -111,11 +127,7 @@ QString SettingModel::text() const
 
 void SettingModel::setText(const QString &text)
 {
-    // What could not be stored stays in the field: it may be all that there is of it.
-    if (store(text)) {
-        Q_EMIT textChanged();
-    }
-    reread();
+    store(text);
 }
 
 bool SettingModel::isSecret() const
@@ -142,8 +154,6 @@ int SettingModel::optionIndex() const
 void SettingModel::setOptionIndex(int index)
 {
     store(kindOf<catalogue::Choice>(m_item).options.at(std::size_t(index)).v);
-    reread();
-    Q_EMIT changed();
 }
 
 QString SettingModel::action() const

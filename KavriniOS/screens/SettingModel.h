@@ -3,6 +3,7 @@
 
 #include "store/Prefs.h"
 
+#include <QCoroTask>
 #include <QObject>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
@@ -103,7 +104,8 @@ Q_SIGNALS:
     void changed();
 
 private:
-    bool store(const PropertyListValue &value);
+    QCoro::Task<> store(PropertyListValue value);
+    void showValue();
     void reread();
 
     Prefs::Item m_item;

@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "screens/StoreNote.h"
 
-#include "store/Shared.h"
-
 #include <QCoreApplication>
 
 namespace kavrin
 {
 
-QString storeNote(bool stored)
+QString storeNote(const Error &failure)
 {
-    return stored ? QString()
-                  : QCoreApplication::translate("StoreNote", "This could not be saved. %1")
-                        .arg(Shared::d().lastError());
+    return QCoreApplication::translate("StoreNote", "This could not be saved. %1")
+        .arg(failure.localizedDescription);
 }
 
 } // namespace kavrin

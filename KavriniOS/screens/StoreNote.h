@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QString>
 
 namespace kavrin
 {
 
-/// What a screen says of the write that the calling thread has just made to the shared suite: nothing where
-/// it was stored, else why it was not.
-QString storeNote(bool stored);
+/// What a screen says of a change that could not be stored.
+QString storeNote(const Error &failure);
 
 } // namespace kavrin

@@ -4,6 +4,9 @@
 #include "screens/StoreNote.h"
 #include "store/Prefs.h"
 
+#include <QCoroFuture>
+#include <QPointer>
+
 #include <algorithm>
 
 namespace kavrin
@@ -94,14 +97,11 @@ void ToolbarOrder::move(int from, int toOffset)
     if (!exists || toOffset == from || toOffset == from + 1) {
         return;
     }
-    QStringList order = m_order;
-    order.move(from, toOffset > from ? toOffset - 1 : toOffset);
-    if (store(order, m_hidden)) {
-        beginMoveRows({}, from, from, {}, toOffset);
-        m_order = order;
-        endMoveRows();
-        changed(Position);
-    }
+    beginMoveRows({}, from, from, {}, toOffset);
+    m_order.move(from, toOffset > from ? toOffset - 1 : toOffset);
+    endMoveRows();
+    changed(Position);
+    store();
 }
 
 void ToolbarOrder::moveTo(int row, int position)
@@ -126,22 +126,33 @@ void ToolbarOrder::setVisible(int row, bool visible)
     } else {
         hidden.insert(m_order[row]);
     }
-    if (hidden != m_hidden && store(m_order, hidden)) {
+    if (hidden != m_hidden) {
         m_hidden = hidden;
         // Of all rows: the order may hold a tool twice.
         changed(VisibleTool);
+        store();
     }
 }
 
-bool ToolbarOrder::store(const QStringList &order, const std::set<QString> &hidden)
+/// Has the change stored that shows already, and takes it back where that fails.
+QCoro::Task<> ToolbarOrder::store()
 {
-    const bool stored = Prefs::setTools(order, hidden);
-    m_note = storeNote(stored);
-    Q_EMIT noteChanged();
-    if (!stored) {
+    const QPointer self(this);
+    setNote({});
+    const QFuture<std::optional<Error>> written = Prefs::submit(Prefs::toolChanges(m_order, m_hidden));
+    const std::optional<Error> failure = co_await written;
+    if (self && failure) {
+        setNote(storeNote(*failure));
         reload();
     }
-    return stored;
+}
+
+void ToolbarOrder::setNote(const QString &note)
+{
+    if (note != m_note) {
+        m_note = note;
+        Q_EMIT noteChanged();
+    }
 }
 
 void ToolbarOrder::reload()

@@ -63,7 +63,8 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QList<int> shownRows() const;
-    bool store(const QStringList &order, const std::set<QString> &hidden);
+    QCoro::Task<> store();
+    void setNote(const QString &note);
     void reload();
     void changed(Role role);
 

@@ -3,14 +3,17 @@
 
 #include "store/PrefsCache.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstddef>
 
 namespace kavrin
 {
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -83,32 +86,18 @@ template <> QString defaultOf<QString>(const QString &key)
     return text == nullptr ? QString() : text->defaultValue;
 }
 
-/// A setting that was read.
-template <typename T> struct Setting {
-    QString key;
-    quint64 revision = 0; ///< the cache's when it was read
-    T value{};
-};
-
-template <typename T> Setting<T> read(const QString &key)
+template <typename T> T read(const QString &key)
 {
-    const auto [stored, revision] = PrefsCache::shared().find(key);
+    const std::optional<PropertyListValue> stored = PrefsCache::shared().find(key);
     std::optional<T> value = stored ? as<T>(*stored) : std::nullopt;
-    return {key, revision, value ? *std::move(value) : defaultOf<T>(key)};
+    return value ? *std::move(value) : defaultOf<T>(key);
 }
 
-/// A setting, of which the calling thread remembers what it has read. It knows a key again by where its text
-/// is in memory, without lock and hash: who reads a setting often has one text for its key. No other text
-/// gets to that place, as the key is kept.
-template <typename T> T remembered(const QString &key)
+/// With the time by which the keyboard notices the change.
+Changes stamped(Changes settings)
 {
-    thread_local std::array<Setting<T>, 128> settings;
-    Setting<T> &known = settings[quintptr(key.constData()) / alignof(std::max_align_t) % settings.size()];
-    const bool isSameText = known.key.constData() == key.constData() && known.key.size() == key.size();
-    if (!isSameText || known.revision != PrefsCache::shared().revision()) {
-        known = read<T>(key);
-    }
-    return known.value;
+    settings.push_back({u"settingsRevision"_s, Date::now().secondsSince1970});
+    return settings;
 }
 
 QString twoDecimals(double value)
@@ -131,59 +120,48 @@ qint64 toInteger(double value)
 
 template <> bool Prefs::get<bool>(const QString &key)
 {
-    return remembered<bool>(key);
+    return read<bool>(key);
 }
 
 template <> double Prefs::get<double>(const QString &key)
 {
-    return remembered<double>(key);
+    return read<double>(key);
 }
 
 template <> QString Prefs::get<QString>(const QString &key)
 {
-    return remembered<QString>(key);
+    return read<QString>(key);
 }
 
-bool Prefs::set(const QString &key, const PropertyListValue &value)
+void Prefs::set(const QString &key, const PropertyListValue &value)
 {
-    if (!Shared::d().set(key, value)) {
-        return false;
-    }
-    PrefsCache::shared().insert(key, value);
-    return stampRevision();
+    submit({{key, value}});
 }
 
-bool Prefs::stampRevision()
+QFuture<std::optional<Error>> Prefs::submit(const Changes &settings)
 {
-    return Shared::d().set(QStringLiteral("settingsRevision"), Date::now().secondsSince1970);
+    PrefsCache::shared().show(settings);
+    return SuiteWriter::write(stamped(settings)).then([settings](const std::optional<Error> &failure) {
+        PrefsCache::shared().settle(settings, !failure);
+        return failure;
+    });
+}
+
+std::optional<Error> Prefs::store(const Changes &settings)
+{
+    PrefsCache::shared().show(settings);
+    std::optional<Error> failure = Shared::d().write(stamped(settings));
+    PrefsCache::shared().settle(settings, !failure);
+    return failure;
 }
 
 bool Prefs::isVisible(const QString &key)
 {
-    const auto is = [](const QString &setting, QStringView value) { return get<QString>(setting) == value; };
-    const auto usesApi = [&] { return is(QStringLiteral("dictMode"), u"api"); };
-    const auto usesService = [&](QStringView name) {
-        return usesApi() && is(QStringLiteral("provider"), name);
-    };
-    if (key == u"openaiKey" || key == u"openaiModel") {
-        return usesService(u"openai");
-    }
-    if (key == u"geminiKey" || key == u"geminiModel") {
-        return usesService(u"gemini");
-    }
-    if (key == u"customURL" || key == u"customKey" || key == u"customModel") {
-        return usesService(u"custom");
-    }
-    if (key == u"provider") {
-        return usesApi();
-    }
-    if (key == u"langExtra_en") {
-        return !is(QStringLiteral("language"), u"en");
-    }
-    if (key == u"langExtra_tr") {
-        return !is(QStringLiteral("language"), u"tr");
-    }
-    return true;
+    const auto item = items().find(key);
+    return item == items().end()
+        || std::ranges::all_of(item->conditions, [](const catalogue::Condition &condition) {
+               return (get<QString>(condition.key) == condition.value) == condition.isEqual;
+           });
 }
 
 QString Prefs::format(double value, const QString &unit)

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "catalogue/Catalogue.h"
-#include "platform/Error.h"
-#include "platform/PropertyListValue.h"
+#include "platform/UserDefaults.h"
 
+#include <QFuture>
 #include <QStringList>
 
 #include <optional>
@@ -15,12 +15,12 @@ namespace kavrin
 {
 
 /// The keyboard's settings: typed reading and writing of the shared suite with the catalogue's defaults,
-/// behind a cache of the process's own. Every function may be called from any thread, and none of them fails.
+/// behind a cache of the process's own. Every function may be called from any thread.
 ///
 /// A value once read stays as read in this process until it is set or reset here; what other processes write
-/// to the same keys later is not seen. Reading one again is quickest with the same QString, or a copy of it.
-/// Keys are kept: the text of one that was made by QString::fromRawData() must stay as it is for ever. Not
-/// for destructors of static or thread_local objects.
+/// to the same keys later is not seen. A change is read back at once, before it is stored. Where it cannot be
+/// stored, the value in the suite is read again. Every change is stored together with "settingsRevision", the
+/// time by which the keyboard notices it.
 class Prefs
 {
 public:
@@ -42,8 +42,14 @@ public:
     /// is a bool when it is 0 or 1; a stored bool is a number.
     template <typename T> static T get(const QString &key);
 
-    /// Stores a setting and stamps "settingsRevision". False where the suite could not be written.
-    static bool set(const QString &key, const PropertyListValue &value);
+    /// Changes one setting; submit() says how.
+    static void set(const QString &key, const PropertyListValue &value);
+
+    /// Has settings changed together, as SuiteWriter does it. The result says what went wrong, if anything.
+    static QFuture<std::optional<Error>> submit(const Changes &settings);
+
+    /// As submit(), in the calling thread. Returns what went wrong.
+    [[nodiscard]] static std::optional<Error> store(const Changes &settings);
 
     /// How a slider's value is shown: "54 pt", "85%", "0.85". A whole number beyond 64 bits is a fatal error.
     static QString format(double value, const QString &unit);
@@ -64,28 +70,32 @@ public:
     /// The tools that are not shown; never "settings".
     static std::set<QString> toolHidden();
 
-    /// Stores both. False where the suite could not be written.
-    static bool setTools(const QStringList &order, const std::set<QString> &hidden);
+    /// What stores both.
+    static Changes toolChanges(const QStringList &order, const std::set<QString> &hidden);
+
+    /// Submits toolChanges().
+    static void setTools(const QStringList &order, const std::set<QString> &hidden);
 
     /// All stored settings, keys of services and the personal dictionary included, as one line of text:
     /// "KAVRINCFG1:" and the Base64 of a JSON object. Empty where a stored value cannot be written as JSON
     /// or the suite cannot be read.
     static QString exportBlob();
 
-    /// Stores what a blob holds, in place of what was stored under the same keys. Members that no export
-    /// writes are left out. Returns how many settings were stored. Throws Error, with nothing stored, where
-    /// the text is no blob, and where the suite could not be written.
-    static qsizetype importBlob(const QString &blob);
+    /// Stores what a blob holds, all of it or nothing, in place of what was stored under the same keys.
+    /// Members that no export writes are left out. Waits. How many settings were stored, or why none.
+    [[nodiscard]] static Result<qsizetype> importBlob(const QString &blob);
 
-    /// Removes settings, so that they read their defaults again, and stamps "settingsRevision". False where
-    /// the suite could not be written.
-    static bool reset(const QStringList &keys);
+    /// What makes the settings read their defaults again.
+    static Changes resetChanges(const QStringList &keys);
 
-    /// Resets every toggle, slider and choice; text, and with it every service's key, is kept.
-    static bool resetAll();
+    /// The keys of every toggle, slider and choice; text, and with it every service's key, is kept.
+    static QStringList resettableKeys();
 
-private:
-    static bool stampRevision();
+    /// Submits resetChanges(), and has every other setting read anew.
+    static QFuture<std::optional<Error>> reset(const QStringList &keys);
+
+    /// reset() with resettableKeys().
+    static QFuture<std::optional<Error>> resetAll();
 };
 
 template <> bool Prefs::get<bool>(const QString &key);

@@ -13,33 +13,50 @@ PrefsCache &PrefsCache::shared()
     return *cache;
 }
 
-PrefsCache::Found PrefsCache::find(const QString &key)
+std::optional<PropertyListValue> PrefsCache::find(const QString &key)
 {
     const std::scoped_lock lock(m_mutex);
-    const auto known = m_values.constFind(key);
-    if (known != m_values.constEnd()) {
-        return {*known, m_revision};
+    const auto known = m_entries.constFind(key);
+    if (known != m_entries.constEnd()) {
+        return known->shown;
     }
-    const std::optional<PropertyListValue> stored = Shared::d().object(key);
-    if (!stored && !Shared::d().lastError().isEmpty()) {
-        return {};
+    const auto [value, failure] = Shared::d().read(key);
+    if (!failure) {
+        m_entries.insert(key, {value, value});
     }
-    m_values.insert(key, stored);
-    return {stored, m_revision};
+    return value;
 }
 
-void PrefsCache::insert(const QString &key, const PropertyListValue &value)
+void PrefsCache::show(const Changes &changes)
 {
     const std::scoped_lock lock(m_mutex);
-    m_values.insert(key, value);
-    ++m_revision;
+    for (const Change &change : changes) {
+        Entry &entry = m_entries[change.key];
+        entry.shown = change.value;
+        ++entry.unsettled;
+    }
+}
+
+void PrefsCache::settle(const Changes &changes, bool stored)
+{
+    const std::scoped_lock lock(m_mutex);
+    for (const Change &change : changes) {
+        Entry &entry = m_entries[change.key];
+        --entry.unsettled;
+        if (stored) {
+            entry.stored = change.value;
+        } else if (entry.unsettled == 0 && entry.stored) {
+            entry.shown = *entry.stored;
+        } else if (entry.unsettled == 0) {
+            m_entries.remove(change.key);
+        }
+    }
 }
 
 void PrefsCache::clear()
 {
     const std::scoped_lock lock(m_mutex);
-    m_values.clear();
-    ++m_revision;
+    m_entries.removeIf([](const auto &known) { return known.value().unsettled == 0; });
 }
 
 } // namespace kavrin

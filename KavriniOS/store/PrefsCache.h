@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/PropertyListValue.h"
+#include "platform/UserDefaults.h"
 
 #include <QHash>
 
-#include <atomic>
 #include <mutex>
 #include <optional>
 
@@ -13,30 +12,34 @@ namespace kavrin
 {
 
 /// What Prefs has read or written so far, for the whole process. Safe from any thread.
+///
+/// A change shows from show() on, before it is stored; settle() ends that. Where it was not stored, the value
+/// shows again that was.
 class PrefsCache
 {
 public:
     static PrefsCache &shared();
 
-    struct Found {
-        std::optional<PropertyListValue> value; ///< none where the suite has none
-        quint64 revision =
-            0; ///< the value is this one as long as revision() is; 0 where it could not be read
-    };
+    /// The value of a key, read from the suite the first time; none where the suite has none.
+    std::optional<PropertyListValue> find(const QString &key);
 
-    /// The value of a key, read from the suite the first time.
-    Found find(const QString &key);
+    void show(const Changes &changes);
+    void settle(const Changes &changes, bool stored);
 
-    /// Never 0, and another number whenever a value may have become another one.
-    [[nodiscard]] quint64 revision() const { return m_revision.load(std::memory_order_acquire); }
-
-    void insert(const QString &key, const PropertyListValue &value);
+    /// Forgets everything but changes that are still to be stored.
     void clear();
 
 private:
+    using Value = std::optional<PropertyListValue>; ///< none where the suite has none
+
+    struct Entry {
+        Value shown;
+        std::optional<Value> stored; ///< none where it was never read
+        int unsettled = 0; ///< how many changes of it are still to be stored
+    };
+
     std::mutex m_mutex;
-    QHash<QString, std::optional<PropertyListValue>> m_values;
-    std::atomic<quint64> m_revision = 1;
+    QHash<QString, Entry> m_entries;
 };
 
 } // namespace kavrin

@@ -68,10 +68,15 @@ std::set<QString> Prefs::toolHidden()
     return hidden;
 }
 
-bool Prefs::setTools(const QStringList &order, const std::set<QString> &hidden)
+Changes Prefs::toolChanges(const QStringList &order, const std::set<QString> &hidden)
 {
     const QStringList sorted(hidden.begin(), hidden.end());
-    return set(orderKey, order.join(separator)) && set(hiddenKey, sorted.join(separator));
+    return {{orderKey, order.join(separator)}, {hiddenKey, sorted.join(separator)}};
+}
+
+void Prefs::setTools(const QStringList &order, const std::set<QString> &hidden)
+{
+    submit(toolChanges(order, hidden));
 }
 
 } // namespace kavrin

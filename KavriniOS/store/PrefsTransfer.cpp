@@ -8,9 +8,12 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <iterator>
 
 namespace kavrin
 {
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -35,31 +38,35 @@ Error importError(const QString &description)
     return {QStringLiteral("import"), 1, description};
 }
 
-/// The settings within a blob. Throws Error.
-PropertyListDictionary decodeBlob(const QString &blob)
+/// What stores the settings within a JSON object.
+Changes changesOf(const QJsonObject &settings)
+{
+    Changes changes;
+    for (auto member = settings.begin(); member != settings.end(); ++member) {
+        std::optional<PropertyListValue> value = fromJson(member.value());
+        if (value && isTransferred(member.key())) {
+            changes.push_back({member.key(), std::move(value)});
+        }
+    }
+    return changes;
+}
+
+/// What stores the settings within a blob.
+Result<Changes> parseBlob(const QString &blob)
 {
     const QString text = blob.trimmed();
     if (!text.startsWith(blobPrefix)) {
-        throw importError(QStringLiteral("This is not a settings text: it does not begin with \"%1\". "
-                                         "Copy the settings again.")
-                              .arg(blobPrefix));
+        return {.failure = importError(u"This is not a settings text: it does not begin with \"%1\". "
+                                       "Copy the settings again."_s.arg(blobPrefix))};
     }
     const auto body = QByteArray::fromBase64Encoding(text.mid(blobPrefix.size()).toUtf8(),
                                                      QByteArray::AbortOnBase64DecodingErrors);
     const QJsonDocument document = body ? QJsonDocument::fromJson(*body) : QJsonDocument();
     if (!document.isObject()) {
-        throw importError(
-            QStringLiteral("The settings text is damaged or cut short. Copy the settings again."));
+        return {.failure =
+                    importError(u"The settings text is damaged or cut short. Copy the settings again."_s)};
     }
-    PropertyListDictionary settings;
-    const QJsonObject members = document.object();
-    for (auto member = members.begin(); member != members.end(); ++member) {
-        std::optional<PropertyListValue> value = fromJson(member.value());
-        if (value && isTransferred(member.key())) {
-            settings.emplace(member.key(), *std::move(value));
-        }
-    }
-    return settings;
+    return {changesOf(document.object())};
 }
 
 } // namespace
@@ -72,38 +79,37 @@ QString Prefs::exportBlob()
             keys.append(item.key);
         }
     }
-    const PropertyListDictionary settings = Shared::d().objects(keys);
-    const bool wasRead = Shared::d().lastError().isEmpty();
+    const auto [settings, failure] = Shared::d().objects(keys);
     const std::optional<QJsonObject> json = toJson(settings);
-    if (!wasRead || !json) {
+    if (failure || !json) {
         return {};
     }
     const QByteArray body = QJsonDocument(*json).toJson(QJsonDocument::Compact);
     return blobPrefix + QString::fromLatin1(body.toBase64());
 }
 
-qsizetype Prefs::importBlob(const QString &blob)
+Result<qsizetype> Prefs::importBlob(const QString &blob)
 {
-    const PropertyListDictionary settings = decodeBlob(blob);
-    for (const auto &[key, value] : settings) {
-        if (!set(key, value)) {
-            throw importError(
-                QStringLiteral("The settings could not be stored: %1").arg(Shared::d().lastError()));
-        }
+    const auto [changes, misread] = parseBlob(blob);
+    if (misread) {
+        return {.failure = misread};
     }
-    return qsizetype(settings.size());
+    if (const std::optional<Error> failure = store(changes)) {
+        return {.failure =
+                    importError(u"The settings could not be stored: "_s + failure->localizedDescription)};
+    }
+    return {qsizetype(changes.size())};
 }
 
-bool Prefs::reset(const QStringList &keys)
+Changes Prefs::resetChanges(const QStringList &keys)
 {
-    // Not on past a failure: every key would wait for the same lock.
-    const bool removed =
-        std::all_of(keys.begin(), keys.end(), [](const QString &key) { return Shared::d().remove(key); });
-    PrefsCache::shared().clear();
-    return removed && stampRevision();
+    Changes changes;
+    std::ranges::transform(keys, std::back_inserter(changes),
+                           [](const QString &key) { return Change{key, std::nullopt}; });
+    return changes;
 }
 
-bool Prefs::resetAll()
+QStringList Prefs::resettableKeys()
 {
     QStringList keys;
     for (const Item &item : items()) {
@@ -111,7 +117,19 @@ bool Prefs::resetAll()
             keys.append(item.key);
         }
     }
-    return reset(keys);
+    return keys;
+}
+
+QFuture<std::optional<Error>> Prefs::reset(const QStringList &keys)
+{
+    const QFuture<std::optional<Error>> written = submit(resetChanges(keys));
+    PrefsCache::shared().clear();
+    return written;
+}
+
+QFuture<std::optional<Error>> Prefs::resetAll()
+{
+    return reset(resettableKeys());
 }
 
 } // namespace kavrin

@@ -2,6 +2,7 @@
 #include "App/KavrinApp.h"
 #include "App/UrlHost.h"
 #include "store/Shared.h"
+#include "support/Suite.h"
 
 #include <gtest/gtest.h>
 
@@ -36,7 +37,7 @@ TEST(Url, TheHostIsReadAsItIsWritten)
 TEST(Url, TheHostDictateWritesStartWhateverTheRest)
 {
     for (const QString &url : {u"kavrin://dictate"_s, u"x://dictate/a?b#c"_s}) {
-        Shared::d().set(u"dictationCommand"_s, QString());
+        test::put(Shared::d(), u"dictationCommand"_s, QString());
         KavrinApp::openUrl(url);
         EXPECT_EQ(Shared::d().string(u"dictationCommand"_s), u"start"_s);
     }
@@ -46,6 +47,6 @@ TEST(Url, AnyOtherUrlChangesNothing)
 {
     for (const QString &url : {u"kavrin://Dictate"_s, u"kavrin:dictate"_s, u"kavrin://settings"_s, u""_s}) {
         KavrinApp::openUrl(url);
-        EXPECT_EQ(Shared::d().dictionaryRepresentation(), PropertyListDictionary());
+        EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
     }
 }

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
 
-#include "RefusedKey.h"
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
+#include "support/RefusedKey.h"
+#include "support/Suite.h"
 #include "support/Wait.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +23,7 @@ QString shared(const QString &key)
 
 void command(const QString &text)
 {
-    ASSERT_TRUE(Shared::d().set(u"dictationCommand"_s, text));
+    ASSERT_EQ(test::failureOf(Shared::d().set(u"dictationCommand"_s, text)), u"");
 }
 
 double alive()
@@ -249,7 +250,7 @@ TEST_F(DictationBridgeTest, AnyOtherValueStaysAndTheLoopGoesOn)
                                         qint64(1),  true,      QByteArray("start")};
     run();
     for (const PropertyListValue &value : values) {
-        Shared::d().set(u"dictationCommand"_s, value);
+        test::put(Shared::d(), u"dictationCommand"_s, value);
         pass();
         EXPECT_EQ(Shared::d().object(u"dictationCommand"_s), value);
     }

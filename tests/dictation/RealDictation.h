@@ -11,6 +11,7 @@
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "store/Shared.h"
 #include "support/ScriptedServer.h"
+#include "support/Suite.h"
 #include "support/Wait.h"
 #include "transcription/Transcriber.h"
 
@@ -72,9 +73,9 @@ inline std::string shared(const QString &key)
 /// Has whatever transcribes next ask `service`.
 inline void useService(const QUrl &service)
 {
-    Shared::d().set(QStringLiteral("provider"), QStringLiteral("custom"));
-    Shared::d().set(QStringLiteral("customURL"), service.toString());
-    Shared::d().set(QStringLiteral("customKey"), QStringLiteral("token"));
+    test::put(Shared::d(), QStringLiteral("provider"), QStringLiteral("custom"));
+    test::put(Shared::d(), QStringLiteral("customURL"), service.toString());
+    test::put(Shared::d(), QStringLiteral("customKey"), QStringLiteral("token"));
 }
 
 inline ScriptedAnswer transcript(const QByteArray &text)
@@ -143,7 +144,7 @@ private:
     /// Returns when the bridge has taken the command.
     static void command(const QString &command)
     {
-        Shared::d().set(QStringLiteral("dictationCommand"), command);
+        test::put(Shared::d(), QStringLiteral("dictationCommand"), command);
         ASSERT_TRUE(waitUntil([] { return shared(QStringLiteral("dictationCommand")).empty(); }));
     }
 

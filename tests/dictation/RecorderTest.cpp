@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Recorder.h"
+#include "dictation/DictationState.h"
 
-#include "RefusedKey.h"
 #include "doubles/FakeRecorderPlatform.h"
 #include "platform/FileManager.h"
 #include "store/Shared.h"
+#include "support/RefusedKey.h"
+#include "support/Suite.h"
 #include "support/Wait.h"
 
 #include <gmock/gmock.h>
@@ -427,18 +429,18 @@ TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)
     {
         const RefusedKey refused("dictationState");
         start();
-        Recorder::publishLateState();
+        DictationState::publishLate();
         EXPECT_EQ(sharedState(), u"none");
     }
-    Recorder::publishLateState();
+    DictationState::publishLate();
     EXPECT_EQ(sharedState(), u"recording");
 }
 
 TEST_F(RecorderTest, OnlyALateStateIsStoredAgain)
 {
     start();
-    ASSERT_TRUE(Shared::d().set(u"dictationState"_s, u"changed"_s));
-    Recorder::publishLateState();
+    ASSERT_EQ(test::failureOf(Shared::d().set(u"dictationState"_s, u"changed"_s)), u"");
+    DictationState::publishLate();
     EXPECT_EQ(sharedState(), u"changed");
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/UserDefaults.h"
 #include "support/Paths.h"
+#include "support/Suite.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -56,7 +57,7 @@ QByteArray documentedSchema()
 
 TEST(SharedSuiteDocument, TellsTheSchemaThatTheSuiteHas)
 {
-    UserDefaults::standard().set(u"key"_s, true);
+    test::put(UserDefaults::standard(), u"key"_s, true);
     const Database real = open(UserDefaults::standard().path());
     const Database documented = open(u":memory:"_s);
     ASSERT_EQ(sqlite3_exec(documented.get(), documentedSchema().constData(), nullptr, nullptr, nullptr),

@@ -59,7 +59,7 @@ sqlite3_stmt *prepareWriting()
 {
     sqlite3 *handle = nullptr;
     sqlite3_stmt *statement = nullptr;
-    Shared::d().remove(key); // makes the file
+    require(!Shared::d().remove(key), "the file can be made");
     sqlite3_open(Shared::d().path().toUtf8().constData(), &handle);
     sqlite3_exec(handle, "PRAGMA synchronous = OFF", nullptr, nullptr, nullptr);
     sqlite3_prepare_v2(handle, "INSERT OR REPLACE INTO defaults (key, type, value) VALUES ('row', ?1, ?2)",
@@ -81,19 +81,19 @@ bool write(const Row &row)
 
 void check()
 {
-    const std::optional<PropertyListValue> value = Shared::d().object(key);
-    require(Shared::d().lastError().isEmpty(), "a row of any kind can be read");
+    const auto [value, failure] = Shared::d().read(key);
+    require(!failure, "a row of any kind can be read");
     const std::optional<QString> string = Shared::d().string(key);
     require(value || !string, "what has no value is no string");
-    const PropertyListDictionary all = Shared::d().dictionaryRepresentation();
+    const PropertyListDictionary all = Shared::d().dictionaryRepresentation().value;
     require(all.contains(key) == value.has_value(), "a value is among all or nowhere");
-    require(test::isSame(Shared::d().objects({key}), all), "one of all is read like all");
+    require(test::isSame(Shared::d().objects({key}).value, all), "one of all is read like all");
     if (!value) {
         return;
     }
     toJson(*value);
     require(test::isSame(all.at(key), *value), "one is read like all");
-    require(Shared::d().set(key, *value), "what was read can be stored");
+    require(!Shared::d().set(key, *value), "what was read can be stored");
     const std::optional<PropertyListValue> again = Shared::d().object(key);
     require(again && test::isSame(*again, *value), "what was stored reads back");
 }

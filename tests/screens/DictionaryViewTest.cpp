@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
+#include "support/Suite.h"
 
 namespace kavrin::test
 {
@@ -58,7 +59,7 @@ using DictionaryViewAlone = Screens;
 
 TEST_F(DictionaryViewAlone, ShowsWhatIsStored)
 {
-    Shared::d().set(u"userDict"_s, u"one\n=\n\nthree"_s);
+    test::put(Shared::d(), u"userDict"_s, u"one\n=\n\nthree"_s);
     const QmlWindow window(u"Kavrin.Screens"_s, u"DictionaryView"_s);
     bool shown = false;
     for (const QQuickItem *item : window.top()->findChildren<QQuickItem *>()) {
@@ -69,7 +70,7 @@ TEST_F(DictionaryViewAlone, ShowsWhatIsStored)
 
 TEST_F(DictionaryViewAlone, IsEmptyWhereWhatIsStoredIsNoText)
 {
-    Shared::d().set(u"userDict"_s, 4.5);
+    test::put(Shared::d(), u"userDict"_s, 4.5);
     const QmlWindow window(u"Kavrin.Screens"_s, u"DictionaryView"_s);
     EXPECT_EQ(stored(u"userDict"_s), PropertyListValue(4.5));
 }

@@ -68,17 +68,17 @@ TEST_F(PageViewTest, ShowsAnItemAddedToTheCatalogueWithNoOtherChange)
 
 TEST_F(PageViewTest, LeavesOutSectionsWithoutAVisibleRow)
 {
-    const Prefs::Page page = {
-        u"page"_s,
-        u"Page"_s,
-        u"gearshape"_s,
-        {{u"Of the keyboard"_s,
-          {{u"act.resize"_s, u"Resize"_s, catalogue::Action{u"act.resize"_s}},
-           {u"act.importConfig"_s, u"Import"_s, catalogue::Action{u"act.importConfig"_s}},
-           {u"act.resetLearned"_s, u"Forget"_s, catalogue::Action{u"act.resetLearned"_s}}}},
-         {u"Hidden"_s, {{u"geminiKey"_s, u"API key"_s, catalogue::Text{{}, true}}}},
-         {u"Empty"_s, {}},
-         {u"Shown"_s, {{u"shown"_s, u"Row"_s, catalogue::Toggle{true}}}}}};
+    const Prefs::Page page = {u"page"_s,
+                              u"Page"_s,
+                              u"gearshape"_s,
+                              {{u"Of the keyboard"_s,
+                                {{.key = u"act.resize"_s,
+                                  .title = u"Resize"_s,
+                                  .kind = catalogue::Action{u"act.resize"_s},
+                                  .onlyInKeyboard = true}}},
+                               {u"Hidden"_s, {{u"geminiKey"_s, u"API key"_s, catalogue::Text{{}, true}}}},
+                               {u"Empty"_s, {}},
+                               {u"Shown"_s, {{u"shown"_s, u"Row"_s, catalogue::Toggle{true}}}}}};
     openPage({page}, u"page"_s);
     EXPECT_EQ(window().names(), (QStringList{u"Page"_s, u"Shown"_s, u"Shown"_s, u"Row"_s}));
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
+#include "support/Suite.h"
 
 namespace kavrin::test
 {
@@ -48,7 +49,7 @@ TEST_F(SettingActionTest, SaysWhetherTheKeyboardHasBeenSeenInTheSuite)
         window().find(u"Sideloading often strips the App Group. Use “Copy all settings & keys” here, then "
                       u"“Import settings from clipboard” in the keyboard's own settings."_s)
         != nullptr);
-    Shared::d().set(u"probeKb"_s, false);
+    test::put(Shared::d(), u"probeKb"_s, false);
     openPage(u"advanced"_s);
     EXPECT_TRUE(window().find(u"Keyboard and app share settings"_s) != nullptr);
     EXPECT_TRUE(window().find(u"Not shared (keyboard keeps its own copy)"_s) == nullptr);
@@ -69,7 +70,7 @@ TEST_F(SettingActionTest, CopiesAllSettingsAndSaysSoUntilThePageIsLeft)
 
 TEST_F(SettingActionTest, CopiesEvenAnExportThatFailed)
 {
-    Shared::d().set(u"rowH"_s, Date{1});
+    test::put(Shared::d(), u"rowH"_s, Date{1});
     pasteboard.string = u"before"_s;
     openPage(u"advanced"_s);
     window().click(u"Copy all settings & keys"_s);

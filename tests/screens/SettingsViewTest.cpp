@@ -45,7 +45,7 @@ TEST_F(SettingsViewTest, KeepsTheTextOfTheTryOutFieldWhileAPageIsVisited)
     window().click(u"Gestures"_s);
     window().goBack();
     EXPECT_EQ(window().item(u"Try the keyboard here"_s)->property("text"), u"trial"_s);
-    EXPECT_TRUE(Shared::d().dictionaryRepresentation().empty());
+    EXPECT_TRUE(Shared::d().dictionaryRepresentation().value.empty());
 }
 
 } // namespace

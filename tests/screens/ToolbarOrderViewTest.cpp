@@ -4,6 +4,7 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/QmlWindow.h"
+#include "support/Suite.h"
 #include "support/Wait.h"
 
 #include <QAccessible>
@@ -160,14 +161,14 @@ TEST_F(ToolbarOrderViewTest, HasARowForEveryToolButTheSettings)
 
 TEST_F(ToolbarOrderViewTest, ShowsTheStoredOrder)
 {
-    Shared::d().set(u"toolOrder"_s, u"youtube,foo,settings,gif"_s);
+    test::put(Shared::d(), u"toolOrder"_s, u"youtube,foo,settings,gif"_s);
     open();
     EXPECT_EQ(seen(), titles(u"youtube,gif,clipboard,emoji,sticker,translate,search,contacts,language"_s));
 }
 
 TEST_F(ToolbarOrderViewTest, ShowsBothRowsOfAToolThatIsStoredTwice)
 {
-    Shared::d().set(u"toolOrder"_s, u"gif,foo,emoji,gif"_s);
+    test::put(Shared::d(), u"toolOrder"_s, u"gif,foo,emoji,gif"_s);
     open();
     EXPECT_EQ(window().names().count(u"Move GIFs"_s), 2);
     EXPECT_EQ(window().names().count(u"Move Emoji"_s), 1);
@@ -197,7 +198,7 @@ TEST_F(ToolbarOrderViewTest, MovesARowThatIsDraggedUp)
 
 TEST_F(ToolbarOrderViewTest, MovesARowOverTheSettingsThatHaveNone)
 {
-    Shared::d().set(u"toolOrder"_s, u"clipboard,settings,emoji,gif"_s);
+    test::put(Shared::d(), u"toolOrder"_s, u"clipboard,settings,emoji,gif"_s);
     open();
     pressHandle(u"Clipboard"_s);
     dragTo(middle(handle(u"Emoji"_s)).y());
@@ -354,7 +355,7 @@ TEST_F(ToolbarOrderViewTest, SwitchesAToolOffAndOn)
 
 TEST_F(ToolbarOrderViewTest, ShowsWhichToolsAreHidden)
 {
-    Shared::d().set(u"toolHidden"_s, u"settings,emoji,foo"_s);
+    test::put(Shared::d(), u"toolHidden"_s, u"settings,emoji,foo"_s);
     open();
     EXPECT_FALSE(toggle(u"Emoji"_s)->state().checked);
     EXPECT_TRUE(toggle(u"GIFs"_s)->state().checked);

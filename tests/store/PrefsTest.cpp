@@ -2,6 +2,7 @@
 #include "store/Prefs.h"
 #include "store/BrokenSuite.h"
 #include "store/Shared.h"
+#include "support/Suite.h"
 
 #include <gmock/gmock.h>
 
@@ -25,7 +26,7 @@ double revision()
 /// Stores a value behind the back of Prefs, as a keyboard does.
 void store(const QString &key, const PropertyListValue &value)
 {
-    ASSERT_TRUE(Shared::d().set(key, value));
+    ASSERT_EQ(test::failureOf(Shared::d().set(key, value)), u"");
 }
 
 void expectToBeLookedForAgain()
@@ -141,7 +142,7 @@ TEST(Prefs, AValueOfAnotherTypeStaysStored)
 TEST(Prefs, SettingWritesTheSuiteAtOnceAndStampsTheRevision)
 {
     const double before = Date::now().secondsSince1970;
-    EXPECT_TRUE(Prefs::set(u"rowH"_s, 60.0));
+    Prefs::set(u"rowH"_s, 60.0);
     EXPECT_EQ(Shared::d().object(u"rowH"_s), PropertyListValue(60.0));
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
     EXPECT_GE(revision(), before);
@@ -185,34 +186,11 @@ TEST(Prefs, SettingOneKeyLeavesTheOthersCached)
     EXPECT_EQ(Prefs::get<double>(key), 11);
 }
 
-TEST(Prefs, AKeyReadsItsOwnValueAlsoWhereAnotherKeysTextWasInMemory)
-{
-    constexpr int count = 500;
-    const auto key = [](int number) { return u"key%1"_s.arg(number, 3); };
-    for (int i = 0; i < count; ++i) {
-        store(key(i), qint64(i));
-        EXPECT_EQ(Prefs::get<QString>(key(i)), u"") << "known from now on by this text of the key";
-    }
-    for (int i = 0; i < count; ++i) {
-        EXPECT_EQ(Prefs::get<double>(key(i)), i) << "by one that is gone after the reading";
-    }
-}
-
-TEST(Prefs, AKeyReadsItsOwnValueAlsoWhereALongerOneBeginsInMemory)
-{
-    const QStringView longer = u"rowHeight";
-    const QStringView shorter = longer.first(4);
-    store(longer.toString(), 1.0);
-    for (const auto &[key, value] : {std::pair(longer, 1.0), std::pair(shorter, 54.0)}) {
-        EXPECT_EQ(Prefs::get<double>(QString::fromRawData(key.data(), key.size())), value);
-    }
-}
-
 TEST(Prefs, WhatCannotBeStoredIsRefusedAndTheValueStaysAsItWasRead)
 {
     Prefs::set(u"rowH"_s, 60.0);
     const BrokenSuite broken;
-    EXPECT_FALSE(Prefs::set(u"rowH"_s, 70.0));
+    EXPECT_TRUE(Prefs::submit({{u"rowH"_s, 70.0}}).result().has_value());
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
 }
 

@@ -2,6 +2,8 @@
 #include "store/BrokenSuite.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
+#include "support/RefusedKey.h"
+#include "support/Suite.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -27,14 +29,12 @@ QString blobOf(const QByteArray &json)
 
 void expectImportError(const QString &blob, const QString &description)
 {
-    try {
-        Prefs::importBlob(blob);
-        ADD_FAILURE() << "no error was thrown";
-    } catch (const Error &error) {
-        EXPECT_EQ(error.domain, u"import");
-        EXPECT_EQ(error.code, 1);
-        EXPECT_EQ(error.localizedDescription, description);
-    }
+    const auto [count, failure] = Prefs::importBlob(blob);
+    EXPECT_EQ(count, 0);
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->domain, u"import");
+    EXPECT_EQ(failure->code, 1);
+    EXPECT_EQ(failure->localizedDescription, description);
 }
 
 } // namespace
@@ -50,10 +50,10 @@ TEST(PrefsTransfer, AnExportHoldsWhatWasStoredAndNothingElse)
     Prefs::set(u"numberRow"_s, true);
     Prefs::set(u"provider"_s, u"custom"_s);
     Prefs::set(u"openaiKey"_s, u"sk-ş/é"_s);
-    Shared::d().set(u"userDict"_s, u"omw=on my way\n"_s);
-    Shared::d().set(u"toolOrder"_s, u"gif"_s);
-    Shared::d().set(u"dictationCommand"_s, u"start"_s);
-    Shared::d().set(u"act.resize"_s, true);
+    test::put(Shared::d(), u"userDict"_s, u"omw=on my way\n"_s);
+    test::put(Shared::d(), u"toolOrder"_s, u"gif"_s);
+    test::put(Shared::d(), u"dictationCommand"_s, u"start"_s);
+    test::put(Shared::d(), u"act.resize"_s, true);
 
     const QString blob = Prefs::exportBlob();
     EXPECT_TRUE(blob.startsWith(u"KAVRINCFG1:"));
@@ -69,7 +69,7 @@ TEST(PrefsTransfer, AnExportHoldsWhatWasStoredAndNothingElse)
 TEST(PrefsTransfer, AnExportReadsTheSuiteNotTheCache)
 {
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
-    Shared::d().set(u"rowH"_s, 70.0);
+    test::put(Shared::d(), u"rowH"_s, 70.0);
     EXPECT_EQ(bodyOf(Prefs::exportBlob()).value(u"rowH"_s), QJsonValue(70));
 }
 
@@ -77,7 +77,7 @@ TEST(PrefsTransfer, AValueThatJsonCannotHoldMakesTheWholeExportFail)
 {
     const PropertyListValue values[] = {Date{5}, QByteArray("x"), PropertyListArray{Date{5}}};
     for (const PropertyListValue &value : values) {
-        Shared::d().set(u"rowH"_s, value);
+        test::put(Shared::d(), u"rowH"_s, value);
         EXPECT_EQ(Prefs::exportBlob(), u"");
     }
 }
@@ -87,11 +87,11 @@ TEST(PrefsTransfer, AnImportRestoresWhatWasExported)
     Prefs::set(u"rowH"_s, 60.5);
     Prefs::set(u"numberRow"_s, true);
     Prefs::set(u"openaiKey"_s, u"sk"_s);
-    Shared::d().set(u"userDict"_s, u"word"_s);
+    test::put(Shared::d(), u"userDict"_s, u"word"_s);
     const QString blob = Prefs::exportBlob();
     Prefs::reset({u"rowH"_s, u"numberRow"_s, u"openaiKey"_s, u"userDict"_s});
 
-    EXPECT_EQ(Prefs::importBlob(u"  "_s + blob + u"\n"_s), 4);
+    EXPECT_EQ(Prefs::importBlob(u"  "_s + blob + u"\n"_s).value, 4);
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60.5);
     EXPECT_TRUE(Prefs::get<bool>(u"numberRow"_s));
     EXPECT_EQ(Prefs::get<QString>(u"openaiKey"_s), u"sk");
@@ -114,7 +114,7 @@ TEST(PrefsTransfer, EverySettingMakesTheJourney)
     const QString blob = Prefs::exportBlob();
     Prefs::reset(Prefs::items().keys());
     EXPECT_EQ(Prefs::exportBlob(), u"KAVRINCFG1:e30=");
-    Prefs::importBlob(blob);
+    EXPECT_EQ(test::failureOf(Prefs::importBlob(blob).failure), u"");
     EXPECT_EQ(bodyOf(Prefs::exportBlob()), bodyOf(blob));
 }
 
@@ -122,7 +122,7 @@ TEST(PrefsTransfer, AnImportLeavesOutWhatNoExportWrites)
 {
     const QByteArray json =
         R"({"rowH":40,"dictationCommand":"start","act.resize":true,"unknown":1,"vGap":null})";
-    EXPECT_EQ(Prefs::importBlob(blobOf(json)), 1);
+    EXPECT_EQ(Prefs::importBlob(blobOf(json)).value, 1);
     EXPECT_EQ(Shared::d().object(u"dictationCommand"_s), std::nullopt);
     EXPECT_EQ(Shared::d().object(u"unknown"_s), std::nullopt);
     EXPECT_EQ(Shared::d().object(u"vGap"_s), std::nullopt);
@@ -143,7 +143,7 @@ TEST(PrefsTransfer, WhatIsNoBlobIsRefusedAndNothingStored)
     for (const auto &[blob, description] : rows) {
         SCOPED_TRACE(blob.toStdString());
         expectImportError(blob, description);
-        EXPECT_EQ(Shared::d().dictionaryRepresentation(), PropertyListDictionary());
+        EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
     }
 }
 
@@ -157,17 +157,26 @@ TEST(PrefsTransfer, SettingsThatCannotBeReadAreNotExported)
 TEST(PrefsTransfer, SettingsThatCannotBeStoredAreNotImported)
 {
     const BrokenSuite broken;
-    ASSERT_FALSE(Shared::d().set(u"rowH"_s, 40.0));
-    expectImportError(blobOf(R"({"rowH":40})"),
-                      u"The settings could not be stored: "_s + Shared::d().lastError());
+    const QString reason = test::failureOf(Shared::d().set(u"rowH"_s, 40.0));
+    expectImportError(blobOf(R"({"rowH":40})"), u"The settings could not be stored: "_s + reason);
+}
+
+TEST(PrefsTransfer, AnImportThatFailsHalfWayLeavesNothingImported)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    const RefusedKey refused("vGap");
+    const PropertyListDictionary before = Shared::d().dictionaryRepresentation().value;
+    EXPECT_TRUE(Prefs::importBlob(blobOf(R"({"hGap":4,"rowH":40,"vGap":4})")).failure.has_value());
+    EXPECT_EQ(Shared::d().dictionaryRepresentation().value, before);
+    EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
 }
 
 TEST(PrefsTransfer, WhatCannotBeResetIsRefused)
 {
     const BrokenSuite broken;
-    EXPECT_FALSE(Prefs::reset({u"rowH"_s}));
-    EXPECT_FALSE(Prefs::reset({}));
-    EXPECT_FALSE(Prefs::resetAll());
+    EXPECT_TRUE(Prefs::reset({u"rowH"_s}).result().has_value());
+    EXPECT_TRUE(Prefs::reset({}).result().has_value());
+    EXPECT_TRUE(Prefs::resetAll().result().has_value());
 }
 
 TEST(PrefsTransfer, ResettingAllKeepsTextsAndRestoresTheRest)
@@ -177,9 +186,9 @@ TEST(PrefsTransfer, ResettingAllKeepsTextsAndRestoresTheRest)
     Prefs::set(u"provider"_s, u"gemini"_s);
     Prefs::set(u"geminiKey"_s, u"key"_s);
     Prefs::set(u"customModel"_s, u"model"_s);
-    Shared::d().set(u"settingsRevision"_s, 1.0);
+    test::put(Shared::d(), u"settingsRevision"_s, 1.0);
 
-    EXPECT_TRUE(Prefs::resetAll());
+    EXPECT_FALSE(Prefs::resetAll().result().has_value());
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
     EXPECT_FALSE(Prefs::get<bool>(u"numberRow"_s));
     EXPECT_EQ(Prefs::get<QString>(u"provider"_s), u"openai");
@@ -191,8 +200,8 @@ TEST(PrefsTransfer, ResettingAllKeepsTextsAndRestoresTheRest)
 TEST(PrefsTransfer, ResettingNothingStillForgetsWhatWasReadAndStampsTheRevision)
 {
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
-    Shared::d().set(u"rowH"_s, 70.0);
-    EXPECT_TRUE(Prefs::reset({}));
+    test::put(Shared::d(), u"rowH"_s, 70.0);
+    EXPECT_FALSE(Prefs::reset({}).result().has_value());
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 70);
     EXPECT_TRUE(Shared::d().object(u"settingsRevision"_s).has_value());
 }

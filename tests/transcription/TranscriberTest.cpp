@@ -3,6 +3,7 @@
 
 #include "doubles/ScriptedUrlSession.h"
 #include "store/Shared.h"
+#include "support/Suite.h"
 #include "support/Wait.h"
 
 #include <QCoroFuture>
@@ -35,8 +36,8 @@ protected:
 
     ~TranscriberTest() override
     {
-        for (const auto &[key, value] : Shared::d().dictionaryRepresentation()) {
-            Shared::d().remove(key);
+        for (const auto &[key, value] : Shared::d().dictionaryRepresentation().value) {
+            test::drop(Shared::d(), key);
         }
     }
 
@@ -54,7 +55,7 @@ protected:
     static void set(const Settings &settings)
     {
         for (const auto &[key, value] : settings) {
-            ASSERT_TRUE(Shared::d().set(key, value));
+            ASSERT_EQ(test::failureOf(Shared::d().set(key, value)), u"");
         }
     }
 

@@ -1,11 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
-#include "tools/kavrinctl/SavedCode.h"
 #include "tools/kavrinctl/Verb.h"
 
 #include "codes/Codes.h"
-#include "codes/SaveVerificationCode.h"
-#include "store/Shared.h"
 
 #include <QFile>
 #include <QJsonObject>
@@ -62,12 +59,6 @@ void extractFromLines()
 
 } // namespace
 
-QString saveCodeOf(const QString &message)
-{
-    const QCoro::Task<> saved = SaveVerificationCode{message}.perform(); // when it returns
-    return Codes::extract(message) ? Shared::d().lastError() : QString();
-}
-
 void extractCode(QStringList &arguments)
 {
     if (takeFlag(arguments, u"--lines"_s)) {
@@ -86,10 +77,8 @@ void extractCode(QStringList &arguments)
 
 void saveCode(QStringList &arguments)
 {
-    const QString failure = saveCodeOf(readMessage(arguments));
-    if (!failure.isEmpty()) {
-        throw Refusal{u"The code could not be stored: "_s + failure};
-    }
+    expectNoFailure(Codes::note(readMessage(arguments), Codes::messageSource),
+                    u"The code could not be stored"_s);
 }
 
 } // namespace kavrin::ctl

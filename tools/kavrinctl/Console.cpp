@@ -40,6 +40,13 @@ void print(const QJsonValue &value)
     printBytes(array.sliced(1, array.size() - 2));
 }
 
+void expectNoFailure(const std::optional<Error> &failure, const QString &what)
+{
+    if (failure) {
+        throw Refusal{what + QStringLiteral(": ") + failure->localizedDescription};
+    }
+}
+
 QString readStandardInput()
 {
     QFile input;

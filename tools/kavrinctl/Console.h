@@ -3,6 +3,8 @@
 
 #include "tools/kavrinctl/Verb.h"
 
+#include "platform/Error.h"
+
 #include <QJsonValue>
 
 #include <optional>
@@ -13,6 +15,9 @@ namespace kavrin::ctl
 /// Prints a line to standard output.
 void print(const QString &line);
 void print(const QJsonValue &value);
+
+/// Throws Refusal where something failed: `what` could not be done, and why.
+void expectNoFailure(const std::optional<Error> &failure, const QString &what);
 
 /// All of standard input. Throws Refusal where it is not UTF-8.
 QString readStandardInput();

@@ -72,12 +72,9 @@ QJsonValue describe(const PropertyListValue &value, bool withType)
     return QJsonObject{{u"type"_s, described.type}, {u"value"_s, described.value}};
 }
 
-void expectRead()
+void expectRead(const std::optional<Error> &failure)
 {
-    const QString error = Shared::d().lastError();
-    if (!error.isEmpty()) {
-        throw Refusal{u"The suite could not be read: "_s + error};
-    }
+    expectNoFailure(failure, u"The suite could not be read"_s);
 }
 
 void read(QStringList &arguments)
@@ -87,8 +84,8 @@ void read(QStringList &arguments)
     expectNoFlags(arguments);
     expectCount(arguments, 0, 1);
     if (arguments.isEmpty()) {
-        const PropertyListDictionary values = Shared::d().dictionaryRepresentation();
-        expectRead();
+        const auto [values, failure] = Shared::d().dictionaryRepresentation();
+        expectRead(failure);
         QJsonObject all;
         for (const auto &[key, value] : values) {
             all.insert(key, describe(value, withType));
@@ -96,8 +93,8 @@ void read(QStringList &arguments)
         print(all);
         return;
     }
-    const std::optional<PropertyListValue> value = Shared::d().object(arguments.first());
-    expectRead();
+    const auto [value, failure] = Shared::d().read(arguments.first());
+    expectRead(failure);
     if (!value) {
         throw Refusal{u"Nothing is stored under \"%1\"."_s.arg(arguments.first())};
     }
@@ -180,18 +177,16 @@ void write(const QStringList &arguments)
     if (type == storedTypes.end()) {
         throw UsageError{u"\"%1\" is no type of value."_s.arg(arguments.at(1))};
     }
-    if (!Shared::d().set(key, type->parse(arguments.at(2)))) {
-        throw Refusal{u"\"%1\" could not be stored: %2"_s.arg(key, Shared::d().lastError())};
-    }
+    expectNoFailure(Shared::d().set(key, type->parse(arguments.at(2))),
+                    u"\"%1\" could not be stored"_s.arg(key));
 }
 
 void remove(const QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 1, 1);
-    if (!Shared::d().remove(arguments.first())) {
-        throw Refusal{u"\"%1\" could not be deleted: %2"_s.arg(arguments.first(), Shared::d().lastError())};
-    }
+    const QString &key = arguments.first();
+    expectNoFailure(Shared::d().remove(key), u"\"%1\" could not be deleted"_s.arg(key));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
 
+#include "store/DictationKeys.h"
 #include "store/Shared.h"
 
 #include <QDeadlineTimer>
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <functional>
 #include <thread>
+#include <tuple>
 
 namespace kavrin::ctl
 {
@@ -39,17 +41,17 @@ std::optional<double> storedTime(const QString &key)
 
 QString state()
 {
-    return storedString(u"dictationState"_s);
+    return storedString(dictation::stateKey);
 }
 
 QString command()
 {
-    return storedString(u"dictationCommand"_s);
+    return storedString(dictation::commandKey);
 }
 
 bool isRunning()
 {
-    const std::optional<double> alive = storedTime(u"dictationAlive"_s);
+    const std::optional<double> alive = storedTime(dictation::aliveKey);
     return alive && std::abs(Date::now().secondsSince1970 - *alive) < aliveLimit;
 }
 
@@ -71,27 +73,31 @@ bool waitUntil(const std::function<bool()> &condition, QDeadlineTimer limit)
     return true;
 }
 
+/// Takes back a command that nobody takes. Where that fails, it stays as it is.
+void withdraw(const QString &text)
+{
+    std::ignore = Shared::d().write({{dictation::commandKey, QString(), text}});
+}
+
 /// Hands a command over and waits until the application has taken it.
 void send(const QString &text)
 {
-    if (!Shared::d().set(u"dictationCommand"_s, text)) {
-        throw Refusal{u"The command could not be handed over: "_s + Shared::d().lastError()};
-    }
+    expectNoFailure(Shared::d().set(dictation::commandKey, text), u"The command could not be handed over"_s);
     if (!waitUntil([&] { return command() != text; }, QDeadlineTimer(answerLimit))) {
-        Shared::d().set(u"dictationCommand"_s, QString());
+        withdraw(text);
         throw Refusal{u"Kavrin runs but does not take the command. Restart it."_s};
     }
 }
 
 void start()
 {
-    send(u"start"_s);
-    if (state() == u"working") {
+    send(dictation::startCommand);
+    if (state() == dictation::working) {
         throw Refusal{u"The last dictation is still being transcribed."_s};
     }
-    if (!waitUntil([] { return state() == u"recording"; }, QDeadlineTimer(answerLimit))) {
+    if (!waitUntil([] { return state() == dictation::recording; }, QDeadlineTimer(answerLimit))) {
         throw Refusal{
-            state() == u"starting"
+            state() == dictation::starting
                 ? u"Recording failed: the microphone could not be opened. Is a sound server running?"_s
                 : u"Recording did not start. Kavrin may not be allowed to use the microphone."_s};
     }
@@ -101,11 +107,11 @@ void start()
 /// or from a start that failed.
 bool stopRecording()
 {
-    const auto mayRecord = [] { return state() == u"recording" || state() == u"starting"; };
+    const auto mayRecord = [] { return state() == dictation::recording || state() == dictation::starting; };
     if (!mayRecord()) {
         return false;
     }
-    send(u"stop"_s);
+    send(dictation::stopCommand);
     return waitUntil([&] { return !mayRecord(); }, QDeadlineTimer(1s));
 }
 
@@ -118,7 +124,7 @@ void stop()
 
 void toggle()
 {
-    if (state() != u"recording" || !stopRecording()) {
+    if (state() != dictation::recording || !stopRecording()) {
         start();
     }
 }
@@ -139,31 +145,33 @@ void status(bool asJson)
 /// Whether a recording or its transcription is going on.
 bool isUnderWay()
 {
-    return command() == u"stop" || state() == u"recording" || state() == u"working";
+    return command() == dictation::stopCommand || state() == dictation::recording
+        || state() == dictation::working;
 }
 
 /// Prints the transcript and marks it as used, as a keyboard does when it inserts it.
 void takeTranscript()
 {
-    const std::optional<double> stamp = storedTime(u"tStamp"_s);
-    print(storedString(u"transcript"_s));
+    const std::optional<double> stamp = storedTime(dictation::stampKey);
+    print(storedString(dictation::transcriptKey));
     if (stamp) {
-        Shared::d().set(u"tUsed"_s, *stamp);
+        expectNoFailure(Shared::d().set(dictation::usedKey, *stamp),
+                        u"The transcript could not be marked as used"_s);
     }
 }
 
 void waitForTranscript(QDeadlineTimer limit)
 {
-    const std::optional<double> before = storedTime(u"tStamp"_s);
-    const bool isAwaited = isRunning() && (isUnderWay() || command() == u"start");
-    if (!isAwaited && before && before != storedTime(u"tUsed"_s)) {
+    const std::optional<double> before = storedTime(dictation::stampKey);
+    const bool isAwaited = isRunning() && (isUnderWay() || command() == dictation::startCommand);
+    if (!isAwaited && before && before != storedTime(dictation::usedKey)) {
         takeTranscript();
         return;
     }
     bool wasUnderWay = isUnderWay();
     const auto hasEnded = [&] {
-        const bool hasFailed = wasUnderWay && !isUnderWay() && state() == u"idle";
-        if (storedTime(u"tStamp"_s) != before) {
+        const bool hasFailed = wasUnderWay && !isUnderWay() && state() == dictation::idle;
+        if (storedTime(dictation::stampKey) != before) {
             return true;
         }
         if (hasFailed) {

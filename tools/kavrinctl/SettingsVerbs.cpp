@@ -146,9 +146,7 @@ void set(QStringList &arguments)
     expectCount(arguments, 2, 2);
     const Prefs::Item &item = findSetting(arguments.at(0));
     const PropertyListValue value = std::visit(ParseValue{item, arguments.at(1)}, item.kind);
-    if (!Prefs::set(item.key, value)) {
-        throw Refusal{u"%1 could not be stored: %2"_s.arg(item.key, Shared::d().lastError())};
-    }
+    expectNoFailure(Prefs::store({{item.key, value}}), u"%1 could not be stored"_s.arg(item.key));
 }
 
 } // namespace kavrin::ctl

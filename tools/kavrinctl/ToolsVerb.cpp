@@ -58,9 +58,8 @@ void change(const QString &orderText, const QString &hiddenText)
     if (hidden.contains(u"settings"_s)) {
         throw Refusal{u"\"settings\" cannot be hidden."_s};
     }
-    if (!Prefs::setTools(order, std::set<QString>(hidden.begin(), hidden.end()))) {
-        throw Refusal{u"The toolbar could not be stored: "_s + Shared::d().lastError()};
-    }
+    expectNoFailure(Prefs::store(Prefs::toolChanges(order, {hidden.begin(), hidden.end()})),
+                    u"The toolbar could not be stored"_s);
 }
 
 } // namespace

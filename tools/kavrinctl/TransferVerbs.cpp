@@ -13,10 +13,8 @@ void exportSettings(QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 0, 0);
+    expectNoFailure(Shared::d().dictionaryRepresentation().failure, u"The settings could not be read"_s);
     const QString blob = Prefs::exportBlob();
-    if (blob.isEmpty() && !Shared::d().lastError().isEmpty()) {
-        throw Refusal{u"The settings could not be read: "_s + Shared::d().lastError()};
-    }
     if (blob.isEmpty()) {
         throw Refusal{
             u"The settings cannot be written as text: a date or data is stored under the key of one. "
@@ -30,7 +28,10 @@ void importSettings(QStringList &arguments)
     expectNoFlags(arguments);
     expectCount(arguments, 0, 1);
     const QString source = arguments.value(0, u"-"_s);
-    const qsizetype count = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
+    const auto [count, failure] = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
+    if (failure) {
+        throw Refusal{failure->localizedDescription};
+    }
     print(count == 1 ? u"1 setting imported."_s : u"%1 settings imported."_s.arg(count));
 }
 
@@ -40,9 +41,8 @@ void reset(QStringList &arguments)
     for (const QString &key : arguments) {
         findSetting(key);
     }
-    if (!(arguments.isEmpty() ? Prefs::resetAll() : Prefs::reset(arguments))) {
-        throw Refusal{u"The settings could not be reset: "_s + Shared::d().lastError()};
-    }
+    const QStringList keys = arguments.isEmpty() ? Prefs::resettableKeys() : arguments;
+    expectNoFailure(Prefs::store(Prefs::resetChanges(keys)), u"The settings could not be reset"_s);
 }
 
 } // namespace kavrin::ctl

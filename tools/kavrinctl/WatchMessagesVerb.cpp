@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
-#include "tools/kavrinctl/SavedCode.h"
 
+#include "codes/Codes.h"
 #include "platform/linux/desktop/TerminationSignals.h"
 #include "platform/linux/messages/ModemManagerMessages.h"
 
@@ -38,9 +38,8 @@ void complain(const QString &message)
 
 void saveOrComplain(const QString &text)
 {
-    const QString failure = saveCodeOf(text);
-    if (!failure.isEmpty()) {
-        complain(u"The code in a message could not be stored: "_s + failure);
+    if (const std::optional<Error> failure = Codes::note(text, Codes::messageSource)) {
+        complain(u"The code in a message could not be stored: "_s + failure->localizedDescription);
     }
 }
 

@@ -16,7 +16,7 @@ Sect sync()
         {
             action(u"act.syncStatus"_s, u"Sync status"_s),
             action(u"act.copyConfig"_s, u"Copy all settings & keys"_s),
-            action(u"act.importConfig"_s, u"Import settings from clipboard"_s),
+            actionInKeyboard(u"act.importConfig"_s, u"Import settings from clipboard"_s),
         },
     };
 }
@@ -26,7 +26,7 @@ Sect reset()
     return {
         u"Reset"_s,
         {
-            action(u"act.resetLearned"_s, u"Forget learned words"_s),
+            actionInKeyboard(u"act.resetLearned"_s, u"Forget learned words"_s),
             action(u"act.resetAll"_s, u"Reset all settings"_s, u"API keys are kept."_s),
         },
     };

@@ -22,13 +22,19 @@ Sect corrections()
                     }},
              u"Sets the layout, the dictionary for suggestions, auto-correction and glide typing, and how "
              u"I/ı and İ/i capitalise. The toolbar has a Language button to switch quickly."_s},
-            {u"langExtra_en"_s, u"Also use English"_s, on,
+            {u"langExtra_en"_s,
+             u"Also use English"_s,
+             on,
              u"Use several languages on one layout: suggestions, auto-correction, glide typing and the space "
-             u"bar label cover every language you tick, so there is no switching."_s},
-            {u"langExtra_tr"_s, u"Also use Türkçe"_s, on,
+             u"bar label cover every language you tick, so there is no switching."_s,
+             {{u"language"_s, u"en"_s, false}}},
+            {u"langExtra_tr"_s,
+             u"Also use Türkçe"_s,
+             on,
              u"On a non-Turkish layout, Turkish words typed without their special letters are completed and "
              u"corrected (guzel becomes güzel), and ç ğ ı İ ö ş ü are on long-press. The number and symbol "
-             u"pages use the Turkish set (₺)."_s},
+             u"pages use the Turkish set (₺)."_s,
+             {{u"language"_s, u"tr"_s, false}}},
             {u"autoCorrect"_s, u"Auto-correction"_s,
              Choice{u"modest"_s,
                     {

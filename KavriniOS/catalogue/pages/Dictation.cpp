@@ -9,6 +9,14 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+const Condition usesApi{u"dictMode"_s, u"api"_s};
+
+/// For the rows of one service.
+std::vector<Condition> uses(const QString &provider)
+{
+    return {usesApi, {u"provider"_s, provider}};
+}
+
 Sect source()
 {
     return {
@@ -23,13 +31,16 @@ Sect source()
              u"With the system option the keyboard shows no mic. With the API option the mic appears in the "
              u"suggestion row once a key below is set. Recording happens in the Kavrin app, then the text "
              u"comes back through the clipboard."_s},
-            {u"provider"_s, u"Provider"_s,
+            {u"provider"_s,
+             u"Provider"_s,
              Choice{u"openai"_s,
                     {
                         {u"openai"_s, u"OpenAI"_s},
                         {u"gemini"_s, u"Gemini"_s},
                         {u"custom"_s, u"Custom (OpenAI-compatible)"_s},
-                    }}},
+                    }},
+             std::nullopt,
+             {usesApi}},
         },
     };
 }
@@ -39,10 +50,11 @@ Sect openai()
     return {
         u"OpenAI"_s,
         {
-            {u"openaiKey"_s, u"API key"_s, emptySecret},
+            {u"openaiKey"_s, u"API key"_s, emptySecret, std::nullopt, uses(u"openai"_s)},
             {u"openaiModel"_s, u"Model"_s,
              choiceOfValues(u"gpt-4o-mini-transcribe"_s,
-                            {u"gpt-4o-mini-transcribe"_s, u"gpt-4o-transcribe"_s, u"whisper-1"_s})},
+                            {u"gpt-4o-mini-transcribe"_s, u"gpt-4o-transcribe"_s, u"whisper-1"_s}),
+             std::nullopt, uses(u"openai"_s)},
         },
     };
 }
@@ -52,7 +64,7 @@ Sect gemini()
     return {
         u"Gemini"_s,
         {
-            {u"geminiKey"_s, u"API key"_s, emptySecret},
+            {u"geminiKey"_s, u"API key"_s, emptySecret, std::nullopt, uses(u"gemini"_s)},
             {u"geminiModel"_s, u"Model"_s,
              Choice{u"gemini-flash-latest"_s,
                     {
@@ -64,7 +76,8 @@ Sect gemini()
                         {u"gemini-3.5-flash-lite"_s, u"Gemini 3.5 Flash-Lite"_s},
                         {u"gemini-pro-latest"_s, u"Pro (always the newest)"_s},
                         {u"gemini-3.1-pro-preview"_s, u"Gemini 3.1 Pro (preview)"_s},
-                    }}},
+                    }},
+             std::nullopt, uses(u"gemini"_s)},
         },
     };
 }
@@ -75,9 +88,9 @@ Sect customEndpoint()
         u"Custom endpoint"_s,
         {
             {u"customURL"_s, u"Endpoint URL"_s, emptyText,
-             u"Full URL of an /audio/transcriptions style endpoint."_s},
-            {u"customKey"_s, u"API key"_s, emptySecret},
-            {u"customModel"_s, u"Model"_s, Text{u"whisper-1"_s, false}},
+             u"Full URL of an /audio/transcriptions style endpoint."_s, uses(u"custom"_s)},
+            {u"customKey"_s, u"API key"_s, emptySecret, std::nullopt, uses(u"custom"_s)},
+            {u"customModel"_s, u"Model"_s, Text{u"whisper-1"_s, false}, std::nullopt, uses(u"custom"_s)},
         },
     };
 }

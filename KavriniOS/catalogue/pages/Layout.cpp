@@ -24,7 +24,7 @@ Sect sizeAndPosition()
             {u"posX"_s, u"Horizontal position"_s, Slider{50, 0, 100, 1, u"%"_s},
              u"0 = left edge, 100 = right edge (one-handed mode)."_s},
             {u"landscape"_s, u"Landscape height"_s, Slider{72, 40, 100, 1, u"%"_s}},
-            action(u"act.resize"_s, u"Resize on screen…"_s),
+            actionInKeyboard(u"act.resize"_s, u"Resize on screen…"_s),
         },
     };
 }

@@ -26,6 +26,12 @@ inline Item action(const QString &identifier, const QString &title,
     return {identifier, title, Action{identifier}, footer};
 }
 
+/// An action() that only the keyboard's own settings have.
+inline Item actionInKeyboard(const QString &identifier, const QString &title)
+{
+    return {.key = identifier, .title = title, .kind = Action{identifier}, .onlyInKeyboard = true};
+}
+
 /// A choice whose labels are the stored values themselves.
 inline Choice choiceOfValues(const QString &defaultValue, const std::vector<QString> &values)
 {

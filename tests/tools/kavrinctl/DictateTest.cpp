@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "store/Shared.h"
 #include "support/Paths.h"
+#include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QProcess>
@@ -19,7 +20,7 @@ namespace
 
 void store(const QString &key, const PropertyListValue &value)
 {
-    ASSERT_TRUE(Shared::d().set(key, value));
+    ASSERT_EQ(test::failureOf(Shared::d().set(key, value)), u"");
 }
 
 QString stored(const QString &key)

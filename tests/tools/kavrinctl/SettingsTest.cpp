@@ -2,6 +2,7 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
+#include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QFile>
@@ -90,7 +91,7 @@ TEST(Kavrinctl, SetStoresWhatAControlCouldEnterAndStampsTheRevision)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.key.toStdString() + " " + row.value.toStdString());
-        Shared::d().remove(u"settingsRevision"_s);
+        test::drop(Shared::d(), u"settingsRevision"_s);
         EXPECT_EQ(kavrinctl({u"set"_s, row.key, row.value}).exitCode, 0);
         EXPECT_EQ(Shared::d().object(row.key), row.stored);
         EXPECT_TRUE(Shared::d().object(u"settingsRevision"_s).has_value());
@@ -123,7 +124,7 @@ TEST(Kavrinctl, SetRefusesWhatNoControlCouldEnterAndWritesNothing)
         const Outcome outcome = kavrinctl({u"set"_s, key, value});
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_TRUE(outcome.errors.contains(key));
-        EXPECT_EQ(Shared::d().dictionaryRepresentation(), PropertyListDictionary());
+        EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
     }
 }
 
@@ -195,8 +196,8 @@ TEST(Kavrinctl, DefaultsRefusesAValueThatIsNotOfItsTypeAndWritesNothing)
 
 TEST(Kavrinctl, DefaultsReadsAllKeysAsAnObject)
 {
-    Shared::d().set(u"a"_s, true);
-    Shared::d().set(u"b"_s, PropertyListArray{qint64(1), Date{0}});
+    test::put(Shared::d(), u"a"_s, true);
+    test::put(Shared::d(), u"b"_s, PropertyListArray{qint64(1), Date{0}});
     EXPECT_EQ(kavrinctl({u"defaults"_s, u"read"_s}).output,
               u"{\"a\":true,\"b\":[1,\"1970-01-01T00:00:00.000Z\"]}\n");
     EXPECT_EQ(kavrinctlJson({u"defaults"_s, u"read"_s, u"--types"_s})
@@ -217,15 +218,15 @@ TEST(Kavrinctl, DefaultsReadOfAKeyThatIsNotThereSaysSo)
 
 TEST(Kavrinctl, DefaultsDeleteTakesAKeyAway)
 {
-    Shared::d().set(u"key"_s, true);
+    test::put(Shared::d(), u"key"_s, true);
     EXPECT_EQ(kavrinctl({u"defaults"_s, u"delete"_s, u"key"_s}).exitCode, 0);
     EXPECT_EQ(Shared::d().object(u"key"_s), std::nullopt);
 }
 
 TEST(Kavrinctl, ToolsShowsTheCompletedOrderAndTheHidden)
 {
-    Shared::d().set(u"toolOrder"_s, u"gif,foo,emoji,gif"_s);
-    Shared::d().set(u"toolHidden"_s, u"settings,emoji"_s);
+    test::put(Shared::d(), u"toolOrder"_s, u"gif,foo,emoji,gif"_s);
+    test::put(Shared::d(), u"toolHidden"_s, u"settings,emoji"_s);
     EXPECT_EQ(kavrinctl({u"tools"_s, u"--json"_s}).output,
               u"{\"hidden\":[\"emoji\"],\"order\":[\"gif\",\"emoji\",\"gif\",\"settings\",\"clipboard\","
               u"\"sticker\","
@@ -248,7 +249,7 @@ TEST(Kavrinctl, ToolsSetRefusesWhatTheToolbarEditorCouldNotMake)
         {u"gif,foo"_s, u""_s}, {u"gif,gif"_s, u""_s}, {u"gif"_s, u"settings"_s}, {u"gif"_s, u"foo"_s}};
     for (const auto &[order, hidden] : rows) {
         EXPECT_EQ(kavrinctl({u"tools"_s, u"set"_s, order, hidden}).exitCode, 1);
-        EXPECT_EQ(Shared::d().dictionaryRepresentation(), PropertyListDictionary());
+        EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
     }
 }
 
@@ -266,7 +267,7 @@ TEST(Kavrinctl, ASuiteThatCannotBeWrittenIsSaid)
 {
     const QString folder = Shared::d().path().section(u'/', 0, -2);
     ASSERT_TRUE(QFile::exists(folder));
-    Shared::d().set(u"rowH"_s, 60.0);
+    test::put(Shared::d(), u"rowH"_s, 60.0);
     // A format of tomorrow may be neither written nor read.
     QProcess sqlite;
     sqlite.start(u"python3"_s,

@@ -2,6 +2,7 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
+#include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QProcess>
@@ -45,12 +46,12 @@ TEST(Kavrinctl, ImportRefusesWhatIsNoBlob)
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_FALSE(outcome.errors.isEmpty());
     }
-    EXPECT_EQ(Shared::d().dictionaryRepresentation(), PropertyListDictionary());
+    EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
 }
 
 TEST(Kavrinctl, ExportThatIsImpossibleSaysWhy)
 {
-    Shared::d().set(u"rowH"_s, Date{5});
+    test::put(Shared::d(), u"rowH"_s, Date{5});
     const Outcome outcome = kavrinctl({u"export"_s});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.output, u"");

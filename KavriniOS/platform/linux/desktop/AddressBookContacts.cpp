@@ -8,6 +8,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QTimer>
 
+#include <tuple>
 #include <utility>
 
 namespace kavrin
@@ -84,7 +85,8 @@ void AddressBookContacts::settle(AuthorizationStatus status)
 {
     m_status = status;
     if (status != Status::Restricted) {
-        UserDefaults::standard().set(statusKey, qint64(status));
+        // Where it is not stored, the next process asks again.
+        std::ignore = UserDefaults::standard().set(statusKey, qint64(status));
     }
 }
 

@@ -24,6 +24,7 @@ namespace kavrin
 namespace
 {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 /// Only ever a new one: a folder that is there has the mode that somebody wanted for it.
@@ -88,6 +89,16 @@ constexpr std::array explanations = {
                 "away."},
 };
 
+bool isBusy(int result)
+{
+    return (result & 0xff) == SQLITE_BUSY;
+}
+
+bool succeeded(int result)
+{
+    return result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE;
+}
+
 /// What happened and what to do, for a person; SQLite's own words where there are none of ours.
 QString explain(int result, const QString &message)
 {
@@ -95,6 +106,11 @@ QString explain(int result, const QString &message)
         return known.result == (result & 0xff);
     });
     return found == explanations.end() ? message : QString::fromLatin1(found->text);
+}
+
+Error failureOf(const QString &path, int result, const QString &message)
+{
+    return {u"store"_s, result, u"%1: %2"_s.arg(path, explain(result, message))};
 }
 
 } // namespace
@@ -131,11 +147,6 @@ int SqliteStatement::step()
     return sqlite3_step(m_statement);
 }
 
-int SqliteStatement::changes() const
-{
-    return sqlite3_changes(sqlite3_db_handle(m_statement));
-}
-
 int SqliteStatement::columnType(int column) const
 {
     return sqlite3_column_type(m_statement, column);
@@ -162,26 +173,25 @@ SqliteConnection::~SqliteConnection()
     close();
 }
 
-int SqliteConnection::open(const QString &path, std::chrono::milliseconds lockedLimit)
+int SqliteConnection::open(const QString &path, std::chrono::milliseconds patience)
 {
     if (m_handle != nullptr && hasMoved()) {
         // Closing would tidy up by name, but the log of that name belongs to the new file.
         closeAsItIs();
     }
     if (m_handle != nullptr) {
+        sqlite3_busy_timeout(m_handle, int(patience.count()));
         return SQLITE_OK;
     }
-    ++m_openings;
-    int result = openAndProbe(path, SQLITE_OPEN_READWRITE, lockedLimit);
+    int result = openAndProbe(path, SQLITE_OPEN_READWRITE, patience);
     m_lacking = lackingFor(path, result);
     if (isSnapshot()) {
-        result = openAndProbe(path, SQLITE_OPEN_READONLY, lockedLimit);
+        result = openAndProbe(path, SQLITE_OPEN_READONLY, patience);
     }
     if (result == SQLITE_OK) {
-        sqlite3_busy_timeout(m_handle, int(lockLimit.count()));
         sqlite3_exec(m_handle, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
     } else {
-        m_openError = errorMessage();
+        m_errorMessage = QString::fromUtf8(sqlite3_errmsg(m_handle));
         closeAsItIs();
     }
     return result;
@@ -197,13 +207,13 @@ int SqliteConnection::lackingFor(const QString &path, int result) const
     return isRefused && !QFileInfo(QFileInfo(path).path()).isWritable() ? SQLITE_READONLY : SQLITE_OK;
 }
 
-int SqliteConnection::openAndProbe(const QString &path, int flags, std::chrono::milliseconds lockedLimit)
+int SqliteConnection::openAndProbe(const QString &path, int flags, std::chrono::milliseconds patience)
 {
-    const int result = openFile(path, flags, lockedLimit);
+    const int result = openFile(path, flags, patience);
     return result == SQLITE_OK ? probe(path) : result;
 }
 
-int SqliteConnection::openFile(const QString &path, int flags, std::chrono::milliseconds lockedLimit)
+int SqliteConnection::openFile(const QString &path, int flags, std::chrono::milliseconds patience)
 {
     static std::mutex making; // no other thread may open the file between its making and its closing
     const std::scoped_lock lock(making);
@@ -218,7 +228,7 @@ int SqliteConnection::openFile(const QString &path, int flags, std::chrono::mill
         sqlite3_open_v2(uri.constData(), &m_handle, flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
     if (result == SQLITE_OK) {
         sqlite3_extended_result_codes(m_handle, 1);
-        sqlite3_busy_timeout(m_handle, int(lockedLimit.count()));
+        sqlite3_busy_timeout(m_handle, int(patience.count()));
     }
     return result;
 }
@@ -284,9 +294,32 @@ sqlite3_stmt *SqliteConnection::prepare(const char *sql, int &result)
     return statement;
 }
 
-QString SqliteConnection::errorMessage() const
+int SqliteConnection::run(const char *sql, const Use &use)
 {
-    return m_handle == nullptr ? m_openError : QString::fromUtf8(sqlite3_errmsg(m_handle));
+    int result = SQLITE_OK;
+    if (sqlite3_stmt *const prepared = prepare(sql, result)) {
+        SqliteStatement statement(prepared);
+        result = use(statement);
+    }
+    if (!succeeded(result)) {
+        m_errorMessage = QString::fromUtf8(sqlite3_errmsg(m_handle));
+    }
+    return result;
+}
+
+int SqliteConnection::transact(const std::function<int()> &statements)
+{
+    int result = run("BEGIN IMMEDIATE");
+    if (succeeded(result)) {
+        result = statements();
+    }
+    if (succeeded(result)) {
+        result = run("COMMIT");
+    }
+    if (sqlite3_get_autocommit(m_handle) == 0) {
+        sqlite3_exec(m_handle, "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+    return result;
 }
 
 bool SqliteConnection::isReadOnly() const
@@ -303,12 +336,6 @@ bool SqliteConnection::hasMoved() const
 
 SqliteDatabase::SqliteDatabase(QString path) : m_path(std::move(path)) { }
 
-QString &SqliteDatabase::lastError()
-{
-    static thread_local QString error;
-    return error;
-}
-
 bool SqliteDatabase::open()
 {
     int result = openChecked();
@@ -319,13 +346,11 @@ bool SqliteDatabase::open()
     return result == SQLITE_OK || isPassing(result, m_path);
 }
 
-/// Opens the connection where it is not open. When another process keeps the whole file locked, only the
-/// first attempt waits for it: the application would stand still at every key otherwise.
-int SqliteDatabase::openWhenFree(SqliteConnection &connection)
+/// How long a read may wait for another process that keeps the whole file locked, as while it opens it: only
+/// the first one waits, or the application would stand still at every key.
+std::chrono::milliseconds SqliteDatabase::readPatience() const
 {
-    const int result = connection.open(m_path, m_isLockedOut ? 0ms : lockLimit);
-    m_isLockedOut = (result & 0xff) == SQLITE_BUSY;
-    return result;
+    return m_isLockedOut ? 0ms : lockLimit;
 }
 
 /// The first look at a file is a thorough one: damage that a read or a write does not happen to meet would
@@ -333,68 +358,54 @@ int SqliteDatabase::openWhenFree(SqliteConnection &connection)
 int SqliteDatabase::openChecked()
 {
     const std::scoped_lock lock(m_reader.mutex());
-    const int result = openWhenFree(m_reader);
+    const int result = m_reader.open(m_path, readPatience());
+    m_isLockedOut = isBusy(result);
     return result == SQLITE_OK && !pagesAreSound(m_reader.handle()) ? SQLITE_CORRUPT : result;
 }
 
-int SqliteDatabase::read(const char *sql, const Use &use)
+std::optional<Error> SqliteDatabase::read(const char *sql, const SqliteConnection::Use &use)
 {
-    return run(m_reader, sql, use);
+    return run(m_reader, readPatience(),
+               [&](SqliteConnection &connection) { return connection.run(sql, use); });
 }
 
-std::optional<quint64> SqliteDatabase::revision()
+std::optional<Error> SqliteDatabase::write(const Write &use, QDeadlineTimer limit)
 {
-    // SQLite counts what others have changed since this connection was opened.
-    std::optional<quint64> revision;
-    read("PRAGMA data_version", [&](SqliteStatement &statement) {
-        const int result = statement.step();
-        if (result == SQLITE_ROW) {
-            revision = quint64(m_reader.openings()) << 32U | quint32(statement.integer(0));
-        }
-        return result;
+    return run(m_writer, std::chrono::milliseconds(limit.remainingTime()), [&](SqliteConnection &connection) {
+        return connection.transact([&] { return use(connection); });
     });
-    return revision;
 }
 
-int SqliteDatabase::write(const char *sql, const Use &use)
+std::optional<Error> SqliteDatabase::run(SqliteConnection &connection, std::chrono::milliseconds patience,
+                                         const Run &use)
 {
-    return run(m_writer, sql, use);
-}
-
-int SqliteDatabase::run(SqliteConnection &connection, const char *sql, const Use &use)
-{
-    const int result = runOnce(connection, sql, use);
-    if (!isDamage(result)) {
-        return result;
+    std::optional<Error> failure = runOnce(connection, patience, use);
+    if (failure && isDamage(int(failure->code))) {
+        setAsideIfDamaged();
+        failure = runOnce(connection, patience, use);
     }
-    setAsideIfDamaged();
-    return runOnce(connection, sql, use);
+    return failure;
 }
 
-int SqliteDatabase::runOnce(SqliteConnection &connection, const char *sql, const Use &use)
+std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, std::chrono::milliseconds patience,
+                                             const Run &use)
 {
     const std::scoped_lock lock(connection.mutex());
-    lastError().clear();
-    int result = openWhenFree(connection);
+    int result = connection.open(m_path, patience);
+    m_isLockedOut = isBusy(result);
     if (result == SQLITE_OK) {
-        sqlite3_stmt *prepared = connection.prepare(sql, result);
-        if (prepared != nullptr) {
-            SqliteStatement statement(prepared);
-            result = use(statement);
-        }
+        result = use(connection);
     }
     if (connection.isSnapshot() && (result & 0xff) == SQLITE_READONLY) {
         result = connection.lacking();
-    }
-    if (result != SQLITE_ROW && result != SQLITE_DONE) {
-        lastError() = QStringLiteral("%1: %2").arg(m_path, explain(result, connection.errorMessage()));
     }
     if (connection.isReadOnly()) {
         // The next time the file may have changed, or be writable. SQLite shares the log's index among the
         // connections of a process, so one that stayed open would keep the others from writing.
         connection.close();
     }
-    return result;
+    return succeeded(result) ? std::nullopt
+                             : std::optional(failureOf(m_path, result, connection.errorMessage()));
 }
 
 void SqliteDatabase::setAsideIfDamaged()

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QString>
 
 #include <sqlite3.h>
@@ -33,9 +36,6 @@ public:
     /// SQLITE_ROW, SQLITE_DONE or an error.
     int step();
 
-    /// How many rows the last step that was SQLITE_DONE has changed.
-    [[nodiscard]] int changes() const;
-
     [[nodiscard]] int columnType(int column) const;
     [[nodiscard]] qint64 integer(int column) const;
     [[nodiscard]] double real(int column) const;
@@ -57,21 +57,24 @@ public:
 
     std::mutex &mutex() { return m_mutex; }
 
-    /// Makes sure that the file is open and holds the table of defaults, waiting for another process that
-    /// keeps it locked. SQLITE_OK or an error.
-    int open(const QString &path, std::chrono::milliseconds lockedLimit);
+    /// Makes sure that the file is open and holds the table of defaults. This, and what is run next, waits so
+    /// long for another process that keeps the file locked. SQLITE_OK or an error.
+    int open(const QString &path, std::chrono::milliseconds patience);
     void close();
     /// Closes without bringing the log into the file.
     void closeAsItIs();
 
-    /// The statement for `sql`, prepared once; `sql` must be a literal. Null and `result` on failure.
-    sqlite3_stmt *prepare(const char *sql, int &result);
+    /// Runs `use` on the statement for `sql`, a literal, which is prepared once. The result is that of `use`:
+    /// SQLITE_ROW, SQLITE_DONE or an error.
+    using Use = std::function<int(SqliteStatement &)>;
+    int run(const char *sql, const Use &use = &SqliteStatement::step);
 
-    [[nodiscard]] QString errorMessage() const;
+    /// Runs `statements` as one transaction, which is taken back where their result is an error.
+    int transact(const std::function<int()> &statements);
+
+    /// What SQLite says of the last error.
+    [[nodiscard]] QString errorMessage() const { return m_errorMessage; }
     [[nodiscard]] sqlite3 *handle() const { return m_handle; }
-
-    /// How often the file has been opened.
-    [[nodiscard]] quint32 openings() const { return m_openings; }
 
     /// Whether this connection sees the file as it was when it was opened: a folder that may not be written
     /// to, or a full disk, leaves no room for what SQLite needs to see more.
@@ -82,8 +85,9 @@ public:
     [[nodiscard]] int lacking() const { return m_lacking; }
 
 private:
-    int openFile(const QString &path, int flags, std::chrono::milliseconds lockedLimit);
-    int openAndProbe(const QString &path, int flags, std::chrono::milliseconds lockedLimit);
+    int openFile(const QString &path, int flags, std::chrono::milliseconds patience);
+    int openAndProbe(const QString &path, int flags, std::chrono::milliseconds patience);
+    sqlite3_stmt *prepare(const char *sql, int &result);
     int lackingFor(const QString &path, int result) const;
     int probe(const QString &path);
     [[nodiscard]] bool hasMoved() const;
@@ -92,8 +96,7 @@ private:
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
     int m_lacking = SQLITE_OK;
-    quint32 m_openings = 0;
-    QString m_openError;
+    QString m_errorMessage;
 };
 
 /// The database file of one UserDefaults: a connection to read and one to write, so that reading never waits
@@ -108,25 +111,23 @@ public:
     /// and so does one on a disk that is full or may not be written to.
     bool open();
 
-    /// Runs `use` on the statement for `sql`. The result is that of `use`: SQLITE_DONE or SQLITE_ROW for
-    /// success.
-    using Use = std::function<int(SqliteStatement &)>;
-    int read(const char *sql, const Use &use);
-    int write(const char *sql, const Use &use);
+    /// Runs `use` on the statement for `sql`. Returns what went wrong.
+    std::optional<Error> read(const char *sql, const SqliteConnection::Use &use);
 
-    /// Another number whenever another connection, those of this process included, may have changed the file
-    /// since, or another file is in its place; none where it cannot be told.
-    std::optional<quint64> revision();
+    /// Runs `use` on the connection that writes, as one transaction. Its result is SQLITE_DONE or an error.
+    /// Returns what went wrong; the file is then as it was.
+    using Write = std::function<int(SqliteConnection &)>;
+    std::optional<Error> write(const Write &use, QDeadlineTimer limit);
 
     [[nodiscard]] QString path() const { return m_path; }
 
-    /// Why the calling thread's last read or write failed; empty when it did not.
-    static QString &lastError();
-
 private:
-    int run(SqliteConnection &connection, const char *sql, const Use &use);
-    int runOnce(SqliteConnection &connection, const char *sql, const Use &use);
-    int openWhenFree(SqliteConnection &connection);
+    using Run = std::function<int(SqliteConnection &)>;
+    std::optional<Error> run(SqliteConnection &connection, std::chrono::milliseconds patience,
+                             const Run &use);
+    std::optional<Error> runOnce(SqliteConnection &connection, std::chrono::milliseconds patience,
+                                 const Run &use);
+    [[nodiscard]] std::chrono::milliseconds readPatience() const;
     int openChecked();
     void setAsideIfDamaged();
 

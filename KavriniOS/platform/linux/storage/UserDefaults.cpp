@@ -12,10 +12,14 @@
 #include <QLocale>
 #include <QStandardPaths>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace kavrin
 {
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -27,7 +31,7 @@ constexpr const char *readSomeSql =
 // ON CONFLICT DO UPDATE would make SQLite open a temporary table for each write.
 constexpr const char *writeSql = "INSERT OR REPLACE INTO defaults (key, type, value) VALUES (?1, ?2, ?3)";
 constexpr const char *replaceSql =
-    "UPDATE defaults SET value = ?3 WHERE key = ?1 AND type = 'string' AND value = ?2";
+    "UPDATE defaults SET type = ?2, value = ?3 WHERE key = ?1 AND type = 'string' AND value = ?4";
 constexpr const char *removeSql = "DELETE FROM defaults WHERE key = ?1";
 
 constexpr int typeColumn = 0;
@@ -147,16 +151,64 @@ bool isTooLarge(const PropertyListValue &value)
     return isContainer && !isWithinBounds(PropertyList::toBinary(value));
 }
 
-/// Why a value would not be found again, in words for a person; empty where it would be.
-QString obstacle(const PropertyListValue &value)
+/// Why a value would not be found again; none where it would be.
+std::optional<Error> obstacle(const PropertyListValue &value)
 {
     if (!isFinite(value)) {
-        return QStringLiteral("a number that is not finite cannot be stored");
+        return Error{u"store"_s, 1, u"a number that is not finite cannot be stored"_s};
     }
     if (isTooLarge(value)) {
-        return QStringLiteral("a list that is nested so deeply or has so many values cannot be stored");
+        return Error{u"store"_s, 1,
+                     u"a list that is nested so deeply or has so many values cannot be stored"_s};
     }
-    return {};
+    return std::nullopt;
+}
+
+std::optional<Error> obstacle(const Changes &changes)
+{
+    for (const Change &change : changes) {
+        if (std::optional<Error> found = change.value ? obstacle(*change.value) : std::nullopt) {
+            return found;
+        }
+    }
+    return std::nullopt;
+}
+
+const char *sqlOf(const Change &change)
+{
+    return !change.value ? removeSql : change.inPlaceOf ? replaceSql : writeSql;
+}
+
+int make(const Change &change, SqliteConnection &connection)
+{
+    return connection.run(sqlOf(change), [&](SqliteStatement &statement) {
+        statement.bindText(1, change.key.toUtf8());
+        if (change.value) {
+            std::visit(BindValue{statement}, *change.value);
+        }
+        if (change.inPlaceOf) {
+            statement.bindText(4, change.inPlaceOf->toUtf8());
+        }
+        return statement.step();
+    });
+}
+
+int makeAll(const Changes &changes, SqliteConnection &connection)
+{
+    for (const Change &change : changes) {
+        const int result = make(change, connection);
+        if (result != SQLITE_DONE) {
+            return result;
+        }
+    }
+    return SQLITE_DONE;
+}
+
+QStringList keysOf(const Changes &changes)
+{
+    QStringList keys;
+    std::ranges::transform(changes, std::back_inserter(keys), &Change::key);
+    return keys;
 }
 
 } // namespace
@@ -197,16 +249,21 @@ UserDefaults &UserDefaults::standard()
     return *defaults;
 }
 
+Result<std::optional<PropertyListValue>> UserDefaults::read(const QString &key) const
+{
+    Result<Decoded> result;
+    result.failure = m_database->read(readSql, [&](SqliteStatement &statement) {
+        statement.bindText(1, key.toUtf8());
+        const int step = statement.step();
+        result.value = step == SQLITE_ROW ? decode(statement) : std::nullopt;
+        return step;
+    });
+    return result;
+}
+
 std::optional<PropertyListValue> UserDefaults::object(const QString &key) const
 {
-    Decoded value;
-    m_database->read(readSql, [&](SqliteStatement &statement) {
-        statement.bindText(1, key.toUtf8());
-        const int result = statement.step();
-        value = result == SQLITE_ROW ? decode(statement) : std::nullopt;
-        return result;
-    });
-    return value;
+    return read(key).value;
 }
 
 std::optional<QString> UserDefaults::string(const QString &key) const
@@ -230,78 +287,51 @@ std::optional<QString> UserDefaults::string(const QString &key) const
     return std::nullopt;
 }
 
-PropertyListDictionary UserDefaults::dictionaryRepresentation() const
+Result<PropertyListDictionary> UserDefaults::dictionaryRepresentation() const
 {
-    PropertyListDictionary values;
-    m_database->read(readAllSql, [&](SqliteStatement &statement) { return collect(statement, values); });
-    return values;
+    Result<PropertyListDictionary> result;
+    result.failure = m_database->read(
+        readAllSql, [&](SqliteStatement &statement) { return collect(statement, result.value); });
+    return result;
 }
 
-PropertyListDictionary UserDefaults::objects(const QStringList &keys) const
+Result<PropertyListDictionary> UserDefaults::objects(const QStringList &keys) const
 {
     const QByteArray list = QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact);
-    PropertyListDictionary values;
-    m_database->read(readSomeSql, [&](SqliteStatement &statement) {
+    Result<PropertyListDictionary> result;
+    result.failure = m_database->read(readSomeSql, [&](SqliteStatement &statement) {
         statement.bindText(1, list);
-        return collect(statement, values);
+        return collect(statement, result.value);
     });
-    return values;
+    return result;
 }
 
-std::optional<quint64> UserDefaults::revision() const
+std::optional<Error> UserDefaults::write(const Changes &changes, QDeadlineTimer limit)
 {
-    return m_database->revision();
-}
-
-bool UserDefaults::set(const QString &key, const PropertyListValue &value)
-{
-    const QString reason = obstacle(value);
-    if (!reason.isEmpty()) {
-        SqliteDatabase::lastError() = reason;
-        return false;
+    std::optional<Error> failure = obstacle(changes);
+    if (!failure) {
+        failure = m_database->write(
+            [&](SqliteConnection &connection) { return makeAll(changes, connection); }, limit);
     }
-    const int result = m_database->write(writeSql, [&](SqliteStatement &statement) {
-        statement.bindText(1, key.toUtf8());
-        std::visit(BindValue{statement}, value);
-        return statement.step();
-    });
-    if (result != SQLITE_DONE) {
-        qCWarning(Logging::store) << "Not stored:" << key << lastError();
+    if (failure) {
+        qCWarning(Logging::store) << "Not stored:" << keysOf(changes) << failure->localizedDescription;
     }
-    return result == SQLITE_DONE;
+    return failure;
 }
 
-bool UserDefaults::replace(const QString &key, const QString &from, const QString &to)
+std::optional<Error> UserDefaults::set(const QString &key, const PropertyListValue &value)
 {
-    bool isReplaced = false;
-    m_database->write(replaceSql, [&](SqliteStatement &statement) {
-        statement.bindText(1, key.toUtf8());
-        statement.bindText(2, from.toUtf8());
-        statement.bindText(3, to.toUtf8());
-        const int result = statement.step();
-        isReplaced = result == SQLITE_DONE && statement.changes() == 1;
-        return result;
-    });
-    return isReplaced;
+    return write({{key, value}});
 }
 
-bool UserDefaults::remove(const QString &key)
+std::optional<Error> UserDefaults::remove(const QString &key)
 {
-    const int result = m_database->write(removeSql, [&](SqliteStatement &statement) {
-        statement.bindText(1, key.toUtf8());
-        return statement.step();
-    });
-    return result == SQLITE_DONE;
+    return write({{key, std::nullopt}});
 }
 
 QString UserDefaults::path() const
 {
     return m_database->path();
-}
-
-QString UserDefaults::lastError() const
-{
-    return SqliteDatabase::lastError();
 }
 
 } // namespace kavrin

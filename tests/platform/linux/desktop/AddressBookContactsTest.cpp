@@ -4,6 +4,7 @@
 #include "platform/UserDefaults.h"
 #include "support/Paths.h"
 #include "support/PrivateBus.h"
+#include "support/Suite.h"
 #include "support/Wait.h"
 
 #include <QDBusConnectionInterface>
@@ -159,7 +160,7 @@ TEST(AddressBookContacts, StayAsTheyWereSettled)
     session.start();
     for (const Status status : {Status::Denied, Status::Authorized}) {
         SCOPED_TRACE(int(status));
-        UserDefaults::standard().set(u"contactsAuthorization"_s, qint64(status));
+        test::put(UserDefaults::standard(), u"contactsAuthorization"_s, qint64(status));
         AddressBookContacts contacts;
         EXPECT_EQ(contacts.authorizationStatus(), status);
         EXPECT_TRUE(request(contacts));
@@ -174,7 +175,7 @@ TEST(AddressBookContacts, AreAskedForWhereWhatIsRememberedIsNoAnswer)
     for (const PropertyListValue &value :
          {PropertyListValue(qint64(0)), PropertyListValue(qint64(1)), PropertyListValue(qint64(4)),
           PropertyListValue(true), PropertyListValue(u"3"_s)}) {
-        UserDefaults::standard().set(u"contactsAuthorization"_s, value);
+        test::put(UserDefaults::standard(), u"contactsAuthorization"_s, value);
         EXPECT_EQ(AddressBookContacts().authorizationStatus(), Status::NotDetermined);
     }
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/UserDefaults.h"
+#include "support/Suite.h"
 
 #include <QDir>
 #include <QFile>
@@ -41,7 +42,7 @@ QString makeFile()
 {
     const auto suite = makeSuite();
     for (int number = 0; number < settingCount; ++number) {
-        suite->set(u"key%1"_s.arg(number), u"value %1"_s.arg(number));
+        test::put(*suite, u"key%1"_s.arg(number), u"value %1"_s.arg(number));
     }
     return suite->path();
 }
@@ -90,7 +91,7 @@ TEST(DamagedSuite, AFileThatIsNoDatabaseIsSetAsideAndAFreshOneBegun)
     const auto suite = makeSuite();
     ASSERT_NE(suite, nullptr);
     EXPECT_EQ(suite->object(u"key1"_s), std::nullopt);
-    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s));
+    EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
     ASSERT_EQ(setAside(path).size(), 1);
     EXPECT_EQ(contents(setAside(path).first().filePath()), rubbish);
     EXPECT_EQ(makeSuite()->string(u"key1"_s), u"new"_s);
@@ -105,7 +106,7 @@ TEST(DamagedSuite, ATableThatMayHoldAKeyTwiceIsSetAside)
 
     const auto suite = makeSuite();
     ASSERT_NE(suite, nullptr);
-    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s));
+    EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
     EXPECT_EQ(suite->string(u"key1"_s), u"new"_s);
     EXPECT_EQ(setAside(path).size(), 1);
 }
@@ -116,7 +117,7 @@ TEST(DamagedSuite, AFileCutShortIsSetAside)
     replace(path, contents(path).chopped(1000));
     const auto suite = makeSuite();
     ASSERT_NE(suite, nullptr);
-    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s));
+    EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
     EXPECT_EQ(setAside(path).size(), 1);
 }
 
@@ -149,9 +150,9 @@ TEST(DamagedSuite, DamageAnywhereNeverStopsReadingAndWriting)
             ASSERT_EQ(contents(path), damaged);
             continue;
         }
-        ASSERT_TRUE(suite->set(u"written"_s, qint64(round))) << suite->lastError().toStdString();
+        ASSERT_EQ(test::failureOf(suite->set(u"written"_s, qint64(round))), u"");
         ASSERT_EQ(suite->object(u"written"_s), PropertyListValue(qint64(round)));
-        ASSERT_GE(suite->dictionaryRepresentation().size(), 1U);
+        ASSERT_GE(suite->dictionaryRepresentation().value.size(), 1U);
     }
 }
 
@@ -164,7 +165,7 @@ TEST(DamagedSuite, DamageUnderARunningProgramIsFoundAndTheProgramGoesOn)
     damaged.replace(512, damaged.size() - 512, QByteArray(damaged.size() - 512, '\xAA'));
     replace(path, damaged);
 
-    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s)) << suite->lastError().toStdString();
+    EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
     EXPECT_EQ(suite->string(u"key1"_s), u"new"_s);
 }
 
@@ -186,7 +187,7 @@ TEST(DamagedSuite, DamageAnywhereInTheHeaderNeverStopsReadingAndWriting)
 
             const auto suite = makeSuite();
             ASSERT_NE(suite, nullptr);
-            ASSERT_TRUE(suite->set(u"written"_s, qint64(place))) << suite->lastError().toStdString();
+            ASSERT_EQ(test::failureOf(suite->set(u"written"_s, qint64(place))), u"");
             ASSERT_EQ(suite->object(u"written"_s), PropertyListValue(qint64(place)));
         }
     }
@@ -198,7 +199,7 @@ TEST(DamagedSuite, AKeyThatIsNotInItsPlaceIsDamage)
     QByteArray damaged = contents(path);
     ASSERT_EQ(damaged.count("key21"), 1);
     replace(path, damaged.replace("key21", "yek21"));
-    EXPECT_TRUE(makeSuite()->set(u"key21"_s, u"new"_s));
+    EXPECT_EQ(test::failureOf(makeSuite()->set(u"key21"_s, u"new"_s)), u"");
     EXPECT_EQ(setAside(path).size(), 1);
 }
 
@@ -208,10 +209,10 @@ TEST(DamagedSuite, TheLogIsSetAsideWithTheFile)
     QByteArray log;
     {
         const Keyboard keyboard(path); // which keeps the log from being tidied up
-        makeSuite()->set(u"key1"_s, u"in the log"_s);
+        test::put(*makeSuite(), u"key1"_s, u"in the log"_s);
         log = contents(path + u"-wal"_s);
         replace(path, "this is no database");
-        EXPECT_TRUE(makeSuite()->set(u"key1"_s, u"new"_s));
+        EXPECT_EQ(test::failureOf(makeSuite()->set(u"key1"_s, u"new"_s)), u"");
     }
     ASSERT_EQ(setAside(path).size(), 2);
     EXPECT_EQ(contents(setAside(path).first().filePath()), "this is no database");
@@ -237,7 +238,7 @@ TEST(DamagedSuite, AProgramThatHasTheFileOpenGoesOnWithTheFreshOne)
             SCOPED_TRACE(rubbish.size());
             const QString path = makeSuite()->path();
             Keyboard keyboard(path);
-            makeSuite()->set(u"key1"_s, u"in the log"_s);
+            test::put(*makeSuite(), u"key1"_s, u"in the log"_s);
             replace(path, rubbish);
             if (isLogDamaged) {
                 replace(path + u"-wal"_s, rubbish);
@@ -245,7 +246,7 @@ TEST(DamagedSuite, AProgramThatHasTheFileOpenGoesOnWithTheFreshOne)
 
             const auto suite = makeSuite();
             EXPECT_EQ(suite->object(u"key1"_s), std::nullopt);
-            EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s)) << suite->lastError().toStdString();
+            EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
             EXPECT_EQ(keyboard.text("SELECT value FROM defaults WHERE key = 'key1'"), "new");
             keyboard.text("UPDATE defaults SET value = 'theirs'");
             EXPECT_EQ(suite->string(u"key1"_s), u"theirs"_s);
@@ -263,7 +264,7 @@ TEST(DamagedSuite, ALogThatIsCutShortUnderItsReadersIsDamage)
     EXPECT_EQ(suite->string(u"key1"_s), u"value 1"_s);
     replace(path + u"-wal"_s, "no");
 
-    EXPECT_TRUE(suite->set(u"key1"_s, u"new"_s)) << suite->lastError().toStdString();
+    EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
     EXPECT_EQ(keyboard.text("SELECT value FROM defaults WHERE key = 'key1'"), "new");
     EXPECT_EQ(setAside(path).size(), 2);
 }

@@ -34,8 +34,8 @@ constexpr int longestLife = 12'000; // microseconds; opening the suite takes abo
     while (suite != nullptr) {
         const QString key = QStringLiteral("org.example.keyboard.%1").arg(number % keyCount);
         const QString value = QStringLiteral("%1 ").arg(number).repeated(repetitions);
-        if (!suite->set(key, value)) {
-            std::fprintf(stderr, "%s\n", qUtf8Printable(suite->lastError()));
+        if (const std::optional<Error> failure = suite->set(key, value)) {
+            std::fprintf(stderr, "%s\n", failure->what());
             break;
         }
         if (::write(STDOUT_FILENO, &number, sizeof(number)) != sizeof(number)) {

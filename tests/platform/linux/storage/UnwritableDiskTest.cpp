@@ -2,6 +2,7 @@
 #include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
 #include "support/PrivateDisk.h"
+#include "support/Suite.h"
 
 #include <QDir>
 #include <QFile>
@@ -39,18 +40,18 @@ protected:
 
     QString path() const { return m_folder + u"/defaults.sqlite"_s; }
 
-    static void store(const QString &value) { UserDefaults::suite(group)->set(u"key"_s, value); }
+    static void store(const QString &value) { test::put(*UserDefaults::suite(group), u"key"_s, value); }
 
     static void expectRefusal(UserDefaults &suite, const QString &reason)
     {
-        EXPECT_FALSE(suite.set(u"other"_s, QString(10'000, u'x')));
-        EXPECT_TRUE(suite.lastError().contains(reason)) << suite.lastError().toStdString();
-        EXPECT_TRUE(suite.lastError().contains(suite.path()));
+        const QString failure = test::failureOf(suite.set(u"other"_s, QString(10'000, u'x')));
+        EXPECT_TRUE(failure.contains(reason)) << failure.toStdString();
+        EXPECT_TRUE(failure.contains(suite.path()));
     }
 
     static void expectWriting(UserDefaults &suite)
     {
-        EXPECT_TRUE(suite.set(u"other"_s, true)) << suite.lastError().toStdString();
+        EXPECT_EQ(test::failureOf(suite.set(u"other"_s, true)), u"");
         EXPECT_EQ(suite.object(u"other"_s), PropertyListValue(true));
     }
 

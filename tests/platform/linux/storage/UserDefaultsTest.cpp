@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/UserDefaults.h"
 #include "platform/FileManager.h"
+#include "support/Suite.h"
 
 #include <QDir>
 #include <QFile>
@@ -85,7 +86,7 @@ TEST(UserDefaults, EveryTypeReadsBackAsItWasWritten)
     const auto suite = makeSuite();
     for (size_t index = 0; index < std::size(values); ++index) {
         SCOPED_TRACE(index);
-        EXPECT_TRUE(suite->set(u"key"_s, values[index]));
+        EXPECT_EQ(test::failureOf(suite->set(u"key"_s, values[index])), u"");
         EXPECT_EQ(makeSuite()->object(u"key"_s), values[index]);
     }
 }
@@ -98,10 +99,10 @@ TEST(UserDefaults, AKeyThatWasNeverWrittenHasNoValue)
 TEST(UserDefaults, RemovingAKeyTakesItsValueAway)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, u"value"_s);
-    EXPECT_TRUE(suite->remove(u"key"_s));
+    test::put(*suite, u"key"_s, u"value"_s);
+    EXPECT_EQ(test::failureOf(suite->remove(u"key"_s)), u"");
     EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
-    EXPECT_TRUE(suite->remove(u"key"_s));
+    EXPECT_EQ(test::failureOf(suite->remove(u"key"_s)), u"");
 }
 
 TEST(UserDefaults, AStringIsReplacedOnlyWhereItIsThere)
@@ -109,35 +110,54 @@ TEST(UserDefaults, AStringIsReplacedOnlyWhereItIsThere)
     using Stored = std::optional<PropertyListValue>;
     const struct {
         Stored before;
-        bool isReplaced;
         Stored after;
     } cases[] = {
-        {u"from"_s, true, u"to"_s}, {u"From"_s, false, u"From"_s},       {u""_s, false, u""_s},
-        {true, false, true},        {std::nullopt, false, std::nullopt},
+        {u"from"_s, u"to"_s}, {u"From"_s, u"From"_s},       {u""_s, u""_s},
+        {true, true},         {std::nullopt, std::nullopt},
     };
     const auto suite = makeSuite();
-    suite->set(u"another"_s, u"from"_s);
-    for (const auto &[before, isReplaced, after] : cases) {
+    test::put(*suite, u"another"_s, u"from"_s);
+    for (const auto &[before, after] : cases) {
         SCOPED_TRACE(before ? before->index() : std::variant_npos);
-        suite->remove(u"key"_s);
+        test::drop(*suite, u"key"_s);
         if (before) {
-            suite->set(u"key"_s, *before);
+            test::put(*suite, u"key"_s, *before);
         }
-        EXPECT_EQ(suite->replace(u"key"_s, u"from"_s, u"to"_s), isReplaced);
-        EXPECT_TRUE(suite->lastError().isEmpty());
+        EXPECT_EQ(test::failureOf(suite->write({{u"key"_s, u"to"_s, u"from"_s}})), u"");
         EXPECT_EQ(suite->object(u"key"_s), after);
     }
     EXPECT_EQ(suite->object(u"another"_s), PropertyListValue(u"from"_s));
 }
 
+TEST(UserDefaults, ChangesAreMadeTogetherInTheirOrder)
+{
+    const auto suite = makeSuite();
+    test::put(*suite, u"old"_s, 1.0);
+    const Changes changes = {{u"a"_s, u"first"_s}, {u"old"_s, std::nullopt}, {u"a"_s, u"last"_s}};
+    EXPECT_EQ(test::failureOf(suite->write(changes)), u"");
+    EXPECT_EQ(suite->dictionaryRepresentation().value, (PropertyListDictionary{{u"a"_s, u"last"_s}}));
+}
+
+TEST(UserDefaults, OfChangesOfWhichOneFailsNoneIsMade)
+{
+    const auto suite = makeSuite();
+    test::put(*suite, u"old"_s, 1.0);
+    Sqlite(suite->path())
+        .run("CREATE TRIGGER refused BEFORE INSERT ON defaults WHEN NEW.key = 'refused' "
+             "BEGIN SELECT RAISE(ABORT, 'refused for the test'); END");
+    const QString failure =
+        test::failureOf(suite->write({{u"a"_s, true}, {u"old"_s, std::nullopt}, {u"refused"_s, true}}));
+    EXPECT_TRUE(failure.contains(u"refused for the test")) << failure.toStdString();
+    EXPECT_EQ(suite->dictionaryRepresentation().value, (PropertyListDictionary{{u"old"_s, 1.0}}));
+}
+
 TEST(UserDefaults, ANumberThatIsNotFiniteIsRefusedAndTheOldValueStays)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, 1.0);
+    test::put(*suite, u"key"_s, 1.0);
     for (const double number :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
-        EXPECT_FALSE(suite->set(u"key"_s, number));
-        EXPECT_FALSE(suite->lastError().isEmpty());
+        EXPECT_NE(test::failureOf(suite->set(u"key"_s, number)), u"");
         EXPECT_EQ(suite->object(u"key"_s), PropertyListValue(1.0));
     }
 }
@@ -145,7 +165,7 @@ TEST(UserDefaults, ANumberThatIsNotFiniteIsRefusedAndTheOldValueStays)
 TEST(UserDefaults, AListThatWouldNotBeFoundAgainIsRefusedAndTheOldValueStays)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, 1.0);
+    test::put(*suite, u"key"_s, 1.0);
     PropertyListValue nested = PropertyListArray{};
     for (int depth = 0; depth < 600; ++depth) {
         nested = PropertyListArray{std::move(nested)};
@@ -153,11 +173,10 @@ TEST(UserDefaults, AListThatWouldNotBeFoundAgainIsRefusedAndTheOldValueStays)
     const PropertyListValue values[] = {nested, PropertyListArray(100'001, true),
                                         PropertyListDictionary{{u"member"_s, nested}}};
     for (const PropertyListValue &value : values) {
-        EXPECT_FALSE(suite->set(u"key"_s, value));
-        EXPECT_FALSE(suite->lastError().isEmpty());
+        EXPECT_NE(test::failureOf(suite->set(u"key"_s, value)), u"");
         EXPECT_EQ(suite->object(u"key"_s), PropertyListValue(1.0));
     }
-    EXPECT_TRUE(suite->set(u"key"_s, PropertyListArray(90'000, true)));
+    EXPECT_EQ(test::failureOf(suite->set(u"key"_s, PropertyListArray(90'000, true))), u"");
     EXPECT_EQ(suite->object(u"key"_s), PropertyListValue(PropertyListArray(90'000, true)));
 }
 
@@ -174,7 +193,7 @@ TEST(UserDefaults, TheStringGetterTurnsNumbersIntoStrings)
     };
     const auto suite = makeSuite();
     for (const auto &[value, expected] : rows) {
-        suite->set(u"key"_s, value);
+        test::put(*suite, u"key"_s, value);
         EXPECT_EQ(suite->string(u"key"_s), expected);
     }
 }
@@ -182,16 +201,16 @@ TEST(UserDefaults, TheStringGetterTurnsNumbersIntoStrings)
 TEST(UserDefaults, TheDictionaryHoldsEveryKey)
 {
     const auto suite = makeSuite();
-    suite->set(u"a"_s, true);
-    suite->set(u"b"_s, u"two"_s);
-    EXPECT_EQ(suite->dictionaryRepresentation(),
+    test::put(*suite, u"a"_s, true);
+    test::put(*suite, u"b"_s, u"two"_s);
+    EXPECT_EQ(suite->dictionaryRepresentation().value,
               (PropertyListDictionary{{u"a"_s, true}, {u"b"_s, u"two"_s}}));
 }
 
 TEST(UserDefaults, TheFileIsWhatTheContractSays)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, 1.5);
+    test::put(*suite, u"key"_s, 1.5);
     Sqlite file(suite->path());
     EXPECT_EQ(file.text("PRAGMA user_version"), u"1");
     EXPECT_EQ(file.text("PRAGMA journal_mode"), u"wal");
@@ -204,7 +223,7 @@ TEST(UserDefaults, TheFileIsWhatTheContractSays)
 TEST(UserDefaults, OnlyTheUserMayReadTheFiles)
 {
     const auto suite = makeSuite();
-    suite->set(u"openaiKey"_s, u"secret"_s);
+    test::put(*suite, u"openaiKey"_s, u"secret"_s);
     const QFileInfo file(suite->path());
     for (const QFileInfo &entry : file.dir().entryInfoList({file.fileName() + u"*"_s}, QDir::Files)) {
         EXPECT_EQ(entry.permissions()
@@ -217,7 +236,7 @@ TEST(UserDefaults, OnlyTheUserMayReadTheFiles)
 TEST(UserDefaults, WhatAnotherProcessWritesIsSeenAtOnce)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, u"old"_s);
+    test::put(*suite, u"key"_s, u"old"_s);
     Sqlite file(suite->path());
     ASSERT_TRUE(file.run("UPDATE defaults SET value = 'new' WHERE key = 'key'"));
     EXPECT_EQ(suite->string(u"key"_s), u"new"_s);
@@ -234,10 +253,10 @@ print(database.execute("SELECT value FROM defaults WHERE key = 'ours'").fetchone
 database.close()
 )";
     const auto suite = makeSuite();
-    suite->set(u"theirs"_s, u""_s);
+    test::put(*suite, u"theirs"_s, u""_s);
     for (int round = 0; round < 10; ++round) {
         const QString number = QString::number(round);
-        ASSERT_TRUE(suite->set(u"ours"_s, number));
+        ASSERT_EQ(test::failureOf(suite->set(u"ours"_s, number)), u"");
         QProcess process;
         process.start(u"python3"_s, {u"-c"_s, QString::fromUtf8(keyboard), suite->path(), number});
         ASSERT_TRUE(process.waitForFinished());
@@ -250,60 +269,24 @@ database.close()
 TEST(UserDefaults, SeveralKeysAreReadAsTheyStandAtOneMoment)
 {
     const auto suite = makeSuite();
-    suite->set(u"a"_s, true);
-    suite->set(u"b"_s, u"two"_s);
-    suite->set(u"c"_s, 3.0);
-    EXPECT_EQ(suite->objects({u"a"_s, u"c"_s, u"\"]"_s}),
+    test::put(*suite, u"a"_s, true);
+    test::put(*suite, u"b"_s, u"two"_s);
+    test::put(*suite, u"c"_s, 3.0);
+    EXPECT_EQ(suite->objects({u"a"_s, u"c"_s, u"\"]"_s}).value,
               (PropertyListDictionary{{u"a"_s, true}, {u"c"_s, 3.0}}));
 }
 
-TEST(UserDefaults, TheRevisionIsAnotherOneAfterEveryChange)
-{
-    const auto suite = makeSuite();
-    suite->set(u"key"_s, u"value"_s);
-    Sqlite file(suite->path());
-    struct Case {
-        const char *name;
-        std::function<void()> change;
-    };
-    const std::vector<Case> cases = {
-        {"set", [&] { suite->set(u"key"_s, u"other"_s); }},
-        {"removed", [&] { suite->remove(u"key"_s); }},
-        {"another suite", [&] { makeSuite()->set(u"key"_s, u"third"_s); }},
-        {"another process", [&] { file.run("UPDATE defaults SET value = 'new' WHERE key = 'key'"); }},
-        {"file deleted", [&] { removeFiles(suite->path()); }},
-    };
-    std::set<quint64> revisions = {suite->revision().value_or(0)};
-    for (const Case &input : cases) {
-        SCOPED_TRACE(input.name);
-        input.change();
-        const std::optional<quint64> revision = suite->revision();
-        ASSERT_TRUE(revision);
-        EXPECT_TRUE(revisions.insert(*revision).second);
-        EXPECT_EQ(suite->revision(), revision) << "unchanged since";
-    }
-}
-
-TEST(UserDefaults, AFileThatCannotBeReadHasNoRevision)
+TEST(UserDefaults, AFailedReadSaysWhy)
 {
     const auto suite = makeSuite();
     const QString path = suite->path();
     removeFiles(path);
     QDir().mkpath(path);
-    EXPECT_EQ(suite->revision(), std::nullopt);
-}
-
-TEST(UserDefaults, AFailedReadSaysWhyAndTheNextGoodOneForgetsIt)
-{
-    const auto suite = makeSuite();
-    const QString path = suite->path();
-    removeFiles(path);
-    QDir().mkpath(path);
-    EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
-    EXPECT_TRUE(suite->lastError().contains(path));
+    EXPECT_TRUE(test::failureOf(suite->read(u"key"_s).failure).contains(path));
+    EXPECT_TRUE(test::failureOf(suite->objects({u"key"_s}).failure).contains(path));
+    EXPECT_TRUE(test::failureOf(suite->dictionaryRepresentation().failure).contains(path));
     QDir().rmdir(path);
-    EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
-    EXPECT_EQ(suite->lastError(), u"");
+    EXPECT_EQ(test::failureOf(suite->read(u"key"_s).failure), u"");
 }
 
 TEST(UserDefaults, ARowWhoseValueIsNotOfItsTypeHasNoValue)
@@ -350,14 +333,14 @@ TEST(UserDefaults, AWriteWaitsForAnotherProcessThatHoldsTheLock)
     });
     started = true;
     started.notify_all();
-    EXPECT_TRUE(suite->set(u"key"_s, u"value"_s));
+    EXPECT_EQ(test::failureOf(suite->set(u"key"_s, u"value"_s)), u"");
     release.join();
 }
 
 TEST(UserDefaults, ReadingDoesNotWaitForALockedFile)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, u"value"_s);
+    test::put(*suite, u"key"_s, u"value"_s);
     Sqlite file(suite->path());
     ASSERT_TRUE(file.run("BEGIN EXCLUSIVE"));
     EXPECT_EQ(suite->string(u"key"_s), u"value"_s);
@@ -366,10 +349,10 @@ TEST(UserDefaults, ReadingDoesNotWaitForALockedFile)
 TEST(UserDefaults, AFileThatWasDeletedIsMadeAnew)
 {
     const auto suite = makeSuite();
-    suite->set(u"key"_s, u"old"_s);
+    test::put(*suite, u"key"_s, u"old"_s);
     removeFiles(suite->path());
     EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
-    EXPECT_TRUE(suite->set(u"key"_s, u"new"_s));
+    EXPECT_EQ(test::failureOf(suite->set(u"key"_s, u"new"_s)), u"");
     EXPECT_EQ(makeSuite()->string(u"key"_s), u"new"_s);
 }
 
@@ -384,7 +367,7 @@ TEST(UserDefaults, SeveralThreadsWriteAndReadWithoutTearingAValue)
         threads.emplace_back([&, number] {
             const QString mine(1000, QChar(u'a' + number));
             for (int round = 0; round < rounds; ++round) {
-                suite->set(u"key"_s, mine);
+                test::put(*suite, u"key"_s, mine);
                 const QString seen = suite->string(u"key"_s).value_or(QString());
                 torn += seen != QString(1000, seen.isEmpty() ? QChar() : seen.front()) ? 1 : 0;
             }
@@ -417,9 +400,9 @@ TEST(UserDefaults, AFileOfANewerFormatIsLeftAloneAndSaysSo)
 
 TEST(UserDefaults, TheStandardDefaultsAreAFileOfTheirOwn)
 {
-    makeSuite()->set(u"key"_s, u"shared"_s);
+    test::put(*makeSuite(), u"key"_s, u"shared"_s);
     EXPECT_EQ(UserDefaults::standard().object(u"key"_s), std::nullopt);
-    EXPECT_TRUE(UserDefaults::standard().set(u"key"_s, u"private"_s));
+    EXPECT_EQ(test::failureOf(UserDefaults::standard().set(u"key"_s, u"private"_s)), u"");
     EXPECT_EQ(makeSuite()->string(u"key"_s), u"shared"_s);
 }
 
@@ -428,10 +411,9 @@ TEST(UserDefaults, WithoutAFolderTheStandardDefaultsReadNothingAndSayWhyTheyWrit
     QFile blocker(qEnvironmentVariable("XDG_DATA_HOME") + u"/app.kavrin.Kavrin"_s);
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     UserDefaults &defaults = UserDefaults::standard();
-    EXPECT_FALSE(defaults.set(u"key"_s, true));
-    EXPECT_TRUE(defaults.lastError().contains(defaults.path()));
+    EXPECT_TRUE(test::failureOf(defaults.set(u"key"_s, true)).contains(defaults.path()));
     EXPECT_EQ(defaults.object(u"key"_s), std::nullopt);
 
     blocker.remove();
-    EXPECT_TRUE(defaults.set(u"key"_s, true));
+    EXPECT_EQ(test::failureOf(defaults.set(u"key"_s, true)), u"");
 }

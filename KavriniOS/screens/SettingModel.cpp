@@ -56,8 +56,7 @@ void SettingModel::reread()
     Q_EMIT ticked();
 }
 
-/// Shows at once what is being stored, and what the suite holds where that fails. A text stays in its field
-/// even so: it may be all that there is of it.
+/// Shows at once what is being stored, and what the suite holds where that fails.
 QCoro::Task<> SettingModel::store(PropertyListValue value)
 {
     const QPointer self(this);
@@ -69,6 +68,8 @@ QCoro::Task<> SettingModel::store(PropertyListValue value)
     if (self && failure) {
         setNote(storeNote(*failure));
         showValue();
+    } else if (self && m_unsavedText && value == PropertyListValue(*m_unsavedText)) {
+        m_unsavedText.reset();
     }
 }
 
@@ -122,11 +123,12 @@ double SettingModel::step() const
 
 QString SettingModel::text() const
 {
-    return Prefs::get<QString>(m_item.key);
+    return m_unsavedText ? *m_unsavedText : Prefs::get<QString>(m_item.key);
 }
 
 void SettingModel::setText(const QString &text)
 {
+    m_unsavedText = text;
     store(text);
 }
 

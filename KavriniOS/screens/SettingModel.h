@@ -112,6 +112,8 @@ private:
     bool m_visible;
     int m_tick = 0;
     QString m_note;
+    /// What could not be stored, or not yet, stays in its field: it may be all that there is of it.
+    std::optional<QString> m_unsavedText;
 };
 
 } // namespace kavrin

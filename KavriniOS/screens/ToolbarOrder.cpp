@@ -160,13 +160,28 @@ void ToolbarOrder::reload()
     m_hidden = Prefs::toolHidden();
     changed(VisibleTool);
     const QStringList stored = Prefs::toolOrder();
-    // A view makes all rows anew, and the focus is lost; as a rule nothing of the change was stored.
-    if (stored != m_order) {
+    if (std::ranges::is_permutation(stored, m_order)) {
+        sortLike(stored);
+    } else {
         beginResetModel();
         m_order = stored;
         endResetModel();
         Q_EMIT shownCountChanged();
     }
+}
+
+/// Row by row: of a model that was reset a view makes all rows anew, and the focus is lost.
+void ToolbarOrder::sortLike(const QStringList &order)
+{
+    for (int row = 0; row < rowCount(); ++row) {
+        const auto from = int(m_order.indexOf(order[row], row));
+        if (from != row) {
+            beginMoveRows({}, from, from, {}, row);
+            m_order.move(from, row);
+            endMoveRows();
+        }
+    }
+    changed(Position);
 }
 
 void ToolbarOrder::changed(Role role)

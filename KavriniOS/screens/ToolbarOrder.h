@@ -66,6 +66,7 @@ private:
     QCoro::Task<> store();
     void setNote(const QString &note);
     void reload();
+    void sortLike(const QStringList &order);
     void changed(Role role);
 
     QStringList m_order;

@@ -180,7 +180,6 @@ int SqliteConnection::open(const QString &path, std::chrono::milliseconds patien
         closeAsItIs();
     }
     if (m_handle != nullptr) {
-        sqlite3_busy_timeout(m_handle, int(patience.count()));
         return SQLITE_OK;
     }
     int result = openAndProbe(path, SQLITE_OPEN_READWRITE, patience);
@@ -346,11 +345,16 @@ bool SqliteDatabase::open()
     return result == SQLITE_OK || isPassing(result, m_path);
 }
 
-/// How long a read may wait for another process that keeps the whole file locked, as while it opens it: only
-/// the first one waits, or the application would stand still at every key.
-std::chrono::milliseconds SqliteDatabase::readPatience() const
+/// Opens the connection where it is not open. When another process keeps the whole file locked, only the
+/// first attempt waits for it: the application would stand still at every key otherwise.
+int SqliteDatabase::openWhenFree(SqliteConnection &connection, std::chrono::milliseconds patience)
 {
-    return m_isLockedOut ? 0ms : lockLimit;
+    const int result = connection.open(m_path, m_isLockedOut ? 0ms : patience);
+    m_isLockedOut = isBusy(result);
+    if (result == SQLITE_OK) {
+        sqlite3_busy_timeout(connection.handle(), int(patience.count()));
+    }
+    return result;
 }
 
 /// The first look at a file is a thorough one: damage that a read or a write does not happen to meet would
@@ -358,15 +362,13 @@ std::chrono::milliseconds SqliteDatabase::readPatience() const
 int SqliteDatabase::openChecked()
 {
     const std::scoped_lock lock(m_reader.mutex());
-    const int result = m_reader.open(m_path, readPatience());
-    m_isLockedOut = isBusy(result);
+    const int result = openWhenFree(m_reader, lockLimit);
     return result == SQLITE_OK && !pagesAreSound(m_reader.handle()) ? SQLITE_CORRUPT : result;
 }
 
 std::optional<Error> SqliteDatabase::read(const char *sql, const SqliteConnection::Use &use)
 {
-    return run(m_reader, readPatience(),
-               [&](SqliteConnection &connection) { return connection.run(sql, use); });
+    return run(m_reader, lockLimit, [&](SqliteConnection &connection) { return connection.run(sql, use); });
 }
 
 std::optional<Error> SqliteDatabase::write(const Write &use, QDeadlineTimer limit)
@@ -391,8 +393,7 @@ std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, std::
                                              const Run &use)
 {
     const std::scoped_lock lock(connection.mutex());
-    int result = connection.open(m_path, patience);
-    m_isLockedOut = isBusy(result);
+    int result = openWhenFree(connection, patience);
     if (result == SQLITE_OK) {
         result = use(connection);
     }

@@ -57,8 +57,8 @@ public:
 
     std::mutex &mutex() { return m_mutex; }
 
-    /// Makes sure that the file is open and holds the table of defaults. This, and what is run next, waits so
-    /// long for another process that keeps the file locked. SQLITE_OK or an error.
+    /// Makes sure that the file is open and holds the table of defaults, waiting that long for another process
+    /// that keeps it locked. SQLITE_OK or an error.
     int open(const QString &path, std::chrono::milliseconds patience);
     void close();
     /// Closes without bringing the log into the file.
@@ -127,7 +127,7 @@ private:
                              const Run &use);
     std::optional<Error> runOnce(SqliteConnection &connection, std::chrono::milliseconds patience,
                                  const Run &use);
-    [[nodiscard]] std::chrono::milliseconds readPatience() const;
+    int openWhenFree(SqliteConnection &connection, std::chrono::milliseconds patience);
     int openChecked();
     void setAsideIfDamaged();
 

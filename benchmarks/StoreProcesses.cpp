@@ -73,7 +73,11 @@ struct Channel {
 
 Channel suiteChannel()
 {
-    return {[](double value) { Shared::d().set(watchedKey, value); },
+    return {[](double value) {
+                if (const std::optional<Error> failure = Shared::d().set(watchedKey, value)) {
+                    throw *failure;
+                }
+            },
             [] {
                 const std::optional<PropertyListValue> value = Shared::d().object(watchedKey);
                 return value ? std::get<double>(*value) : 0;

@@ -15,6 +15,8 @@ install(FILES ${packaging}/app.kavrin.Kavrin.desktop DESTINATION share/applicati
 install(FILES ${packaging}/app.kavrin.Kavrin.metainfo.xml DESTINATION share/metainfo)
 install(FILES ${packaging}/icons/app.kavrin.Kavrin.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES ${packaging}/icons/app.kavrin.Kavrin-symbolic.svg DESTINATION share/icons/hicolor/symbolic/apps)
+install(FILES ${KAVRIN_ICONS_DIR}/hash.svg DESTINATION share/icons/hicolor/symbolic/actions
+  RENAME app.kavrin.Kavrin-number-symbolic.svg)
 install(FILES ${packaging}/completions/kavrinctl DESTINATION share/bash-completion/completions)
 install(FILES ${packaging}/debian/copyright DESTINATION ${documentation})
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Recorder.h"
 
+#include "dictation/DictationSession.h"
 #include "dictation/DictationState.h"
 #include "platform/FileManager.h"
 #include "platform/Logging.h"
@@ -87,10 +88,7 @@ QCoro::Task<> Recorder::start()
 bool Recorder::prepare()
 {
     try {
-        m_platform.session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default,
-                                       AudioSession::MixWithOthers | AudioSession::AllowBluetooth
-                                           | AudioSession::DefaultToSpeaker);
-        m_platform.session.activate();
+        activateForDictation(m_platform.session);
         m_recorder = m_platform.makeRecorder(url(), AudioRecorderSettings());
     } catch (const std::exception &error) {
         fail(recordingFailed(error));

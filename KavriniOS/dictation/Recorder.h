@@ -21,9 +21,6 @@ namespace kavrin
 class Recorder : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(S state READ state WRITE setState NOTIFY stateChanged)
-    Q_PROPERTY(QString message READ message NOTIFY messageChanged)
-    Q_PROPERTY(double level READ level NOTIFY levelChanged)
 
 public:
     enum class S { idle, recording, working, done };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Standby.h"
 
+#include "dictation/DictationSession.h"
+
 #include <QDataStream>
 #include <QIODevice>
 #include <QTimer>
@@ -20,10 +22,7 @@ void Standby::start()
         return;
     }
     try {
-        m_session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default,
-                              AudioSession::MixWithOthers | AudioSession::AllowBluetooth
-                                  | AudioSession::DefaultToSpeaker);
-        m_session.activate();
+        activateForDictation(m_session);
         m_player = m_makePlayer(silentWAV());
     } catch (const Error &) {
         m_player.reset();

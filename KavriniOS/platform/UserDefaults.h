@@ -15,6 +15,8 @@
 namespace kavrin
 {
 
+class SqliteDatabase;
+
 /// A change of one key.
 struct Change {
     QString key;
@@ -80,10 +82,9 @@ public:
     [[nodiscard]] QString path() const;
 
 private:
-    class Database;
-    explicit UserDefaults(std::unique_ptr<Database> database);
+    explicit UserDefaults(std::unique_ptr<SqliteDatabase> database);
 
-    std::unique_ptr<Database> m_database;
+    std::unique_ptr<SqliteDatabase> m_database;
 };
 
 } // namespace kavrin

@@ -50,9 +50,7 @@ QObjectList PageModel::sections() const
 
 void PageModel::changed()
 {
-    ++m_rev;
     std::ranges::for_each(m_sections, &SectionModel::refresh);
-    Q_EMIT revChanged();
 }
 
 } // namespace kavrin

@@ -54,7 +54,6 @@ class PageModel : public QObject
 
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QObjectList sections READ sections CONSTANT)
-    Q_PROPERTY(int rev READ rev NOTIFY revChanged)
 
 public:
     explicit PageModel(const Prefs::Page &page, QObject *parent = nullptr);
@@ -64,19 +63,12 @@ public:
     /// SectionModels, in the catalogue's order.
     [[nodiscard]] QObjectList sections() const;
 
-    /// How often a change has made the page look at all its rows again.
-    [[nodiscard]] int rev() const { return m_rev; }
-
     /// Reads every value, and which rows are visible, again.
     Q_INVOKABLE void changed();
-
-Q_SIGNALS:
-    void revChanged();
 
 private:
     QString m_title;
     QList<SectionModel *> m_sections;
-    int m_rev = 0;
 };
 
 } // namespace kavrin

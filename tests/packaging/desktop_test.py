@@ -50,6 +50,8 @@ class Installed(unittest.TestCase):
 
     def test_every_icon_of_its_own_is_there_and_can_be_drawn(self):
         self.assertEqual(self.entry["Desktop Entry"]["Icon"], "app.kavrin.Kavrin")
+        self.assertTrue((self.prefix / "share" / "icons" / "hicolor" / "symbolic" / "actions" /
+                         (self.entry["Desktop Action save-code"]["Icon"] + ".svg")).is_file())
         for name, size in (("scalable/apps/app.kavrin.Kavrin.svg", 128),
                            ("symbolic/apps/app.kavrin.Kavrin-symbolic.svg", 16)):
             with self.subTest(name):

@@ -94,7 +94,6 @@ TEST_F(PageViewTest, ShowsAndHidesRowsAtOnceWhenAChoiceTheyDependOnIsMade)
     EXPECT_EQ(stored(u"language"_s), PropertyListValue(u"tr"_s));
     EXPECT_TRUE(window().find(u"Also use Türkçe"_s) == nullptr);
     EXPECT_TRUE(window().find(u"Also use English"_s) != nullptr);
-    EXPECT_EQ(page().rev(), 1);
 }
 
 TEST_F(PageViewTest, HidesEveryRowOfTheServiceWithSystemDictation)
@@ -144,7 +143,6 @@ TEST_F(PageViewTest, WritesEveryStepOfADraggedSliderWithoutBuildingTheRowAnew)
     written.erase(std::unique(written.begin(), written.end()), written.end());
     EXPECT_GT(written.size(), 40U);
     EXPECT_TRUE(std::ranges::is_sorted(written));
-    EXPECT_EQ(page().rev(), 0);
     EXPECT_EQ(window().item(u"Key height"_s), slider);
 }
 
@@ -237,7 +235,6 @@ TEST_F(PageViewTest, WritesWithEachKeystrokeAndKeepsCursorAndUndo)
     EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"abc"_s));
     EXPECT_EQ(window().item(u"Endpoint URL"_s)->property("cursorPosition").toInt(), 2);
     EXPECT_TRUE(window().item(u"Endpoint URL"_s)->property("canUndo").toBool());
-    EXPECT_EQ(page().rev(), 0);
     window().press(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"ac"_s));
 }

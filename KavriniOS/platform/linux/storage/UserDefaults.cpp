@@ -213,13 +213,7 @@ QStringList keysOf(const Changes &changes)
 
 } // namespace
 
-class UserDefaults::Database : public SqliteDatabase
-{
-public:
-    using SqliteDatabase::SqliteDatabase;
-};
-
-UserDefaults::UserDefaults(std::unique_ptr<Database> database) : m_database(std::move(database)) { }
+UserDefaults::UserDefaults(std::unique_ptr<SqliteDatabase> database) : m_database(std::move(database)) { }
 
 UserDefaults::~UserDefaults() = default;
 
@@ -229,7 +223,7 @@ std::unique_ptr<UserDefaults> UserDefaults::suite(const QString &group)
     if (!container) {
         return nullptr;
     }
-    auto database = std::make_unique<Database>(*container + QStringLiteral("/defaults.sqlite"));
+    auto database = std::make_unique<SqliteDatabase>(*container + QStringLiteral("/defaults.sqlite"));
     if (!database->open()) {
         return nullptr;
     }
@@ -242,7 +236,7 @@ UserDefaults &UserDefaults::standard()
     static UserDefaults *const defaults = [] {
         const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
         auto database =
-            std::make_unique<Database>(folder + QStringLiteral("/app.kavrin.Kavrin/defaults.sqlite"));
+            std::make_unique<SqliteDatabase>(folder + QStringLiteral("/app.kavrin.Kavrin/defaults.sqlite"));
         database->open();
         return new UserDefaults(std::move(database));
     }();

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/AudioSession.h"
+
+namespace kavrin
+{
+
+/// Makes the session one that records and plays beside other applications, and activates it. Throws Error.
+inline void activateForDictation(AudioSession &session)
+{
+    session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default,
+                        AudioSession::MixWithOthers | AudioSession::AllowBluetooth
+                            | AudioSession::DefaultToSpeaker);
+    session.activate();
+}
+
+} // namespace kavrin

@@ -165,7 +165,9 @@ QByteArray freshContent()
     return content;
 }
 
-/// In place, for the reason that setAsideIfDamaged() gives.
+/// In place, for the reason that setAsideIfDamaged() gives. SQLite's own reset (SQLITE_DBCONFIG_RESET_DATABASE
+/// and VACUUM) suffices only where nobody else has the file open: it fails on a log that was cut short, and on
+/// a header that is gone, while peers live. As those cases need this way, it is the only one.
 void beginAnew(const QString &path)
 {
     const QByteArray content = freshContent();

@@ -39,7 +39,7 @@ class FullDisk(SuiteTest):
 
     def test_kavrin_started_without_room_for_a_suite_has_one_as_soon_as_there_is_room(self):
         self.fill()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin(beats=False)
         self.assertEqual(self.session.http("/get"), {})
         self.assertEqual(self.session.http("/cmd?v=stop"), {"ok": True})
         self.expect_refusal()
@@ -53,7 +53,7 @@ class FullDisk(SuiteTest):
         self.bring_the_log_into_the_file()
         self.fill()
         self.expect_settings()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin(beats=False)
         self.assertEqual(self.session.http("/get"), {"transcript": "said before"})
         self.expect_refusal()
         self.expect_settings()
@@ -97,7 +97,7 @@ class FullDisk(SuiteTest):
         rubbish = b"no database " * 500
         self.path.write_bytes(rubbish)
         self.fill()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin(beats=False)
         message = self.refused("set", "rowH", "61")
         self.assertIn("damaged", message)
         self.assertEqual(self.path.read_bytes(), rubbish)
@@ -111,7 +111,7 @@ class ReadOnly(SuiteTest):
     def expect_to_run_on_what_is_there(self, read_only):
         """Kavrin started where nothing can be written reads, refuses to write, and writes once it can."""
         make_read_only(read_only)
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin(beats=False)
         self.assertEqual(self.session.http("/get")["transcript"], "said before")
         self.expect_settings()
         self.assertEqual(self.session.http("/cmd?v=start"), {"ok": True})
@@ -143,7 +143,7 @@ class ReadOnly(SuiteTest):
     def test_a_folder_that_became_writable_gets_its_suite_without_a_restart(self):
         self.folder.mkdir(mode=0o700, parents=True)
         make_read_only(self.folder)
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin(beats=False)
         self.assertEqual(self.session.http("/get"), {})
         self.refused("set", "rowH", "61")
         undo_mount(self.folder)

@@ -30,9 +30,9 @@ class WindowSession(PrivateSession):
         self.env["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
         self.env.pop("AT_SPI_BUS_ADDRESS", None)  # is for the library; Qt asks the session bus
 
-    def open_window(self, *arguments):
+    def open_window(self, *arguments, beats=True):
         """Starts kavrin; returns its window once a screen reader finds it and it has the keyboard."""
-        process = self.start_kavrin("-qwindowgeometry", GEOMETRY, *arguments)
+        process = self.start_kavrin("-qwindowgeometry", GEOMETRY, *arguments, beats=beats)
         window = Window(self, process)
         self.focus_window(process)
         wait_until(lambda: window.page() == "Kavrin", "the first page is read")

@@ -27,7 +27,12 @@ def percentile(values, share):
 
 
 MEDIAN_AND_95 = ("median", "95 %")
+MEDIAN_AND_99 = ("median", "99 %")
 
 
 def median_and_95(values):
     return statistics.median(values), percentile(values, 0.95)
+
+
+def median_and_99(values):
+    return statistics.median(values), percentile(values, 0.99)

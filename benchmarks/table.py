@@ -10,31 +10,43 @@ import time
 
 @dataclasses.dataclass(frozen=True)
 class Goal:
-    """What one of a row's figures, or how many times the first peer's it is, should be at most or at least."""
+    """What one of a row's figures, how many times the first peer's it is, or what it has more than that one, should be
+    at most or at least."""
     limit: float
-    of_ratio: bool
+    of: str = "figure"  # or "ratio", "excess"
     at_least: bool = False
     figure: int = 0
 
+    def value(self, row):
+        if self.of == "ratio":
+            return row.ratios(row.peers[0])[self.figure]
+        return row.ours[self.figure] - (row.peers[0][1][self.figure] if self.of == "excess" else 0)
+
     def is_met(self, row):
-        value = (row.ratios(row.peers[0]) if self.of_ratio else row.ours)[self.figure]
+        value = self.value(row)
         return value is not None and (value >= self.limit if self.at_least else value <= self.limit)
 
     def text(self, row):
         which = f"{row.labels[self.figure]} " if row.labels else ""
-        return f"{which}{'≥' if self.at_least else '≤'} {self.limit:g}{' ×' if self.of_ratio else ' ' + row.unit}"
+        limit = {"figure": f"{self.limit:g} {row.unit}", "ratio": f"{self.limit:g} ×",
+                 "excess": f"+{self.limit:g} {row.unit}"}[self.of]
+        return f"{which}{'≥' if self.at_least else '≤'} {limit}"
 
 
 def at_most(limit, figure=0):
-    return Goal(limit, of_ratio=False, figure=figure)
+    return Goal(limit, figure=figure)
 
 
 def ratio_at_most(limit, figure=0):
-    return Goal(limit, of_ratio=True, figure=figure)
+    return Goal(limit, "ratio", figure=figure)
 
 
 def ratio_at_least(limit, figure=0):
-    return Goal(limit, of_ratio=True, at_least=True, figure=figure)
+    return Goal(limit, "ratio", at_least=True, figure=figure)
+
+
+def excess_at_most(limit, figure=0):
+    return Goal(limit, "excess", figure=figure)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -78,7 +90,7 @@ def figures(values, unit=""):
     return f"{' / '.join(number(value) for value in values)} {unit}".strip()
 
 
-RATIO = "The ratio is Kavrin's figure by the one beside it; a goal in × is about the first one."
+RATIO = "The ratio is Kavrin's figure by the one beside it; a goal in × or + is about the first one."
 
 
 def heading():

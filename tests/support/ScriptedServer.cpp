@@ -120,6 +120,7 @@ QUrl ScriptedServer::url(const QString &target, const QString &host) const
 void ScriptedServer::accept()
 {
     while (QTcpSocket *socket = m_server->nextPendingConnection()) {
+        ++m_connections;
         const auto buffer = std::make_shared<QByteArray>();
         QObject::connect(socket, &QTcpSocket::readyRead, socket, [=, this] { read(socket, *buffer); });
         QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);

@@ -65,6 +65,9 @@ public:
     /// What has come so far.
     [[nodiscard]] const std::vector<ReceivedRequest> &received() const { return m_received; }
 
+    /// How many connections have been made so far.
+    [[nodiscard]] int connections() const { return m_connections; }
+
 private:
     void accept();
     void read(QTcpSocket *socket, QByteArray &buffer);
@@ -74,6 +77,7 @@ private:
     std::unique_ptr<QTcpServer> m_server;
     std::deque<ScriptedAnswer> m_answers;
     std::vector<ReceivedRequest> m_received;
+    int m_connections = 0;
 };
 
 /// As long as it lives the https servers' certificate is one that the system trusts.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/stt/PauseSplitter.h"
 
-#include "tools/stt/AudioDecoder.h"
+#include "tools/stt/SpeechRecognizer.h"
 
 #include <cstddef>
 

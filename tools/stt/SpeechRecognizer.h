@@ -16,6 +16,9 @@ struct ps_decoder_s;
 namespace kavrin
 {
 
+/// Samples a second of everything that SpeechRecognizer takes.
+constexpr int speechSampleRate = 16000;
+
 /// The recogniser was told to stop before it had heard everything.
 class RecognitionStopped : public std::runtime_error
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/stt/SpeechServer.h"
 
-#include "tools/stt/AudioDecoder.h"
+#include "platform/linux/audio/libav/SoundDecoder.h"
 #include "tools/stt/SpeechRecognizer.h"
 #include "tools/stt/UploadForm.h"
 
@@ -99,7 +99,7 @@ SpeechServer::SpeechServer(SpeechRecognizer &recognizer)
                            answerTranscription(request, response, read);
                        } catch (const Refusal &refusal) {
                            refuse(response, refusal);
-                       } catch (const AudioError &error) {
+                       } catch (const Error &error) {
                            refuse(response, {400, error.what(), "file"});
                        } catch (const RecognitionStopped &stopped) {
                            refuse(response, {503, stopped.what()});
@@ -153,8 +153,8 @@ void SpeechServer::answerTranscription(const httplib::Request &request, httplib:
                                        const httplib::ContentReader &read)
 {
     const UploadForm form = readUploadForm(request, read, largestUpload);
-    const std::vector<std::int16_t> samples = decodeAudio(form.file);
-    const QString text = m_recognizer.recognize(samples, m_stop.get_token());
+    const Sound sound = decodeSound(form.file, SoundFormat{speechSampleRate, 1});
+    const QString text = m_recognizer.recognize(sound.samples, m_stop.get_token());
     if (form.format == ResponseFormat::Text) {
         response.set_content((text + u'\n').toStdString(), textType);
     } else {

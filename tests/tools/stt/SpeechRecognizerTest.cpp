@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "tools/stt/SpeechRecognizer.h"
 
-#include "tools/stt/AudioDecoder.h"
+#include "platform/linux/audio/libav/SoundDecoder.h"
+#include "support/Recordings.h"
 #include "tools/stt/PauseSplitter.h"
-#include "tools/stt/Recordings.h"
 
 #include <gmock/gmock.h>
 
@@ -18,9 +18,14 @@ namespace
 
 constexpr const char *model = KAVRIN_SPEECH_MODEL;
 
+std::vector<std::int16_t> decoded(const QByteArray &file)
+{
+    return decodeSound(view(file), SoundFormat{.sampleRate = speechSampleRate, .channels = 1}).samples;
+}
+
 std::vector<std::int16_t> samplesOf(const Recording &recording)
 {
-    return decodeAudio(view(readFile(recording.path)));
+    return decoded(readFile(recording.path));
 }
 
 QStringList words(const QString &text)
@@ -52,7 +57,7 @@ template <typename Encode> double wordErrorRate(const Encode &encode)
     qsizetype errors = 0;
     qsizetype spoken = 0;
     for (const Recording &recording : proseRecordings()) {
-        const QString text = recognizer.recognize(decodeAudio(view(encode(recording))));
+        const QString text = recognizer.recognize(decoded(encode(recording)));
         errors += wordErrors(words(recording.spoken), words(text));
         spoken += words(recording.spoken).size();
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/Paths.h"
+#include "support/Recordings.h"
 #include "support/Wait.h"
-#include "tools/stt/Recordings.h"
 
 #include <QHttpMultiPart>
 #include <QNetworkAccessManager>

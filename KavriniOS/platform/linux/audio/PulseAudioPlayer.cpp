@@ -16,11 +16,11 @@ constexpr pa_usec_t BufferDuration = 4 * PA_USEC_PER_SEC;
 // of the buffer, so this program and the server both wake about once a second.
 constexpr pa_usec_t RequestDuration = BufferDuration / 4;
 
-pa_sample_spec format(const Sound &sound)
+pa_sample_spec sampleSpec(const SoundFormat &format)
 {
-    return {.format = PA_SAMPLE_FLOAT32NE,
-            .rate = static_cast<std::uint32_t>(sound.sampleRate),
-            .channels = static_cast<std::uint8_t>(sound.channels)};
+    return {.format = PA_SAMPLE_S16NE,
+            .rate = static_cast<std::uint32_t>(format.sampleRate),
+            .channels = static_cast<std::uint8_t>(format.channels)};
 }
 
 pa_buffer_attr playbackBuffer(const pa_sample_spec &format)
@@ -48,7 +48,7 @@ MakeAudioPlayer PulseAudioPlayer::factory(std::shared_ptr<SoundServer> server)
 }
 
 PulseAudioPlayer::PulseAudioPlayer(std::shared_ptr<SoundServer> server, const QByteArray &wav)
-    : m_server(std::move(server)), m_sound(SoundCodecs::load().readWav(wav))
+    : m_server(std::move(server)), m_sound(SoundCodecs::load().decode(wav))
 {
 }
 
@@ -80,10 +80,11 @@ bool PulseAudioPlayer::play()
     m_stream.reset();
     m_position = 0;
     m_loopsLeft = m_loops;
+    const pa_sample_spec format = sampleSpec(m_sound.format);
     const SoundStream::Description description{.direction = SoundStream::Direction::Playback,
                                                .name = "Sound",
-                                               .format = format(m_sound),
-                                               .buffer = playbackBuffer(format(m_sound))};
+                                               .format = format,
+                                               .buffer = playbackBuffer(format)};
     SoundStream::Handlers handlers;
     handlers.transfer = [this](pa_stream *stream, std::size_t bytes) { write(stream, bytes); };
     handlers.ended = [] { };
@@ -112,19 +113,20 @@ void PulseAudioPlayer::write(pa_stream *stream, std::size_t bytes)
         if (pa_stream_begin_write(stream, &room, &size) < 0 || !room) {
             return;
         }
-        const std::size_t samples = fill(std::span(static_cast<float *>(room), size / sizeof(float)));
+        const std::size_t samples =
+            fill(std::span(static_cast<std::int16_t *>(room), size / sizeof(std::int16_t)));
         if (samples == 0) {
             pa_stream_cancel_write(stream);
             m_stream->endWhenDrained();
             return;
         }
-        pa_stream_write(stream, room, samples * sizeof(float), nullptr, 0, PA_SEEK_RELATIVE);
-        bytes -= std::min(bytes, samples * sizeof(float));
+        pa_stream_write(stream, room, samples * sizeof(std::int16_t), nullptr, 0, PA_SEEK_RELATIVE);
+        bytes -= std::min(bytes, samples * sizeof(std::int16_t));
     }
 }
 
 /// Fills `target` with the sound over and over; returns how many samples there were, fewer at the end only.
-std::size_t PulseAudioPlayer::fill(std::span<float> target)
+std::size_t PulseAudioPlayer::fill(std::span<std::int16_t> target)
 {
     std::size_t filled = 0;
     while (filled < target.size()) {
@@ -137,7 +139,8 @@ std::size_t PulseAudioPlayer::fill(std::span<float> target)
         }
         const std::size_t count = std::min(target.size() - filled, m_sound.samples.size() - m_position);
         for (std::size_t index = 0; index < count; ++index) {
-            target[filled + index] = m_sound.samples[m_position + index] * m_volume;
+            const auto sample = static_cast<float>(m_sound.samples[m_position + index]);
+            target[filled + index] = static_cast<std::int16_t>(sample * m_volume);
         }
         filled += count;
         m_position += count;

@@ -35,7 +35,7 @@ public:
 
 private:
     void write(pa_stream *stream, std::size_t bytes);
-    std::size_t fill(std::span<float> target);
+    std::size_t fill(std::span<std::int16_t> target);
 
     std::shared_ptr<SoundServer> m_server;
     Sound m_sound;

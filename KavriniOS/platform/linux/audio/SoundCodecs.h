@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Error.h"
+#include "platform/linux/audio/Sound.h"
 
 #include <QByteArray>
 #include <QString>
@@ -9,17 +10,9 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <vector>
 
 namespace kavrin
 {
-
-/// A sound ready to be played.
-struct Sound {
-    int sampleRate = 0; ///< hertz
-    int channels = 0;
-    std::vector<float> samples; ///< interleaved, between -1 and 1
-};
 
 /// A sound file being written.
 ///
@@ -63,8 +56,9 @@ public:
     [[nodiscard]] virtual std::unique_ptr<SoundFileWriter> createAac(const QString &path, int sampleRate,
                                                                      int channels) const = 0;
 
-    /// Decodes a RIFF/WAVE file held in memory. Throws Error "audio" where it is none, or holds no samples.
-    [[nodiscard]] virtual Sound readWav(const QByteArray &wav) const = 0;
+    /// Decodes a sound file held in memory, RIFF/WAVE or another that decodeSound() takes, in its own format.
+    /// Throws Error "audio" where it is none, or holds no samples.
+    [[nodiscard]] virtual Sound decode(const QByteArray &file) const = 0;
 };
 
 /// The module's one function, by the name kavrin_sound_codecs; what it returns lives as long as the process.

@@ -3,6 +3,12 @@
 
 #include "platform/linux/Module.h"
 
+#include <QCoreApplication>
+#include <QScopeGuard>
+
+#include <coroutine>
+#include <exception>
+#include <thread>
 #include <utility>
 
 namespace kavrin
@@ -11,44 +17,106 @@ namespace kavrin
 namespace
 {
 
+using namespace Qt::StringLiterals;
+
 constexpr qint64 failedInit = 2; // CURLE_FAILED_INIT, without libcurl's headers
 
-std::unique_ptr<UrlSession> load(const QString &module)
+Fetch *load(const QString &module)
 {
-    void *entry =
-        moduleEntry(module, "kavrin_url_session",
-                    {QStringLiteral("network"), failedInit,
-                     QStringLiteral("No server can be reached (%1). Check that Kavrin and libcurl are "
-                                    "installed whole.")});
-    return std::unique_ptr<UrlSession>(reinterpret_cast<UrlSessionEntry *>(entry)());
+    void *entry = moduleEntry(module, "kavrin_fetch",
+                              {u"network"_s, failedInit,
+                               u"No server can be reached (%1). Check that Kavrin and libcurl are "
+                               "installed whole."_s});
+    return reinterpret_cast<FetchEntry *>(entry)();
 }
 
 } // namespace
 
-NetworkUrlSession::NetworkUrlSession() : NetworkUrlSession(modulePath(QStringLiteral("kavrin_curl.so"))) { }
+/// One exchange in a thread of its own, for one coroutine of the main thread to await.
+class NetworkUrlSession::Exchange : public QObject
+{
+public:
+    /// Throws std::system_error where there can be no more threads.
+    Exchange(Fetch *fetch, const UrlRequest &request)
+        : m_thread([this, fetch, request](const std::stop_token &givenUp) { run(fetch, request, givenUp); })
+    {
+    }
+
+    /// Whoever awaits it resumes before this returns. It is gone then.
+    void giveUp()
+    {
+        m_thread.request_stop();
+        end();
+    }
+
+    /// For `co_await`: resumes with the answer, or throws what `fetch` threw.
+    struct Answer {
+        Exchange &exchange;
+
+        [[nodiscard]] bool await_ready() const { return false; }
+        void await_suspend(std::coroutine_handle<> waiting) const { exchange.m_waiting = waiting; }
+        [[nodiscard]] QByteArray await_resume() const { return exchange.result(); }
+    };
+    Answer answer() { return {*this}; }
+
+private:
+    void run(Fetch *fetch, const UrlRequest &request, const std::stop_token &givenUp)
+    {
+        try {
+            m_answer = fetch(request, givenUp);
+        } catch (...) {
+            m_failure = std::current_exception();
+        }
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // which calls end() in the main thread
+    }
+
+    void customEvent(QEvent * /*fetched*/) override { end(); }
+
+    void end()
+    {
+        m_thread.join();
+        m_waiting.resume();
+    }
+
+    QByteArray result()
+    {
+        if (m_failure) {
+            std::rethrow_exception(m_failure);
+        }
+        return std::move(m_answer);
+    }
+
+    QByteArray m_answer;
+    std::exception_ptr m_failure;
+    std::coroutine_handle<> m_waiting;
+    std::jthread m_thread; ///< the last to begin: it uses the others
+};
+
+NetworkUrlSession::NetworkUrlSession() : NetworkUrlSession(modulePath(u"kavrin_curl.so"_s)) { }
 
 NetworkUrlSession::NetworkUrlSession(QString module) : m_module(std::move(module)) { }
 
-NetworkUrlSession::~NetworkUrlSession() = default;
-
-UrlSession &NetworkUrlSession::session()
+NetworkUrlSession::~NetworkUrlSession()
 {
-    if (!m_session) {
-        m_session = load(m_module);
-    }
-    return *m_session;
+    endExchanges();
 }
 
 void NetworkUrlSession::endExchanges()
 {
-    m_session.reset();
+    while (!m_exchanges.empty()) {
+        (*m_exchanges.begin())->giveUp();
+    }
 }
 
-/// A coroutine, so that a module that cannot be loaded is an error of the exchange like any other.
 QCoro::Task<QByteArray> NetworkUrlSession::data(UrlRequest request)
 {
-    const QCoro::Task<QByteArray> answer = session().data(std::move(request));
-    co_return co_await answer;
+    if (!m_fetch) {
+        m_fetch = load(m_module);
+    }
+    Exchange exchange(m_fetch, request);
+    m_exchanges.insert(&exchange);
+    const auto end = qScopeGuard([&] { m_exchanges.erase(&exchange); });
+    co_return co_await exchange.answer();
 }
 
 } // namespace kavrin

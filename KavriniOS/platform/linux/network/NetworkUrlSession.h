@@ -5,13 +5,22 @@
 
 #include <QString>
 
-#include <memory>
+#include <stop_token>
+#include <unordered_set>
 
 namespace kavrin
 {
 
+/// What NetworkUrlSession does for one request. Blocks until it is done; throws Error "network", too: some
+/// milliseconds after `givenUp` was requested at the latest. Any thread, several at once.
+using Fetch = QByteArray(UrlRequest request, const std::stop_token &givenUp);
+
+/// The module's one function, by the name kavrin_fetch.
+using FetchEntry = Fetch *();
+
 /// HTTP/1.1 and HTTP/2 (RFC 9110, 9112, 9113) with libcurl, in the module kavrin_curl.so
-/// (platform/linux/Module.h), which is loaded at the first request. Main thread only.
+/// (platform/linux/Module.h), which is loaded at the first request. Each exchange has a thread of its own.
+/// Main thread only.
 ///
 /// - Only http and https addresses are reached.
 /// - Proxies are those of the system's configuration, or of http_proxy, https_proxy, all_proxy and no_proxy.
@@ -42,17 +51,16 @@ public:
 
     QCoro::Task<QByteArray> data(UrlRequest request) override;
 
-    /// Ends exchanges that are still under way: whoever awaits them gets an Error before this returns.
+    /// Ends exchanges that are still under way: whoever awaits them gets an Error before this returns, which
+    /// takes some milliseconds.
     void endExchanges();
 
 private:
-    UrlSession &session();
+    class Exchange;
 
     QString m_module;
-    std::unique_ptr<UrlSession> m_session;
+    Fetch *m_fetch = nullptr; ///< once it is loaded
+    std::unordered_set<Exchange *> m_exchanges; ///< that are under way
 };
-
-/// The module's one function, by the name kavrin_url_session: a new session, which the caller owns.
-using UrlSessionEntry = UrlSession *();
 
 } // namespace kavrin

@@ -96,7 +96,7 @@ TEST(NetworkUrlSession, SaysWhichModuleCannotBeLoadedAndWhatToDo)
     };
     const std::vector<Case> cases{
         {"missing", u"/nowhere/kavrin_curl.so"_s, "/nowhere/kavrin_curl.so"},
-        {"another library", u"libcurl.so.4"_s, "kavrin_url_session"},
+        {"another library", u"libcurl.so.4"_s, "kavrin_fetch"},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
@@ -136,6 +136,9 @@ TEST(NetworkUrlSession, ReturnsTheBodyOfEveryKindOfAnswerUnchanged)
          QByteArray("\0\xff\r\n", 4)},
         {"a body in chunks",
          {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nhel\r\n2\r\nlo\r\n0\r\n\r\n"},
+         "hello"},
+        {"a body in chunks with a trailer",
+         {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n0\r\nDigest: x\r\n\r\n"},
          "hello"},
         {"a body that ends with the connection", {"HTTP/1.1 200 OK\r\n\r\nhello", Then::Close}, "hello"},
         {"a body without type", answer("200 OK", "hello"), "hello"},
@@ -238,6 +241,17 @@ TEST(NetworkUrlSession, AsksAgainForWhatMayBeCached)
     NetworkUrlSession session;
     EXPECT_EQ(test::await(session.data(get(server.url(u"/"_s)))), "first");
     EXPECT_EQ(test::await(session.data(get(server.url(u"/"_s)))), "second");
+}
+
+TEST(NetworkUrlSession, KeepsAConnection)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "first"));
+    server.add(answer("200 OK", "second"));
+    NetworkUrlSession session;
+    test::await(session.data(get(server.url(u"/"_s))));
+    test::await(session.data(get(server.url(u"/"_s))));
+    EXPECT_EQ(server.connections(), 1);
 }
 
 TEST(NetworkUrlSession, ServesSeveralExchangesAtOnce)
@@ -628,13 +642,8 @@ TEST(NetworkUrlSession, SaysThatTheProxyAsksForAPassword)
                   u"The proxy on the way to service.invalid asks for a name and a password."_s);
 }
 
-TEST(NetworkUrlSession, EndsAnExchangeThatIsUnderWayWhenItIsDestroyed)
+void expectGivenUp(QCoro::Task<QByteArray> exchange)
 {
-    ScriptedServer server;
-    auto session = std::make_unique<NetworkUrlSession>();
-    QCoro::Task<QByteArray> exchange = session->data(get(server.url(u"/path?key=secret"_s)));
-    ASSERT_TRUE(test::waitUntil([&] { return !server.received().empty(); }));
-    session.reset();
     ASSERT_TRUE(exchange.isReady());
     try {
         test::await(std::move(exchange));
@@ -642,6 +651,34 @@ TEST(NetworkUrlSession, EndsAnExchangeThatIsUnderWayWhenItIsDestroyed)
     } catch (const Error &error) {
         expectFailure(error, CURLE_ABORTED_BY_CALLBACK, u"The exchange with 127.0.0.1 was given up."_s);
     }
+}
+
+TEST(NetworkUrlSession, EndsAnExchangeThatIsUnderWayWhenItIsDestroyed)
+{
+    ScriptedServer server;
+    auto session = std::make_unique<NetworkUrlSession>();
+    QCoro::Task<QByteArray> exchange = session->data(get(server.url(u"/path?key=secret"_s)));
+    ASSERT_TRUE(test::waitUntil([&] { return !server.received().empty(); }));
+    session.reset();
+    expectGivenUp(std::move(exchange));
+}
+
+TEST(NetworkUrlSession, EndsAllExchangesOnRequestAndThenServesOthers)
+{
+    ScriptedServer silent;
+    ScriptedServer slow;
+    slow.add({answer("200 OK", QByteArray(100000, 'x')).bytes, Then::Drip});
+    NetworkUrlSession session;
+    QCoro::Task<QByteArray> first = session.data(get(silent.url(u"/path?key=secret"_s)));
+    QCoro::Task<QByteArray> second = session.data(get(slow.url(u"/path?key=secret"_s)));
+    ASSERT_TRUE(test::waitUntil([&] { return !silent.received().empty() && !slow.received().empty(); }));
+    session.endExchanges();
+    expectGivenUp(std::move(first));
+    expectGivenUp(std::move(second));
+
+    ScriptedServer other;
+    other.add(answer("200 OK", "hello"));
+    EXPECT_EQ(test::await(session.data(get(other.url(u"/"_s)))), "hello");
 }
 
 } // namespace

@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/libav/AacFileWriter.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/mem.h>
-}
-
 #include <algorithm>
 
 namespace kavrin
@@ -33,13 +27,6 @@ void require(int result)
 {
     if (result < 0) {
         throw formatError(result);
-    }
-}
-
-template <typename T> void requireMemory(const T &pointer)
-{
-    if (!pointer) {
-        throw formatError(AVERROR(ENOMEM));
     }
 }
 
@@ -82,8 +69,7 @@ void AacFileWriter::openEncoder(int sampleRate, int channels)
     if (channels < 1) {
         throw formatError(AVERROR(EINVAL));
     }
-    m_encoder.reset(avcodec_alloc_context3(codec));
-    requireMemory(m_encoder);
+    m_encoder = libav::owned<libav::Codec>(avcodec_alloc_context3(codec));
     m_encoder->sample_fmt = AV_SAMPLE_FMT_FLTP;
     m_encoder->sample_rate = sampleRate;
     m_encoder->time_base = {1, sampleRate};
@@ -93,10 +79,8 @@ void AacFileWriter::openEncoder(int sampleRate, int channels)
     av_channel_layout_default(&m_encoder->ch_layout, channels);
     require(avcodec_open2(m_encoder.get(), codec, nullptr));
 
-    m_frame.reset(av_frame_alloc());
-    m_packet.reset(av_packet_alloc());
-    requireMemory(m_frame);
-    requireMemory(m_packet);
+    m_packet = libav::owned<libav::Packet>(av_packet_alloc());
+    m_frame = libav::owned<libav::Frame>(av_frame_alloc());
     m_frame->format = m_encoder->sample_fmt;
     m_frame->sample_rate = sampleRate;
     m_frame->nb_samples = m_encoder->frame_size;
@@ -110,22 +94,18 @@ void AacFileWriter::openContainer()
     require(avformat_alloc_output_context2(&container, nullptr, "ipod", nullptr));
     m_container.reset(container);
 
-    auto *buffer = static_cast<unsigned char *>(av_malloc(libav::BufferSize));
-    requireMemory(buffer);
     // The bytes are const from FFmpeg 7 on.
     const auto write = [](void *writer, auto *bytes, int count) {
         return static_cast<AacFileWriter *>(writer)->writeBytes(bytes, count);
     };
-    m_stream.reset(avio_alloc_context(buffer, libav::BufferSize, 1, this, nullptr, write, nullptr));
-    if (!m_stream) {
-        av_free(buffer);
-    }
-    requireMemory(m_stream);
+    m_stream = libav::makeStream(this, nullptr, write, nullptr);
     container->pb = m_stream.get();
     container->flags |= AVFMT_FLAG_CUSTOM_IO | AVFMT_FLAG_FLUSH_PACKETS | AVFMT_FLAG_BITEXACT;
 
     AVStream *track = avformat_new_stream(container, nullptr);
-    requireMemory(track);
+    if (!track) {
+        throw std::bad_alloc();
+    }
     track->time_base = m_encoder->time_base;
     require(avcodec_parameters_from_context(track->codecpar, m_encoder.get()));
 

@@ -1,51 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/libav/Libav.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libswresample/swresample.h>
-}
-
 #include <array>
 
 namespace kavrin::libav
 {
 
-void Release::operator()(AVCodecContext *codec) const
+void freeStream(AVIOContext **stream)
 {
-    avcodec_free_context(&codec);
+    av_freep(static_cast<void *>(&(*stream)->buffer));
+    avio_context_free(stream);
 }
 
-void Release::operator()(AVFrame *frame) const
+void freeOutput(AVFormatContext **format)
 {
-    av_frame_free(&frame);
+    avformat_free_context(*format);
 }
 
-void Release::operator()(AVIOContext *stream) const
+Stream makeStream(void *self, decltype(AVIOContext::read_packet) read,
+                  decltype(AVIOContext::write_packet) write, decltype(AVIOContext::seek) seek)
 {
-    av_freep(static_cast<void *>(&stream->buffer));
-    avio_context_free(&stream);
-}
-
-void Release::operator()(AVPacket *packet) const
-{
-    av_packet_free(&packet);
-}
-
-void Release::operator()(SwrContext *converter) const
-{
-    swr_free(&converter);
-}
-
-void CloseInput::operator()(AVFormatContext *format) const
-{
-    avformat_close_input(&format);
-}
-
-void CloseOutput::operator()(AVFormatContext *format) const
-{
-    avformat_free_context(format);
+    constexpr int bufferSize = 16 * 1024;
+    auto *buffer = static_cast<unsigned char *>(av_malloc(bufferSize));
+    return owned<Stream>(avio_alloc_context(buffer, bufferSize, write ? 1 : 0, self, read, write, seek));
 }
 
 QString describe(int error)

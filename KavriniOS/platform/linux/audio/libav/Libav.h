@@ -3,46 +3,47 @@
 
 #include <QString>
 
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswresample/swresample.h>
+}
+
 #include <memory>
+#include <new>
 
-struct AVCodecContext;
-struct AVFormatContext;
-struct AVFrame;
-struct AVIOContext;
-struct AVPacket;
-struct SwrContext;
-
-/// What the reader and the writer of sound files share: owners of libav's objects, and its errors in words.
+/// What the decoder and the writer of sound files share: owners of libav's objects, and its errors in words.
 namespace kavrin::libav
 {
 
-/// Frees with libav's own function for the type.
-struct Release {
-    void operator()(AVCodecContext *codec) const;
-    void operator()(AVFrame *frame) const;
-    void operator()(AVIOContext *stream) const; ///< with its buffer
-    void operator()(AVPacket *packet) const;
-    void operator()(SwrContext *converter) const;
+void freeStream(AVIOContext **stream); ///< with its buffer
+void freeOutput(AVFormatContext **format);
+
+/// Frees with the function for the type, which takes the address of the pointer.
+template <auto release> struct Release {
+    void operator()(auto *object) const { release(&object); }
 };
 
-struct CloseInput {
-    void operator()(AVFormatContext *format) const;
-};
+using Codec = std::unique_ptr<AVCodecContext, Release<avcodec_free_context>>;
+using Frame = std::unique_ptr<AVFrame, Release<av_frame_free>>;
+using Stream = std::unique_ptr<AVIOContext, Release<freeStream>>;
+using Packet = std::unique_ptr<AVPacket, Release<av_packet_free>>;
+using Converter = std::unique_ptr<SwrContext, Release<swr_free>>;
+using Input = std::unique_ptr<AVFormatContext, Release<avformat_close_input>>;
+using Output = std::unique_ptr<AVFormatContext, Release<freeOutput>>;
 
-struct CloseOutput {
-    void operator()(AVFormatContext *format) const;
-};
+/// Takes what libav has allocated. Throws std::bad_alloc where that is nothing.
+template <typename Owner> Owner owned(typename Owner::pointer object)
+{
+    if (!object) {
+        throw std::bad_alloc();
+    }
+    return Owner(object);
+}
 
-using Codec = std::unique_ptr<AVCodecContext, Release>;
-using Frame = std::unique_ptr<AVFrame, Release>;
-using Stream = std::unique_ptr<AVIOContext, Release>;
-using Packet = std::unique_ptr<AVPacket, Release>;
-using Converter = std::unique_ptr<SwrContext, Release>;
-using Input = std::unique_ptr<AVFormatContext, CloseInput>;
-using Output = std::unique_ptr<AVFormatContext, CloseOutput>;
-
-/// Bytes of the buffer between a container and its file.
-inline constexpr int BufferSize = 16 * 1024;
+/// A file of its owner's, to whom `self` is handed with each call.
+Stream makeStream(void *self, decltype(AVIOContext::read_packet) read,
+                  decltype(AVIOContext::write_packet) write, decltype(AVIOContext::seek) seek);
 
 /// What an error number returned by libav means.
 QString describe(int error);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/audio/libav/AacFileWriter.h"
-#include "platform/linux/audio/libav/WavReader.h"
+#include "platform/linux/audio/libav/SoundDecoder.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -25,7 +25,14 @@ public:
         return std::make_unique<AacFileWriter>(path, sampleRate, channels);
     }
 
-    [[nodiscard]] Sound readWav(const QByteArray &wav) const override { return kavrin::readWav(wav); }
+    [[nodiscard]] Sound decode(const QByteArray &file) const override
+    {
+        Sound sound = decodeSound({file.constData(), std::size_t(file.size())});
+        if (sound.samples.empty()) {
+            throw Error(QStringLiteral("audio"), 1, QStringLiteral("There is no sound in the file."));
+        }
+        return sound;
+    }
 };
 
 } // namespace

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/network/curl/CurlExchange.h"
 
-#include <new>
-#include <utility>
+#include <chrono>
 
 namespace kavrin
 {
@@ -10,10 +9,59 @@ namespace kavrin
 namespace
 {
 
-/// How libcurl wants a header: without a value it takes a semicolon.
-QByteArray line(const QByteArray &name, const QByteArray &value)
+using Clock = std::chrono::steady_clock;
+using Transfer = std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>>;
+using Headers = std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>>;
+
+struct Received {
+    bool headIsWhole = false;
+    QByteArray body;
+};
+
+std::size_t takeBody(char *bytes, std::size_t size, std::size_t count, void *received)
 {
-    return value.isEmpty() ? name + ';' : name + ": " + value;
+    const std::size_t length = size * count;
+    static_cast<Received *>(received)->body.append(bytes, qsizetype(length));
+    return length;
+}
+
+/// Takes a line of a head, also of what a proxy says before the answer, or of what may follow the body.
+std::size_t takeHeader(char *bytes, std::size_t size, std::size_t count, void *received)
+{
+    const std::size_t length = size * count;
+    const QByteArrayView line(bytes, qsizetype(length));
+    bool &isWhole = static_cast<Received *>(received)->headIsWhole;
+    isWhole = line.trimmed().isEmpty() || (isWhole && !line.startsWith("HTTP/"));
+    return length;
+}
+
+Headers headersOf(const UrlRequest &request)
+{
+    Headers headers;
+    const auto append = [&](const char *line) { headers.reset(curl_slist_append(headers.release(), line)); };
+    // Nothing is added that the request does not say, nor a pause before the body.
+    append("Content-Type:");
+    append("Expect:");
+    for (const auto &[name, value] : request.headers) {
+        append((name + ": " + value).constData());
+    }
+    return headers;
+}
+
+void setRequest(CURL *transfer, const UrlRequest &request)
+{
+    curl_easy_setopt(transfer, CURLOPT_URL, request.url.toEncoded(QUrl::RemoveFragment).constData());
+    curl_easy_setopt(transfer, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(transfer, CURLOPT_ACCEPT_ENCODING, ""); // all that libcurl can unpack
+    if (request.method != "GET" || !request.body.isEmpty()) {
+        curl_easy_setopt(transfer, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(request.body.size()));
+        curl_easy_setopt(transfer, CURLOPT_POSTFIELDS, request.body.constData());
+    }
+    curl_easy_setopt(transfer, CURLOPT_CUSTOMREQUEST, request.method.constData());
+    // OpenSSL's own variable; libcurl leaves it to its users.
+    if (const QByteArray authorities = qgetenv("SSL_CERT_FILE"); !authorities.isEmpty()) {
+        curl_easy_setopt(transfer, CURLOPT_CAINFO, authorities.constData());
+    }
 }
 
 QByteArray address(const QNetworkProxy &proxy)
@@ -24,152 +72,98 @@ QByteArray address(const QNetworkProxy &proxy)
     return scheme + url.host(QUrl::FullyEncoded).toLatin1() + ':' + QByteArray::number(proxy.port());
 }
 
-} // namespace
-
-CurlExchange::CurlExchange(CurlTransfers &transfers, const UrlRequest &request, const QNetworkProxy &proxy)
-    : m_transfers(transfers), m_handle(curl_easy_init())
-{
-    if (!m_handle) {
-        throw std::bad_alloc();
-    }
-    setRequest(request);
-    setProxy(proxy);
-    setCallbacks();
-    m_patience.setSingleShot(true);
-    m_patience.setTimerType(Qt::PreciseTimer);
-    m_patience.callOnTimeout([this] { end(CURLE_OPERATION_TIMEDOUT); });
-    m_patience.start(request.timeout);
-    m_transfers.add(m_handle, [this](CURLcode result) { end(result); });
-}
-
-CurlExchange::~CurlExchange()
-{
-    m_transfers.remove(m_handle);
-    curl_easy_cleanup(m_handle);
-    curl_slist_free_all(m_headers);
-}
-
-void CurlExchange::setRequest(const UrlRequest &request)
-{
-    curl_easy_setopt(m_handle, CURLOPT_URL, request.url.toEncoded(QUrl::RemoveFragment).constData());
-    curl_easy_setopt(m_handle, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(m_handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(m_handle, CURLOPT_ACCEPT_ENCODING, ""); // all that libcurl can unpack
-    if (request.method != "GET" || !request.body.isEmpty()) {
-        curl_easy_setopt(m_handle, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(request.body.size()));
-        curl_easy_setopt(m_handle, CURLOPT_POSTFIELDS, request.body.constData());
-    }
-    curl_easy_setopt(m_handle, CURLOPT_CUSTOMREQUEST, request.method.constData());
-    // Nothing is added that the request does not say, nor a pause before the body.
-    for (const char *left : {"Content-Type:", "Expect:"}) {
-        m_headers = curl_slist_append(m_headers, left);
-    }
-    for (const auto &[name, value] : request.headers) {
-        m_headers = curl_slist_append(m_headers, line(name, value).constData());
-    }
-    curl_easy_setopt(m_handle, CURLOPT_HTTPHEADER, m_headers);
-    // OpenSSL's own variable; libcurl leaves it to its users.
-    if (const QByteArray authorities = qgetenv("SSL_CERT_FILE"); !authorities.isEmpty()) {
-        curl_easy_setopt(m_handle, CURLOPT_CAINFO, authorities.constData());
-    }
-    // A name that is still being looked up keeps nobody waiting who has given up.
-    curl_easy_setopt(m_handle, CURLOPT_QUICK_EXIT, 1L);
-    curl_easy_setopt(m_handle, CURLOPT_NOSIGNAL, 1L);
-}
-
-void CurlExchange::setProxy(const QNetworkProxy &proxy)
+void setProxy(CURL *transfer, const QNetworkProxy &proxy)
 {
     if (proxy.type() == QNetworkProxy::NoProxy || proxy.hostName().isEmpty()) {
-        curl_easy_setopt(m_handle, CURLOPT_PROXY, "");
+        curl_easy_setopt(transfer, CURLOPT_PROXY, "");
         return;
     }
-    curl_easy_setopt(m_handle, CURLOPT_PROXY, address(proxy).constData());
-    curl_easy_setopt(m_handle, CURLOPT_NOPROXY, "");
+    curl_easy_setopt(transfer, CURLOPT_PROXY, address(proxy).constData());
+    curl_easy_setopt(transfer, CURLOPT_NOPROXY, "");
     if (!proxy.user().isEmpty()) {
-        curl_easy_setopt(m_handle, CURLOPT_PROXYUSERNAME, proxy.user().toUtf8().constData());
-        curl_easy_setopt(m_handle, CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
+        curl_easy_setopt(transfer, CURLOPT_PROXYUSERNAME, proxy.user().toUtf8().constData());
+        curl_easy_setopt(transfer, CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
     }
 }
 
-void CurlExchange::setCallbacks()
+template <typename Value> Value get(CURL *transfer, CURLINFO info)
 {
-    curl_easy_setopt(m_handle, CURLOPT_WRITEFUNCTION, &take);
-    curl_easy_setopt(m_handle, CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(m_handle, CURLOPT_HEADERFUNCTION, &takeHeader);
-    curl_easy_setopt(m_handle, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(m_handle, CURLOPT_XFERINFOFUNCTION, &bytesMoved);
-    curl_easy_setopt(m_handle, CURLOPT_XFERINFODATA, this);
-    curl_easy_setopt(m_handle, CURLOPT_NOPROGRESS, 0L);
-}
-
-std::size_t CurlExchange::take(char *bytes, std::size_t size, std::size_t count, void *self)
-{
-    const std::size_t length = size * count;
-    static_cast<CurlExchange *>(self)->m_answer.append(bytes, static_cast<qsizetype>(length));
-    return length;
-}
-
-std::size_t CurlExchange::takeHeader(char *bytes, std::size_t size, std::size_t count, void *self)
-{
-    const std::size_t length = size * count;
-    auto *exchange = static_cast<CurlExchange *>(self);
-    exchange->m_patience.start();
-    exchange->m_headIsWhole = QByteArrayView(bytes, static_cast<qsizetype>(length)).trimmed().isEmpty();
-    return length;
-}
-
-int CurlExchange::bytesMoved(void *self, curl_off_t /*total*/, curl_off_t received, curl_off_t /*toSend*/,
-                             curl_off_t sent)
-{
-    auto *exchange = static_cast<CurlExchange *>(self);
-    if (std::exchange(exchange->m_moved, received + sent) != received + sent) {
-        exchange->m_patience.start();
-    }
-    return 0;
-}
-
-void CurlExchange::end(CURLcode result)
-{
-    if (m_ended) {
-        return;
-    }
-    m_ended = true;
-    // libcurl is content with a head that was cut short.
-    m_result = result == CURLE_OK && !m_headIsWhole ? CURLE_GOT_NOTHING : result;
-    m_patience.stop();
-    m_transfers.remove(m_handle);
-    if (m_waiting) {
-        m_waiting.resume(); // this may be gone now
-    }
-}
-
-long CurlExchange::number(CURLINFO info) const
-{
-    long value = 0;
-    curl_easy_getinfo(m_handle, info, &value);
+    Value value{};
+    curl_easy_getinfo(transfer, info, &value);
     return value;
 }
 
-int CurlExchange::status() const
+/// How long a connection may still be silent.
+class Patience
 {
-    return int(number(CURLINFO_RESPONSE_CODE));
+public:
+    explicit Patience(std::chrono::milliseconds limit) : m_limit(limit) { }
+
+    std::chrono::milliseconds left(CURL *transfer)
+    {
+        const curl_off_t moved = get<curl_off_t>(transfer, CURLINFO_SIZE_UPLOAD_T)
+            + get<curl_off_t>(transfer, CURLINFO_SIZE_DOWNLOAD_T) + get<long>(transfer, CURLINFO_HEADER_SIZE);
+        if (std::exchange(m_moved, moved) != moved) {
+            m_lastMove = Clock::now();
+        }
+        return std::chrono::ceil<std::chrono::milliseconds>(m_lastMove + m_limit - Clock::now());
+    }
+
+private:
+    std::chrono::milliseconds m_limit;
+    Clock::time_point m_lastMove = Clock::now();
+    curl_off_t m_moved = 0; ///< bytes, either way, until m_lastMove
+};
+
+CURLcode waitForEnd(CURL *transfer, CURLM *connections, Patience patience, const std::stop_token &givenUp)
+{
+    for (int running = 0;;) {
+        curl_multi_perform(connections, &running);
+        if (running == 0) {
+            const CURLMsg *message = curl_multi_info_read(connections, &running);
+            return message ? message->data.result : CURLE_FAILED_INIT;
+        }
+        if (givenUp.stop_requested()) {
+            return CURLE_ABORTED_BY_CALLBACK;
+        }
+        const auto left = patience.left(transfer);
+        if (left.count() <= 0) {
+            return CURLE_OPERATION_TIMEDOUT;
+        }
+        curl_multi_poll(connections, nullptr, 0, int(left.count()), nullptr);
+    }
 }
 
-int CurlExchange::proxyStatus() const
-{
-    return int(number(CURLINFO_HTTP_CONNECTCODE));
-}
+} // namespace
 
-int CurlExchange::systemError() const
+CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM *connections,
+                    const std::stop_token &givenUp)
 {
-    return int(number(CURLINFO_OS_ERRNO));
-}
+    Received received;
+    const Headers headers = headersOf(request);
+    const Transfer transfer(curl_easy_init());
+    setRequest(transfer.get(), request);
+    setProxy(transfer.get(), proxy);
+    curl_easy_setopt(transfer.get(), CURLOPT_HTTPHEADER, headers.get());
+    curl_easy_setopt(transfer.get(), CURLOPT_WRITEFUNCTION, &takeBody);
+    curl_easy_setopt(transfer.get(), CURLOPT_WRITEDATA, &received);
+    curl_easy_setopt(transfer.get(), CURLOPT_HEADERFUNCTION, &takeHeader);
+    curl_easy_setopt(transfer.get(), CURLOPT_HEADERDATA, &received);
+    // A name that is still being looked up keeps nobody waiting who has given up.
+    curl_easy_setopt(transfer.get(), CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(transfer.get(), CURLOPT_NOSIGNAL, 1L);
 
-QUrl CurlExchange::redirectTarget() const
-{
-    const char *target = nullptr;
-    curl_easy_getinfo(m_handle, CURLINFO_REDIRECT_URL, &target);
-    return target ? QUrl::fromEncoded(target) : QUrl();
+    const std::stop_callback wake(givenUp, [connections] { curl_multi_wakeup(connections); });
+    curl_multi_add_handle(connections, transfer.get());
+    const CURLcode result = waitForEnd(transfer.get(), connections, Patience(request.timeout), givenUp);
+    curl_multi_remove_handle(connections, transfer.get());
+    // libcurl is content with a head that was cut short.
+    return {.result = result == CURLE_OK && !received.headIsWhole ? CURLE_GOT_NOTHING : result,
+            .status = int(get<long>(transfer.get(), CURLINFO_RESPONSE_CODE)),
+            .proxyStatus = int(get<long>(transfer.get(), CURLINFO_HTTP_CONNECTCODE)),
+            .systemError = int(get<long>(transfer.get(), CURLINFO_OS_ERRNO)),
+            .redirectTarget = QUrl::fromEncoded(get<const char *>(transfer.get(), CURLINFO_REDIRECT_URL)),
+            .body = received.body};
 }
 
 } // namespace kavrin

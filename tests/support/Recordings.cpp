@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/stt/Recordings.h"
+#include "support/Recordings.h"
 
 #include <QFile>
 #include <QProcess>

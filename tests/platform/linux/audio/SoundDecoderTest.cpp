@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "tools/stt/AudioDecoder.h"
+#include "platform/linux/audio/libav/SoundDecoder.h"
 
-#include "tools/stt/Recordings.h"
+#include "support/Recordings.h"
 
 #include <gmock/gmock.h>
 
@@ -17,6 +17,7 @@ namespace
 
 constexpr int headerOfWav = 44;
 constexpr int toneInHertz = 1000;
+constexpr SoundFormat speech{.sampleRate = 16000, .channels = 1};
 
 QStringList split(const char *arguments)
 {
@@ -30,9 +31,14 @@ QByteArray tone(const char *arguments, const char *suffix)
                   QString::fromLatin1(suffix));
 }
 
+std::vector<std::int16_t> decodeSpeech(const QByteArray &file)
+{
+    return decodeSound(view(file), speech).samples;
+}
+
 double seconds(const std::vector<std::int16_t> &samples)
 {
-    return static_cast<double>(samples.size()) / speechSampleRate;
+    return static_cast<double>(samples.size()) / speech.sampleRate;
 }
 
 /// The frequency of a tone in the middle of the samples, from the number of its zero crossings.
@@ -44,14 +50,14 @@ double frequency(const std::vector<std::int16_t> &samples)
     for (std::size_t index = start + 1; index < end; ++index) {
         crossings += (samples[index - 1] < 0) != (samples[index] < 0) ? 1 : 0;
     }
-    return crossings / 2.0 * speechSampleRate / static_cast<double>(end - start);
+    return crossings / 2.0 * speech.sampleRate / static_cast<double>(end - start);
 }
 
 std::string refusal(const QByteArray &file)
 {
     try {
-        decodeAudio(view(file));
-    } catch (const AudioError &error) {
+        decodeSpeech(file);
+    } catch (const Error &error) {
         return error.what();
     }
     return "decoded";
@@ -68,14 +74,13 @@ void PrintTo(const Encoding &encoding, std::ostream *stream)
     *stream << encoding.name;
 }
 
-class AudioDecoderEncodings : public testing::TestWithParam<Encoding>
+class SoundDecoderEncodings : public testing::TestWithParam<Encoding>
 {
 };
 
-TEST_P(AudioDecoderEncodings, GiveTheSameSoundAtTheSpeechRate)
+TEST_P(SoundDecoderEncodings, GiveTheSameSoundAtTheSpeechRate)
 {
-    const std::vector<std::int16_t> samples =
-        decodeAudio(view(tone(GetParam().arguments, GetParam().suffix)));
+    const std::vector<std::int16_t> samples = decodeSpeech(tone(GetParam().arguments, GetParam().suffix));
 
     // Lossy coding fills up its first and last frame.
     EXPECT_NEAR(seconds(samples), 2, 0.15);
@@ -83,7 +88,7 @@ TEST_P(AudioDecoderEncodings, GiveTheSameSoundAtTheSpeechRate)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    AudioDecoder, AudioDecoderEncodings,
+    SoundDecoder, SoundDecoderEncodings,
     testing::Values(
         Encoding{"AacInMpeg4", "-c:a aac -ar 16000 -b:a 32k", "m4a"},
         Encoding{"AacInFragmentedMpeg4",
@@ -98,50 +103,59 @@ INSTANTIATE_TEST_SUITE_P(
         Encoding{"SoundOfAFilm", "-f lavfi -i testsrc=duration=2:size=64x64 -c:v mpeg4 -c:a aac", "mp4"}),
     [](const testing::TestParamInfo<Encoding> &info) { return std::string(info.param.name); });
 
-TEST(AudioDecoder, GivesTheSamplesOfASpeechRateWavUnchanged)
+TEST(SoundDecoder, GivesTheSamplesOfASpeechRateWavUnchanged)
 {
     const QByteArray file = readFile(proseRecording().path);
     std::vector<std::int16_t> expected(static_cast<std::size_t>(file.size() - headerOfWav)
                                        / sizeof(std::int16_t));
     std::memcpy(expected.data(), file.constData() + headerOfWav, expected.size() * sizeof(std::int16_t));
 
-    EXPECT_EQ(decodeAudio(view(file)), expected);
+    EXPECT_EQ(decodeSpeech(file), expected);
 }
 
-TEST(AudioDecoder, MixesChannelsIntoOne)
+TEST(SoundDecoder, KeepsTheFormatOfTheFileWhereNoneIsWanted)
+{
+    const Sound sound = decodeSound(view(tone("-ar 44100 -ac 2", "wav")));
+
+    EXPECT_EQ(sound.format.sampleRate, 44100);
+    EXPECT_EQ(sound.format.channels, 2);
+    EXPECT_EQ(sound.samples.size(), 2U * 2 * 44100);
+}
+
+TEST(SoundDecoder, MixesChannelsIntoOne)
 {
     const QByteArray silenceRight = tone("-af pan=stereo|c0=c0|c1=0*c0 -ar 16000", "wav");
 
-    EXPECT_NEAR(frequency(decodeAudio(view(silenceRight))), toneInHertz, 5);
+    EXPECT_NEAR(frequency(decodeSpeech(silenceRight)), toneInHertz, 5);
 }
 
-TEST(AudioDecoder, GivesTheBeginningOfAWavCutShort)
+TEST(SoundDecoder, GivesTheBeginningOfAWavCutShort)
 {
     const QByteArray file = readFile(proseRecording().path);
 
-    const auto samples = decodeAudio(view(file.left(headerOfWav + 3 * 2 * speechSampleRate)));
+    const auto samples = decodeSpeech(file.left(headerOfWav + 3 * 2 * speech.sampleRate));
 
     EXPECT_NEAR(seconds(samples), 3, 0.1);
 }
 
-TEST(AudioDecoder, GivesTheBeginningOfAFragmentedMpeg4CutShort)
+TEST(SoundDecoder, GivesTheBeginningOfAFragmentedMpeg4CutShort)
 {
     const QByteArray file = tone("-c:a aac -movflags frag_keyframe+empty_moov -frag_duration 200000", "m4a");
 
-    const auto samples = decodeAudio(view(file.left(file.size() / 2)));
+    const auto samples = decodeSpeech(file.left(file.size() / 2));
 
     EXPECT_GT(seconds(samples), 0.5);
     EXPECT_LT(seconds(samples), 1.5);
 }
 
-TEST(AudioDecoder, RefusesAnMpeg4CutShort)
+TEST(SoundDecoder, RefusesAnMpeg4CutShort)
 {
     const QByteArray file = tone("-c:a aac", "m4a");
 
     EXPECT_THAT(refusal(file.left(file.size() / 2)), testing::HasSubstr("not a recording that can be read"));
 }
 
-TEST(AudioDecoder, SurvivesAFileCutAnywhere)
+TEST(SoundDecoder, SurvivesAFileCutAnywhere)
 {
     for (const QByteArray &file :
          {tone("-c:a aac -ar 16000 -b:a 32k -movflags faststart", "m4a"),
@@ -152,7 +166,7 @@ TEST(AudioDecoder, SurvivesAFileCutAnywhere)
     }
 }
 
-TEST(AudioDecoder, SurvivesDamagedBytes)
+TEST(SoundDecoder, SurvivesDamagedBytes)
 {
     const QByteArray file = tone("-c:a aac -ar 16000 -b:a 32k", "m4a");
     std::minstd_rand random(1);
@@ -166,17 +180,17 @@ TEST(AudioDecoder, SurvivesDamagedBytes)
     }
 }
 
-TEST(AudioDecoder, GivesNothingForARecordingWithoutSamples)
+TEST(SoundDecoder, GivesNothingForARecordingWithoutSamples)
 {
-    EXPECT_TRUE(decodeAudio(view(readFile(proseRecording().path).left(headerOfWav))).empty());
+    EXPECT_TRUE(decodeSpeech(readFile(proseRecording().path).left(headerOfWav)).empty());
 }
 
-TEST(AudioDecoder, RefusesAnEmptyFile)
+TEST(SoundDecoder, RefusesAnEmptyFile)
 {
     EXPECT_EQ(refusal({}), "The file is empty.");
 }
 
-TEST(AudioDecoder, RefusesWhatIsNoRecording)
+TEST(SoundDecoder, RefusesWhatIsNoRecording)
 {
     std::minstd_rand random(1);
     QByteArray rubbish(100'000, Qt::Uninitialized);
@@ -188,7 +202,7 @@ TEST(AudioDecoder, RefusesWhatIsNoRecording)
     }
 }
 
-TEST(AudioDecoder, RefusesAFilmWithoutSound)
+TEST(SoundDecoder, RefusesAFilmWithoutSound)
 {
     const QByteArray film =
         ffmpeg(split("-f lavfi -i testsrc=duration=1:size=64x64 -c:v mpeg4"), QStringLiteral("mp4"));
@@ -196,7 +210,7 @@ TEST(AudioDecoder, RefusesAFilmWithoutSound)
     EXPECT_EQ(refusal(film), "There is no sound in the file.");
 }
 
-TEST(AudioDecoder, NeverOpensAnotherFileThatAPlaylistNames)
+TEST(SoundDecoder, NeverOpensAnotherFileThatAPlaylistNames)
 {
     const QByteArray path = proseRecording().path.toUtf8();
     for (const QByteArray &playlist :
@@ -206,7 +220,7 @@ TEST(AudioDecoder, NeverOpensAnotherFileThatAPlaylistNames)
     }
 }
 
-TEST(AudioDecoder, RefusesMoreThanAnHour)
+TEST(SoundDecoder, RefusesMoreThanAnHour)
 {
     const QByteArray file =
         ffmpeg(split("-f lavfi -i anullsrc=sample_rate=1000:channel_layout=mono -t 3601 -c:a pcm_u8"),

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/linux/network/curl/CurlExchange.h"
+
+namespace kavrin
+{
+
+/// An Error of the domain "network".
+Error networkError(CURLcode code, const QString &description);
+
+/// Throws unless `answer` is a whole one of the service at `url`, and not of a proxy on the way there.
+void checkAnswer(const CurlAnswer &answer, const QUrl &url, bool throughProxy);
+
+} // namespace kavrin

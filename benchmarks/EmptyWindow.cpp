@@ -5,12 +5,14 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char **argv)
 {
     const QGuiApplication application(argc, argv);
-    if (QGuiApplication::arguments().contains(QStringLiteral("software"))) {
-        QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
+    if (QGuiApplication::arguments().contains(u"software"_s)) {
+        QQuickWindow::setSceneGraphBackend(u"software"_s);
     }
-    const QQmlApplicationEngine engine(QStringLiteral("qrc:/qt/qml/Kavrin/EmptyWindow/EmptyWindow.qml"));
+    const QQmlApplicationEngine engine(u"qrc:/qt/qml/Kavrin/EmptyWindow/EmptyWindow.qml"_s);
     return QGuiApplication::exec();
 }

@@ -13,6 +13,8 @@
 #include <ctime>
 #include <span>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -56,9 +58,9 @@ QJsonObject heard(ps_decoder_t *decoder, const char *path)
     const double processor = processorSeconds();
     const double begun = seconds();
     const QString text = hear(decoder, path);
-    return {{QStringLiteral("processor"), processorSeconds() - processor},
-            {QStringLiteral("seconds"), seconds() - begun},
-            {QStringLiteral("text"), text}};
+    return {{u"processor"_s, processorSeconds() - processor},
+            {u"seconds"_s, seconds() - begun},
+            {u"text"_s, text}};
 }
 
 } // namespace

@@ -26,6 +26,8 @@
 #include <new>
 #include <thread>
 
+using namespace Qt::StringLiterals;
+
 using namespace kavrin;
 using namespace kavrin::benchmarks;
 using namespace std::chrono_literals;
@@ -33,7 +35,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-const QString watchedKey = QStringLiteral("rowH");
+const QString watchedKey = u"rowH"_s;
 
 qint64 now()
 {

@@ -11,6 +11,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -79,9 +81,7 @@ void DictationTray::update()
     m_tray.show({
         .icon = icon(*appearance),
         .toolTip = QString::fromLatin1(appearance->toolTip),
-        .menu = {QStringLiteral("Open"),
-                 records ? QStringLiteral("Stop dictation") : QStringLiteral("Start dictation"),
-                 QStringLiteral("Quit")},
+        .menu = {u"Open"_s, records ? u"Stop dictation"_s : u"Start dictation"_s, u"Quit"_s},
     });
 }
 

@@ -13,6 +13,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -24,14 +26,14 @@ QString spellings(const QChar character)
     const QByteArray bytes = QString(character).toUtf8();
     QStringList spellings = {
         QRegularExpression::escape(QString(character)),
-        QStringLiteral("\\\\") + QRegularExpression::escape(QString(character)),
-        QStringLiteral("(?i:\\\\u%1)").arg(character.unicode(), 4, 16, QLatin1Char('0')),
-        QStringLiteral("(?i:%1)").arg(QString::fromLatin1(bytes.toPercentEncoding({}, bytes))),
+        u"\\\\"_s + QRegularExpression::escape(QString(character)),
+        u"(?i:\\\\u%1)"_s.arg(character.unicode(), 4, 16, QLatin1Char('0')),
+        u"(?i:%1)"_s.arg(QString::fromLatin1(bytes.toPercentEncoding({}, bytes))),
     };
     if (character == u' ') {
-        spellings.append(QStringLiteral("\\+"));
+        spellings.append(u"\\+"_s);
     }
-    return QStringLiteral("(?:%1)").arg(spellings.join(u'|'));
+    return u"(?:%1)"_s.arg(spellings.join(u'|'));
 }
 
 /// Finds a key however it is written.
@@ -82,14 +84,14 @@ void FailureNotices::rememberKeys()
 void FailureNotices::report(const QString &message)
 {
     rememberKeys();
-    m_notifications.show(QStringLiteral("Voice typing"), line(message), QStringLiteral("Open voice typing"));
+    m_notifications.show(u"Voice typing"_s, line(message), u"Open voice typing"_s);
 }
 
 QString FailureNotices::line(const QString &message) const
 {
     QString masked = message;
     for (const QString &key : m_keys) {
-        masked.replace(finder(key), QStringLiteral("•••"));
+        masked.replace(finder(key), u"•••"_s);
     }
     return cut(masked.simplified());
 }

@@ -34,6 +34,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -127,10 +129,10 @@ void KavrinApp::openWindow()
 {
     m_services->engine = std::make_unique<QQmlApplicationEngine>();
     QQmlApplicationEngine &engine = *m_services->engine;
-    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
-    engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(this)}});
-    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Kavrin/App/KavrinWindow.qml")));
+    engine.addImportPath(u"qrc:/qt/qml"_s);
+    engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
+    engine.setInitialProperties({{u"app"_s, QVariant::fromValue(this)}});
+    engine.load(QUrl(u"qrc:/qt/qml/Kavrin/App/KavrinWindow.qml"_s));
     m_services->window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
     if (m_services->window == nullptr) {
         qFatal("The window of this build cannot be made.");
@@ -178,7 +180,7 @@ void KavrinApp::activate(const QString &activationToken)
 void KavrinApp::openVoiceTyping(const QString &activationToken)
 {
     activate(activationToken);
-    QMetaObject::invokeMethod(m_services->window, "openPage", Q_ARG(QString, QStringLiteral("dictation")));
+    QMetaObject::invokeMethod(m_services->window, "openPage", Q_ARG(QString, u"dictation"_s));
 }
 
 bool KavrinApp::isDictationScreenSeen() const
@@ -225,7 +227,7 @@ void KavrinApp::finish()
 
 void KavrinApp::openUrl(const QString &url)
 {
-    if (urlHost(url) == QStringLiteral("dictate")) {
+    if (urlHost(url) == u"dictate"_s) {
         SuiteWriter::write({{dictation::commandKey, dictation::startCommand}});
     }
 }

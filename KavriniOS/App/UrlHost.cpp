@@ -7,6 +7,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 std::optional<QString> urlHost(const QString &url)
 {
     // QUrl tells whether it is a URL, but gives the host in lower case.
@@ -14,7 +16,7 @@ std::optional<QString> urlHost(const QString &url)
         return std::nullopt;
     }
     static const QRegularExpression authority(
-        QStringLiteral("\\A[A-Za-z][A-Za-z0-9+.-]*://(?:[^/?#@]*@)?(\\[[^\\]]*\\]|[^/?#:]*)"));
+        u"\\A[A-Za-z][A-Za-z0-9+.-]*://(?:[^/?#@]*@)?(\\[[^\\]]*\\]|[^/?#:]*)"_s);
     const QString host = authority.match(url).captured(1);
     return host.isEmpty() ? std::nullopt : std::optional(host);
 }

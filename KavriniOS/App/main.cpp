@@ -16,6 +16,8 @@
 #include <chrono>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -30,19 +32,16 @@ struct Launch {
 Launch launchOf(const QCoreApplication &application)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Dictation and settings for the Kavrin keyboard."));
+    parser.setApplicationDescription(u"Dictation and settings for the Kavrin keyboard."_s);
     parser.addHelpOption();
     parser.addVersionOption();
-    parser.addPositionalArgument(QStringLiteral("URL"),
-                                 QStringLiteral("kavrin://dictate starts a dictation."),
-                                 QStringLiteral("[URL]"));
-    const QCommandLineOption background(
-        QStringLiteral("background"),
-        QStringLiteral("Serve the keyboard without a window, until one is asked for."));
+    parser.addPositionalArgument(u"URL"_s, u"kavrin://dictate starts a dictation."_s, u"[URL]"_s);
+    const QCommandLineOption background(u"background"_s,
+                                        u"Serve the keyboard without a window, until one is asked for."_s);
     parser.addOption(background);
     const bool isUnderstood = parser.parse(application.arguments());
     if (!isUnderstood || parser.positionalArguments().size() > 1) {
-        const QString reason = isUnderstood ? QStringLiteral("One URL at a time.") : parser.errorText();
+        const QString reason = isUnderstood ? u"One URL at a time."_s : parser.errorText();
         std::fprintf(stderr, "kavrin: %s\nSee kavrin --help.\n", qUtf8Printable(reason));
         std::exit(2);
     }
@@ -82,7 +81,7 @@ bool lacksDisplay()
 void drawWithoutOpenGl()
 {
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
-        QQuickWindow::setSceneGraphBackend(QStringLiteral("software"));
+        QQuickWindow::setSceneGraphBackend(u"software"_s);
     }
 }
 
@@ -90,7 +89,7 @@ void drawWithoutOpenGl()
 void useInterfaceFont()
 {
     QFont font = QGuiApplication::font();
-    font.setFamilies({QStringLiteral("Inter"), QStringLiteral("Noto Sans"), font.family()});
+    font.setFamilies({u"Inter"_s, u"Noto Sans"_s, font.family()});
     QGuiApplication::setFont(font);
 }
 
@@ -105,10 +104,10 @@ int main(int argc, char **argv)
     }
     drawWithoutOpenGl();
     const QGuiApplication application(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("kavrin"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Kavrin"));
+    QGuiApplication::setApplicationName(u"kavrin"_s);
+    QGuiApplication::setApplicationDisplayName(u"Kavrin"_s);
     QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("app.kavrin.Kavrin"));
+    QGuiApplication::setDesktopFileName(u"app.kavrin.Kavrin"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     useInterfaceFont();
 
@@ -123,11 +122,10 @@ int main(int argc, char **argv)
         return handOver(launch, urls);
     }
     if (isUnseen) {
-        bus.refuseToActivate(
-            QStringLiteral("Kavrin is already running, but was started where there is no display. "
-                           "End that process and try again."));
+        bus.refuseToActivate(u"Kavrin is already running, but was started where there is no display. "
+                             "End that process and try again."_s);
     }
-    QLockFile lock(QFileInfo(Shared::d().path()).path() + QStringLiteral("/application.lock"));
+    QLockFile lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
     if (anotherProcessServes(lock, claim)) {
         KavrinApp::openUrl(launch.url);
         if (urls.isEmpty()) {

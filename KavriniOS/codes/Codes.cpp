@@ -14,6 +14,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -56,11 +58,11 @@ QString keywordPattern()
 }
 
 struct Expressions {
-    QRegularExpression wholeLong{QStringLiteral("^[0-9]{4,8}$")};
-    QRegularExpression wholeSplit{QStringLiteral("^[0-9]{3}[ -][0-9]{3}$")};
+    QRegularExpression wholeLong{u"^[0-9]{4,8}$"_s};
+    QRegularExpression wholeSplit{u"^[0-9]{3}[ -][0-9]{3}$"_s};
     QRegularExpression keyword{keywordPattern()};
-    QRegularExpression embeddedSplit{QStringLiteral("(?<![0-9])[0-9]{3}[ -][0-9]{3}(?![0-9])")};
-    QRegularExpression embeddedLong{QStringLiteral("(?<![0-9])[0-9]{4,8}(?![0-9])")};
+    QRegularExpression embeddedSplit{u"(?<![0-9])[0-9]{3}[ -][0-9]{3}(?![0-9])"_s};
+    QRegularExpression embeddedLong{u"(?<![0-9])[0-9]{4,8}(?![0-9])"_s};
 };
 
 bool hasEnoughDigits(QStringView text)
@@ -145,9 +147,9 @@ Changes Codes::changes(const QString &text, const QString &source)
         return {};
     }
     return {
-        {QStringLiteral("otpCode"), found->code}, {QStringLiteral("otpPure"), found->pure},
-        {QStringLiteral("otpSource"), source},    {QStringLiteral("otpAt"), Date::now().secondsSince1970},
-        {QStringLiteral("otpUsed"), false},
+        {u"otpCode"_s, found->code}, {u"otpPure"_s, found->pure},
+        {u"otpSource"_s, source},    {u"otpAt"_s, Date::now().secondsSince1970},
+        {u"otpUsed"_s, false},
     };
 }
 

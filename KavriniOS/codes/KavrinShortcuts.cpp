@@ -4,18 +4,20 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 QString KavrinShortcuts::applicationNameToken()
 {
-    return QStringLiteral("${applicationName}");
+    return u"${applicationName}"_s;
 }
 
 std::vector<AppShortcut> KavrinShortcuts::appShortcuts()
 {
     return {{
         .intent = {},
-        .phrases = {QStringLiteral("Save code in ") + applicationNameToken()},
-        .shortTitle = QStringLiteral("Save code"),
-        .systemImageName = QStringLiteral("number"),
+        .phrases = {u"Save code in "_s + applicationNameToken()},
+        .shortTitle = u"Save code"_s,
+        .systemImageName = u"number"_s,
     }};
 }
 

@@ -9,14 +9,16 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 QString SaveVerificationCode::title()
 {
-    return QStringLiteral("Save verification code");
+    return u"Save verification code"_s;
 }
 
 QString SaveVerificationCode::textTitle()
 {
-    return QStringLiteral("Message");
+    return u"Message"_s;
 }
 
 QCoro::Task<> SaveVerificationCode::perform() const

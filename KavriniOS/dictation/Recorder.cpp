@@ -41,7 +41,7 @@ void logFailure(const std::exception &failure)
 
 QString recordingFailed(const std::exception &error)
 {
-    return QStringLiteral("Recording failed: ") + QString::fromUtf8(error.what());
+    return u"Recording failed: "_s + QString::fromUtf8(error.what());
 }
 
 } // namespace
@@ -50,7 +50,7 @@ Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_plat
 
 QString Recorder::url()
 {
-    return FileManager::temporaryDirectory() + QStringLiteral("/dict.m4a");
+    return FileManager::temporaryDirectory() + u"/dict.m4a"_s;
 }
 
 QCoro::Task<> Recorder::start()
@@ -63,7 +63,7 @@ QCoro::Task<> Recorder::start()
     }
     if (!granted) {
         DictationState::publish(dictation::idle);
-        fail(QStringLiteral("Microphone permission denied."));
+        fail(u"Microphone permission denied."_s);
         co_return;
     }
     DictationState::publish(dictation::starting);
@@ -79,7 +79,7 @@ QCoro::Task<> Recorder::start()
     }
     setState(S::recording);
     DictationState::publish(dictation::recording);
-    setMessage(QStringLiteral("Listening… tap the keyboard mic again to stop."));
+    setMessage(u"Listening… tap the keyboard mic again to stop."_s);
     startMeter();
 }
 
@@ -109,9 +109,8 @@ void Recorder::stop()
     m_platform.sounds.play(SystemSound::Id::EndRecording);
     setState(S::working);
     DictationState::publish(dictation::working);
-    setMessage(QStringLiteral("Transcribing…"));
-    const BackgroundTasks::Identifier task =
-        m_platform.backgroundTasks.begin(QStringLiteral("transcribe"), [] { });
+    setMessage(u"Transcribing…"_s);
+    const BackgroundTasks::Identifier task = m_platform.backgroundTasks.begin(u"transcribe"_s, [] { });
     finish(this, m_platform, task);
 }
 
@@ -129,7 +128,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
         state = recorder && !recorder->autoReset ? S::done : S::idle;
     } catch (const std::exception &error) {
         logFailure(error);
-        message = QStringLiteral("Error: ") + QString::fromUtf8(error.what());
+        message = u"Error: "_s + QString::fromUtf8(error.what());
         DictationState::publish(dictation::idle);
         failure = message;
     }

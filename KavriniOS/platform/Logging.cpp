@@ -4,6 +4,8 @@
 namespace kavrin::Logging
 {
 
+using namespace Qt::StringLiterals;
+
 Q_LOGGING_CATEGORY(application, "kavrin.application", QtFatalMsg)
 Q_LOGGING_CATEGORY(store, "kavrin.store", QtFatalMsg)
 Q_LOGGING_CATEGORY(dictation, "kavrin.dictation", QtFatalMsg)
@@ -32,7 +34,7 @@ void filter(QLoggingCategory *category)
 
 void setUp()
 {
-    QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false\n*.info=false\n*.warning=false"));
+    QLoggingCategory::setFilterRules(u"*.debug=false\n*.info=false\n*.warning=false"_s);
     rules = QLoggingCategory::installFilter(nullptr); // Qt's own, which stays until the next line
     QLoggingCategory::installFilter(&filter);
 }

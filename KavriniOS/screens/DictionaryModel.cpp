@@ -11,12 +11,14 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 QString key()
 {
-    return QStringLiteral("userDict");
+    return u"userDict"_s;
 }
 
 QString storedText()

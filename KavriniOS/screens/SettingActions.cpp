@@ -9,6 +9,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 SettingActions::SettingActions(Pasteboard &pasteboard, Contacts &contacts, QObject *parent)
     : QObject(parent), m_pasteboard(pasteboard), m_contacts(contacts)
 {
@@ -30,13 +32,13 @@ void SettingActions::requestContacts(SettingModel *row)
 
 bool SettingActions::sharesSettings()
 {
-    return Shared::isShared() && Shared::d().object(QStringLiteral("probeKb"));
+    return Shared::isShared() && Shared::d().object(u"probeKb"_s);
 }
 
 void SettingActions::copyConfig(SettingModel *row)
 {
     m_pasteboard.setSecret(Prefs::exportBlob());
-    row->setNote(QStringLiteral("Copied. Open the keyboard settings and import."));
+    row->setNote(u"Copied. Open the keyboard settings and import."_s);
 }
 
 void SettingActions::resetAll(SettingModel *row)

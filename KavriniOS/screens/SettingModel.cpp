@@ -13,6 +13,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -141,7 +143,7 @@ QVariantList SettingModel::options() const
 {
     QVariantList options;
     for (const Prefs::Opt &option : kindOf<catalogue::Choice>(m_item).options) {
-        options.append(QVariantMap{{QStringLiteral("v"), option.v}, {QStringLiteral("t"), option.t}});
+        options.append(QVariantMap{{u"v"_s, option.v}, {u"t"_s, option.t}});
     }
     return options;
 }

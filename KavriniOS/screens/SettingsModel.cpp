@@ -8,6 +8,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 SettingsModel::SettingsModel(Pasteboard &pasteboard, Contacts &contacts,
                              const std::vector<Prefs::Page> &catalogue, QObject *parent)
     : QObject(parent), m_catalogue(catalogue), m_actions(pasteboard, contacts, this)
@@ -18,9 +20,7 @@ QVariantList SettingsModel::pages() const
 {
     QVariantList pages;
     for (const Prefs::Page &page : m_catalogue) {
-        pages.append(QVariantMap{{QStringLiteral("id"), page.id},
-                                 {QStringLiteral("title"), page.title},
-                                 {QStringLiteral("icon"), page.icon}});
+        pages.append(QVariantMap{{u"id"_s, page.id}, {u"title"_s, page.title}, {u"icon"_s, page.icon}});
     }
     return pages;
 }

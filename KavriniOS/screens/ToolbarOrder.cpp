@@ -12,10 +12,12 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString settingsTool = QStringLiteral("settings");
+const QString settingsTool = u"settings"_s;
 
 /// Null where no tool has that identifier.
 const Prefs::Tool *findTool(const QString &id)

@@ -8,6 +8,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -63,8 +65,8 @@ ApplicationGroups grantedGroups(const QByteArray &profile)
     if (!list) {
         return {};
     }
-    const PropertyListValue *entitlements = member(&*list, QStringLiteral("Entitlements"));
-    return listedGroups(member(entitlements, QStringLiteral("com.apple.security.application-groups")));
+    const PropertyListValue *entitlements = member(&*list, u"Entitlements"_s);
+    return listedGroups(member(entitlements, u"com.apple.security.application-groups"_s));
 }
 
 } // namespace kavrin

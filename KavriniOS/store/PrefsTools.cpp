@@ -6,11 +6,13 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString orderKey = QStringLiteral("toolOrder");
-const QString hiddenKey = QStringLiteral("toolHidden");
+const QString orderKey = u"toolOrder"_s;
+const QString hiddenKey = u"toolHidden"_s;
 constexpr QChar separator = u',';
 
 QStringList storedList(const QString &key)
@@ -28,7 +30,6 @@ bool isTool(const QString &id)
 
 const std::vector<Prefs::Tool> &Prefs::toolIDs()
 {
-    using namespace Qt::StringLiterals;
     static const std::vector<Tool> tools = {
         {u"settings"_s, u"Settings"_s, u"gearshape"_s},
         {u"clipboard"_s, u"Clipboard"_s, u"doc.on.clipboard"_s},
@@ -64,7 +65,7 @@ std::set<QString> Prefs::toolHidden()
 {
     const QStringList stored = storedList(hiddenKey);
     std::set<QString> hidden(stored.begin(), stored.end());
-    hidden.erase(QStringLiteral("settings"));
+    hidden.erase(u"settings"_s);
     return hidden;
 }
 

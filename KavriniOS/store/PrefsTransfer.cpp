@@ -18,8 +18,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-const QString blobPrefix = QStringLiteral("KAVRINCFG1:");
-const QString dictionaryKey = QStringLiteral("userDict");
+const QString blobPrefix = u"KAVRINCFG1:"_s;
+const QString dictionaryKey = u"userDict"_s;
 
 template <typename K> bool isKind(const Prefs::Item &item)
 {
@@ -35,7 +35,7 @@ bool isTransferred(const QString &key)
 
 Error importError(const QString &description)
 {
-    return {QStringLiteral("import"), 1, description};
+    return {u"import"_s, 1, description};
 }
 
 /// What stores the settings within a JSON object.

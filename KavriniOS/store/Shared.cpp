@@ -13,14 +13,15 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 /// The application groups that the embedded provisioning profile grants.
 ApplicationGroups profileGroups()
 {
-    const std::optional<QString> path =
-        Bundle::resourcePath(QStringLiteral("embedded"), QStringLiteral("mobileprovision"));
+    const std::optional<QString> path = Bundle::resourcePath(u"embedded"_s, u"mobileprovision"_s);
     QFile file(path.value_or(QString()));
     if (!path || !file.open(QIODevice::ReadOnly)) {
         return {};
@@ -48,7 +49,7 @@ std::optional<QString> resolveGroup()
     ApplicationGroups candidates = profileGroups();
     std::stable_sort(candidates.begin(), candidates.end(), isPreferred);
 
-    const std::optional<PropertyListValue> alternatives = Bundle::infoValue(QStringLiteral("ALTAppGroups"));
+    const std::optional<PropertyListValue> alternatives = Bundle::infoValue(u"ALTAppGroups"_s);
     if (alternatives) {
         const ApplicationGroups groups = listedGroups(&*alternatives);
         candidates.insert(candidates.end(), groups.begin(), groups.end());
@@ -59,7 +60,7 @@ std::optional<QString> resolveGroup()
         return FileManager::containerPath(group).has_value();
     });
     const std::optional<QString> group = found == candidates.end() ? std::nullopt : std::optional(*found);
-    qCInfo(Logging::store) << "Group:" << group.value_or(QStringLiteral("none, the settings are private"));
+    qCInfo(Logging::store) << "Group:" << group.value_or(u"none, the settings are private"_s);
     return group;
 }
 
@@ -76,7 +77,7 @@ UserDefaults *groupSuite()
 
 const QString &Shared::builtInGroup()
 {
-    static const QString group = QStringLiteral("group.app.kavrin.shared");
+    static const QString group = u"group.app.kavrin.shared"_s;
     return group;
 }
 

@@ -14,6 +14,8 @@
 namespace kavrin::ctl
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -22,7 +24,7 @@ void printBytes(const QByteArray &line)
     std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
     std::fputc('\n', stdout);
     if (std::fflush(stdout) != 0) {
-        throw Refusal{QStringLiteral("Standard output could not be written.")};
+        throw Refusal{u"Standard output could not be written."_s};
     }
 }
 
@@ -43,7 +45,7 @@ void print(const QJsonValue &value)
 void expectNoFailure(const std::optional<Error> &failure, const QString &what)
 {
     if (failure) {
-        throw Refusal{what + QStringLiteral(": ") + failure->localizedDescription};
+        throw Refusal{what + u": "_s + failure->localizedDescription};
     }
 }
 
@@ -51,12 +53,12 @@ QString readStandardInput()
 {
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly)) {
-        throw Refusal{QStringLiteral("Standard input could not be read.")};
+        throw Refusal{u"Standard input could not be read."_s};
     }
     QStringDecoder decode(QStringDecoder::Utf8);
     QString text = decode(input.readAll());
     if (decode.hasError()) {
-        throw Refusal{QStringLiteral("Standard input is not UTF-8 text.")};
+        throw Refusal{u"Standard input is not UTF-8 text."_s};
     }
     return text;
 }
@@ -69,10 +71,10 @@ bool takeFlag(QStringList &arguments, const QString &flag)
 void expectCount(const QStringList &arguments, qsizetype least, qsizetype most)
 {
     if (arguments.size() < least) {
-        throw UsageError{QStringLiteral("Something is missing.")};
+        throw UsageError{u"Something is missing."_s};
     }
     if (arguments.size() > most) {
-        throw UsageError{QStringLiteral("\"%1\" is one argument too many.").arg(arguments.at(most))};
+        throw UsageError{u"\"%1\" is one argument too many."_s.arg(arguments.at(most))};
     }
 }
 
@@ -80,7 +82,7 @@ void expectNoFlags(const QStringList &arguments)
 {
     for (const QString &argument : arguments) {
         if (argument.startsWith(u"--")) {
-            throw UsageError{QStringLiteral("There is no option \"%1\" here.").arg(argument)};
+            throw UsageError{u"There is no option \"%1\" here."_s.arg(argument)};
         }
     }
 }

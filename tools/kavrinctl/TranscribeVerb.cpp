@@ -11,6 +11,8 @@
 namespace kavrin::ctl
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -27,7 +29,7 @@ QCoro::Task<Result> textOf(QString path, UrlSession &session)
         const QCoro::Task<QString> transcription = Transcriber::transcribe(path, session);
         result.text = co_await transcription;
     } catch (const Error &error) {
-        result.failure = QStringLiteral("%1: %2").arg(error.domain, error.localizedDescription);
+        result.failure = u"%1: %2"_s.arg(error.domain, error.localizedDescription);
     } catch (const std::exception &error) {
         result.failure = QString::fromUtf8(error.what());
     }

@@ -9,9 +9,11 @@
 namespace kavrin::ctl
 {
 
+using namespace Qt::StringLiterals;
+
 void where(QStringList &arguments)
 {
-    const bool asJson = takeFlag(arguments, QStringLiteral("--json"));
+    const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
     expectCount(arguments, 0, 0);
 
@@ -20,18 +22,17 @@ void where(QStringList &arguments)
     const QString recording = Recorder::url();
     if (asJson) {
         print(QJsonObject{
-            {QStringLiteral("group"), group ? QJsonValue(*group) : QJsonValue()},
-            {QStringLiteral("shared"), Shared::isShared()},
-            {QStringLiteral("suite"), suite},
-            {QStringLiteral("recording"), recording},
+            {u"group"_s, group ? QJsonValue(*group) : QJsonValue()},
+            {u"shared"_s, Shared::isShared()},
+            {u"suite"_s, suite},
+            {u"recording"_s, recording},
         });
         return;
     }
-    print(QStringLiteral("group      %1").arg(group.value_or(QStringLiteral("none"))));
-    print(Shared::isShared()
-              ? QStringLiteral("suite      %1").arg(suite)
-              : QStringLiteral("suite      %1 (private: the keyboard does not see it)").arg(suite));
-    print(QStringLiteral("recording  %1").arg(recording));
+    print(u"group      %1"_s.arg(group.value_or(u"none"_s)));
+    print(Shared::isShared() ? u"suite      %1"_s.arg(suite)
+                             : u"suite      %1 (private: the keyboard does not see it)"_s.arg(suite));
+    print(u"recording  %1"_s.arg(recording));
 }
 
 } // namespace kavrin::ctl

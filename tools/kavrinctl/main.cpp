@@ -11,6 +11,8 @@
 #include <array>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -62,16 +64,14 @@ QString usage(const Verb &verb)
 {
     QString text;
     for (const QString &form : QString::fromLatin1(verb.usage).split(u'\n')) {
-        text +=
-            QStringLiteral("  kavrinctl %1 %2").arg(QLatin1String(verb.name), form).trimmed().prepend(u"  ")
-            + u'\n';
+        text += u"  kavrinctl %1 %2"_s.arg(QLatin1String(verb.name), form).trimmed().prepend(u"  ") + u'\n';
     }
     return text;
 }
 
 QString help(const Verb &verb)
 {
-    QString text = QString::fromUtf8(verb.summary) + QStringLiteral(".\n\n") + usage(verb);
+    QString text = QString::fromUtf8(verb.summary) + u".\n\n"_s + usage(verb);
     if (*verb.help != '\0') {
         text += u'\n' + QString::fromUtf8(verb.help) + u'\n';
     }
@@ -80,15 +80,13 @@ QString help(const Verb &verb)
 
 QString generalHelp()
 {
-    QString text = QStringLiteral("kavrinctl VERB [ARGUMENTS]: Kavrin from the command line.\n\n");
+    QString text = u"kavrinctl VERB [ARGUMENTS]: Kavrin from the command line.\n\n"_s;
     for (const Verb &verb : verbs) {
-        text +=
-            QStringLiteral("  %1 %2\n").arg(QLatin1String(verb.name), -14).arg(QLatin1String(verb.summary));
+        text += u"  %1 %2\n"_s.arg(QLatin1String(verb.name), -14).arg(QLatin1String(verb.summary));
     }
     return text
-        + QStringLiteral(
-               "\n\"kavrinctl VERB --help\" tells more. Exit code: 0 done, 1 refused, failed or no such "
-               "value, 2 wrong usage.\n");
+        + u"\n\"kavrinctl VERB --help\" tells more. Exit code: 0 done, 1 refused, failed or no such "
+          "value, 2 wrong usage.\n"_s;
 }
 
 void write(std::FILE *stream, const QString &text)
@@ -102,18 +100,15 @@ int run(const Verb &verb, QStringList arguments)
         write(stdout, help(verb));
         return Done;
     }
-    const auto fail = [](const QString &message) {
-        write(stderr, QStringLiteral("kavrinctl: %1\n").arg(message));
-    };
+    const auto fail = [](const QString &message) { write(stderr, u"kavrinctl: %1\n"_s.arg(message)); };
     if (Shared::group() && !Shared::isShared()) {
-        fail(QStringLiteral(
-            "The suite shared with the keyboard cannot be opened; these are the private settings."));
+        fail(u"The suite shared with the keyboard cannot be opened; these are the private settings."_s);
     }
     try {
         verb.run(arguments);
         return Done;
     } catch (const UsageError &error) {
-        fail(error.message + QStringLiteral("\n") + usage(verb).chopped(1));
+        fail(error.message + u"\n"_s + usage(verb).chopped(1));
         return WrongUsage;
     } catch (const Refusal &refusal) {
         fail(refusal.message);
@@ -147,8 +142,7 @@ int main(int argc, char **argv)
                                     [&](const Verb &known) { return name == QLatin1String(known.name); });
     if (verb == verbs.end()) {
         write(stderr,
-              QStringLiteral("kavrinctl: There is no \"%1\". \"kavrinctl --help\" lists what there is.\n")
-                  .arg(name));
+              u"kavrinctl: There is no \"%1\". \"kavrinctl --help\" lists what there is.\n"_s.arg(name));
         return WrongUsage;
     }
     return run(*verb, arguments);

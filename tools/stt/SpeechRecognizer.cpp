@@ -12,6 +12,8 @@
 
 namespace kavrin
 {
+
+using namespace Qt::StringLiterals;
 namespace
 {
 
@@ -38,8 +40,7 @@ QByteArray modelFile(const QString &folder, const QString &name)
     const QString path = folder + u'/' + name;
     if (!QFileInfo::exists(path)) {
         throw std::runtime_error(
-            QStringLiteral(
-                "The speech model is missing: there is no %1. Install the package pocketsphinx-en-us.")
+            u"The speech model is missing: there is no %1. Install the package pocketsphinx-en-us."_s
                 .arg(path)
                 .toStdString());
     }
@@ -81,9 +82,9 @@ void SpeechRecognizer::DecoderDeleter::operator()(ps_decoder_s *decoder) const
 SpeechRecognizer::SpeechRecognizer(const QString &modelFolder)
 {
     err_set_logfp(nullptr);
-    const QByteArray acousticModel = modelFile(modelFolder, QStringLiteral("en-us"));
-    const QByteArray languageModel = modelFile(modelFolder, QStringLiteral("en-us.lm.bin"));
-    const QByteArray dictionary = modelFile(modelFolder, QStringLiteral("cmudict-en-us.dict"));
+    const QByteArray acousticModel = modelFile(modelFolder, u"en-us"_s);
+    const QByteArray languageModel = modelFile(modelFolder, u"en-us.lm.bin"_s);
+    const QByteArray dictionary = modelFile(modelFolder, u"cmudict-en-us.dict"_s);
     const std::unique_ptr<cmd_ln_t, ConfigurationDeleter> configuration(
         cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acousticModel.constData(), "-lm",
                     languageModel.constData(), "-dict", dictionary.constData(), "-logfn", "/dev/null", "-lw",
@@ -92,8 +93,7 @@ SpeechRecognizer::SpeechRecognizer(const QString &modelFolder)
     m_decoder.reset(configuration ? ps_init(configuration.get()) : nullptr);
     if (!m_decoder) {
         throw std::runtime_error(
-            QStringLiteral(
-                "The speech model in %1 cannot be loaded. Install the package pocketsphinx-en-us again.")
+            u"The speech model in %1 cannot be loaded. Install the package pocketsphinx-en-us again."_s
                 .arg(modelFolder)
                 .toStdString());
     }

@@ -16,6 +16,8 @@
 
 namespace kavrin
 {
+
+using namespace Qt::StringLiterals;
 namespace
 {
 
@@ -33,15 +35,14 @@ void refuse(httplib::Response &response, const Refusal &refusal)
 {
     const bool ownFault = refusal.status() >= 500;
     const QJsonObject error{
-        {QStringLiteral("message"), QString::fromUtf8(refusal.what())},
-        {QStringLiteral("type"),
-         ownFault ? QStringLiteral("server_error") : QStringLiteral("invalid_request_error")},
-        {QStringLiteral("param"),
+        {u"message"_s, QString::fromUtf8(refusal.what())},
+        {u"type"_s, ownFault ? u"server_error"_s : u"invalid_request_error"_s},
+        {u"param"_s,
          refusal.field().empty() ? QJsonValue() : QJsonValue(QString::fromStdString(refusal.field()))},
-        {QStringLiteral("code"), QJsonValue()},
+        {u"code"_s, QJsonValue()},
     };
     response.status = refusal.status();
-    response.set_content(compactJson({{QStringLiteral("error"), error}}), jsonType);
+    response.set_content(compactJson({{u"error"_s, error}}), jsonType);
 }
 
 /// What to say about a request that never came to be answered as a transcription.
@@ -123,7 +124,7 @@ QUrl SpeechServer::bind(int port)
                                    "Choose another one, or 0 for any that is free.");
     }
     QUrl url;
-    url.setScheme(QStringLiteral("http"));
+    url.setScheme(u"http"_s);
     url.setHost(QString::fromLatin1(address));
     url.setPort(bound);
     url.setPath(QString::fromLatin1(path));
@@ -158,7 +159,7 @@ void SpeechServer::answerTranscription(const httplib::Request &request, httplib:
     if (form.format == ResponseFormat::Text) {
         response.set_content((text + u'\n').toStdString(), textType);
     } else {
-        response.set_content(compactJson({{QStringLiteral("text"), text}}), jsonType);
+        response.set_content(compactJson({{u"text"_s, text}}), jsonType);
     }
 }
 

@@ -12,6 +12,8 @@
 
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -30,7 +32,7 @@ void printLine(FILE *stream, const QString &line)
 
 void complain(const QString &message)
 {
-    printLine(stderr, QStringLiteral("kavrin-stt: ") + message);
+    printLine(stderr, u"kavrin-stt: "_s + message);
 }
 
 /// The signals that end the service. Blocked before the first thread starts, so that only waitForEnd() gets
@@ -88,19 +90,18 @@ int main(int argc, char **argv)
 {
     const sigset_t endingSignals = blockEndingSignals();
     const QCoreApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("kavrin-stt"));
+    QCoreApplication::setApplicationName(u"kavrin-stt"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Turns recorded English speech into text on this machine, without an account, a key or a "
+    parser.setApplicationDescription(
+        u"Turns recorded English speech into text on this machine, without an account, a key or a "
         "network.\nAnswers POST /v1/audio/transcriptions on 127.0.0.1 as OpenAI's service does. "
-        "Prints its address\non one line when it is ready, and serves until it is terminated."));
-    const QCommandLineOption portOption(
-        QStringLiteral("port"), QStringLiteral("Serve on port <N> of 127.0.0.1; 0 takes any free one."),
-        QStringLiteral("N"));
-    const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("Show this help."));
-    const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("Show the version."));
+        "Prints its address\non one line when it is ready, and serves until it is terminated."_s);
+    const QCommandLineOption portOption(u"port"_s, u"Serve on port <N> of 127.0.0.1; 0 takes any free one."_s,
+                                        u"N"_s);
+    const QCommandLineOption helpOption(u"help"_s, u"Show this help."_s);
+    const QCommandLineOption versionOption(u"version"_s, u"Show the version."_s);
     parser.addOptions({portOption, helpOption, versionOption});
 
     const bool understood = parser.parse(QCoreApplication::arguments());
@@ -114,8 +115,7 @@ int main(int argc, char **argv)
     }
     const int port = portOf(parser, portOption);
     if (!understood || !parser.positionalArguments().isEmpty() || port == noPort) {
-        complain(understood ? QStringLiteral("Give a port from 0 to 65535: kavrin-stt --port N")
-                            : parser.errorText());
+        complain(understood ? u"Give a port from 0 to 65535: kavrin-stt --port N"_s : parser.errorText());
         return wrongUsage;
     }
 

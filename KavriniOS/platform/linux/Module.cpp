@@ -9,10 +9,12 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 QString modulePath(const QString &name)
 {
-    const QString executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
-    return QFileInfo(executable).path() + QStringLiteral("/../lib/kavrin/") + name;
+    const QString executable = QFile::symLinkTarget(u"/proc/self/exe"_s);
+    return QFileInfo(executable).path() + u"/../lib/kavrin/"_s + name;
 }
 
 void *moduleEntry(const QString &module, const char *entry, const Error &failure)

@@ -16,6 +16,8 @@
 namespace kavrin::DevicePortal
 {
 
+using namespace Qt::StringLiterals;
+
 QCoro::Task<bool> accessMicrophone()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
@@ -23,12 +25,11 @@ QCoro::Task<bool> accessMicrophone()
         co_return true;
     }
     PortalRequest request(bus);
-    QDBusMessage question = QDBusMessage::createMethodCall(
-        PortalRequest::service(), QStringLiteral("/org/freedesktop/portal/desktop"),
-        QStringLiteral("org.freedesktop.portal.Device"), QStringLiteral("AccessDevice"));
-    question << static_cast<uint>(QCoreApplication::applicationPid())
-             << QStringList{QStringLiteral("microphone")}
-             << QVariantMap{{QStringLiteral("handle_token"), request.token()}};
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(PortalRequest::service(), u"/org/freedesktop/portal/desktop"_s,
+                                       u"org.freedesktop.portal.Device"_s, u"AccessDevice"_s);
+    question << static_cast<uint>(QCoreApplication::applicationPid()) << QStringList{u"microphone"_s}
+             << QVariantMap{{u"handle_token"_s, request.token()}};
     const QDBusPendingCall call = bus.asyncCall(question);
     const QDBusMessage reply = co_await call;
     if (reply.type() != QDBusMessage::ReplyMessage) {

@@ -6,14 +6,16 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 QString PortalRequest::service()
 {
-    return QStringLiteral("org.freedesktop.portal.Desktop");
+    return u"org.freedesktop.portal.Desktop"_s;
 }
 
 PortalRequest::PortalRequest(const QDBusConnection &bus)
     : m_bus(bus), m_portal(service(), bus, QDBusServiceWatcher::WatchForUnregistration),
-      m_token(QStringLiteral("kavrin_") + QUuid::createUuid().toString(QUuid::Id128))
+      m_token(u"kavrin_"_s + QUuid::createUuid().toString(QUuid::Id128))
 {
     m_answer.start();
     connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(Granted); });
@@ -23,13 +25,13 @@ PortalRequest::PortalRequest(const QDBusConnection &bus)
 QString PortalRequest::path() const
 {
     const QString sender = m_bus.baseService().mid(1).replace(u'.', u'_');
-    return QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, m_token);
+    return u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, m_token);
 }
 
 void PortalRequest::listen(const QString &path)
 {
-    m_bus.connect(service(), path, QStringLiteral("org.freedesktop.portal.Request"),
-                  QStringLiteral("Response"), this, SLOT(response(uint, QVariantMap)));
+    m_bus.connect(service(), path, u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
+                  SLOT(response(uint, QVariantMap)));
 }
 
 void PortalRequest::follow(const QString &actualPath)

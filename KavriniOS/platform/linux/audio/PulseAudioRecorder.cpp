@@ -13,6 +13,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace
@@ -130,9 +132,9 @@ std::optional<Error> PulseAudioRecorder::failure() const
 {
     const SoundServer::Lock lock(*m_server);
     if (m_endedEarly) {
-        return Error(QStringLiteral("audio"), 3,
-                     QStringLiteral("The microphone or the sound server went away. What was said before is "
-                                    "kept; stop, and start again once it is back."));
+        return Error(u"audio"_s, 3,
+                     u"The microphone or the sound server went away. What was said before is "
+                     "kept; stop, and start again once it is back."_s);
     }
     return m_writer->failure();
 }

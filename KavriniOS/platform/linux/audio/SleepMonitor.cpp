@@ -6,12 +6,13 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 SleepMonitor::SleepMonitor(QObject *parent) : QObject(parent)
 {
-    QDBusConnection::systemBus().connect(QStringLiteral("org.freedesktop.login1"),
-                                         QStringLiteral("/org/freedesktop/login1"),
-                                         QStringLiteral("org.freedesktop.login1.Manager"),
-                                         QStringLiteral("PrepareForSleep"), this, SIGNAL(sleepChanged(bool)));
+    QDBusConnection::systemBus().connect(u"org.freedesktop.login1"_s, u"/org/freedesktop/login1"_s,
+                                         u"org.freedesktop.login1.Manager"_s, u"PrepareForSleep"_s, this,
+                                         SIGNAL(sleepChanged(bool)));
 }
 
 } // namespace kavrin

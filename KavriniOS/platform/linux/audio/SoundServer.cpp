@@ -6,6 +6,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -13,11 +15,9 @@ constexpr pa_usec_t ConnectingLimit = 2 * PA_USEC_PER_SEC;
 
 Error soundError(const QString &reason)
 {
-    return Error(
-        QStringLiteral("audio"), 1,
-        QStringLiteral("The sound server cannot be reached (%1). Check that PipeWire or PulseAudio is "
-                       "running, then try again.")
-            .arg(reason));
+    return Error(u"audio"_s, 1,
+                 u"The sound server cannot be reached (%1). Check that PipeWire or PulseAudio is "
+                 "running, then try again."_s.arg(reason));
 }
 
 pa_context *newContext(pa_mainloop_api *loop)
@@ -75,7 +75,7 @@ private:
 SoundServer::SoundServer() : m_loop(pa_threaded_mainloop_new())
 {
     if (!m_loop) {
-        throw soundError(QStringLiteral("too many files are open"));
+        throw soundError(u"too many files are open"_s);
     }
 }
 
@@ -111,8 +111,8 @@ void SoundServer::connect()
     if (pa_context_get_state(m_context) == PA_CONTEXT_READY) {
         return;
     }
-    const QString reason = timeIsOver ? QStringLiteral("it does not answer")
-                                      : QString::fromUtf8(pa_strerror(pa_context_errno(m_context)));
+    const QString reason =
+        timeIsOver ? u"it does not answer"_s : QString::fromUtf8(pa_strerror(pa_context_errno(m_context)));
     disconnect();
     throw soundError(reason);
 }
@@ -146,14 +146,14 @@ void SoundServer::beginConnecting()
     disconnect();
     if (!m_started) {
         if (pa_threaded_mainloop_start(m_loop) < 0) {
-            throw soundError(QStringLiteral("no thread can be started"));
+            throw soundError(u"no thread can be started"_s);
         }
         m_started = true;
         pa_threaded_mainloop_set_name(m_loop, "sound");
     }
     m_context = newContext(pa_threaded_mainloop_get_api(m_loop));
     if (!m_context) {
-        throw soundError(QStringLiteral("out of memory"));
+        throw soundError(u"out of memory"_s);
     }
     pa_context_set_state_callback(m_context, &contextChanged, this);
     // Whether it failed at once is seen from the context's state.

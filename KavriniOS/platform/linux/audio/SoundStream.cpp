@@ -6,6 +6,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -73,9 +75,9 @@ void SoundStream::open(const Description &description)
         }
     }
     if (result < 0) {
-        throw Error(QStringLiteral("audio"), 2,
-                    QStringLiteral("The sound server refused to open a stream (%1).")
-                        .arg(QString::fromUtf8(pa_strerror(pa_context_errno(m_server->context())))));
+        throw Error(u"audio"_s, 2,
+                    u"The sound server refused to open a stream (%1)."_s.arg(
+                        QString::fromUtf8(pa_strerror(pa_context_errno(m_server->context())))));
     }
 }
 

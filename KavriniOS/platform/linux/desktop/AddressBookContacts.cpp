@@ -14,13 +14,15 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 using Status = Contacts::AuthorizationStatus;
 
-const QString service = QStringLiteral("org.gnome.evolution.dataserver.AddressBook10");
-const QString statusKey = QStringLiteral("contactsAuthorization");
+const QString service = u"org.gnome.evolution.dataserver.AddressBook10"_s;
+const QString statusKey = u"contactsAuthorization"_s;
 
 Status rememberedStatus()
 {
@@ -71,8 +73,8 @@ void AddressBookContacts::requestAccess(std::function<void()> completion)
 
 void AddressBookContacts::ask()
 {
-    const QDBusMessage call = QDBusMessage::createMethodCall(
-        service, QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    const QDBusMessage call =
+        QDBusMessage::createMethodCall(service, u"/"_s, u"org.freedesktop.DBus.Peer"_s, u"Ping"_s);
     auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();

@@ -10,15 +10,17 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 using RegisterReply = QDBusReply<QDBusConnectionInterface::RegisterServiceReply>;
 
-const QString activationTokenKey = QStringLiteral("activation-token");
-const QString startupIdKey = QStringLiteral("desktop-startup-id");
+const QString activationTokenKey = u"activation-token"_s;
+const QString startupIdKey = u"desktop-startup-id"_s;
 
-const QString refusal = QStringLiteral("app.kavrin.Kavrin.Error.Refused");
+const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 QString environmentToken()
 {
@@ -75,9 +77,8 @@ ApplicationBus::Claim ApplicationBus::claim()
 QString ApplicationBus::handOver(const QStringList &urls, std::chrono::milliseconds timeout,
                                  const QString &name, const QDBusConnection &bus)
 {
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(name, objectPath(name), QStringLiteral("org.freedesktop.Application"),
-                                       urls.isEmpty() ? QStringLiteral("Activate") : QStringLiteral("Open"));
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        name, objectPath(name), u"org.freedesktop.Application"_s, urls.isEmpty() ? u"Activate"_s : u"Open"_s);
     if (!urls.isEmpty()) {
         call << urls;
     }
@@ -91,10 +92,9 @@ QString ApplicationBus::handOver(const QStringList &urls, std::chrono::milliseco
     if (answer.type() == QDBusMessage::ReplyMessage) {
         return {};
     }
-    return answer.errorName() == refusal
-        ? answer.errorMessage()
-        : QStringLiteral("Kavrin is already running, but does not answer. End "
-                         "that process and try again.");
+    return answer.errorName() == refusal ? answer.errorMessage()
+                                         : u"Kavrin is already running, but does not answer. End "
+                                           "that process and try again."_s;
 }
 
 void ApplicationBus::Activate(const QVariantMap &platformData)

@@ -9,17 +9,19 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 constexpr int root = 0;
 
-const QString labelKey = QStringLiteral("label");
+const QString labelKey = u"label"_s;
 
 /// A single underscore would mark a key for the entry.
 QString label(const QString &title)
 {
-    return QString(title).replace(u'_', QStringLiteral("__"));
+    return QString(title).replace(u'_', u"__"_s);
 }
 
 } // namespace
@@ -56,8 +58,8 @@ void DBusMenu::setTitles(const QStringList &titles)
 
 QVariantMap DBusMenu::properties(int id, const QStringList &names) const
 {
-    const QString name = id == root ? QStringLiteral("children-display") : labelKey;
-    const QString value = id == root ? QStringLiteral("submenu") : label(m_titles.value(id - 1));
+    const QString name = id == root ? u"children-display"_s : labelKey;
+    const QString value = id == root ? u"submenu"_s : label(m_titles.value(id - 1));
     const bool isWanted = names.isEmpty() || names.contains(name);
     return isWanted ? QVariantMap{{name, value}} : QVariantMap();
 }
@@ -156,7 +158,7 @@ void DBusMenu::take(int id, const QString &event)
 
 void DBusMenu::refuse()
 {
-    sendErrorReply(QDBusError::InvalidArgs, QStringLiteral("The menu has nothing of that name."));
+    sendErrorReply(QDBusError::InvalidArgs, u"The menu has nothing of that name."_s);
 }
 
 } // namespace kavrin

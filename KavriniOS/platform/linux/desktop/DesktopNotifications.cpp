@@ -16,6 +16,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -24,11 +26,11 @@ using namespace std::chrono_literals;
 /// The bus may have to start the service first.
 constexpr std::chrono::milliseconds patience = 3s;
 
-const QString service = QStringLiteral("org.freedesktop.Notifications");
-const QString path = QStringLiteral("/org/freedesktop/Notifications");
+const QString service = u"org.freedesktop.Notifications"_s;
+const QString path = u"/org/freedesktop/Notifications"_s;
 
 /// What servers call a click on the notification itself.
-const QString defaultAction = QStringLiteral("default");
+const QString defaultAction = u"default"_s;
 
 QDBusMessage call(const QString &method)
 {
@@ -38,7 +40,7 @@ QDBusMessage call(const QString &method)
 bool understandsMarkup(const QDBusMessage &capabilities)
 {
     const QDBusReply<QStringList> reply(capabilities);
-    return reply.value().contains(QStringLiteral("body-markup"));
+    return reply.value().contains(u"body-markup"_s);
 }
 
 } // namespace
@@ -60,10 +62,8 @@ void DesktopNotifications::listen()
     if (std::exchange(m_isListening, true)) {
         return;
     }
-    m_bus.connect(service, path, service, QStringLiteral("ActionInvoked"), this,
-                  SLOT(onActionInvoked(uint, QString)));
-    m_bus.connect(service, path, service, QStringLiteral("ActivationToken"), this,
-                  SLOT(onActivationToken(uint, QString)));
+    m_bus.connect(service, path, service, u"ActionInvoked"_s, this, SLOT(onActionInvoked(uint, QString)));
+    m_bus.connect(service, path, service, u"ActivationToken"_s, this, SLOT(onActivationToken(uint, QString)));
 }
 
 /// One after the other, because the next one replaces what the server has numbered.
@@ -71,16 +71,15 @@ QCoro::Task<> DesktopNotifications::sendWanted()
 {
     const QPointer<DesktopNotifications> self(this);
     m_isSending = true;
-    const QDBusPendingCall asked =
-        m_bus.asyncCall(call(QStringLiteral("GetCapabilities")), int(patience.count()));
+    const QDBusPendingCall asked = m_bus.asyncCall(call(u"GetCapabilities"_s), int(patience.count()));
     const QDBusMessage capabilities = co_await asked;
     while (self && m_wanted) {
         const Notice notice = *std::exchange(m_wanted, std::nullopt);
         const QString body = understandsMarkup(capabilities) ? notice.text.toHtmlEscaped() : notice.text;
-        QDBusMessage notify = call(QStringLiteral("Notify"));
+        QDBusMessage notify = call(u"Notify"_s);
         notify << QGuiApplication::applicationDisplayName() << m_shown << QGuiApplication::desktopFileName()
                << notice.title << body << QStringList{defaultAction, notice.action}
-               << QVariantMap{{QStringLiteral("desktop-entry"), QGuiApplication::desktopFileName()}}
+               << QVariantMap{{u"desktop-entry"_s, QGuiApplication::desktopFileName()}}
                << -1; // shown as long as the server shows its notifications
         const QDBusPendingCall sent = m_bus.asyncCall(notify, int(patience.count()));
         const QDBusMessage answer = co_await sent;

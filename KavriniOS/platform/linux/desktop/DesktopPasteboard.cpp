@@ -11,6 +11,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -33,9 +35,8 @@ QCoro::Task<QString> textFromWlPaste()
 {
     QProcess process;
     process.setStandardErrorFile(QProcess::nullDevice());
-    const QCoro::Task<bool> start = qCoro(process).start(
-        QStringLiteral("wl-paste"),
-        {QStringLiteral("--no-newline"), QStringLiteral("--type"), QStringLiteral("text")});
+    const QCoro::Task<bool> start =
+        qCoro(process).start(u"wl-paste"_s, {u"--no-newline"_s, u"--type"_s, u"text"_s});
     if (!co_await start) {
         co_return QGuiApplication::clipboard()->text();
     }
@@ -61,7 +62,7 @@ void DesktopPasteboard::setSecret(const QString &text)
     endWlCopy();
     auto *data = new QMimeData; // the clipboard's from then on
     data->setText(text);
-    data->setData(QStringLiteral("x-kde-passwordManagerHint"), "secret");
+    data->setData(u"x-kde-passwordManagerHint"_s, "secret");
     QGuiApplication::clipboard()->setMimeData(data);
 }
 
@@ -90,8 +91,7 @@ void DesktopPasteboard::setThroughWlCopy(const QString &text)
     // wl-copy leaves a child that serves the clipboard; it must not keep this end of a pipe open.
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
-    process->start(QStringLiteral("wl-copy"),
-                   {QStringLiteral("--type"), QStringLiteral("text/plain;charset=utf-8")});
+    process->start(u"wl-copy"_s, {u"--type"_s, u"text/plain;charset=utf-8"_s});
     process->write(text.toUtf8());
     process->closeWriteChannel();
 }

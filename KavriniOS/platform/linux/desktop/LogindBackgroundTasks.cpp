@@ -8,18 +8,20 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString service = QStringLiteral("org.freedesktop.login1");
-const QString path = QStringLiteral("/org/freedesktop/login1");
-const QString manager = QStringLiteral("org.freedesktop.login1.Manager");
+const QString service = u"org.freedesktop.login1"_s;
+const QString path = u"/org/freedesktop/login1"_s;
+const QString manager = u"org.freedesktop.login1.Manager"_s;
 
 } // namespace
 
 LogindBackgroundTasks::LogindBackgroundTasks(QDBusConnection bus) : m_bus(std::move(bus))
 {
-    for (const QString &signal : {QStringLiteral("PrepareForSleep"), QStringLiteral("PrepareForShutdown")}) {
+    for (const QString &signal : {u"PrepareForSleep"_s, u"PrepareForShutdown"_s}) {
         m_bus.connect(service, path, manager, signal, this, SLOT(onPrepare(bool)));
     }
 }
@@ -34,9 +36,8 @@ BackgroundTasks::Identifier LogindBackgroundTasks::begin(const QString &name,
         return task;
     }
 
-    QDBusMessage call = QDBusMessage::createMethodCall(service, path, manager, QStringLiteral("Inhibit"));
-    call.setArguments(
-        {QStringLiteral("sleep:shutdown"), QStringLiteral("Kavrin"), name, QStringLiteral("delay")});
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, manager, u"Inhibit"_s);
+    call.setArguments({u"sleep:shutdown"_s, u"Kavrin"_s, name, u"delay"_s});
     auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, task, watcher] {
         watcher->deleteLater();

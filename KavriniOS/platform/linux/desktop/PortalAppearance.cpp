@@ -15,15 +15,17 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString appearance = QStringLiteral("org.freedesktop.appearance");
-const QString colorSchemeKey = QStringLiteral("color-scheme");
-const QString accentColorKey = QStringLiteral("accent-color");
+const QString service = u"org.freedesktop.portal.Desktop"_s;
+const QString path = u"/org/freedesktop/portal/desktop"_s;
+const QString interface = u"org.freedesktop.portal.Settings"_s;
+const QString appearance = u"org.freedesktop.appearance"_s;
+const QString colorSchemeKey = u"color-scheme"_s;
+const QString accentColorKey = u"accent-color"_s;
 
 // Of "color-scheme"; any other value is no preference.
 constexpr uint dark = 1;
@@ -68,7 +70,7 @@ PortalAppearance::PortalAppearance(QDBusConnection bus) : m_bus(std::move(bus))
     }
     // Until something registers it, connect() does not find a slot that takes it.
     qRegisterMetaType<QDBusVariant>();
-    m_bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
+    m_bus.connect(service, path, interface, u"SettingChanged"_s, this,
                   SLOT(onSettingChanged(QString, QString, QDBusVariant)));
     auto *owner = new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(owner, &QDBusServiceWatcher::serviceRegistered, this, [this] { ask(usualTimeout); });
@@ -92,7 +94,7 @@ bool PortalAppearance::eventFilter(QObject *watched, QEvent *event)
 
 void PortalAppearance::ask(int timeout)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("ReadAll"));
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, u"ReadAll"_s);
     call << QStringList(appearance);
     auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call, timeout), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, &PortalAppearance::take);

@@ -11,11 +11,13 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString itemPath = QStringLiteral("/StatusNotifierItem");
-const QString menuPath = QStringLiteral("/MenuBar");
+const QString itemPath = u"/StatusNotifierItem"_s;
+const QString menuPath = u"/MenuBar"_s;
 
 constexpr auto exported = QDBusConnection::ExportScriptableContents;
 
@@ -66,10 +68,9 @@ void StatusNotifierItem::enterTray()
 {
     m_connection.registerObject(itemPath, this, exported);
     m_connection.registerObject(menuPath, &m_menu, exported);
-    const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
-    QDBusMessage enter =
-        QDBusMessage::createMethodCall(watcher, QStringLiteral("/StatusNotifierWatcher"), watcher,
-                                       QStringLiteral("RegisterStatusNotifierItem"));
+    const QString watcher = u"org.kde.StatusNotifierWatcher"_s;
+    QDBusMessage enter = QDBusMessage::createMethodCall(watcher, u"/StatusNotifierWatcher"_s, watcher,
+                                                        u"RegisterStatusNotifierItem"_s);
     enter << m_connection.baseService();
     enter.setAutoStartService(false);
     m_connection.send(enter);

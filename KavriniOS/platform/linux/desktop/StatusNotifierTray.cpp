@@ -12,11 +12,13 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString service = QStringLiteral("org.kde.StatusNotifierWatcher");
-const QString path = QStringLiteral("/StatusNotifierWatcher");
+const QString service = u"org.kde.StatusNotifierWatcher"_s;
+const QString path = u"/StatusNotifierWatcher"_s;
 
 } // namespace
 
@@ -47,9 +49,9 @@ void StatusNotifierTray::onWatcherChanged()
 
 void StatusNotifierTray::askForHost()
 {
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    get << service << QStringLiteral("IsStatusNotifierHostRegistered");
+    QDBusMessage get =
+        QDBusMessage::createMethodCall(service, path, u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
+    get << service << u"IsStatusNotifierHostRegistered"_s;
     get.setAutoStartService(false);
     auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(get), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {

@@ -8,9 +8,11 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 QImage Symbols::image(const QString &name, int size)
 {
-    const QString icon = QStringLiteral(":/symbols/") + name;
+    const QString icon = u":/symbols/"_s + name;
     if (!QFileInfo(icon).isFile()) {
         return {};
     }

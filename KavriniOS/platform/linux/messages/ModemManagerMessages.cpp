@@ -13,13 +13,15 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
-const QString service = QStringLiteral("org.freedesktop.ModemManager1");
-const QString messagingInterface = QStringLiteral("org.freedesktop.ModemManager1.Modem.Messaging");
-const QString smsInterface = QStringLiteral("org.freedesktop.ModemManager1.Sms");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString service = u"org.freedesktop.ModemManager1"_s;
+const QString messagingInterface = u"org.freedesktop.ModemManager1.Modem.Messaging"_s;
+const QString smsInterface = u"org.freedesktop.ModemManager1.Sms"_s;
+const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 const QString anyPath;
 
 // MMSmsState and MMSmsPduType, as far as they matter. Reports about the user's own messages come from the
@@ -30,9 +32,8 @@ constexpr uint cdmaDeliverPdu = 32;
 
 Error unreachable(const QString &reason)
 {
-    return {QStringLiteral("messages"), 1,
-            QStringLiteral("Messages cannot be waited for, because the system bus cannot be reached: %1")
-                .arg(reason)};
+    return {u"messages"_s, 1,
+            u"Messages cannot be waited for, because the system bus cannot be reached: %1"_s.arg(reason)};
 }
 
 } // namespace
@@ -47,20 +48,18 @@ void ModemManagerMessages::start()
     // Until something registers it, connect() does not find a slot that takes it.
     qRegisterMetaType<QDBusObjectPath>();
     // Signals are taken from whatever object sends them, so no modem needs to be known.
-    m_bus.connect(service, anyPath, messagingInterface, QStringLiteral("Added"), this,
+    m_bus.connect(service, anyPath, messagingInterface, u"Added"_s, this,
                   SLOT(onAdded(QDBusObjectPath, bool)));
-    m_bus.connect(service, anyPath, propertiesInterface, QStringLiteral("PropertiesChanged"), {smsInterface},
-                  QString(), this, SLOT(onPropertiesChanged(QDBusMessage)));
-    m_bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                  QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
-                  SLOT(onDisconnected()));
+    m_bus.connect(service, anyPath, propertiesInterface, u"PropertiesChanged"_s, {smsInterface}, QString(),
+                  this, SLOT(onPropertiesChanged(QDBusMessage)));
+    m_bus.connect(QString(), u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s,
+                  u"Disconnected"_s, this, SLOT(onDisconnected()));
     auto *owner = new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this, &ModemManagerMessages::onOwnerChanged);
 
     // Once the bus has answered, it has taken note of all that was asked for before.
-    const QDBusReply<QString> identity =
-        m_bus.call(QDBusMessage::createMethodCall(m_bus.interface()->service(), m_bus.interface()->path(),
-                                                  m_bus.interface()->interface(), QStringLiteral("GetId")));
+    const QDBusReply<QString> identity = m_bus.call(QDBusMessage::createMethodCall(
+        m_bus.interface()->service(), m_bus.interface()->path(), m_bus.interface()->interface(), u"GetId"_s));
     if (!identity.isValid()) {
         throw unreachable(identity.error().message());
     }
@@ -84,7 +83,7 @@ void ModemManagerMessages::onPropertiesChanged(const QDBusMessage &change)
 
 void ModemManagerMessages::onDisconnected()
 {
-    Q_EMIT ended(QStringLiteral("The system bus has ended the connection; no message comes any more."));
+    Q_EMIT ended(u"The system bus has ended the connection; no message comes any more."_s);
 }
 
 /// Another ModemManager counts its messages anew.
@@ -96,8 +95,7 @@ void ModemManagerMessages::onOwnerChanged()
 
 void ModemManagerMessages::read(const QString &path)
 {
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(service, path, propertiesInterface, QStringLiteral("GetAll"));
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, propertiesInterface, u"GetAll"_s);
     call << smsInterface;
     call.setAutoStartService(false);
     auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
@@ -119,13 +117,13 @@ void ModemManagerMessages::take(const QString &path, const QDBusPendingCallWatch
         return;
     }
     const QVariantMap message = properties.value();
-    if (message.value(QStringLiteral("State")).toUInt() != receivedState) {
+    if (message.value(u"State"_s).toUInt() != receivedState) {
         return; // its change is told
     }
     m_awaited.remove(path);
-    const uint kind = message.value(QStringLiteral("PduType")).toUInt();
+    const uint kind = message.value(u"PduType"_s).toUInt();
     if (kind == deliverPdu || kind == cdmaDeliverPdu) {
-        Q_EMIT received(message.value(QStringLiteral("Text")).toString());
+        Q_EMIT received(message.value(u"Text"_s).toString());
     }
 }
 

@@ -9,6 +9,8 @@
 namespace kavrin::Bundle
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -16,13 +18,13 @@ namespace
 /// application object first.
 QString resourceFolder()
 {
-    const QString executable = QFile::symLinkTarget(QStringLiteral("/proc/self/exe"));
-    return QFileInfo(executable).path() + QStringLiteral("/../share/kavrin/");
+    const QString executable = QFile::symLinkTarget(u"/proc/self/exe"_s);
+    return QFileInfo(executable).path() + u"/../share/kavrin/"_s;
 }
 
 std::optional<PropertyListValue> readInfo()
 {
-    const std::optional<QString> path = resourcePath(QStringLiteral("Info"), QStringLiteral("plist"));
+    const std::optional<QString> path = resourcePath(u"Info"_s, u"plist"_s);
     if (!path) {
         return std::nullopt;
     }

@@ -14,21 +14,22 @@
 namespace kavrin::FileManager
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
 /// Labels of letters, digits, "-" and "_", joined by single dots: a name that cannot lead out of its folder.
 bool isGroupIdentifier(const QString &group)
 {
-    static const QRegularExpression pattern(QStringLiteral("\\A[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)*\\z"));
+    static const QRegularExpression pattern(u"\\A[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)*\\z"_s);
     return pattern.match(group).hasMatch();
 }
 
 /// The groups that the bundle's entitlements.plist lists.
 PropertyListArray entitledGroups()
 {
-    const std::optional<QString> path =
-        Bundle::resourcePath(QStringLiteral("entitlements"), QStringLiteral("plist"));
+    const std::optional<QString> path = Bundle::resourcePath(u"entitlements"_s, u"plist"_s);
     QFile file(path.value_or(QString()));
     if (!path || !file.open(QIODevice::ReadOnly)) {
         return {};
@@ -38,7 +39,7 @@ PropertyListArray entitledGroups()
     if (dictionary == nullptr) {
         return {};
     }
-    const auto found = dictionary->find(QStringLiteral("com.apple.security.application-groups"));
+    const auto found = dictionary->find(u"com.apple.security.application-groups"_s);
     const auto *groups =
         found == dictionary->end() ? nullptr : std::get_if<PropertyListArray>(&found->second);
     return groups == nullptr ? PropertyListArray() : *groups;
@@ -60,7 +61,7 @@ QString userDataFolder()
     if (!qEnvironmentVariableIsSet("FLATPAK_ID")) {
         return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     }
-    return qEnvironmentVariable("HOST_XDG_DATA_HOME", QDir::homePath() + QStringLiteral("/.local/share"));
+    return qEnvironmentVariable("HOST_XDG_DATA_HOME", QDir::homePath() + u"/.local/share"_s);
 }
 
 } // namespace
@@ -70,13 +71,12 @@ std::optional<QString> containerPath(const QString &group)
     if (!isGroupIdentifier(group) || !isEntitledTo(group)) {
         return std::nullopt;
     }
-    return userDataFolder() + QStringLiteral("/app-groups/") + group;
+    return userDataFolder() + u"/app-groups/"_s + group;
 }
 
 QString temporaryDirectory()
 {
-    const QString path =
-        QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) + QStringLiteral("/kavrin");
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) + u"/kavrin"_s;
     constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
     QDir().mkpath(path);
     QFile::setPermissions(path, ownerOnly);

@@ -18,6 +18,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -89,15 +91,14 @@ private:
 
 QString logOf(const QString &path)
 {
-    return path + QStringLiteral("-wal");
+    return path + u"-wal"_s;
 }
 
 /// The name of a copy beside the file, which says since when.
 QString nameAside(const QString &path)
 {
-    const QString stamp =
-        QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss.zzz'Z'"));
-    return path + QStringLiteral(".damaged-") + stamp;
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss.zzz'Z'"_s);
+    return path + u".damaged-"_s + stamp;
 }
 
 /// Copies the database as it is, its log included. The database itself is read by SQLite's
@@ -165,9 +166,10 @@ QByteArray freshContent()
     return content;
 }
 
-/// In place, for the reason that setAsideIfDamaged() gives. SQLite's own reset (SQLITE_DBCONFIG_RESET_DATABASE
-/// and VACUUM) suffices only where nobody else has the file open: it fails on a log that was cut short, and on
-/// a header that is gone, while peers live. As those cases need this way, it is the only one.
+/// In place, for the reason that setAsideIfDamaged() gives. SQLite's own reset
+/// (SQLITE_DBCONFIG_RESET_DATABASE and VACUUM) suffices only where nobody else has the file open: it fails on
+/// a log that was cut short, and on a header that is gone, while peers live. As those cases need this way, it
+/// is the only one.
 void beginAnew(const QString &path)
 {
     const QByteArray content = freshContent();

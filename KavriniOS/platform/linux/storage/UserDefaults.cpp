@@ -223,7 +223,7 @@ std::unique_ptr<UserDefaults> UserDefaults::suite(const QString &group)
     if (!container) {
         return nullptr;
     }
-    auto database = std::make_unique<SqliteDatabase>(*container + QStringLiteral("/defaults.sqlite"));
+    auto database = std::make_unique<SqliteDatabase>(*container + u"/defaults.sqlite"_s);
     if (!database->open()) {
         return nullptr;
     }
@@ -235,8 +235,7 @@ UserDefaults &UserDefaults::standard()
     // Never destroyed: threads may use it until the process has ended.
     static UserDefaults *const defaults = [] {
         const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-        auto database =
-            std::make_unique<SqliteDatabase>(folder + QStringLiteral("/app.kavrin.Kavrin/defaults.sqlite"));
+        auto database = std::make_unique<SqliteDatabase>(folder + u"/app.kavrin.Kavrin/defaults.sqlite"_s);
         database->open();
         return new UserDefaults(std::move(database));
     }();

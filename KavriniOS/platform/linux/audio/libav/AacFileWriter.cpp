@@ -6,6 +6,8 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -17,10 +19,9 @@ constexpr const char *Fragmented = "empty_moov+default_base_moof+skip_trailer";
 
 Error formatError(int error)
 {
-    return Error(QStringLiteral("audio"), error,
-                 QStringLiteral("Sound cannot be encoded in this format (%1). Check that libavcodec and "
-                                "libavformat are installed whole.")
-                     .arg(libav::describe(error)));
+    return Error(u"audio"_s, error,
+                 u"Sound cannot be encoded in this format (%1). Check that libavcodec and "
+                 "libavformat are installed whole."_s.arg(libav::describe(error)));
 }
 
 void require(int result)
@@ -43,9 +44,8 @@ AacFileWriter::~AacFileWriter() = default;
 
 Error AacFileWriter::fileError(const QString &reason) const
 {
-    return Error(
-        QStringLiteral("file"), m_file.error(),
-        QStringLiteral("The recording \"%1\" cannot be written: %2.").arg(m_file.fileName(), reason));
+    return Error(u"file"_s, m_file.error(),
+                 u"The recording \"%1\" cannot be written: %2."_s.arg(m_file.fileName(), reason));
 }
 
 void AacFileWriter::openFile()

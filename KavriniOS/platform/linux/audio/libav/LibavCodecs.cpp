@@ -10,6 +10,8 @@ extern "C" {
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -29,7 +31,7 @@ public:
     {
         Sound sound = decodeSound({file.constData(), std::size_t(file.size())});
         if (sound.samples.empty()) {
-            throw Error(QStringLiteral("audio"), 1, QStringLiteral("There is no sound in the file."));
+            throw Error(u"audio"_s, 1, u"There is no sound in the file."_s);
         }
         return sound;
     }

@@ -20,7 +20,7 @@ namespace
 using namespace Qt::StringLiterals;
 using S = Recorder::S;
 
-constexpr int Rate = 16000;
+constexpr int rate = 16000;
 
 QByteArray recording()
 {
@@ -67,8 +67,8 @@ protected:
 void expectToHear(double frequency, double notFrequency)
 {
     const std::vector<float> heard = withoutSilence(decoded(Recorder::url()));
-    EXPECT_GT(shareOf(frequency, heard, Rate), 0.5);
-    EXPECT_LT(shareOf(notFrequency, heard, Rate), 0.05);
+    EXPECT_GT(shareOf(frequency, heard, rate), 0.5);
+    EXPECT_LT(shareOf(notFrequency, heard, rate), 0.05);
 }
 
 } // namespace
@@ -265,7 +265,7 @@ TEST_F(TwoRecorders, HandOverTheLaterRecordingInWhicheverOrderTheyStop)
 namespace
 {
 
-constexpr qint64 DiskSize = 24576; // six pages, two seconds of noise
+constexpr qint64 diskSize = 24576; // six pages, two seconds of noise
 
 std::string cannotBeWritten(const QString &reason)
 {
@@ -284,7 +284,7 @@ protected:
         m_soundServer.start();
     }
 
-    PrivateDisk m_disk{FileManager::temporaryDirectory(), DiskSize};
+    PrivateDisk m_disk{FileManager::temporaryDirectory(), diskSize};
     PrivateSoundServer m_soundServer;
     RealDictation m_dictation;
 };
@@ -293,9 +293,9 @@ QByteArray noise(double seconds)
 {
     std::mt19937 random; // always the same
     std::uniform_real_distribution<float> distribution(-0.9F, 0.9F);
-    std::vector<float> samples(static_cast<std::size_t>(seconds * Rate));
+    std::vector<float> samples(static_cast<std::size_t>(seconds * rate));
     std::generate(samples.begin(), samples.end(), [&] { return distribution(random); });
-    return wavOf(samples, Rate);
+    return wavOf(samples, rate);
 }
 
 } // namespace
@@ -341,7 +341,7 @@ TEST_F(DiskFaults, ADiskThatFillsUpIsSaidAndWhatFittedIsTranscribed)
     EXPECT_EQ(m_dictation.message(), "as far as it fitted");
     EXPECT_EQ(shared(u"transcript"_s), "as far as it fitted");
     expectTheRecordingWasSent(service);
-    EXPECT_GT(decoded(Recorder::url()).size(), std::size_t(Rate));
+    EXPECT_GT(decoded(Recorder::url()).size(), std::size_t(rate));
     QFile::remove(Recorder::url());
     m_dictation.expectTheNextOneWorks();
 }

@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 using Protocol = ScriptedServer::Protocol;
 using Then = ScriptedAnswer::Then;
 
-const QByteArray ChunkedHead = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
-const std::string WhatToDo = " Check the service's address and key, or try again later.";
+const QByteArray chunkedHead = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+const std::string whatToDo = " Check the service's address and key, or try again later.";
 
 QUrl closedAddress()
 {
@@ -92,9 +92,9 @@ TEST_F(SpeechServiceFaults, AnAddressWhereNoServiceIsIsSaid)
 TEST_F(SpeechServiceFaults, AnAnswerWithoutTranscriptIsSaid)
 {
     const std::string cutShort = "127.0.0.1 closed the connection before its whole answer had come.";
-    const std::string empty = "The service's answer is empty." + WhatToDo;
+    const std::string empty = "The service's answer is empty." + whatToDo;
     const auto notJson = [](const std::string &reason) {
-        return "The service's answer is not JSON: " + reason + "." + WhatToDo;
+        return "The service's answer is not JSON: " + reason + "." + whatToDo;
     };
     const struct {
         const char *what;
@@ -104,7 +104,7 @@ TEST_F(SpeechServiceFaults, AnAnswerWithoutTranscriptIsSaid)
         {"nothing", {"", Then::Close}, cutShort},
         {"half a head", {"HTTP/1.1 200 OK\r\nContent-", Then::Close}, cutShort},
         {"half a body", {"HTTP/1.1 200 OK\r\nContent-Length: 99\r\n\r\n{\"text\":", Then::Close}, cutShort},
-        {"half the chunks", {ChunkedHead + "8\r\n{\"text\":\r\n", Then::Close}, cutShort},
+        {"half the chunks", {chunkedHead + "8\r\n{\"text\":\r\n", Then::Close}, cutShort},
         {"half a refusal", {"HTTP/1.1 401 No\r\nContent-Length: 99\r\n\r\n{\"err", Then::Close}, cutShort},
         {"an empty body", answer("200 OK", ""), empty},
         {"a refusal with an empty body", answer("401 Unauthorized", ""), empty},
@@ -166,7 +166,7 @@ TEST_F(SpeechServiceFaults, ATranscriptCountsHoweverItComes)
     } cases[] = {
         {"a byte now and then", {transcript("hello").bytes, Then::Drip}},
         {"with a failure", answer("500 Internal Server Error", R"({"text":"hello"})")},
-        {"in chunks", {ChunkedHead + "8\r\n{\"text\":\r\n8\r\n\"hello\"}\r\n0\r\n\r\n"}},
+        {"in chunks", {chunkedHead + "8\r\n{\"text\":\r\n8\r\n\"hello\"}\r\n0\r\n\r\n"}},
         {"until the connection ends", {"HTTP/1.1 200 OK\r\n\r\n{\"text\":\"hello\"}", Then::Close}},
     };
     for (const auto &[what, sent] : cases) {

@@ -24,11 +24,11 @@ using namespace Qt::StringLiterals;
 constexpr double Sizes[] = {13, 23, 64};
 
 /// Pixels a point, so that what is drawn can be told to a tenth of a point.
-constexpr int Scale = 10;
+constexpr int scale = 10;
 
 bool isDrawn(const QImage &image, QPointF point)
 {
-    return qAlpha(image.pixel((point * Scale).toPoint())) > 127;
+    return qAlpha(image.pixel((point * scale).toPoint())) > 127;
 }
 
 /// The rectangle of pixels that holds everything drawn.
@@ -134,7 +134,7 @@ TEST(ToolIcon, TheStickerLooksLikeOne)
     for (const double size : Sizes) {
         SCOPED_TRACE(size);
         const auto geometry = ToolIcon::stickerGeometry(size);
-        const QImage image = ToolIcon::sticker(size, Scale);
+        const QImage image = ToolIcon::sticker(size, scale);
         for (const auto &places : {outlinePlaces(geometry), facePlaces(geometry)}) {
             for (const Place &place : places) {
                 EXPECT_EQ(isDrawn(image, place.point), place.drawn) << place.name;
@@ -147,9 +147,9 @@ TEST(ToolIcon, TheStickerLeavesHalfAPointAllAround)
 {
     for (const double size : Sizes) {
         SCOPED_TRACE(size);
-        const int side = int(size * Scale);
-        const QRect wanted = QRect(0, 0, side, side).adjusted(Scale / 2, Scale / 2, -Scale / 2, -Scale / 2);
-        EXPECT_EQ(drawn(ToolIcon::sticker(size, Scale)), wanted);
+        const int side = int(size * scale);
+        const QRect wanted = QRect(0, 0, side, side).adjusted(scale / 2, scale / 2, -scale / 2, -scale / 2);
+        EXPECT_EQ(drawn(ToolIcon::sticker(size, scale)), wanted);
     }
 }
 
@@ -157,13 +157,13 @@ TEST(ToolIcon, TheStickersLinesAreAsThickAsAsked)
 {
     for (const double size : Sizes) {
         SCOPED_TRACE(size);
-        const QImage image = ToolIcon::sticker(size, Scale);
+        const QImage image = ToolIcon::sticker(size, scale);
         const int column = image.width() / 2;
         int thickness = 0;
-        for (int row = Scale / 2; qAlpha(image.pixel(column, row)) > 127; ++row) {
+        for (int row = scale / 2; qAlpha(image.pixel(column, row)) > 127; ++row) {
             ++thickness;
         }
-        EXPECT_NEAR(thickness, ToolIcon::stickerGeometry(size).lineWidth * Scale, 1);
+        EXPECT_NEAR(thickness, ToolIcon::stickerGeometry(size).lineWidth * scale, 1);
     }
 }
 

@@ -22,7 +22,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-const QString TableOrder =
+const QString tableOrder =
     u"settings,clipboard,emoji,gif,sticker,translate,search,youtube,contacts,language"_s;
 
 /// Not through Prefs, which would remember it.
@@ -51,7 +51,7 @@ public:
         m_order = std::make_unique<ToolbarOrder>();
         m_tester = std::make_unique<QAbstractItemModelTester>(m_order.get());
     }
-    CheckedOrder() : CheckedOrder(TableOrder) { }
+    CheckedOrder() : CheckedOrder(tableOrder) { }
 
     ToolbarOrder *operator->() { return m_order.get(); }
     ToolbarOrder *get() { return m_order.get(); }
@@ -145,14 +145,14 @@ TEST(ToolbarOrder, MovesByPositionsOfTheWholeOrder)
         QString stored;
     };
     const Row rows[] = {
-        {TableOrder, 1, 3,
+        {tableOrder, 1, 3,
          u"settings,emoji,clipboard,gif,sticker,translate,search,youtube,contacts,language"_s},
-        {TableOrder, 3, 1,
+        {tableOrder, 3, 1,
          u"settings,gif,clipboard,emoji,sticker,translate,search,youtube,contacts,language"_s},
         // To the ends.
-        {TableOrder, 1, 10,
+        {tableOrder, 1, 10,
          u"settings,emoji,gif,sticker,translate,search,youtube,contacts,language,clipboard"_s},
-        {TableOrder, 9, 0,
+        {tableOrder, 9, 0,
          u"language,settings,clipboard,emoji,gif,sticker,translate,search,youtube,contacts"_s},
         // Over the settings.
         {u"clipboard,settings,emoji"_s, 2, 1,
@@ -227,7 +227,7 @@ TEST(ToolbarOrder, DoesNotMoveWhatIsNotShown)
     order->moveTo(0, 5);
     order->moveTo(-1, 5);
     order->moveTo(10, 5);
-    EXPECT_EQ(order->order().join(u','), TableOrder);
+    EXPECT_EQ(order->order().join(u','), tableOrder);
 }
 
 TEST(ToolbarOrder, HidesAndShowsATool)
@@ -240,7 +240,7 @@ TEST(ToolbarOrder, HidesAndShowsATool)
     order->setVisible(order.row(u"youtube"_s), true);
     EXPECT_EQ(storedHidden(), u"emoji");
     EXPECT_EQ(order.data(order.row(u"youtube"_s), ToolbarOrder::VisibleTool), true);
-    EXPECT_EQ(storedOrder(), TableOrder);
+    EXPECT_EQ(storedOrder(), tableOrder);
 }
 
 TEST(ToolbarOrder, MayHideEverythingButTheSettings)
@@ -282,8 +282,8 @@ TEST(ToolbarOrder, StaysAsStoredAndSaysWhyWhereAChangeCannotBeStored)
         const RefusedKey refusedOrder("toolOrder");
         order->move(1, 5);
     }
-    EXPECT_EQ(storedOrder(), TableOrder);
-    EXPECT_EQ(order->order().join(u','), TableOrder);
+    EXPECT_EQ(storedOrder(), tableOrder);
+    EXPECT_EQ(order->order().join(u','), tableOrder);
     EXPECT_EQ(noted.size(), 1);
     EXPECT_TRUE(order->note().startsWith(u"This could not be saved. ")) << qPrintable(order->note());
 }
@@ -302,8 +302,8 @@ TEST(ToolbarOrder, TakesAChangeBackOfWhichHalfCannotBeStored)
     CheckedOrder order;
     const RefusedKey refusedHidden("toolHidden");
     order->move(1, 3);
-    EXPECT_EQ(storedOrder(), TableOrder);
-    EXPECT_EQ(order->order().join(u','), TableOrder);
+    EXPECT_EQ(storedOrder(), tableOrder);
+    EXPECT_EQ(order->order().join(u','), tableOrder);
     EXPECT_FALSE(order->note().isEmpty());
 }
 

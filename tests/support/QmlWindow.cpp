@@ -32,7 +32,7 @@ public:
     }
 };
 
-const char *const StackOfViews = R"(
+const char *const stackOfViews = R"(
 import QtQuick
 import QtQuick.Templates as T
 import %1
@@ -74,7 +74,7 @@ QmlWindow::QmlWindow(const QString &module, const QString &type, const QVariantM
     m_view.setResizeMode(QQuickView::SizeRootObjectToView);
     m_view.resize(size);
     auto *component = new QQmlComponent(m_view.engine(), m_view.engine());
-    component->setData(QString::fromLatin1(StackOfViews).arg(module, type).toUtf8(), QUrl());
+    component->setData(QString::fromLatin1(stackOfViews).arg(module, type).toUtf8(), QUrl());
     if (!component->isReady()) {
         qFatal("%s", qPrintable(component->errorString()));
     }

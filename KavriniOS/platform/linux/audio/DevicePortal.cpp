@@ -37,7 +37,7 @@ QCoro::Task<bool> accessMicrophone()
     }
     request.follow(reply.arguments().value(0).value<QDBusObjectPath>().path());
     const QFuture<uint> answer = request.answer();
-    co_return co_await answer == PortalRequest::Granted;
+    co_return co_await answer == PortalRequest::granted;
 }
 
 } // namespace kavrin::DevicePortal

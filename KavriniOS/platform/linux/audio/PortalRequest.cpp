@@ -18,7 +18,7 @@ PortalRequest::PortalRequest(const QDBusConnection &bus)
       m_token(u"kavrin_"_s + QUuid::createUuid().toString(QUuid::Id128))
 {
     m_answer.start();
-    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(Granted); });
+    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(granted); });
     listen(path());
 }
 

@@ -20,7 +20,7 @@ class PortalRequest : public QObject
     Q_OBJECT
 
 public:
-    static constexpr uint Granted = 0; ///< 1 is refused by the user, 2 ended in another way
+    static constexpr uint granted = 0; ///< 1 is refused by the user, 2 ended in another way
 
     /// The portal's name on the bus.
     static QString service();
@@ -34,7 +34,7 @@ public:
     /// Listens to the path that the portal gave, where it is not the one agreed on (before version 0.9).
     void follow(const QString &actualPath);
 
-    /// What the portal answers; Granted when it vanishes first.
+    /// What the portal answers; granted when it vanishes first.
     [[nodiscard]] QFuture<uint> answer() const { return m_answer.future(); }
 
 private:

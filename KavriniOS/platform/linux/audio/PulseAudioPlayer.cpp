@@ -10,11 +10,11 @@ namespace kavrin
 namespace
 {
 
-constexpr pa_usec_t BufferDuration = 4 * PA_USEC_PER_SEC;
+constexpr pa_usec_t bufferDuration = 4 * PA_USEC_PER_SEC;
 
 // The server asks for more in steps of this size and lets its device sleep for half of what two steps leave
 // of the buffer, so this program and the server both wake about once a second.
-constexpr pa_usec_t RequestDuration = BufferDuration / 4;
+constexpr pa_usec_t requestDuration = bufferDuration / 4;
 
 pa_sample_spec sampleSpec(const SoundFormat &format)
 {
@@ -32,9 +32,9 @@ pa_buffer_attr playbackBuffer(const pa_sample_spec &format)
     // A sound shorter than the buffer starts at once too.
     const auto firstFrame = static_cast<std::uint32_t>(pa_frame_size(&format));
     return {.maxlength = serverDefault,
-            .tlength = bytes(BufferDuration),
+            .tlength = bytes(bufferDuration),
             .prebuf = firstFrame,
-            .minreq = bytes(RequestDuration),
+            .minreq = bytes(requestDuration),
             .fragsize = serverDefault};
 }
 

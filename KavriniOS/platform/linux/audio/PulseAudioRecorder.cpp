@@ -20,12 +20,12 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr auto Patience = 500ms;
+constexpr auto patience = 500ms;
 
 // Short enough to be ready within a few hundredths of a second, long enough to wake the machine rarely.
-constexpr pa_usec_t FragmentDuration = 20 * PA_USEC_PER_MSEC;
+constexpr pa_usec_t fragmentDuration = 20 * PA_USEC_PER_MSEC;
 
-constexpr std::array<float, 1024> Silence{};
+constexpr std::array<float, 1024> silence{};
 
 /// Knows nothing of the recorder, which may be gone when it resumes.
 QCoro::Task<bool> result(QFuture<bool> future)
@@ -36,7 +36,7 @@ QCoro::Task<bool> result(QFuture<bool> future)
 pa_buffer_attr captureBuffer(const pa_sample_spec &format)
 {
     constexpr auto serverDefault = static_cast<std::uint32_t>(-1);
-    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(FragmentDuration, &format));
+    const auto fragment = static_cast<std::uint32_t>(pa_usec_to_bytes(fragmentDuration, &format));
     return {.maxlength = serverDefault,
             .tlength = serverDefault,
             .prebuf = serverDefault,
@@ -56,13 +56,13 @@ MakeAudioRecorder PulseAudioRecorder::factory(std::shared_ptr<SoundServer> serve
 PulseAudioRecorder::PulseAudioRecorder(std::shared_ptr<SoundServer> server, const QString &path,
                                        const AudioRecorderSettings &settings)
     : m_server(std::move(server)), m_sampleRate(settings.sampleRate), m_channels(settings.channels),
-      m_averagePower(static_cast<std::size_t>(std::max(settings.channels, 0)), SoundLevel::Silence),
+      m_averagePower(static_cast<std::size_t>(std::max(settings.channels, 0)), SoundLevel::silence),
       m_writer(SoundCodecs::load().createAac(path, settings.sampleRate, settings.channels)),
       m_level(settings.channels)
 {
     m_patience.setSingleShot(true);
     m_patience.setTimerType(Qt::PreciseTimer);
-    m_patience.setInterval(Patience);
+    m_patience.setInterval(patience);
     QObject::connect(&m_patience, &QTimer::timeout, &m_patience, [this] {
         const SoundServer::Lock lock(*m_server);
         answer(false);
@@ -156,7 +156,7 @@ void PulseAudioRecorder::updateMeters()
 float PulseAudioRecorder::averagePower(int channel) const
 {
     const bool exists = channel >= 0 && channel < m_channels;
-    return exists ? m_averagePower[static_cast<std::size_t>(channel)] : SoundLevel::Silence;
+    return exists ? m_averagePower[static_cast<std::size_t>(channel)] : SoundLevel::silence;
 }
 
 void PulseAudioRecorder::read(pa_stream *stream)
@@ -169,8 +169,8 @@ void PulseAudioRecorder::read(pa_stream *stream)
             take(std::span(static_cast<const float *>(data), samples));
         } else {
             // What the server left out becomes silence, so that the rest keeps its place in time.
-            for (std::size_t done = 0; done < samples; done += Silence.size()) {
-                take(std::span(Silence).first(std::min(Silence.size(), samples - done)));
+            for (std::size_t done = 0; done < samples; done += silence.size()) {
+                take(std::span(silence).first(std::min(silence.size(), samples - done)));
             }
         }
         pa_stream_drop(stream);

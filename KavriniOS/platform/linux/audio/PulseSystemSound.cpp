@@ -14,22 +14,22 @@ namespace
 
 using Samples = std::vector<float>;
 
-constexpr pa_sample_spec Format{.format = PA_SAMPLE_FLOAT32NE, .rate = 48000, .channels = 1};
-constexpr std::size_t Length = 6000; // samples, an eighth of a second
-constexpr double Low = 587.33; // hertz, D5
-constexpr double High = 880; // hertz, A5
-constexpr double Loudness = 0.25;
+constexpr pa_sample_spec format{.format = PA_SAMPLE_FLOAT32NE, .rate = 48000, .channels = 1};
+constexpr std::size_t length = 6000; // samples, an eighth of a second
+constexpr double low = 587.33; // hertz, D5
+constexpr double high = 880; // hertz, A5
+constexpr double loudness = 0.25;
 
 /// A tone gliding from one pitch to another under a bell-shaped envelope, which starts and ends it softly.
 Samples glide(double from, double to)
 {
-    Samples samples(Length);
+    Samples samples(length);
     double phase = 0;
-    for (std::size_t index = 0; index < Length; ++index) {
-        const double progress = static_cast<double>(index) / Length;
+    for (std::size_t index = 0; index < length; ++index) {
+        const double progress = static_cast<double>(index) / length;
         const double envelope = std::pow(std::sin(std::numbers::pi * progress), 2);
-        samples[index] = static_cast<float>(Loudness * envelope * std::sin(phase));
-        phase += 2 * std::numbers::pi * std::lerp(from, to, progress) / Format.rate;
+        samples[index] = static_cast<float>(loudness * envelope * std::sin(phase));
+        phase += 2 * std::numbers::pi * std::lerp(from, to, progress) / format.rate;
     }
     return samples;
 }
@@ -37,8 +37,8 @@ Samples glide(double from, double to)
 /// The sounds live as long as the process, so a stream may play them when nobody owns it.
 const Samples &samplesOf(SystemSound::Id sound)
 {
-    static const Samples begin = glide(Low, High);
-    static const Samples end = glide(High, Low);
+    static const Samples begin = glide(low, high);
+    static const Samples end = glide(high, low);
     return sound == SystemSound::Id::BeginRecording ? begin : end;
 }
 
@@ -78,7 +78,7 @@ void begin(pa_context *context, const Samples &samples)
 {
     pa_proplist *properties = pa_proplist_new();
     pa_proplist_sets(properties, PA_PROP_MEDIA_ROLE, "event");
-    pa_stream *stream = pa_stream_new_with_proplist(context, "Tone", &Format, nullptr, properties);
+    pa_stream *stream = pa_stream_new_with_proplist(context, "Tone", &format, nullptr, properties);
     pa_proplist_free(properties);
     if (!stream) {
         return;

@@ -24,7 +24,7 @@ std::vector<float> SoundLevel::take()
     if (m_frames > 0) {
         for (double &squares : m_squares) {
             const double mean = squares / static_cast<double>(m_frames);
-            power.push_back(std::max(Silence, static_cast<float>(10 * std::log10(mean))));
+            power.push_back(std::max(silence, static_cast<float>(10 * std::log10(mean))));
             squares = 0;
         }
     }

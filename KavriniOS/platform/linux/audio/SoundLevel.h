@@ -11,7 +11,7 @@ namespace kavrin
 class SoundLevel
 {
 public:
-    static constexpr float Silence = -160; ///< decibels; nothing is quieter
+    static constexpr float silence = -160; ///< decibels; nothing is quieter
 
     explicit SoundLevel(int channels);
 

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr pa_usec_t ConnectingLimit = 2 * PA_USEC_PER_SEC;
+constexpr pa_usec_t connectingLimit = 2 * PA_USEC_PER_SEC;
 
 Error soundError(const QString &reason)
 {
@@ -38,7 +38,7 @@ class TimeLimit
 public:
     TimeLimit(pa_threaded_mainloop *loop, pa_context *context)
         : m_loop(loop), m_api(pa_threaded_mainloop_get_api(loop)),
-          m_timer(pa_context_rttime_new(context, pa_rtclock_now() + ConnectingLimit, &ring, this))
+          m_timer(pa_context_rttime_new(context, pa_rtclock_now() + connectingLimit, &ring, this))
     {
     }
 

@@ -22,7 +22,7 @@ namespace kavrin::test
 namespace
 {
 
-constexpr std::size_t Rate = 16000;
+constexpr std::size_t rate = 16000;
 
 QString recordingPath()
 {
@@ -43,7 +43,7 @@ QByteArray contentsOf(const QString &path)
 
 QString written(const std::vector<float> &samples)
 {
-    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
     writer->write(samples);
     writer->finish();
     EXPECT_FALSE(writer->failure());
@@ -81,30 +81,30 @@ TEST(AacFileWriter, KeepsTheWholeToneAndItsPitch)
 {
     for (const double seconds : {0.25, 1.0, 3.1415}) {
         SCOPED_TRACE(seconds);
-        const std::vector<float> heard = withoutSilence(decoded(written(tone(440, seconds, Rate, 0.5))));
-        EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, seconds, 0.03);
-        EXPECT_GT(shareOf(440, heard, Rate), 0.95);
+        const std::vector<float> heard = withoutSilence(decoded(written(tone(440, seconds, rate, 0.5))));
+        EXPECT_NEAR(static_cast<double>(heard.size()) / rate, seconds, 0.03);
+        EXPECT_GT(shareOf(440, heard, rate), 0.95);
     }
 }
 
 TEST(AacFileWriter, DecodesToWhatWasWrittenAndTheEncodersLead)
 {
-    const std::size_t length = decoded(written(std::vector<float>(3 * Rate))).size();
-    EXPECT_GE(length, 3U * Rate + 1024);
-    EXPECT_LE(length, 3U * Rate + 2048);
+    const std::size_t length = decoded(written(std::vector<float>(3 * rate))).size();
+    EXPECT_GE(length, 3U * rate + 1024);
+    EXPECT_LE(length, 3U * rate + 2048);
 }
 
 TEST(AacFileWriter, KeepsTheHighestSoundsOfSpeech)
 {
-    EXPECT_GT(shareOf(7400, withoutSilence(decoded(written(tone(7400, 1, Rate, 0.5)))), Rate), 0.9);
+    EXPECT_GT(shareOf(7400, withoutSilence(decoded(written(tone(7400, 1, rate, 0.5)))), rate), 0.9);
 }
 
 TEST(AacFileWriter, TakesSamplesInPiecesOfAnySize)
 {
-    const std::vector<float> samples = tone(440, 1.1, Rate);
+    const std::vector<float> samples = tone(440, 1.1, rate);
     const QByteArray whole = contentsOf(written(samples));
     {
-        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
+        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
         for (std::size_t done = 0; done < samples.size(); done += 333) {
             writer->write(
                 std::span(samples).subspan(done, std::min<std::size_t>(333, samples.size() - done)));
@@ -121,13 +121,13 @@ TEST(AacFileWriter, FinishesAFileWithoutSamples)
 
 TEST(AacFileWriter, BeginsWithAnOrdinaryBrand)
 {
-    EXPECT_EQ(contentsOf(written(tone(440, 1, Rate))).mid(4, 8), "ftypM4A ");
+    EXPECT_EQ(contentsOf(written(tone(440, 1, rate))).mid(4, 8), "ftypM4A ");
 }
 
 TEST(AacFileWriter, LetsOnlyTheOwnerRead)
 {
     umask(0);
-    const QString path = written(tone(440, 1, Rate));
+    const QString path = written(tone(440, 1, rate));
     struct stat status{};
     ASSERT_EQ(stat(QFile::encodeName(path).constData(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600U);
@@ -135,34 +135,34 @@ TEST(AacFileWriter, LetsOnlyTheOwnerRead)
 
 TEST(AacFileWriter, ReplacesAnEarlierFile)
 {
-    const QByteArray fresh = contentsOf(written(tone(440, 1, Rate)));
+    const QByteArray fresh = contentsOf(written(tone(440, 1, rate)));
     fileOf(QStringLiteral("recording.m4a"), QByteArray(1000000, 'x'));
-    EXPECT_EQ(contentsOf(written(tone(440, 1, Rate))), fresh);
+    EXPECT_EQ(contentsOf(written(tone(440, 1, rate))), fresh);
 }
 
 TEST(AacFileWriter, FollowsNoLink)
 {
     const QString other = fileOf(QStringLiteral("other"), "precious");
     ASSERT_TRUE(QFile::link(other, recordingPath()));
-    written(tone(440, 1, Rate));
+    written(tone(440, 1, rate));
     EXPECT_EQ(contentsOf(other), "precious");
     EXPECT_FALSE(QFileInfo(recordingPath()).isSymLink());
 }
 
 TEST(AacFileWriter, LeavesTheNewFileAloneWhenItsOldOneWasReplaced)
 {
-    const std::unique_ptr<SoundFileWriter> older = createAac(recordingPath(), Rate, 1);
-    older->write(tone(440, 2, Rate));
-    written(tone(880, 1, Rate));
+    const std::unique_ptr<SoundFileWriter> older = createAac(recordingPath(), rate, 1);
+    older->write(tone(440, 2, rate));
+    written(tone(880, 1, rate));
     older->finish();
-    EXPECT_GT(shareOf(880, withoutSilence(decoded(recordingPath())), Rate), 0.95);
+    EXPECT_GT(shareOf(880, withoutSilence(decoded(recordingPath())), rate), 0.95);
 }
 
 TEST(AacFileWriter, SaysWhichFileCannotBeMadeAndWhy)
 {
     const QString path = QDir::home().filePath(QStringLiteral("missing/recording.m4a"));
     try {
-        const std::unique_ptr<SoundFileWriter> writer = createAac(path, Rate, 1);
+        const std::unique_ptr<SoundFileWriter> writer = createAac(path, rate, 1);
         FAIL() << "nothing was thrown";
     } catch (const Error &error) {
         EXPECT_EQ(error.domain, QStringLiteral("file"));
@@ -175,7 +175,7 @@ TEST(AacFileWriter, SaysWhichFileCannotBeMadeAndWhy)
 TEST(AacFileWriter, RefusesAFolderInPlaceOfTheFile)
 {
     ASSERT_TRUE(QDir::home().mkdir(QStringLiteral("recording.m4a")));
-    EXPECT_THROW(createAac(recordingPath(), Rate, 1), Error);
+    EXPECT_THROW(createAac(recordingPath(), rate, 1), Error);
 }
 
 TEST(AacFileWriter, RefusesFormatsThatCannotBeEncoded)
@@ -193,7 +193,7 @@ TEST(AacFileWriter, RefusesFormatsThatCannotBeEncoded)
 
 TEST(AacFileWriter, PlaysUpToAnyByteItWasCutAt)
 {
-    const QString path = written(tone(440, 10, Rate, 0.5));
+    const QString path = written(tone(440, 10, rate, 0.5));
     const QByteArray whole = contentsOf(path);
     const auto wholeLength = static_cast<double>(decoded(path).size());
     for (const double share : {0.3, 0.47, 0.5, 0.731, 0.9, 0.99}) {
@@ -203,49 +203,49 @@ TEST(AacFileWriter, PlaysUpToAnyByteItWasCutAt)
         const std::vector<float> heard = decoded(cut);
         // A fragment is a tenth of the file; one whose table was cut off is lost.
         EXPECT_GT(static_cast<double>(heard.size()), (share - 0.12) * wholeLength);
-        EXPECT_GT(shareOf(440, withoutSilence(heard), Rate), 0.9);
+        EXPECT_GT(shareOf(440, withoutSilence(heard), rate), 0.9);
     }
 }
 
 TEST(AacFileWriter, LeavesAPlayableFileWhenItIsNeverFinished)
 {
     {
-        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
-        writer->write(tone(440, 5, Rate));
+        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+        writer->write(tone(440, 5, rate));
     }
-    EXPECT_GT(decoded(recordingPath()).size(), 3U * Rate);
+    EXPECT_GT(decoded(recordingPath()).size(), 3U * rate);
 }
 
 TEST(AacFileWriter, IsPlayableFromTheFirstSecondsOnWhileItIsWritten)
 {
-    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
-    writer->write(tone(440, 2.5, Rate));
-    EXPECT_GE(decoded(recordingPath()).size(), 1U * Rate);
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+    writer->write(tone(440, 2.5, rate));
+    EXPECT_GE(decoded(recordingPath()).size(), 1U * rate);
 }
 
 TEST(AacFileWriter, KeepsWhatFittedOnAFullDisk)
 {
     limitFilesTo(40000);
-    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
-    writer->write(tone(440, 20, Rate));
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+    writer->write(tone(440, 20, rate));
     writer->finish();
     ASSERT_TRUE(writer->failure());
     EXPECT_THAT(writer->failure()->localizedDescription.toStdString(),
                 testing::AllOf(testing::HasSubstr(recordingPath().toStdString()),
                                testing::HasSubstr("File too large")));
-    EXPECT_GT(decoded(recordingPath()).size(), 2U * Rate);
+    EXPECT_GT(decoded(recordingPath()).size(), 2U * rate);
 }
 
 TEST(AacFileWriter, SaysSoWhenNotEvenTheHeaderFits)
 {
     limitFilesTo(10);
-    EXPECT_THROW(createAac(recordingPath(), Rate, 1), Error);
+    EXPECT_THROW(createAac(recordingPath(), rate, 1), Error);
 }
 
 TEST(AacFileWriter, FinishesOnce)
 {
-    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), Rate, 1);
-    writer->write(tone(440, 1, Rate));
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+    writer->write(tone(440, 1, rate));
     writer->finish();
     const QByteArray once = contentsOf(recordingPath());
     writer->finish();

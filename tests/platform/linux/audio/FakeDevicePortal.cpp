@@ -12,22 +12,22 @@ namespace kavrin::test
 namespace
 {
 
-constexpr QLatin1String Service("org.freedesktop.portal.Desktop");
-constexpr QLatin1String Path("/org/freedesktop/portal/desktop");
+constexpr QLatin1String service("org.freedesktop.portal.Desktop");
+constexpr QLatin1String path("/org/freedesktop/portal/desktop");
 
 } // namespace
 
 FakeDevicePortal::FakeDevicePortal(QDBusConnection bus, Behaviour behaviour, uint result)
     : m_bus(std::move(bus)), m_behaviour(behaviour), m_result(result)
 {
-    m_bus.registerObject(Path, this, QDBusConnection::ExportAllSlots);
-    m_bus.registerService(Service);
+    m_bus.registerObject(path, this, QDBusConnection::ExportAllSlots);
+    m_bus.registerService(service);
 }
 
 FakeDevicePortal::~FakeDevicePortal()
 {
-    m_bus.unregisterService(Service);
-    m_bus.unregisterObject(Path);
+    m_bus.unregisterService(service);
+    m_bus.unregisterObject(path);
 }
 
 QDBusObjectPath FakeDevicePortal::AccessDevice(uint processId, const QStringList &devices,

@@ -16,8 +16,8 @@ namespace kavrin::test
 namespace
 {
 
-constexpr int Rate = 16000;
-constexpr int Endless = -1;
+constexpr int rate = 16000;
+constexpr int endless = -1;
 
 class PulseAudioPlayerTest : public testing::Test
 {
@@ -82,8 +82,8 @@ TEST_F(PulseAudioPlayerTest, PlaysTheSoundOnceAndEnds)
     EXPECT_TRUE(player->isPlaying());
     EXPECT_TRUE(waitUntil([&] { return !player->isPlaying(); }));
     const std::vector<float> heard = heardBy(*listener);
-    EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, 0.1, 0.03);
-    EXPECT_GT(shareOf(440, heard, Rate), 0.8);
+    EXPECT_NEAR(static_cast<double>(heard.size()) / rate, 0.1, 0.03);
+    EXPECT_GT(shareOf(440, heard, rate), 0.8);
 }
 
 TEST_F(PulseAudioPlayerTest, RepeatsTheSoundAsOftenAsAsked)
@@ -93,7 +93,7 @@ TEST_F(PulseAudioPlayerTest, RepeatsTheSoundAsOftenAsAsked)
     player->setNumberOfLoops(4);
     EXPECT_TRUE(player->play());
     EXPECT_TRUE(waitUntil([&] { return !player->isPlaying(); }));
-    EXPECT_NEAR(static_cast<double>(heardBy(*listener).size()) / Rate, 0.5, 0.03);
+    EXPECT_NEAR(static_cast<double>(heardBy(*listener).size()) / rate, 0.5, 0.03);
 }
 
 TEST_F(PulseAudioPlayerTest, PlaysAgainAfterTheEnd)
@@ -105,7 +105,7 @@ TEST_F(PulseAudioPlayerTest, PlaysAgainAfterTheEnd)
     EXPECT_TRUE(player->play());
     EXPECT_TRUE(player->isPlaying());
     EXPECT_TRUE(waitUntil([&] { return !player->isPlaying(); }));
-    EXPECT_GT(static_cast<double>(heardBy(*listener).size()) / Rate, 0.15);
+    EXPECT_GT(static_cast<double>(heardBy(*listener).size()) / rate, 0.15);
 }
 
 TEST_F(PulseAudioPlayerTest, ReleasesTheSpeakerAtTheEnd)
@@ -119,24 +119,24 @@ TEST_F(PulseAudioPlayerTest, ReleasesTheSpeakerAtTheEnd)
 TEST_F(PulseAudioPlayerTest, LoopsWithoutEnd)
 {
     const auto player = makePlayer();
-    player->setNumberOfLoops(Endless);
+    player->setNumberOfLoops(endless);
     player->prepareToPlay();
     EXPECT_TRUE(player->play());
     const auto listener = makeListener();
     // Many times the sound, and more than was handed over in advance.
-    EXPECT_TRUE(waitUntil([&] { return decoded(m_path).size() > 5UL * Rate; }));
+    EXPECT_TRUE(waitUntil([&] { return decoded(m_path).size() > 5UL * rate; }));
     EXPECT_TRUE(player->isPlaying());
     listener->stop();
     const std::vector<float> heard = withoutSilence(decoded(m_path));
-    EXPECT_GT(heard.size(), 4UL * Rate);
-    EXPECT_GT(shareOf(440, heard, Rate), 0.9);
+    EXPECT_GT(heard.size(), 4UL * rate);
+    EXPECT_GT(shareOf(440, heard, rate), 0.9);
 }
 
 TEST_F(PulseAudioPlayerTest, LoopsTheShortestSound)
 {
     const auto listener = makeListener();
     const auto player = PulseAudioPlayer::factory(m_server)(wavOf({0.5, 0.5, -0.5, -0.5}, 8000));
-    player->setNumberOfLoops(Endless);
+    player->setNumberOfLoops(endless);
     EXPECT_TRUE(player->play());
     EXPECT_TRUE(waitUntil([&] { return power(*listener) > -20; }));
 }
@@ -144,7 +144,7 @@ TEST_F(PulseAudioPlayerTest, LoopsTheShortestSound)
 TEST_F(PulseAudioPlayerTest, StopsWhenItIsDestroyed)
 {
     auto player = makePlayer();
-    player->setNumberOfLoops(Endless);
+    player->setNumberOfLoops(endless);
     EXPECT_TRUE(player->play());
     EXPECT_TRUE(waitUntil([&] { return isSpeakerInUse(); }));
     player.reset();
@@ -156,7 +156,7 @@ TEST_F(PulseAudioPlayerTest, PlaysAtItsVolume)
     const auto listener = makeListener();
     const auto player = makePlayer();
     player->setVolume(0.5);
-    player->setNumberOfLoops(Endless);
+    player->setNumberOfLoops(endless);
     EXPECT_TRUE(player->play());
     EXPECT_TRUE(waitUntil([&] { return std::abs(power(*listener) + 9.03) < 0.5; }));
 }
@@ -174,7 +174,7 @@ TEST_F(PulseAudioPlayerTest, IsSilentAtVolumeZero)
 TEST_F(PulseAudioPlayerTest, IsNotPlayingWhileTheServerHoldsTheSpeakerBack)
 {
     const auto player = makePlayer();
-    player->setNumberOfLoops(Endless);
+    player->setNumberOfLoops(endless);
     EXPECT_TRUE(player->play());
     EXPECT_TRUE(waitUntil([&] { return isSpeakerInUse(); }));
     suspendSpeaker(true);
@@ -186,7 +186,7 @@ TEST_F(PulseAudioPlayerTest, IsNotPlayingWhileTheServerHoldsTheSpeakerBack)
 TEST_F(PulseAudioPlayerTest, IsNotPlayingAfterTheServerDied)
 {
     const auto player = makePlayer();
-    player->setNumberOfLoops(Endless);
+    player->setNumberOfLoops(endless);
     EXPECT_TRUE(player->play());
     m_machine.kill();
     EXPECT_TRUE(waitUntil([&] { return !player->isPlaying(); }));
@@ -210,7 +210,7 @@ TEST_F(PulseAudioPlayerTest, StartsAndStopsAHundredTimes)
     for (int round = 0; round < 100; ++round) {
         SCOPED_TRACE(round);
         const auto player = makePlayer();
-        player->setNumberOfLoops(Endless);
+        player->setNumberOfLoops(endless);
         ASSERT_TRUE(player->play());
         // Every other one stops while the server has not yet answered.
         if (round % 2 == 0) {

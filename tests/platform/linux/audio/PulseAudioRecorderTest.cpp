@@ -20,7 +20,7 @@ namespace kavrin::test
 namespace
 {
 
-constexpr int Rate = 16000;
+constexpr int rate = 16000;
 
 /// A running sound server, a connection to it and a place for the recording.
 class PulseAudioRecorderTest : public testing::Test
@@ -80,8 +80,8 @@ TEST_F(PulseAudioRecorderTest, RecordsAToneWhole)
     speakTone(*recorder, 440, 1);
     recorder->stop();
     const std::vector<float> heard = withoutSilence(decoded(m_path));
-    EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, 1, 0.05);
-    EXPECT_GT(shareOf(440, heard, Rate), 0.95);
+    EXPECT_NEAR(static_cast<double>(heard.size()) / rate, 1, 0.05);
+    EXPECT_GT(shareOf(440, heard, rate), 0.95);
 }
 
 TEST_F(PulseAudioRecorderTest, HonoursItsSettings)
@@ -249,7 +249,7 @@ TEST_F(PulseAudioRecorderTest, GoesOnWaitingForAMicrophoneThatIsSilentAtFirst)
     suspendMicrophone(false);
     speakTone(*recorder, 440, 0.5);
     recorder->stop();
-    EXPECT_GT(shareOf(440, withoutSilence(decoded(m_path)), Rate), 0.9);
+    EXPECT_GT(shareOf(440, withoutSilence(decoded(m_path)), rate), 0.9);
 }
 
 TEST_F(PulseAudioRecorderTest, ConnectsAgainAfterTheServerWasRestarted)
@@ -273,8 +273,8 @@ TEST_F(PulseAudioRecorderTest, KeepsWhatItHeardWhenTheServerDies)
                              "stop, and start again once it is back."));
     recorder->stop();
     const std::vector<float> heard = withoutSilence(decoded(m_path));
-    EXPECT_NEAR(static_cast<double>(heard.size()) / Rate, 0.7, 0.05);
-    EXPECT_GT(shareOf(440, heard, Rate), 0.95);
+    EXPECT_NEAR(static_cast<double>(heard.size()) / rate, 0.7, 0.05);
+    EXPECT_GT(shareOf(440, heard, rate), 0.95);
 }
 
 TEST_F(PulseAudioRecorderTest, KeepsWhatFittedOnAFullDisk)
@@ -292,7 +292,7 @@ TEST_F(PulseAudioRecorderTest, KeepsWhatFittedOnAFullDisk)
     recorder->stop();
     const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    EXPECT_GT(decoded(m_path).size(), 0.5 * Rate);
+    EXPECT_GT(decoded(m_path).size(), 0.5 * rate);
 }
 
 TEST_F(PulseAudioRecorderTest, DoesNotHarmAnotherOnTheSamePath)
@@ -306,7 +306,7 @@ TEST_F(PulseAudioRecorderTest, DoesNotHarmAnotherOnTheSamePath)
     speakTone(*newer, 880, 0.3);
     newer->stop();
     const std::vector<float> heard = withoutSilence(decoded(m_path));
-    EXPECT_GT(shareOf(880, heard, Rate), 0.9);
+    EXPECT_GT(shareOf(880, heard, rate), 0.9);
 }
 
 TEST_F(PulseAudioRecorderTest, AnswersNoWhenItIsDestroyedBeforeTheFirstSamples)

@@ -27,7 +27,7 @@ namespace
 using Behaviour = FakeDevicePortal::Behaviour;
 using Type = AudioSession::InterruptionType;
 
-const AudioSession::Options Standard =
+const AudioSession::Options standard =
     AudioSession::MixWithOthers | AudioSession::AllowBluetooth | AudioSession::DefaultToSpeaker;
 
 /// A session as inside a sandbox.
@@ -192,7 +192,7 @@ TEST(PulseAudioSession, SaysWhatToDoWhereNoServerRuns)
 {
     const PrivateSoundServer machine;
     PulseAudioSession session(std::make_shared<SoundServer>());
-    session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default, Standard);
+    session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default, standard);
     try {
         session.activate();
         FAIL() << "nothing was thrown";
@@ -223,7 +223,7 @@ TEST(PulseAudioSession, AnnouncesACallUnlessItMixesWithOthers)
     const auto server = std::make_shared<SoundServer>();
     PulseAudioSession session(server);
     session.activate();
-    for (const Case &c : std::to_array<Case>({{Standard, false}, {AudioSession::AllowBluetooth, true}})) {
+    for (const Case &c : std::to_array<Case>({{standard, false}, {AudioSession::AllowBluetooth, true}})) {
         SCOPED_TRACE(c.call);
         session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default, c.options);
         PulseAudioRecorder recorder(server, QDir::home().filePath(QStringLiteral("dict.m4a")), {});

@@ -16,7 +16,7 @@ namespace kavrin::test
 namespace
 {
 
-constexpr int Rate = 16000;
+constexpr int rate = 16000;
 
 /// How often the samples of a part pass through zero: more often the higher the pitch.
 std::ptrdiff_t crossings(std::span<const float> samples)
@@ -60,7 +60,7 @@ std::vector<float> heard(SystemSound::Id sound)
 TEST(PulseSystemSound, BeginsWithAShortRisingTone)
 {
     const std::vector<float> tone = heard(SystemSound::Id::BeginRecording);
-    EXPECT_NEAR(static_cast<double>(tone.size()) / Rate, 0.1, 0.05);
+    EXPECT_NEAR(static_cast<double>(tone.size()) / rate, 0.1, 0.05);
     const std::span<const float> samples(tone);
     EXPECT_LT(crossings(samples.first(tone.size() / 2)), crossings(samples.last(tone.size() / 2)));
 }
@@ -68,7 +68,7 @@ TEST(PulseSystemSound, BeginsWithAShortRisingTone)
 TEST(PulseSystemSound, EndsWithAShortFallingTone)
 {
     const std::vector<float> tone = heard(SystemSound::Id::EndRecording);
-    EXPECT_NEAR(static_cast<double>(tone.size()) / Rate, 0.1, 0.05);
+    EXPECT_NEAR(static_cast<double>(tone.size()) / rate, 0.1, 0.05);
     const std::span<const float> samples(tone);
     EXPECT_GT(crossings(samples.first(tone.size() / 2)), crossings(samples.last(tone.size() / 2)));
 }

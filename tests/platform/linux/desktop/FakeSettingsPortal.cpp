@@ -12,10 +12,10 @@ namespace kavrin::test
 namespace
 {
 
-constexpr QLatin1String Service("org.freedesktop.portal.Desktop");
-constexpr QLatin1String Path("/org/freedesktop/portal/desktop");
-constexpr QLatin1String Interface("org.freedesktop.portal.Settings");
-constexpr QLatin1String Appearance("org.freedesktop.appearance");
+constexpr QLatin1String service("org.freedesktop.portal.Desktop");
+constexpr QLatin1String path("/org/freedesktop/portal/desktop");
+constexpr QLatin1String interface("org.freedesktop.portal.Settings");
+constexpr QLatin1String appearance("org.freedesktop.appearance");
 
 } // namespace
 
@@ -25,14 +25,14 @@ FakeSettingsPortal::FakeSettingsPortal(QDBusConnection bus, QVariantMap appearan
     connect(&m_thread, &QThread::finished, this, [this] { m_ended.set_value(); }, Qt::DirectConnection);
     m_thread.start();
     moveToThread(&m_thread);
-    m_bus.registerObject(Path, this, QDBusConnection::ExportAllSlots);
-    m_bus.registerService(Service);
+    m_bus.registerObject(path, this, QDBusConnection::ExportAllSlots);
+    m_bus.registerService(service);
 }
 
 FakeSettingsPortal::~FakeSettingsPortal()
 {
-    m_bus.unregisterService(Service);
-    m_bus.unregisterObject(Path);
+    m_bus.unregisterService(service);
+    m_bus.unregisterObject(path);
     m_thread.quit();
     m_ended.get_future().wait(); // ThreadSanitizer does not see what QThread::wait() waits for
     m_thread.wait();
@@ -47,7 +47,7 @@ void FakeSettingsPortal::ReadAll(const QStringList &namespaces)
     }
     if (m_answer == Answer::Refusal) {
         m_bus.send(message().createErrorReply(QDBusError::AccessDenied, QStringLiteral("Not allowed")));
-    } else if (m_answer == Answer::AtOnce && namespaces.contains(Appearance)) {
+    } else if (m_answer == Answer::AtOnce && namespaces.contains(appearance)) {
         reply(message());
     }
 }
@@ -62,7 +62,7 @@ void FakeSettingsPortal::answer()
 
 void FakeSettingsPortal::change(const QString &settings, const QString &key, const QVariant &value)
 {
-    QDBusMessage signal = QDBusMessage::createSignal(Path, Interface, QStringLiteral("SettingChanged"));
+    QDBusMessage signal = QDBusMessage::createSignal(path, interface, QStringLiteral("SettingChanged"));
     signal << settings << key << QVariant::fromValue(QDBusVariant(value));
     m_bus.send(signal);
 }
@@ -78,7 +78,7 @@ void FakeSettingsPortal::reply(const QDBusMessage &call)
     QDBusArgument settings;
     settings.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<QVariantMap>());
     settings.beginMapEntry();
-    settings << QString(Appearance) << m_appearance;
+    settings << QString(appearance) << m_appearance;
     settings.endMapEntry();
     settings.endMap();
     m_bus.send(call.createReply(QVariant::fromValue(settings)));

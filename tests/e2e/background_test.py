@@ -10,9 +10,9 @@ import unittest
 from support.desktop import APPLICATION, Bus, Tray
 from support.private_session import ROOT, SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import WindowSession
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 MESSAGE = "Your Hazel Bank code is 482 913. Do not share it."
 
 

@@ -7,9 +7,9 @@ import subprocess
 import unittest
 
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 
 
 class Dictation(unittest.TestCase):

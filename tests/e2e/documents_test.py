@@ -9,9 +9,9 @@ import textwrap
 import unittest
 
 from support.private_session import ROOT, SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 DOCUMENTS = [*sorted(ROOT.glob("*.md")), *sorted((ROOT / "docs").glob("*.md"))]
 
 

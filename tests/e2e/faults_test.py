@@ -7,9 +7,9 @@ import threading
 import unittest
 
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, make_read_only, undo_mount
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 
 
 class Faults(unittest.TestCase):

@@ -8,9 +8,9 @@ import unittest
 from support.private_session import (SPEECH, enter_private_namespaces, make_read_only, small_disk, undo_mount,
                                      wait_until)
 from support.screen_reader import WindowSession
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 
 
 class Hardship(unittest.TestCase):

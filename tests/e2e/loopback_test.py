@@ -16,9 +16,9 @@ import unittest
 
 from support.private_session import (ANOTHER_USER, PORT, SPEECH, PrivateSession, enter_private_namespaces,
                                      need_another_user, need_private_namespaces, wait_until)
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 REFUSED = 7  # curl's exit code
 MEBIBYTE = 1024 * 1024
 HERE = ("10.9.8.1", "fd09:8::1")

@@ -9,9 +9,9 @@ from faults_test import HangingService
 from support.desktop import Bus, Notifications, Tray
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import Window, WindowSession
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 TITLE = "Voice typing"
 TYPED = "sk-typed-2358"
 MESSAGE = "Hazel Bank: your code is 482913"

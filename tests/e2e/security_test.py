@@ -15,9 +15,9 @@ from notices_test import RefusingService
 from support.desktop import APPLICATION, Bus
 from support.private_session import (ANOTHER_USER, PORT, ROOT, SPEECH, PrivateSession, enter_private_namespaces,
                                      need_another_user, wait_until)
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 KEY = "sk-never-to-be-seen-4711"
 MESSAGE = "Hazel Bank: your code is 482913"
 GROUP = "home/data/app-groups/group.app.kavrin.shared"

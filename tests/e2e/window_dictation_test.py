@@ -11,9 +11,9 @@ import unittest
 from faults_test import HangingService
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import WindowSession
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 
 LISTENING = "Listening… tap the keyboard mic again to stop."
 NO_ANSWER = ("Recording failed: The sound server cannot be reached (it does not answer). Check that PipeWire or "

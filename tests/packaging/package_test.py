@@ -11,9 +11,9 @@ import unittest
 from clean_root import CleanRoot, need_clean_root
 from packages import BUILD, make_package
 from support.private_session import ROOT, SPEECH
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 MESSAGE = "Your code is 482913"
 
 # Waits for a line of a service, and for the answer of a port, as long as the program runs.

@@ -8,9 +8,9 @@ import unittest
 
 from packages import install, run
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
-SPOKEN = "ten of clubs"
 ELF = b"\x7fELF"
 
 

@@ -16,6 +16,8 @@ namespace kavrin
 namespace
 {
 
+using namespace Qt::StringLiterals;
+
 constexpr std::string_view getPath = "/get";
 constexpr std::string_view commandPath = "/cmd";
 constexpr std::string_view usedPath = "/used";
@@ -27,26 +29,11 @@ constexpr std::string_view done = R"({"ok":true})";
 /// Read at one moment, so that a new stamp never comes with the text before it.
 std::string dictation()
 {
-    static const QStringList readableKeys = {QStringLiteral("dictationAlive"),
-                                             QStringLiteral("dictationState"), QStringLiteral("transcript"),
-                                             QStringLiteral("tStamp"), QStringLiteral("tUsed")};
+    static const QStringList readableKeys = {u"dictationAlive"_s, u"dictationState"_s, u"transcript"_s,
+                                             u"tStamp"_s, u"tUsed"_s};
     const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys));
     return members ? QJsonDocument(*members).toJson(QJsonDocument::Compact).toStdString()
                    : std::string(nothing);
-}
-
-/// As dictation(), which is not asked again before the suite has changed: keyboards ask far more often. Only
-/// one thread answers this, so each may remember for itself.
-std::string get()
-{
-    thread_local std::optional<quint64> revision;
-    thread_local std::string body;
-    const std::optional<quint64> current = Shared::d().revision();
-    if (!current || current != revision) {
-        body = dictation();
-        revision = Shared::d().lastError().isEmpty() ? current : std::nullopt;
-    }
-    return body;
 }
 
 std::optional<LoopbackWrite> command(const LoopbackRequest &request)
@@ -55,7 +42,7 @@ std::optional<LoopbackWrite> command(const LoopbackRequest &request)
     if (value == request.query.end() || (value->second != "start" && value->second != "stop")) {
         return std::nullopt;
     }
-    return LoopbackWrite{QStringLiteral("dictationCommand"), QString::fromStdString(value->second)};
+    return LoopbackWrite{u"dictationCommand"_s, QString::fromStdString(value->second)};
 }
 
 std::optional<LoopbackWrite> used(const LoopbackRequest &request)
@@ -65,13 +52,13 @@ std::optional<LoopbackWrite> used(const LoopbackRequest &request)
         return std::nullopt;
     }
     const std::optional<double> stamp = decimalNumber(value->second);
-    return stamp ? std::optional(LoopbackWrite{QStringLiteral("tUsed"), *stamp}) : std::nullopt;
+    return stamp ? std::optional(LoopbackWrite{u"tUsed"_s, *stamp}) : std::nullopt;
 }
 
 std::string bodyFor(const LoopbackRequest &request)
 {
     if (request.path == getPath) {
-        return get();
+        return dictation();
     }
     return std::string(request.path == commandPath || request.path == usedPath ? done : nothing);
 }

@@ -45,10 +45,6 @@ public:
     /// Those of `keys` that have a value, as they stood at one moment.
     [[nodiscard]] PropertyListDictionary objects(const QStringList &keys) const;
 
-    /// A number, to be compared for equality only, that is another one whenever a value may have been stored
-    /// or removed since, by whichever process; none where it cannot be told. Much quicker than reading.
-    [[nodiscard]] std::optional<quint64> revision() const;
-
     /// Stores a value. False where that failed: the old value is then still there, and lastError() says why.
     /// A number that is not finite is refused, and so is a list that is nested more than 500 deep or has more
     /// than 100,000 values.

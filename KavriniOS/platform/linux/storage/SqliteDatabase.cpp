@@ -171,7 +171,6 @@ int SqliteConnection::open(const QString &path, std::chrono::milliseconds locked
     if (m_handle != nullptr) {
         return SQLITE_OK;
     }
-    ++m_openings;
     int result = openAndProbe(path, SQLITE_OPEN_READWRITE, lockedLimit);
     m_lacking = lackingFor(path, result);
     if (isSnapshot()) {
@@ -340,20 +339,6 @@ int SqliteDatabase::openChecked()
 int SqliteDatabase::read(const char *sql, const Use &use)
 {
     return run(m_reader, sql, use);
-}
-
-std::optional<quint64> SqliteDatabase::revision()
-{
-    // SQLite counts what others have changed since this connection was opened.
-    std::optional<quint64> revision;
-    read("PRAGMA data_version", [&](SqliteStatement &statement) {
-        const int result = statement.step();
-        if (result == SQLITE_ROW) {
-            revision = quint64(m_reader.openings()) << 32U | quint32(statement.integer(0));
-        }
-        return result;
-    });
-    return revision;
 }
 
 int SqliteDatabase::write(const char *sql, const Use &use)

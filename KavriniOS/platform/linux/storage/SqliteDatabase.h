@@ -70,9 +70,6 @@ public:
     [[nodiscard]] QString errorMessage() const;
     [[nodiscard]] sqlite3 *handle() const { return m_handle; }
 
-    /// How often the file has been opened.
-    [[nodiscard]] quint32 openings() const { return m_openings; }
-
     /// Whether this connection sees the file as it was when it was opened: a folder that may not be written
     /// to, or a full disk, leaves no room for what SQLite needs to see more.
     [[nodiscard]] bool isSnapshot() const { return m_lacking != SQLITE_OK; }
@@ -92,7 +89,6 @@ private:
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
     int m_lacking = SQLITE_OK;
-    quint32 m_openings = 0;
     QString m_openError;
 };
 
@@ -113,10 +109,6 @@ public:
     using Use = std::function<int(SqliteStatement &)>;
     int read(const char *sql, const Use &use);
     int write(const char *sql, const Use &use);
-
-    /// Another number whenever another connection, those of this process included, may have changed the file
-    /// since, or another file is in its place; none where it cannot be told.
-    std::optional<quint64> revision();
 
     [[nodiscard]] QString path() const { return m_path; }
 

@@ -248,11 +248,6 @@ PropertyListDictionary UserDefaults::objects(const QStringList &keys) const
     return values;
 }
 
-std::optional<quint64> UserDefaults::revision() const
-{
-    return m_database->revision();
-}
-
 bool UserDefaults::set(const QString &key, const PropertyListValue &value)
 {
     const QString reason = obstacle(value);

@@ -11,9 +11,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
-#include <functional>
 #include <limits>
-#include <set>
 #include <thread>
 #include <vector>
 
@@ -255,42 +253,6 @@ TEST(UserDefaults, SeveralKeysAreReadAsTheyStandAtOneMoment)
     suite->set(u"c"_s, 3.0);
     EXPECT_EQ(suite->objects({u"a"_s, u"c"_s, u"\"]"_s}),
               (PropertyListDictionary{{u"a"_s, true}, {u"c"_s, 3.0}}));
-}
-
-TEST(UserDefaults, TheRevisionIsAnotherOneAfterEveryChange)
-{
-    const auto suite = makeSuite();
-    suite->set(u"key"_s, u"value"_s);
-    Sqlite file(suite->path());
-    struct Case {
-        const char *name;
-        std::function<void()> change;
-    };
-    const std::vector<Case> cases = {
-        {"set", [&] { suite->set(u"key"_s, u"other"_s); }},
-        {"removed", [&] { suite->remove(u"key"_s); }},
-        {"another suite", [&] { makeSuite()->set(u"key"_s, u"third"_s); }},
-        {"another process", [&] { file.run("UPDATE defaults SET value = 'new' WHERE key = 'key'"); }},
-        {"file deleted", [&] { removeFiles(suite->path()); }},
-    };
-    std::set<quint64> revisions = {suite->revision().value_or(0)};
-    for (const Case &input : cases) {
-        SCOPED_TRACE(input.name);
-        input.change();
-        const std::optional<quint64> revision = suite->revision();
-        ASSERT_TRUE(revision);
-        EXPECT_TRUE(revisions.insert(*revision).second);
-        EXPECT_EQ(suite->revision(), revision) << "unchanged since";
-    }
-}
-
-TEST(UserDefaults, AFileThatCannotBeReadHasNoRevision)
-{
-    const auto suite = makeSuite();
-    const QString path = suite->path();
-    removeFiles(path);
-    QDir().mkpath(path);
-    EXPECT_EQ(suite->revision(), std::nullopt);
 }
 
 TEST(UserDefaults, AFailedReadSaysWhyAndTheNextGoodOneForgetsIt)

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
 
-#include "loopback/Loopback.h"
 #include "platform/Logging.h"
 #include "store/Shared.h"
 
@@ -57,8 +56,10 @@ void stopWhenRecording(Recorder &recorder)
 
 } // namespace
 
-DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer)
-    : m_clock(platform.clock), m_recorder(std::make_shared<Recorder>(platform)),
+DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
+                                 std::function<void()> startLoopback)
+    : m_clock(platform.clock), m_startLoopback(std::move(startLoopback)),
+      m_recorder(std::make_shared<Recorder>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
     m_recorder->autoReset = true;
@@ -66,7 +67,7 @@ DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPl
 
 QCoro::Task<> DictationBridge::run(std::stop_token stop)
 {
-    Loopback::shared().start();
+    m_startLoopback();
     Clock &clock = m_clock;
     const std::shared_ptr<Recorder> recorder = m_recorder;
     QString keptCommand;

@@ -7,6 +7,7 @@
 #include "App/UrlHost.h"
 #include "codes/SaveVerificationCode.h"
 #include "dictation/DictationBridge.h"
+#include "loopback/Loopback.h"
 #include "platform/Logging.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
 #include "platform/linux/audio/PulseAudioRecorder.h"
@@ -75,7 +76,7 @@ struct KavrinApp::Services {
     NetworkUrlSession urlSession;
     DictationBridge dictationBridge =
         DictationBridge(recorderPlatform([this](const QString &message) { failureNotices.report(message); }),
-                        PulseAudioPlayer::factory(soundServer));
+                        PulseAudioPlayer::factory(soundServer), [] { Loopback::shared().start(); });
     SettingsModel settings = SettingsModel(pasteboard, contacts);
     DictateModelFactory dictateModels = DictateModelFactory(
         recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));

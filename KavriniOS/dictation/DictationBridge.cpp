@@ -2,7 +2,6 @@
 #include "dictation/DictationBridge.h"
 
 #include "dictation/DictationState.h"
-#include "loopback/Loopback.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
@@ -51,8 +50,10 @@ QString takeCommand(TakenCommand &taken)
 
 } // namespace
 
-DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer)
-    : m_clock(platform.clock), m_keyboard(std::make_shared<Keyboard>(platform)),
+DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
+                                 std::function<void()> startLoopback)
+    : m_clock(platform.clock), m_startLoopback(std::move(startLoopback)),
+      m_keyboard(std::make_shared<Keyboard>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
     m_keyboard->recorder.autoReset = true;
@@ -91,7 +92,7 @@ void DictationBridge::stop(Keyboard &keyboard)
 
 QCoro::Task<> DictationBridge::run(std::stop_token stop)
 {
-    Loopback::shared().start();
+    m_startLoopback();
     Clock &clock = m_clock;
     const std::shared_ptr<Keyboard> keyboard = m_keyboard;
     TakenCommand taken;

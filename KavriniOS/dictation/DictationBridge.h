@@ -4,6 +4,7 @@
 #include "dictation/Recorder.h"
 #include "dictation/Standby.h"
 
+#include <functional>
 #include <stop_token>
 
 namespace kavrin
@@ -15,8 +16,10 @@ namespace kavrin
 class DictationBridge
 {
 public:
-    /// `platform` and what it refers to must outlive run().
-    DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer);
+    /// `platform` and what it refers to must outlive run(). `startLoopback` starts the loopback server,
+    /// unless it runs.
+    DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
+                    std::function<void()> startLoopback);
 
     /// Starts the loopback server, then serves the keyboard until `stop` is requested.
     QCoro::Task<> run(std::stop_token stop);
@@ -41,6 +44,7 @@ private:
     static QCoro::Task<> start(std::shared_ptr<Keyboard> keyboard);
     static void stop(Keyboard &keyboard);
 
+    const std::function<void()> m_startLoopback;
     // Shared with run(), which may be waiting when the bridge is destroyed.
     std::shared_ptr<Keyboard> m_keyboard;
     std::shared_ptr<Standby> m_standby;

@@ -20,10 +20,10 @@ namespace kavrin
 /// unanswered. One connection carries one request, of at most 8192 bytes received at once, and one answer.
 ///
 /// It has two threads of its own, which use nothing but the shared suite: one serves all connections, the
-/// other does what writes, which may have to wait for another process that holds the suite. It leaves 128 of
-/// the process's descriptors, or half where it has fewer than 256, to the rest of the application: beyond
-/// that a client waits until another's connection is closed. Listening raises the process's soft limit on
-/// descriptors to 4096, as far as the hard limit permits.
+/// other stores, one after the other, what they ask to have stored, and may have to wait for another process
+/// that holds the suite. It leaves 128 of the process's descriptors, or half where it has fewer than 256, to
+/// the rest of the application: beyond that a client waits until another's connection is closed. Listening
+/// raises the process's limit of descriptors to 4096, as far as the system permits.
 class Loopback
 {
 public:
@@ -36,11 +36,11 @@ public:
     /// process ends.
     static Loopback &shared();
 
-    /// A server that is to listen on `listeningPort` (0: any free one) and to ask `peerUser`, on its own
-    /// threads, whose a connection is.
+    /// A server that is to listen on `listeningPort` (0: any free one) and to ask `peerUser`, on a thread of
+    /// its own, whose a connection is.
     explicit Loopback(std::uint16_t listeningPort, PeerUserFunction peerUser = &kavrin::peerUser);
 
-    /// Ends the server at once: connections that are being served are closed.
+    /// Ends the server: connections that are being served are closed. Waits for what is being stored.
     ~Loopback();
 
     /// Begins to listen, unless it listens already. Returns without waiting for anything. A failure, such as
@@ -51,12 +51,12 @@ public:
     [[nodiscard]] std::uint16_t boundPort() const;
 
 private:
-    class Listener;
+    class Server;
 
     const std::uint16_t m_listeningPort;
     const PeerUserFunction m_peerUser;
     mutable std::mutex m_mutex;
-    std::unique_ptr<Listener> m_listener;
+    std::unique_ptr<Server> m_server;
 };
 
 } // namespace kavrin

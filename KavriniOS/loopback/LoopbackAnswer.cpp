@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/LoopbackAnswer.h"
 
+#include "store/DictationKeys.h"
 #include "store/JsonSerialization.h"
 #include "store/Shared.h"
 
@@ -16,6 +17,8 @@ namespace kavrin
 namespace
 {
 
+using namespace Qt::StringLiterals;
+
 constexpr std::string_view getPath = "/get";
 constexpr std::string_view commandPath = "/cmd";
 constexpr std::string_view usedPath = "/used";
@@ -25,11 +28,11 @@ constexpr std::string_view done = R"({"ok":true})";
 
 /// The dictation keys that are present, as JSON; nothing where one of them holds what JSON cannot represent.
 /// Read at one moment, so that a new stamp never comes with the text before it.
-std::string dictation()
+std::string dictationKeys()
 {
-    static const QStringList readableKeys = {QStringLiteral("dictationAlive"),
-                                             QStringLiteral("dictationState"), QStringLiteral("transcript"),
-                                             QStringLiteral("tStamp"), QStringLiteral("tUsed")};
+    static const QStringList readableKeys = {dictation::aliveKey, dictation::stateKey,
+                                             dictation::transcriptKey, dictation::stampKey,
+                                             dictation::usedKey};
     const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys).value);
     return members ? QJsonDocument(*members).toJson(QJsonDocument::Compact).toStdString()
                    : std::string(nothing);
@@ -41,7 +44,7 @@ std::optional<LoopbackWrite> command(const LoopbackRequest &request)
     if (value == request.query.end() || (value->second != "start" && value->second != "stop")) {
         return std::nullopt;
     }
-    return LoopbackWrite{QStringLiteral("dictationCommand"), QString::fromStdString(value->second)};
+    return LoopbackWrite{dictation::commandKey, QString::fromStdString(value->second)};
 }
 
 std::optional<LoopbackWrite> used(const LoopbackRequest &request)
@@ -51,13 +54,13 @@ std::optional<LoopbackWrite> used(const LoopbackRequest &request)
         return std::nullopt;
     }
     const std::optional<double> stamp = decimalNumber(value->second);
-    return stamp ? std::optional(LoopbackWrite{QStringLiteral("tUsed"), *stamp}) : std::nullopt;
+    return stamp ? std::optional(LoopbackWrite{dictation::usedKey, *stamp}) : std::nullopt;
 }
 
 std::string bodyFor(const LoopbackRequest &request)
 {
     if (request.path == getPath) {
-        return dictation();
+        return dictationKeys();
     }
     return std::string(request.path == commandPath || request.path == usedPath ? done : nothing);
 }

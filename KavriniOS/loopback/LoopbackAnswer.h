@@ -16,8 +16,6 @@ namespace kavrin
 struct LoopbackWrite {
     QString key;
     PropertyListValue value;
-
-    bool operator==(const LoopbackWrite &) const = default;
 };
 
 /// None where the request asks for nothing of the kind, or is no request. The endpoints are described in

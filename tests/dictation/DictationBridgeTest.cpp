@@ -58,14 +58,24 @@ protected:
     }
 
     FakeRecorderPlatform machine;
+    int loopbackStarts = 0;
     DictationBridge bridge{machine.platform(),
-                           [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); }};
+                           [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); },
+                           [this] { ++loopbackStarts; }};
     std::stop_source stop;
     bool running = false;
     bool ended = false;
 };
 
 } // namespace
+
+TEST_F(DictationBridgeTest, StartsTheLoopbackServerOnceForAllPasses)
+{
+    EXPECT_EQ(loopbackStarts, 0);
+    run();
+    pass();
+    EXPECT_EQ(loopbackStarts, 1);
+}
 
 TEST_F(DictationBridgeTest, BeatsOnTheFirstPassAndOnEveryEighthAfterIt)
 {
@@ -302,7 +312,7 @@ TEST_F(DictationBridgeTest, TheBridgeMayGoWhileItsLoopSleeps)
 {
     bool done = false;
     auto other = std::make_unique<DictationBridge>(
-        machine.platform(), [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); });
+        machine.platform(), [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); }, [] {});
     other->run(stop.get_token()).then([&] { done = true; });
     other.reset();
     stop.request_stop();

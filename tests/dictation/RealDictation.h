@@ -148,7 +148,7 @@ private:
         ASSERT_TRUE(waitUntil([] { return shared(QStringLiteral("dictationCommand")).empty(); }));
     }
 
-    DictationBridge m_bridge{machine.platform(), PulseAudioPlayer::factory(machine.soundServer)};
+    DictationBridge m_bridge{machine.platform(), PulseAudioPlayer::factory(machine.soundServer), [] { }};
     std::stop_source m_stop;
     bool m_ended = false;
     int m_successes = 0;

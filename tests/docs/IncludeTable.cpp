@@ -74,6 +74,15 @@ QString includedPath(const QString &line)
     return module.isEmpty() ? include.match(line).captured(1) : module + u'/';
 }
 
+/// The system's header that a line includes: <unistd.h>, <sys/socket.h>. Libraries, and C++, name theirs
+/// otherwise.
+QString systemHeader(const QString &line)
+{
+    static const QRegularExpression include(
+        uR"regex(^\s*#\s*include\s*(<(?:(?:arpa|asm|linux|net|netinet|sys)/)?\w+\.h>))regex"_s);
+    return include.match(line).captured(1);
+}
+
 } // namespace
 
 IncludeTable IncludeTable::parse(const QString &markdown)
@@ -113,6 +122,25 @@ QString IncludeTable::folderOf(const QString &path) const
     return found;
 }
 
+QString IncludeTable::violation(const QString &from, const QString &line) const
+{
+    const QSet<QString> &allowed = m_rows.at(from);
+    const QString header = systemHeader(line);
+    if (!header.isEmpty()) {
+        return allowed.contains(u"the system"_s) ? QString() : u"%1 may not include %2"_s.arg(from, header);
+    }
+    const QString included = includedPath(line);
+    if (!included.contains(u'/')) {
+        return {};
+    }
+    const QString to = folderOf(included);
+    if (to.isEmpty()) {
+        return u"%1 is in no folder of the table"_s.arg(included);
+    }
+    const bool isAllowed = from == to || allowed.contains(to);
+    return isAllowed ? QString() : u"%1 may not include %2"_s.arg(from, to);
+}
+
 QStringList IncludeTable::violations(const QString &path, const QString &contents) const
 {
     const QString from = folderOf(path);
@@ -126,16 +154,9 @@ QStringList IncludeTable::violations(const QString &path, const QString &content
     int number = 0;
     for (const QString &line : contents.split(u'\n')) {
         ++number;
-        const QString included = includedPath(line);
-        if (!included.contains(u'/')) {
-            continue;
-        }
-        const QString to = folderOf(included);
-        if (to.isEmpty()) {
-            violations.append(
-                u"%1:%2: %3 is in no folder of the table"_s.arg(path).arg(number).arg(included));
-        } else if (from != to && !m_rows.at(from).contains(to)) {
-            violations.append(u"%1:%2: %3 may not include %4"_s.arg(path).arg(number).arg(from, to));
+        const QString what = violation(from, line);
+        if (!what.isEmpty()) {
+            violations.append(u"%1:%2: %3"_s.arg(path).arg(number).arg(what));
         }
     }
     return violations;

@@ -12,7 +12,8 @@ namespace kavrin::test
 
 /// Which folder of the sources may include which, as the table of docs/architecture.md says. Folders are
 /// named as includes name them: "store" for KavriniOS/store, "tools" for tools; the QML module Kavrin.Theme
-/// is the folder theme. A folder holds its subfolders, except those that have a row of their own.
+/// is the folder theme, and "the system" is its headers: <unistd.h>, <sys/socket.h>. A folder holds its
+/// subfolders, except those that have a row of their own.
 class IncludeTable
 {
 public:
@@ -33,6 +34,9 @@ public:
     [[nodiscard]] QStringList violationsBelow(const QString &root) const;
 
 private:
+    /// What is wrong with the line in a file of the folder `from`, or an empty string.
+    [[nodiscard]] QString violation(const QString &from, const QString &line) const;
+
     std::map<QString, QSet<QString>> m_rows; ///< what a folder may include; "all" stands for anything
 };
 

@@ -28,7 +28,7 @@ Text, and a table of something else:
 | Folder | May include |
 |---|---|
 | `platform` | nothing |
-| `platform/linux` | `platform` |
+| `platform/linux` | `platform`, the system |
 | `store` | `platform` |
 | `App` | all |
 
@@ -123,7 +123,15 @@ INSTANTIATE_TEST_SUITE_P(
         Line{"OwnFolderByName", u"store/A.cpp"_s, u"#include \"moc_A.cpp\""_s, {}},
         Line{"All", u"App/A.h"_s, u"#include \"platform/linux/audio/SoundLevel.h\""_s, {}},
         Line{"Implementation", u"platform/linux/audio/A.h"_s, u"#include \"platform/Clock.h\""_s, {}},
-        Line{"SystemHeader", u"store/A.h"_s, u"#include <sys/socket.h>"_s, {}},
+        Line{"HeaderOfCpp", u"store/A.h"_s, u"#include <vector>"_s, {}},
+        Line{"HeaderOfALibrary", u"store/A.h"_s, u"#include <unicode/ubrk.h>"_s, {}},
+        Line{"HeaderOfTheToolkit", u"store/A.h"_s, u"#include <QString>"_s, {}},
+        Line{"SystemAllowed", u"platform/linux/A.h"_s, u"#include <unistd.h>"_s, {}},
+        Line{"SystemForAll", u"App/A.h"_s, u"#include <sys/socket.h>"_s, {}},
+        Line{"SystemNotAllowed", u"store/A.h"_s, u"#include <unistd.h>"_s,
+             u"store/A.h:2: store may not include <unistd.h>"_s},
+        Line{"FolderOfTheSystemNotAllowed", u"platform/A.h"_s, u"#include <sys/socket.h>"_s,
+             u"platform/A.h:2: platform may not include <sys/socket.h>"_s},
         Line{"Comment", u"store/A.h"_s, u"// #include \"App/A.h\""_s, {}},
         Line{"NotAllowed", u"platform/A.h"_s, u"#include \"store/Prefs.h\""_s,
              u"platform/A.h:2: platform may not include store"_s},

@@ -12,9 +12,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
-#include <functional>
 #include <limits>
-#include <set>
 #include <thread>
 #include <vector>
 

@@ -99,7 +99,8 @@ asio::awaitable<void> LoopbackService::serve(tcp::socket socket, tcp::endpoint p
     const std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
     const std::optional<LoopbackWrite> write = loopbackWrite(request);
     if (write) {
-        co_await asio::co_spawn(m_writer, store(*write), asio::use_awaitable);
+        co_await asio::co_spawn(m_writer, store(*write, QDeadlineTimer(UserDefaults::patience)),
+                                asio::use_awaitable);
     }
     const std::string answer = loopbackAnswer(request);
     qCDebug(Logging::loopback) << "Answering with" << answer.size() << "bytes";
@@ -110,9 +111,9 @@ asio::awaitable<void> LoopbackService::serve(tcp::socket socket, tcp::endpoint p
 }
 
 /// In the writer's thread: it may have to wait for another process that holds the suite.
-asio::awaitable<void> LoopbackService::store(LoopbackWrite write)
+asio::awaitable<void> LoopbackService::store(LoopbackWrite write, QDeadlineTimer limit)
 {
-    std::ignore = Shared::d().set(write.key, write.value); // the answer is the same
+    std::ignore = Shared::d().write({{write.key, write.value}}, limit); // the answer is the same
     co_return;
 }
 

@@ -3,6 +3,7 @@
 
 #include "loopback/LoopbackAnswer.h"
 #include "platform/PeerUser.h"
+#include "platform/UserDefaults.h"
 
 #include <asio/awaitable.hpp>
 #include <asio/ip/tcp.hpp>
@@ -27,7 +28,7 @@ public:
     asio::awaitable<void> serve(asio::ip::tcp::socket socket, asio::ip::tcp::endpoint peer);
 
 private:
-    asio::awaitable<void> store(LoopbackWrite write);
+    asio::awaitable<void> store(LoopbackWrite write, QDeadlineTimer limit);
 
     const std::function<PeerUser(int socket)> m_peerUser;
     asio::thread_pool m_writer{1};

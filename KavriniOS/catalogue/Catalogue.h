@@ -82,7 +82,7 @@ struct Item {
     QString title;
     Kind kind;
     std::optional<QString> footer = std::nullopt; ///< explains the item, shown under the row
-    std::vector<Condition> conditions = {}; ///< the row is shown while all of them hold
+    std::vector<Condition> conditions; ///< the row is shown while all of them hold
     bool onlyInKeyboard = false; ///< the keyboard's own settings have the row, and this application has not
 
     bool operator==(const Item &) const = default;

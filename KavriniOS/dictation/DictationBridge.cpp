@@ -24,28 +24,27 @@ constexpr qint64 passesPerBeat = 8;
 struct TakenCommand {
     QString command;
     QFuture<std::optional<Error>> consumption;
-
-    [[nodiscard]] bool isStored() const
-    {
-        return !consumption.isFinished() || consumption.result().has_value();
-    }
 };
 
-/// The command to act upon now, consumed; one that has come in its place meanwhile is for the next pass. One
-/// that the suite does not let go of, because it is full or locked, counts once.
+/// The command to act upon now, consumed. One that the suite does not let go of, because it is full or
+/// locked, counts once. The next one waits until that is settled: what consumes "start" would else consume a
+/// second "start" that comes after a "stop".
 QString takeCommand(TakenCommand &taken)
 {
-    const QString command = Shared::d().string(dictation::commandKey).value_or(QString());
-    if (command != dictation::startCommand && command != dictation::stopCommand) {
-        taken = {};
+    if (!taken.consumption.isFinished()) {
         return {};
     }
-    const bool isNew = command != taken.command || !taken.isStored();
-    if (isNew || taken.consumption.isFinished()) {
-        taken = {command, SuiteWriter::write({{dictation::commandKey, QString(), command}})};
-        qCInfo(Logging::dictation) << "Command:" << command << (isNew ? "" : "again");
+    const auto [stored, failure] = Shared::d().read(dictation::commandKey);
+    const auto *const command = stored ? std::get_if<QString>(&*stored) : nullptr;
+    if (failure || command == nullptr
+        || (*command != dictation::startCommand && *command != dictation::stopCommand)) {
+        taken.command = failure ? taken.command : QString();
+        return {};
     }
-    return isNew ? command : QString();
+    const bool isKept = *command == taken.command && taken.consumption.result().has_value();
+    taken = {*command, SuiteWriter::write({{dictation::commandKey, QString(), *command}})};
+    qCInfo(Logging::dictation) << "Command:" << *command << (isKept ? "again" : "");
+    return isKept ? QString() : *command;
 }
 
 } // namespace

@@ -30,9 +30,10 @@ constexpr std::string_view done = R"({"ok":true})";
 /// Read at one moment, so that a new stamp never comes with the text before it.
 std::string dictationKeys()
 {
-    static const QStringList readableKeys = {dictation::aliveKey, dictation::stateKey,
-                                             dictation::transcriptKey, dictation::stampKey,
-                                             dictation::usedKey};
+    // Never destroyed: the server answers until the process has ended.
+    static const QStringList &readableKeys =
+        *new QStringList{dictation::aliveKey, dictation::stateKey, dictation::transcriptKey,
+                         dictation::stampKey, dictation::usedKey};
     const std::optional<QJsonObject> members = toJson(Shared::d().objects(readableKeys).value);
     return members ? QJsonDocument(*members).toJson(QJsonDocument::Compact).toStdString()
                    : std::string(nothing);

@@ -67,10 +67,13 @@ QCoro::Task<> SettingModel::store(PropertyListValue value)
     Q_EMIT textChanged();
     showValue();
     const std::optional<Error> failure = co_await written;
-    if (self && failure) {
-        setNote(storeNote(*failure));
+    if (!self) {
+        co_return;
+    }
+    setNote(failure ? storeNote(*failure) : QString());
+    if (failure) {
         showValue();
-    } else if (self && m_unsavedText && value == PropertyListValue(*m_unsavedText)) {
+    } else if (m_unsavedText && value == PropertyListValue(*m_unsavedText)) {
         m_unsavedText.reset();
     }
 }

@@ -143,8 +143,11 @@ QCoro::Task<> ToolbarOrder::store()
     setNote({});
     const QFuture<std::optional<Error>> written = Prefs::submit(Prefs::toolChanges(m_order, m_hidden));
     const std::optional<Error> failure = co_await written;
-    if (self && failure) {
-        setNote(storeNote(*failure));
+    if (!self) {
+        co_return;
+    }
+    setNote(failure ? storeNote(*failure) : QString());
+    if (failure) {
         reload();
     }
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <QCoroTask>
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
 

@@ -45,10 +45,14 @@ void PrefsCache::settle(const Changes &changes, bool stored)
         --entry.unsettled;
         if (stored) {
             entry.stored = change.value;
-        } else if (entry.unsettled == 0 && entry.stored) {
-            entry.shown = *entry.stored;
-        } else if (entry.unsettled == 0) {
+        }
+        if (entry.unsettled > 0) {
+            continue;
+        }
+        if (entry.isForgotten || !entry.stored) {
             m_entries.remove(change.key);
+        } else {
+            entry.shown = *entry.stored;
         }
     }
 }
@@ -57,6 +61,9 @@ void PrefsCache::clear()
 {
     const std::scoped_lock lock(m_mutex);
     m_entries.removeIf([](const auto &known) { return known.value().unsettled == 0; });
+    for (Entry &entry : m_entries) {
+        entry.isForgotten = true;
+    }
 }
 
 } // namespace kavrin

@@ -26,7 +26,7 @@ public:
     void show(const Changes &changes);
     void settle(const Changes &changes, bool stored);
 
-    /// Forgets everything but changes that are still to be stored.
+    /// Forgets everything, changes that are still to be stored once they are settled.
     void clear();
 
 private:
@@ -36,6 +36,7 @@ private:
         Value shown;
         std::optional<Value> stored; ///< none where it was never read
         int unsettled = 0; ///< how many changes of it are still to be stored
+        bool isForgotten = false; ///< whether it goes once they are
     };
 
     std::mutex m_mutex;

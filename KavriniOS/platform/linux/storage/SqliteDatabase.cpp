@@ -89,6 +89,11 @@ constexpr std::array explanations = {
                 "away."},
 };
 
+std::chrono::milliseconds remaining(QDeadlineTimer limit)
+{
+    return std::chrono::milliseconds(limit.remainingTime());
+}
+
 bool isBusy(int result)
 {
     return (result & 0xff) == SQLITE_BUSY;
@@ -347,12 +352,12 @@ bool SqliteDatabase::open()
 
 /// Opens the connection where it is not open. When another process keeps the whole file locked, only the
 /// first attempt waits for it: the application would stand still at every key otherwise.
-int SqliteDatabase::openWhenFree(SqliteConnection &connection, std::chrono::milliseconds patience)
+int SqliteDatabase::openWhenFree(SqliteConnection &connection, QDeadlineTimer limit)
 {
-    const int result = connection.open(m_path, m_isLockedOut ? 0ms : patience);
+    const int result = connection.open(m_path, m_isLockedOut ? 0ms : remaining(limit));
     m_isLockedOut = isBusy(result);
     if (result == SQLITE_OK) {
-        sqlite3_busy_timeout(connection.handle(), int(patience.count()));
+        sqlite3_busy_timeout(connection.handle(), int(remaining(limit).count()));
     }
     return result;
 }
@@ -362,38 +367,38 @@ int SqliteDatabase::openWhenFree(SqliteConnection &connection, std::chrono::mill
 int SqliteDatabase::openChecked()
 {
     const std::scoped_lock lock(m_reader.mutex());
-    const int result = openWhenFree(m_reader, lockLimit);
+    const int result = openWhenFree(m_reader, QDeadlineTimer(lockLimit));
     return result == SQLITE_OK && !pagesAreSound(m_reader.handle()) ? SQLITE_CORRUPT : result;
 }
 
 std::optional<Error> SqliteDatabase::read(const char *sql, const SqliteConnection::Use &use)
 {
-    return run(m_reader, lockLimit, [&](SqliteConnection &connection) { return connection.run(sql, use); });
+    return run(m_reader, QDeadlineTimer(lockLimit),
+               [&](SqliteConnection &connection) { return connection.run(sql, use); });
 }
 
 std::optional<Error> SqliteDatabase::write(const Write &use, QDeadlineTimer limit)
 {
-    return run(m_writer, std::chrono::milliseconds(limit.remainingTime()), [&](SqliteConnection &connection) {
+    return run(m_writer, limit, [&](SqliteConnection &connection) {
         return connection.transact([&] { return use(connection); });
     });
 }
 
-std::optional<Error> SqliteDatabase::run(SqliteConnection &connection, std::chrono::milliseconds patience,
-                                         const Run &use)
+std::optional<Error> SqliteDatabase::run(SqliteConnection &connection, QDeadlineTimer limit, const Run &use)
 {
-    std::optional<Error> failure = runOnce(connection, patience, use);
+    std::optional<Error> failure = runOnce(connection, limit, use);
     if (failure && isDamage(int(failure->code))) {
         setAsideIfDamaged();
-        failure = runOnce(connection, patience, use);
+        failure = runOnce(connection, limit, use);
     }
     return failure;
 }
 
-std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, std::chrono::milliseconds patience,
+std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, QDeadlineTimer limit,
                                              const Run &use)
 {
     const std::scoped_lock lock(connection.mutex());
-    int result = openWhenFree(connection, patience);
+    int result = openWhenFree(connection, limit);
     if (result == SQLITE_OK) {
         result = use(connection);
     }

@@ -57,8 +57,8 @@ public:
 
     std::mutex &mutex() { return m_mutex; }
 
-    /// Makes sure that the file is open and holds the table of defaults, waiting that long for another process
-    /// that keeps it locked. SQLITE_OK or an error.
+    /// Makes sure that the file is open and holds the table of defaults, waiting that long for another
+    /// process that keeps it locked. SQLITE_OK or an error.
     int open(const QString &path, std::chrono::milliseconds patience);
     void close();
     /// Closes without bringing the log into the file.
@@ -123,11 +123,9 @@ public:
 
 private:
     using Run = std::function<int(SqliteConnection &)>;
-    std::optional<Error> run(SqliteConnection &connection, std::chrono::milliseconds patience,
-                             const Run &use);
-    std::optional<Error> runOnce(SqliteConnection &connection, std::chrono::milliseconds patience,
-                                 const Run &use);
-    int openWhenFree(SqliteConnection &connection, std::chrono::milliseconds patience);
+    std::optional<Error> run(SqliteConnection &connection, QDeadlineTimer limit, const Run &use);
+    std::optional<Error> runOnce(SqliteConnection &connection, QDeadlineTimer limit, const Run &use);
+    int openWhenFree(SqliteConnection &connection, QDeadlineTimer limit);
     int openChecked();
     void setAsideIfDamaged();
 

@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QLocale>
 #include <QStandardPaths>
+#include <QStringDecoder>
 
 #include <algorithm>
 #include <cmath>
@@ -89,13 +90,22 @@ template <typename Container> Decoded decodePropertyList(const SqliteStatement &
     return value && std::holds_alternative<Container>(*value) ? value : std::nullopt;
 }
 
+/// All of a text: QString::fromUtf8() would leave a byte order mark away, and "start" is a command only
+/// without.
+QString toString(const QByteArray &utf8)
+{
+    QStringDecoder decode(QStringDecoder::Utf8,
+                          QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
+    return decode(utf8);
+}
+
 /// The value of a row, or none where it is not of the type that the row says: other programs write rows, too.
 Decoded decode(const SqliteStatement &row)
 {
     const QByteArray type = row.bytes(typeColumn);
     const int storage = row.columnType(valueColumn);
     if (type == "string") {
-        return storage == SQLITE_TEXT ? Decoded(QString::fromUtf8(row.bytes(valueColumn))) : std::nullopt;
+        return storage == SQLITE_TEXT ? Decoded(toString(row.bytes(valueColumn))) : std::nullopt;
     }
     if (type == "bool") {
         return storage == SQLITE_INTEGER ? Decoded(row.integer(valueColumn) != 0) : std::nullopt;
@@ -301,6 +311,9 @@ Result<PropertyListDictionary> UserDefaults::objects(const QStringList &keys) co
 
 std::optional<Error> UserDefaults::write(const Changes &changes, QDeadlineTimer limit)
 {
+    if (changes.empty()) {
+        return std::nullopt;
+    }
     std::optional<Error> failure = obstacle(changes);
     if (!failure) {
         failure = m_database->write(

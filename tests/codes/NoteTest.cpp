@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "codes/Codes.h"
 #include "store/Shared.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
-
-#include <QFile>
+#include "support/WriteLog.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <sqlite3.h>
 #include <thread>
 #include <vector>
 
@@ -30,40 +28,6 @@ double storedTime()
     const auto time = Shared::d().object(u"otpAt"_s);
     return time ? std::get<double>(*time) : 0;
 }
-
-/// Another program that has the suite open.
-class OtherProgram
-{
-public:
-    OtherProgram()
-    {
-        sqlite3 *handle = nullptr;
-        EXPECT_EQ(sqlite3_open(QFile::encodeName(Shared::d().path()).constData(), &handle), SQLITE_OK);
-        m_database.reset(handle);
-    }
-
-    void execute(const char *sql)
-    {
-        EXPECT_EQ(sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr), SQLITE_OK);
-    }
-
-    QStringList firstColumn(const char *sql)
-    {
-        const auto append = [](void *lines, int, char **columns, char **) {
-            static_cast<QStringList *>(lines)->append(QString::fromUtf8(columns[0]));
-            return 0;
-        };
-        QStringList lines;
-        EXPECT_EQ(sqlite3_exec(m_database.get(), sql, append, &lines, nullptr), SQLITE_OK);
-        return lines;
-    }
-
-private:
-    struct Close {
-        void operator()(sqlite3 *handle) const { sqlite3_close(handle); }
-    };
-    std::unique_ptr<sqlite3, Close> m_database;
-};
 
 void note(const QString &text, const QString &source)
 {
@@ -141,25 +105,19 @@ TEST(CodesNote, ATextWithoutACodeLeavesTheEarlierCodeInPlace)
 TEST(CodesNote, WritesTheKeysInTheirOrderFirstAndAgain)
 {
     test::put(Shared::d(), u"rowH"_s, 60.0);
-    OtherProgram other;
-    other.execute("CREATE TABLE written (key TEXT)");
-    other.execute(
-        "CREATE TRIGGER inserted AFTER INSERT ON defaults BEGIN INSERT INTO written VALUES (new.key); END");
-    other.execute(
-        "CREATE TRIGGER updated AFTER UPDATE ON defaults BEGIN INSERT INTO written VALUES (new.key); END");
+    test::WriteLog log;
     note(u"111111"_s, u"message"_s);
     note(u"222222"_s, u"message"_s);
-    EXPECT_EQ(other.firstColumn("SELECT key FROM written ORDER BY rowid"), keys + keys);
+    EXPECT_EQ(log.keys(), keys + keys);
 }
 
 TEST(CodesNote, SaysWhyItCouldNotStoreAndLeavesTheEarlierCodeInPlace)
 {
     note(u"111111"_s, u"message"_s);
     const PropertyListDictionary before = stored();
-    OtherProgram().execute("CREATE TRIGGER refused BEFORE INSERT ON defaults WHEN new.key = 'otpPure' "
-                           "BEGIN SELECT RAISE(ABORT, 'refused for the test'); END");
+    const test::RefusedKey refused("otpPure");
     const QString failure = test::failureOf(Codes::note(u"code 222222"_s, u"other"_s));
-    EXPECT_TRUE(failure.contains(u"refused for the test")) << failure.toStdString();
+    EXPECT_TRUE(failure.contains(u"no room")) << failure.toStdString();
     EXPECT_EQ(stored(), before);
 }
 

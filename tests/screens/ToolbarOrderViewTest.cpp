@@ -4,6 +4,7 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/QmlWindow.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
 
@@ -15,7 +16,6 @@
 #include <QtTest/QTest>
 
 #include <gmock/gmock.h>
-#include <sqlite3.h>
 
 #include <map>
 #include <memory>
@@ -118,19 +118,6 @@ private:
     std::unique_ptr<QmlWindow> m_window;
     QPointF m_pointer;
 };
-
-/// From now on the suite stores no toolbar.
-void refuseToStore()
-{
-    sqlite3 *database = nullptr;
-    ASSERT_EQ(sqlite3_open(Shared::d().path().toUtf8().constData(), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database,
-                           "CREATE TRIGGER refuse BEFORE INSERT ON defaults WHEN NEW.key LIKE 'tool%'"
-                           " BEGIN SELECT RAISE(ABORT, 'the disk is tired'); END",
-                           nullptr, nullptr, nullptr),
-              SQLITE_OK);
-    sqlite3_close(database);
-}
 
 QStringList titles(const QString &order)
 {
@@ -366,10 +353,10 @@ TEST_F(ToolbarOrderViewTest, TakesBackWhatCannotBeStoredAndSaysWhy)
     Prefs::setTools(Prefs::toolOrder(), {});
     open();
     const QStringList before = seen();
-    refuseToStore();
+    const RefusedKey refused("toolOrder");
     window().click(qobject_cast<QQuickItem *>(toggle(u"GIFs"_s)->object()));
     EXPECT_TRUE(toggle(u"GIFs"_s)->state().checked);
-    EXPECT_THAT(tools().note().toStdString(), testing::HasSubstr("the disk is tired"));
+    EXPECT_THAT(tools().note().toStdString(), testing::HasSubstr("no room"));
     EXPECT_TRUE(window().names().contains(tools().note()));
     pressHandle(u"Clipboard"_s);
     dragTo(middle(handle(u"GIFs"_s)).y());

@@ -1,13 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "store/Shared.h"
-
-#include <QFile>
-
-#include <sqlite3.h>
-
-#include <stdexcept>
+#include "support/OtherProgram.h"
 
 namespace kavrin::test
 {
@@ -17,27 +11,12 @@ namespace kavrin::test
 class LockedSuite
 {
 public:
-    LockedSuite()
-    {
-        static_cast<void>(Shared::d().object(QStringLiteral("key"))); // makes the file
-        sqlite3_open(QFile::encodeName(Shared::d().path()).constData(), &m_database);
-        execute("BEGIN IMMEDIATE");
-    }
-    ~LockedSuite() { sqlite3_close(m_database); }
-    LockedSuite(const LockedSuite &) = delete;
-    LockedSuite &operator=(const LockedSuite &) = delete;
+    LockedSuite() { m_program.execute("BEGIN IMMEDIATE"); }
 
-    void unlock() { execute("ROLLBACK"); }
+    void unlock() { m_program.execute("ROLLBACK"); }
 
 private:
-    void execute(const char *sql)
-    {
-        if (sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
-            throw std::runtime_error(sqlite3_errmsg(m_database));
-        }
-    }
-
-    sqlite3 *m_database = nullptr;
+    OtherProgram m_program;
 };
 
 } // namespace kavrin::test

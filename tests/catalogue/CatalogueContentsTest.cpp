@@ -168,6 +168,17 @@ TEST(CatalogueContents, KeepEveryKeyThatAUserPastesSecret)
     EXPECT_EQ(secrets, expected);
 }
 
+TEST(CatalogueContents, LeaveToTheKeyboardWhatOnlyItCanDo)
+{
+    QSet<QString> keys;
+    for (const Item &item : allItems()) {
+        if (item.onlyInKeyboard) {
+            keys.insert(item.key);
+        }
+    }
+    EXPECT_EQ(keys, (QSet<QString>{u"act.resize"_s, u"act.importConfig"_s, u"act.resetLearned"_s}));
+}
+
 TEST(CatalogueContents, StartEverySliderInItsRange)
 {
     for (const Item &item : allItems()) {

@@ -8,6 +8,7 @@
 #include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
+#include "support/WriteLog.h"
 
 #include <gmock/gmock.h>
 
@@ -371,20 +372,26 @@ TEST_F(RecorderTest, WithAutoResetItIsIdleAgainAtOnceWhileTheStateReadsDone)
     EXPECT_EQ(machine.pasteboard.string, u"text");
 }
 
-TEST_F(RecorderTest, WhoeverSeesDoneFindsTheTranscriptOnThePasteboardAndStored)
+TEST_F(RecorderTest, StoresTheTranscriptThenItsStampThenThatItIsDone)
 {
     start();
     recorder.stop();
-    QString pastedAtDone;
-    QString storedAtDone;
-    QObject::connect(&recorder, &Recorder::stateChanged, &recorder, [&] {
-        pastedAtDone = machine.pasteboard.string;
-        storedAtDone = Shared::d().string(u"transcript"_s).value_or(QString());
-    });
+    WriteLog log;
     machine.finishTranscription(u"text"_s);
-    waitUntil([&] { return recorder.state() == Recorder::S::done; });
-    EXPECT_EQ(pastedAtDone, u"text");
-    EXPECT_EQ(storedAtDone, u"text");
+    ASSERT_TRUE(waitUntil([this] { return recorder.state() == Recorder::S::done; }));
+    EXPECT_EQ(log.keys(), (QStringList{u"transcript"_s, u"tStamp"_s, u"dictationState"_s}));
+}
+
+TEST_F(RecorderTest, TheTextIsOnThePasteboardOnceItIsStoredAndBeforeTheStateReadsDone)
+{
+    PropertyListDictionary storedThen;
+    machine.pasteboard.onSet = [&] { storedThen = Shared::d().dictionaryRepresentation().value; };
+    dictate(u"text"_s);
+    EXPECT_EQ(storedThen,
+              (PropertyListDictionary{{u"dictationState"_s, u"working"_s},
+                                      {u"transcript"_s, u"text"_s},
+                                      {u"tStamp"_s, machine.clock.time}}));
+    EXPECT_EQ(sharedState(), u"done");
 }
 
 TEST_F(RecorderTest, AFailedTranscriptionIsSaidAndLeavesTheLastTranscriptAlone)

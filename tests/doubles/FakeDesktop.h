@@ -5,6 +5,8 @@
 #include "platform/BackgroundTasks.h"
 #include "platform/Pasteboard.h"
 
+#include <functional>
+
 namespace kavrin::test
 {
 
@@ -15,6 +17,7 @@ public:
 
     QString string;
     bool isSecret = false;
+    std::function<void()> onSet = [] { }; ///< called with each new text, before it is there
 
     void setString(const QString &text) override { set(text, false); }
     void setSecret(const QString &text) override { set(text, true); }
@@ -24,6 +27,7 @@ private:
     void set(const QString &text, bool secret)
     {
         m_journal.append(QStringLiteral("paste"));
+        onSet();
         string = text;
         isSecret = secret;
     }

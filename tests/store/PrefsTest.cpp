@@ -2,10 +2,15 @@
 #include "store/Prefs.h"
 #include "store/BrokenSuite.h"
 #include "store/Shared.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
+#include "support/WriteLog.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <functional>
+#include <iterator>
 #include <latch>
 #include <thread>
 #include <utility>
@@ -147,6 +152,75 @@ TEST(Prefs, SettingWritesTheSuiteAtOnceAndStampsTheRevision)
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60);
     EXPECT_GE(revision(), before);
     EXPECT_LE(revision(), Date::now().secondsSince1970);
+}
+
+TEST(Prefs, EveryChangeIsWrittenBeforeTheRevisionThatTellsOfIt)
+{
+    struct Row {
+        const char *name;
+        std::function<void()> change;
+        QStringList written;
+    };
+    const Row rows[] = {
+        {"set", [] { Prefs::set(u"rowH"_s, 60.0); }, {u"rowH"_s}},
+        {"set again", [] { Prefs::set(u"rowH"_s, 61.0); }, {u"rowH"_s}},
+        {"submit", [] { Prefs::submit({{u"vGap"_s, 5.0}, {u"hGap"_s, 5.0}}); }, {u"vGap"_s, u"hGap"_s}},
+        {"store", [] { EXPECT_EQ(failureOf(Prefs::store({{u"radius"_s, 5.0}})), u""); }, {u"radius"_s}},
+        {"tools", [] { Prefs::setTools({u"gif"_s}, {}); }, {u"toolOrder"_s, u"toolHidden"_s}},
+        {"reset", [] { Prefs::reset({u"rowH"_s}); }, {u"rowH"_s}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        WriteLog log;
+        row.change();
+        EXPECT_EQ(log.keys(), row.written + QStringList{u"settingsRevision"_s});
+    }
+}
+
+TEST(Prefs, AValueAndItsRevisionAreStoredTogetherOrNotAtAll)
+{
+    const std::pair<const char *, std::function<std::optional<Error>(const Changes &)>> ways[] = {
+        {"submit", [](const Changes &changes) { return Prefs::submit(changes).result(); }},
+        {"store", &Prefs::store},
+    };
+    Prefs::set(u"rowH"_s, 60.0);
+    const PropertyListDictionary before = Shared::d().dictionaryRepresentation().value;
+    for (const auto &[name, write] : ways) {
+        for (const char *key : {"rowH", "settingsRevision"}) {
+            SCOPED_TRACE(std::string(name) + " without " + key);
+            const RefusedKey refused(key);
+            EXPECT_TRUE(write({{u"rowH"_s, 70.0}}).has_value());
+            EXPECT_EQ(Shared::d().dictionaryRepresentation().value, before);
+        }
+    }
+}
+
+TEST(Prefs, AReaderNeverSeesAValueWithoutItsRevision)
+{
+    // Whoever wrote the revision by itself would leave a reader time to see it.
+    OtherProgram().execute("CREATE TRIGGER slow BEFORE INSERT ON defaults WHEN NEW.key = 'settingsRevision' "
+                           "BEGIN SELECT count(*) FROM (WITH RECURSIVE number(n) AS (SELECT 1 UNION ALL "
+                           "SELECT n + 1 FROM number LIMIT 20000) SELECT n FROM number); END");
+    Prefs::set(u"rowH"_s, 0.0);
+    QStringList seen;
+    {
+        const std::jthread reader([&seen](const std::stop_token &stop) {
+            OtherProgram program;
+            do {
+                seen += program.firstColumn(
+                    "SELECT setting.value || ' ' || revision.value FROM defaults setting, defaults revision "
+                    "WHERE setting.key = 'rowH' AND revision.key = 'settingsRevision'");
+            } while (!stop.stop_requested());
+        });
+        for (int number = 1; number <= 20; ++number) {
+            Prefs::set(u"rowH"_s, double(number));
+        }
+    }
+    seen.removeDuplicates();
+    QStringList values;
+    std::ranges::transform(seen, std::back_inserter(values),
+                           [](const QString &pair) { return pair.section(u' ', 0, 0); });
+    EXPECT_EQ(values.removeDuplicates(), 0) << seen.join(u", ").toStdString();
 }
 
 TEST(Prefs, AValueOnceReadStaysAsReadUntilItIsSetHere)

@@ -66,6 +66,12 @@ TEST(PrefsTransfer, AnExportHoldsWhatWasStoredAndNothingElse)
                            {u"userDict"_s, u"omw=on my way\n"_s}}));
 }
 
+TEST(PrefsTransfer, AnExportIsWrittenInTheStandardAlphabetOfBase64)
+{
+    Prefs::set(u"ytKey"_s, u">>>>>?????"_s);
+    EXPECT_EQ(Prefs::exportBlob(), u"KAVRINCFG1:eyJ5dEtleSI6Ij4+Pj4+Pz8/Pz8ifQ==");
+}
+
 TEST(PrefsTransfer, AnExportReadsTheSuiteNotTheCache)
 {
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 54);
@@ -195,6 +201,27 @@ TEST(PrefsTransfer, ResettingAllKeepsTextsAndRestoresTheRest)
     EXPECT_EQ(Prefs::get<QString>(u"geminiKey"_s), u"key");
     EXPECT_EQ(Prefs::get<QString>(u"customModel"_s), u"model");
     EXPECT_GT(std::get<double>(*Shared::d().object(u"settingsRevision"_s)), 1.0);
+}
+
+TEST(PrefsTransfer, ResettingAllTouchesNothingButTogglesSlidersAndChoices)
+{
+    QStringList kept = {u"userDict"_s, u"toolOrder"_s, u"toolHidden"_s};
+    for (const Prefs::Item &item : Prefs::items()) {
+        test::put(Shared::d(), item.key, u"stored"_s);
+        if (std::holds_alternative<catalogue::Text>(item.kind)
+            || std::holds_alternative<catalogue::Action>(item.kind)) {
+            kept.append(item.key);
+        }
+    }
+    PropertyListDictionary expected;
+    for (const QString &key : kept) {
+        test::put(Shared::d(), key, u"stored"_s);
+        expected[key] = u"stored"_s;
+    }
+    Prefs::resetAll();
+    PropertyListDictionary left = Shared::d().dictionaryRepresentation().value;
+    left.erase(u"settingsRevision"_s);
+    EXPECT_EQ(left, expected);
 }
 
 TEST(PrefsTransfer, ResettingNothingStillForgetsWhatWasReadAndStampsTheRevision)

@@ -83,6 +83,20 @@ TEST_F(PageViewTest, LeavesOutSectionsWithoutAVisibleRow)
     EXPECT_EQ(window().names(), (QStringList{u"Page"_s, u"Shown"_s, u"Shown"_s, u"Row"_s}));
 }
 
+TEST_F(PageViewTest, ShowsASettingThatHasTheKeyOfAnActionOfTheKeyboard)
+{
+    const Prefs::Kind kinds[] = {catalogue::Toggle{}, catalogue::Slider{0, 0, 1, 1, {}},
+                                 catalogue::Choice{{}, {{{}, u"Option"_s}}}, catalogue::Text{}};
+    for (const QString &key : notShown) {
+        for (const Prefs::Kind &kind : kinds) {
+            SCOPED_TRACE(qPrintable(u"%1, kind %2"_s.arg(key).arg(kind.index())));
+            openPage({{u"page"_s, u"Page"_s, u"gearshape"_s, {{u"Section"_s, {{key, u"Row"_s, kind}}}}}},
+                     u"page"_s);
+            EXPECT_TRUE(window().find(u"Row"_s) != nullptr);
+        }
+    }
+}
+
 TEST_F(PageViewTest, ShowsAndHidesRowsAtOnceWhenAChoiceTheyDependOnIsMade)
 {
     openPage(u"correction"_s);

@@ -45,13 +45,13 @@ protected:
     void openPage(const QString &id, QSize size = QSize(360, 720)) { openPage(Prefs::pages(), id, size); }
 
     /// Shows the first screen of the application.
-    void openSettings()
+    void openSettings(QSize size = QSize(360, 720))
     {
         m_window.reset();
         m_settings = std::make_unique<SettingsModel>(pasteboard, contacts);
-        m_window =
-            std::make_unique<QmlWindow>(u"Kavrin.Screens"_s, u"SettingsView"_s,
-                                        QVariantMap{{u"settings"_s, QVariant::fromValue(m_settings.get())}});
+        m_window = std::make_unique<QmlWindow>(
+            u"Kavrin.Screens"_s, u"SettingsView"_s,
+            QVariantMap{{u"settings"_s, QVariant::fromValue(m_settings.get())}}, size);
     }
 
     QmlWindow &window() { return *m_window; }

@@ -17,16 +17,16 @@ namespace kavrin::test
 namespace
 {
 
-/// Symbols that are all alike, for views whose test is not about symbols.
-class BlankSymbols : public QQuickImageProvider
+/// Symbols that are all alike, squares in the colour asked for, for views whose test is not about symbols.
+class SquareSymbols : public QQuickImageProvider
 {
 public:
-    BlankSymbols() : QQuickImageProvider(Image) { }
+    SquareSymbols() : QQuickImageProvider(Image) { }
 
-    QImage requestImage(const QString & /*id*/, QSize *size, const QSize &requestedSize) override
+    QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override
     {
         QImage image(requestedSize.isValid() ? requestedSize : QSize(1, 1), QImage::Format_ARGB32);
-        image.fill(Qt::transparent);
+        image.fill(QColor::fromString(u'#' + id.section(u'?', 1)));
         *size = image.size();
         return image;
     }
@@ -70,7 +70,7 @@ QmlWindow::QmlWindow(const QString &module, const QString &type, const QVariantM
                          }
                      });
     m_view.engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    m_view.engine()->addImageProvider(QStringLiteral("symbol"), new BlankSymbols);
+    m_view.engine()->addImageProvider(QStringLiteral("symbol"), new SquareSymbols);
     m_view.setResizeMode(QQuickView::SizeRootObjectToView);
     m_view.resize(size);
     auto *component = new QQmlComponent(m_view.engine(), m_view.engine());

@@ -3,6 +3,7 @@
 
 import argparse
 import collections
+import json
 import pathlib
 import random
 import signal
@@ -16,7 +17,7 @@ import workshop
 from support.private_session import enter_private_namespaces
 
 KNOWN = pathlib.Path(__file__).with_name("survivors.txt")
-SURVIVED = workshop.FOLDER / "survivors.txt"
+SURVIVED = workshop.FOLDER / "survivors.json"
 LEAST = 10  # mutants of a file, however small the sample
 
 
@@ -92,7 +93,7 @@ def sources_of(component):
 
 
 def key_of(name, mutant):
-    return name, mutant.original, mutant.mutated, mutant.occurrence
+    return [name, mutant.original, mutant.mutated, mutant.occurrence]
 
 
 class Run:
@@ -103,12 +104,13 @@ class Run:
         self._end = time.monotonic() + arguments.minutes * 60
         self._with_end_to_end = not arguments.unit_only
         self._counts = {name: collections.Counter() for name in arguments.files}
-        self._survivors = []
+        self._survivors = collections.defaultdict(list)  # mutants by (file, function)
         self._choose(arguments)
 
     def _choose(self, arguments):
         """Decides in which order each file's mutants are tried, and after how many that compile to stop."""
-        again = listed.read(SURVIVED) if arguments.again else None
+        again = json.loads(SURVIVED.read_text(encoding="utf-8")) if arguments.again else None
+        self._tries_all = again is None
         self.chosen = {}
         for name in arguments.files:
             mutants = operators.mutants_of((workshop.SOURCE / name).read_text(encoding="utf-8"))
@@ -152,9 +154,9 @@ class Run:
         return stages
 
     def _try(self, name, mutant, stages):
-        key = key_of(name, mutant)
+        place = name, mutant.function
         for kind, stage in stages:
-            if kind == "end-to-end" and key in self._known:
+            if kind == "end-to-end" and len(self._survivors[place]) < self._known[place]:
                 break
             if not workshop.build(stage.targets):
                 self._counts[name].update(["no C++"])
@@ -162,15 +164,12 @@ class Run:
             failed = stage.first_failure()
             if failed:
                 self._counts[name].update(["mutants", kind])
-                advice = " (survivors.txt need not list it)" if key in self._known else ""
-                print(f"  found by {failed}{advice}: {mutant.original} -> {mutant.mutated}", flush=True)
+                print(f"  found by {failed}: {mutant.original} -> {mutant.mutated}", flush=True)
                 return
-        if key in self._known:
-            self._counts[name].update(["mutants", "known"])
-        else:
-            self._counts[name].update(["mutants", "unnoticed"])
-            self._survivors.append(key)
-            print(f"  UNNOTICED {name}:{mutant.line}: {mutant.original} -> {mutant.mutated}", flush=True)
+        self._survivors[place].append(mutant)
+        is_known = len(self._survivors[place]) <= self._known[place]
+        self._counts[name].update(["mutants", "known" if is_known else "unnoticed"])
+        print(f"  {'known' if is_known else 'UNNOTICED'} {described(name, mutant)}", flush=True)
 
     def report(self):
         """Prints the figures; returns the exit code."""
@@ -178,12 +177,28 @@ class Run:
         print(f"\n{'':48}{''.join(f'{column:>12}' for column in columns)}")
         for name, counts in [*self._counts.items(), ("all", sum(self._counts.values(), collections.Counter()))]:
             print(f"{name:48}{''.join(f'{counts[column]:12}' for column in columns)}")
-        SURVIVED.write_text("\n".join(listed.block(key, "?") for key in self._survivors), encoding="utf-8")
-        if not self._survivors:
-            return 0
-        print("\nWrite a test for each that went unnoticed, or say in tests/mutation/survivors.txt why there can be "
-              f"none:\n\n{SURVIVED.read_text(encoding='utf-8')}")
-        return 1
+        # Which of a function's are those that are explained is for a person to see.
+        unexplained = [(name, mutant) for (name, function), mutants in self._survivors.items()
+                       if len(mutants) > self._known[name, function] for mutant in mutants]
+        for name, function in self._noticed():
+            print(f"{name}, {function}: tests/mutation/survivors.txt explains more than goes unnoticed")
+        SURVIVED.write_text(json.dumps([key_of(name, mutant) for name, mutant in unexplained]), encoding="utf-8")
+        if unexplained:
+            print("\nThese went unnoticed, in functions of which tests/mutation/survivors.txt explains fewer. Write a "
+                  "test for each, or say there why there can be none:\n")
+            print("\n".join(described(name, mutant) for name, mutant in unexplained))
+        return int(bool(unexplained))
+
+    def _noticed(self):
+        """The functions of which too much is explained, of those whose file was tried whole."""
+        tried = {name for name, mutants in self.chosen.items()
+                 if self._counts[name]["mutants"] + self._counts[name]["no C++"] == len(mutants)}
+        return [place for place, count in self._known.items()
+                if self._tries_all and place[0] in tried and len(self._survivors[place]) < count]
+
+
+def described(name, mutant):
+    return f"{name}:{mutant.line}, {mutant.function}: {mutant.original} -> {mutant.mutated}"
 
 
 def build_or_exit(targets):

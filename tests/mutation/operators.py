@@ -8,6 +8,8 @@ not.
 import re
 from dataclasses import dataclass
 
+from functions import function_of
+
 TOKEN = re.compile(r"""
     (?P<comment>//[^\n]*|/\*.*?\*/)
   | (?P<directive>^[ \t]*\#[^\n]*)
@@ -46,6 +48,7 @@ class Mutant:
     mutated: str  # what they become
     occurrence: int  # which of those that read the same in this file; the first is 1
     line: int
+    function: str  # that has the line
     text: str  # the whole file, changed
 
 
@@ -67,7 +70,8 @@ def mutants_of(source):
         original = _one_line(source[first:last])
         mutated = _one_line(source[first:start] + replacement + source[end:last])
         counts[original, mutated] = counts.get((original, mutated), 0) + 1
-        mutants.append(Mutant(original, mutated, counts[original, mutated], source.count("\n", 0, start) + 1,
+        line = source.count("\n", 0, start) + 1
+        mutants.append(Mutant(original, mutated, counts[original, mutated], line, function_of(source, line),
                               source[:start] + replacement + source[end:]))
     return mutants
 

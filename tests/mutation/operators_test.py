@@ -78,6 +78,10 @@ class OperatorsTest(unittest.TestCase):
         mutants = operators.mutants_of("A a = true;\nA a = true;\n")
         self.assertEqual([(mutant.line, mutant.occurrence) for mutant in mutants], [(1, 1), (2, 2)])
 
+    def test_tells_in_which_function_a_change_is(self):
+        mutants = operators.mutants_of("void A::b()\n{\n    c = true;\n}\n")
+        self.assertEqual({mutant.function for mutant in mutants}, {"A::b"})
+
 
 if __name__ == "__main__":
     unittest.main()

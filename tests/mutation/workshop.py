@@ -40,7 +40,7 @@ def configure():
     linker = "-fuse-ld=lld" if shutil.which("ld.lld") else ""
     subprocess.run(["cmake", "-S", SOURCE, "-B", BUILD, "-G", "Ninja", "-Wno-dev", "--log-level=WARNING",
                     "-DCMAKE_BUILD_TYPE=None", f"-DCMAKE_CXX_FLAGS={FLAGS}", f"-DCMAKE_EXE_LINKER_FLAGS={linker}",
-                    f"-DCMAKE_MODULE_LINKER_FLAGS={linker}", "-DKAVRIN_BENCHMARKS=OFF"],
+                    f"-DCMAKE_MODULE_LINKER_FLAGS={linker}", "-DKAVRIN_TESTS=ON", "-DKAVRIN_BENCHMARKS=OFF"],
                    check=True, stdout=subprocess.DEVNULL)
 
 

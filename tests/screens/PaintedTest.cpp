@@ -64,8 +64,10 @@ QStringList bodyOf(const Prefs::Item &item)
 
 QStringList rowOf(const Prefs::Item &item)
 {
-    const bool isShown = Prefs::isVisible(item.key) && !item.onlyInKeyboard;
-    return !isShown ? QStringList() : item.footer ? bodyOf(item) << *item.footer : bodyOf(item);
+    if (!Prefs::isVisible(item.key) || item.onlyInKeyboard) {
+        return {};
+    }
+    return item.footer ? bodyOf(item) + QStringList{*item.footer} : bodyOf(item);
 }
 
 QStringList contentOf(const Prefs::Page &page)

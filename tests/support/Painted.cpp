@@ -20,7 +20,7 @@ QString contentOf(const QQuickItem *item)
 {
     if (item->inherits("QQuickImage")) {
         const QString symbol = item->property("source").toUrl().fileName();
-        return symbol.isEmpty() ? symbol : QLatin1Char('(') + symbol + QLatin1Char(')');
+        return symbol.isEmpty() ? symbol : u'(' + symbol + u')';
     }
     if (item->inherits("QQuickTextInput")) {
         return item->property("displayText").toString();

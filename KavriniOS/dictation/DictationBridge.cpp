@@ -21,19 +21,19 @@ using namespace std::chrono_literals;
 constexpr std::chrono::milliseconds pollInterval = 120ms;
 constexpr qint64 passesPerBeat = 8;
 
-/// A command that was acted upon, and how the suite lets go of it.
+/// A command that the bridge has acted on, and the write that clears it in the suite.
 struct TakenCommand {
     QString command;
     QFuture<std::optional<Error>> consumption;
 
-    [[nodiscard]] bool isStored() const
+    [[nodiscard]] bool mayStillBeStored() const
     {
         return !consumption.isFinished() || consumption.result().has_value();
     }
 };
 
-/// The command to act upon now, consumed; one that has come in its place meanwhile is for the next pass. One
-/// that the suite does not let go of, because it is full or locked, counts once.
+/// Takes the command that the bridge acts on now. A command that replaces it in the meantime waits for the
+/// next pass. A command that stays in the suite, because the suite is full or locked, counts once.
 QString takeCommand(TakenCommand &taken)
 {
     const QString command = Shared::d().string(dictation::commandKey).value_or(QString());
@@ -41,7 +41,7 @@ QString takeCommand(TakenCommand &taken)
         taken = {};
         return {};
     }
-    const bool isNew = command != taken.command || !taken.isStored();
+    const bool isNew = command != taken.command || !taken.mayStillBeStored();
     if (isNew || taken.consumption.isFinished()) {
         taken = {command, SuiteWriter::write({{dictation::commandKey, QString(), command}})};
         qCInfo(Logging::dictation) << "Command:" << command << (isNew ? "" : "again");
@@ -101,7 +101,7 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
             if (beat.isFinished()) {
                 beat = SuiteWriter::write({{dictation::aliveKey, clock.now()}});
             }
-            DictationState::publishLate();
+            DictationState::republishIfFailed();
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {

@@ -429,10 +429,10 @@ TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)
     {
         const RefusedKey refused("dictationState");
         start();
-        DictationState::publishLate();
+        DictationState::republishIfFailed();
         EXPECT_EQ(sharedState(), u"none");
     }
-    DictationState::publishLate();
+    DictationState::republishIfFailed();
     EXPECT_EQ(sharedState(), u"recording");
 }
 
@@ -440,7 +440,7 @@ TEST_F(RecorderTest, OnlyALateStateIsStoredAgain)
 {
     start();
     ASSERT_EQ(test::failureOf(Shared::d().set(u"dictationState"_s, u"changed"_s)), u"");
-    DictationState::publishLate();
+    DictationState::republishIfFailed();
     EXPECT_EQ(sharedState(), u"changed");
 }
 

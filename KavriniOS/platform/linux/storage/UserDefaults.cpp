@@ -38,7 +38,7 @@ constexpr int typeColumn = 0;
 constexpr int valueColumn = 1;
 constexpr int keyColumn = 2;
 
-/// Binds the type's name and the value of a row to write.
+/// Binds the type name and the value of a row to write.
 struct BindValue {
     SqliteStatement &statement;
 
@@ -89,7 +89,8 @@ template <typename Container> Decoded decodePropertyList(const SqliteStatement &
     return value && std::holds_alternative<Container>(*value) ? value : std::nullopt;
 }
 
-/// The value of a row, or none where it is not of the type that the row says: other programs write rows, too.
+/// The value of a row. None if it is not of the type that the row names, because other programs write rows,
+/// too.
 Decoded decode(const SqliteStatement &row)
 {
     const QByteArray type = row.bytes(typeColumn);
@@ -120,7 +121,7 @@ Decoded decode(const SqliteStatement &row)
                            : decodePropertyList<PropertyListDictionary>(row);
 }
 
-/// Every row that is left.
+/// Collects all remaining rows.
 int collect(SqliteStatement &statement, PropertyListDictionary &values)
 {
     values.clear();
@@ -151,7 +152,7 @@ bool isTooLarge(const PropertyListValue &value)
     return isContainer && !isWithinBounds(PropertyList::toBinary(value));
 }
 
-/// Why a value would not be found again; none where it would be.
+/// Why a later read would not find the value; none if it would.
 std::optional<Error> obstacle(const PropertyListValue &value)
 {
     if (!isFinite(value)) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Finding the code in a message, beside the same with the standard library's expressions and with Qt's as
-// they come; neither of these two counts characters. Each works through benchmarks/messages.txt: messages,
-// most of them of 120 to 200 characters, English and Turkish, with and without codes.
+// Measures finding the code in a message, beside the same with the standard library's expressions and with
+// Qt's plain ones. Neither of these two counts characters. Each works through benchmarks/messages.txt:
+// messages in English and Turkish, most of them of 120 to 200 characters, with and without codes.
 #include "codes/Codes.h"
 
 #include <QFile>
@@ -35,7 +35,7 @@ const QStringList &messages()
     return all;
 }
 
-/// The standard library's expressions know no look-behind: what stands before the code is part of the match.
+/// The standard library's expressions have no look-behind, so the match includes what stands before the code.
 Found extractWithStandardExpressions(const std::string &message)
 {
     static const std::regex whole("\\s*([0-9]{4,8}|[0-9]{3}[ -][0-9]{3})\\s*", std::regex::optimize);
@@ -130,7 +130,7 @@ void qtExpressions(benchmark::State &state)
 }
 BENCHMARK(qtExpressions);
 
-/// Peers that find something else do something else.
+/// Peers with other results would do other work.
 void checkThatAllAgree()
 {
     for (const QString &message : messages()) {
@@ -142,7 +142,7 @@ void checkThatAllAgree()
     }
 }
 
-/// What the figures are about, printed with them.
+/// Describes the messages behind the figures; printed with them.
 void describeMessages()
 {
     qsizetype characters = 0;

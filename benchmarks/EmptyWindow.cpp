@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The least that a window of Qt Quick Controls can be: what Kavrin's start is measured beside. With the
-// argument "software" it is drawn without OpenGL.
+// The smallest window of Qt Quick Controls, which Kavrin's start is measured against. The argument "software"
+// draws it without OpenGL.
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>

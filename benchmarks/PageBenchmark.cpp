@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How long the settings take to show a page, and to follow a dragged slider: milliseconds to the next frame,
-// on the offscreen platform, which draws in software. Prints JSON.
+// Measures how long the settings take to show a page, and to follow a dragged slider: milliseconds to the
+// next frame, on the offscreen platform, which draws in software. Prints JSON.
 #include "doubles/FakeContacts.h"
 #include "doubles/FakeDesktop.h"
 #include "screens/SettingsModel.h"
@@ -72,7 +72,7 @@ QJsonArray openings(SettingsModel &settings)
     return pages;
 }
 
-/// The same stack, and a page with nothing on it.
+/// The same stack with an empty page.
 double emptyOpening(SettingsModel &settings)
 {
     std::vector<double> times;
@@ -90,7 +90,7 @@ double emptyOpening(SettingsModel &settings)
     return median(times);
 }
 
-/// The steps of a dragged slider, and frames of the same window in which nothing has changed.
+/// The steps of a dragged slider, and frames of the same window in which nothing changes.
 QJsonObject dragging(SettingsModel &settings)
 {
     const std::unique_ptr<PageModel> page(settings.makePage(u"layout"_s));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// PocketSphinx with its own settings, as its pocketsphinx_batch hears: tells of each WAV file (16 kHz, mono)
-// that it is given the processor time, the time and the text.
+// PocketSphinx with its own settings, as pocketsphinx_batch uses it. For each WAV file (16 kHz, mono) among
+// the arguments, it prints the processor time, the time and the text.
 #include <QByteArray>
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The preference store beside QSettings, which an application would otherwise use for the same, and what is
-// made of it, the exported text and the walk through the catalogue, beside the least that they can cost.
+// Measures the preference store beside QSettings, which an application would otherwise use for the same.
+// Measures the exported text, and the walk through the catalogue, beside the least that they can cost.
 #include "StoredSettings.h"
 #include "support/PrivateHome.h"
 
@@ -33,7 +33,7 @@ double readSettings(const QString &key)
     return settings.value(key).toDouble();
 }
 
-/// As an application reads from here and there: one QSettings must not be used by several threads.
+/// Like an application that reads in many places: several threads must not use one QSettings.
 double readNewSettings(const QString &key)
 {
     static const QString path = iniPath(home());
@@ -51,7 +51,7 @@ BENCHMARK(readAgain<readPrefs>)->Name("prefsRead");
 BENCHMARK(readAgain<readSettings>)->Name("settingsRead");
 BENCHMARK(readAgain<readNewSettings>)->Name("newSettingsRead");
 
-/// So many QStrings of one key that none is known again.
+/// So many QStrings of one key that no cache holds all of them.
 template <double (*Read)(const QString &)> void readByOthers(benchmark::State &state)
 {
     std::vector<QString> keys(1000);
@@ -86,7 +86,7 @@ void settingsSetAndSync(benchmark::State &state)
         settings.sync();
     }
 }
-BENCHMARK(settingsSetAndSync)->UseRealTime(); // which waits for the disk
+BENCHMARK(settingsSetAndSync)->UseRealTime(); // QSettings::sync() waits for the disk
 
 void prefsExport(benchmark::State &state)
 {
@@ -107,7 +107,7 @@ void plainExport(benchmark::State &state)
 }
 BENCHMARK(plainExport);
 
-/// What a row of a screen shows of its item's value.
+/// The part of an item's value that a row of a screen shows.
 struct Shown {
     const QString &key;
 

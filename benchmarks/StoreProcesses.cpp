@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// What of the preference store takes processes to measure; benchmarks/store.py runs it.
+// Measures the preference store where that takes several processes; benchmarks/store.py runs it.
 //
 // store_processes FOLDER fill
 //     Stores the settings in FOLDER, in the suite and for QSettings.
 // store_processes FOLDER read prefs|qsettings
-//     Prints the nanoseconds from opening to the first value and to all of them.
+//     Prints the nanoseconds from opening to the first value, and from opening to all values.
 // store_processes FOLDER see suite|qsettings|pipe N
 //     For each of N values that one process writes, prints the nanoseconds from the write's call and from its
 //     return until another process has read it.
@@ -67,10 +67,10 @@ int readSettings(const QString &folder)
     return printReads([&settings](const QString &key) { return settings.value(key).toDouble(); }, begun);
 }
 
-/// One way for a value from process to process.
+/// One way to get a value from process to process.
 struct Channel {
     std::function<void(double)> write;
-    std::function<double()> read; ///< the value as it is now
+    std::function<double()> read; ///< reads the present value
 };
 
 Channel suiteChannel()
@@ -109,10 +109,10 @@ Channel pipeChannel(int readEnd, int writeEnd)
             }};
 }
 
-/// What the two processes tell each other, in memory that both have.
+/// The two processes exchange messages here, in memory that both have.
 struct Board {
-    std::atomic<double> expected = 0; ///< 0 where the reader is to wait, negative where it is to end
-    std::atomic<qint64> seen = 0; ///< when the expected value was read, 0 until then
+    std::atomic<double> expected = 0; ///< 0 makes the reader wait, a negative number ends it
+    std::atomic<qint64> seen = 0; ///< when the expected value was read; 0 before that
 
     static Board *make()
     {
@@ -133,11 +133,11 @@ void watch(Board &board, const Channel &channel)
     }
 }
 
-/// Written values differ, and are as long as text.
+/// Each written value differs from the others, and all are equally long as text.
 void writeAndPrint(Board &board, const Channel &channel, int rounds)
 {
     for (int round = 1; round <= rounds; ++round) {
-        // QSettings notices a change by the file's time stamp, and those are some milliseconds apart.
+        // QSettings notices a change by the file's time stamp, which changes only after some milliseconds.
         std::this_thread::sleep_for(10ms);
         board.seen = 0;
         board.expected = 100000 + round;
@@ -161,7 +161,7 @@ int see(const QString &folder, const QString &way, int rounds)
         std::perror("store_processes");
         return 1;
     }
-    // A process each before anything is opened: a database must not be carried over.
+    // Starts each process before anything is opened: a process must not inherit an open database.
     const pid_t reader = ::fork();
     const Channel channel = way == u"suite" ? suiteChannel()
         : way == u"qsettings"               ? settingsChannel(folder)

@@ -10,7 +10,7 @@
 namespace kavrin::benchmarks
 {
 
-/// Every setting of the catalogue with its default, and what dictations leave behind.
+/// Every setting of the catalogue with its default, and the keys that dictations leave.
 inline QVariantMap content()
 {
     QVariantMap all = {
@@ -59,7 +59,7 @@ inline void fillSuite()
     }
 }
 
-/// What QSettings keeps the same in. `folder` is an absolute path.
+/// The file in which QSettings keeps the same content. `folder` is an absolute path.
 inline QString iniPath(const QString &folder)
 {
     return folder + QStringLiteral("/settings.ini");

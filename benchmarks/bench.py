@@ -40,7 +40,7 @@ def read_arguments():
 
 
 def options_of(what, arguments):
-    """What the command line says of a measurement, and what it leaves to it."""
+    """The options of a measurement: from the command line, or else its defaults."""
     options = {}
     for name, (usual, quick, _) in MEASUREMENTS[what].OPTIONS.items():
         given = getattr(arguments, f"{what}_{name}")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Finding the code in a message, beside the same with Qt's and with the standard library's expressions."""
+"""Measures finding the code in a message, beside the same with Qt's and with the standard library's expressions."""
 
 from figures import google_benchmark
 from support.private_session import PrivateSession

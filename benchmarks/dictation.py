@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""How quickly a dictation starts and ends, and what a recording costs, measured on the real programs.
+"""Measures how fast a dictation starts and ends, and what a recording costs, with the real programs.
 
-Beside each figure stands what it is held against: the poll that a command waits for, PulseAudio's own parec, or curl
-posting the same file to the same server.
+The peer of each figure is the poll that a command waits for, PulseAudio's own parec, or curl, which posts the same file
+to the same server.
 """
 
 import functools
@@ -25,13 +25,13 @@ OPTIONS = {"rounds": (40, 3, "dictations to start"),
            "minutes": (5.0, 0.1, "length of the recording that is weighed")}
 POLL = (60, 114)  # median and 95th percentile of the wait for a poll every 120 ms, in milliseconds
 NO_PAUSE = excess_at_most(5, figure=1)  # a pause is an upload that waits 40 ms for the other side to acknowledge
-PACE = "8/s"  # how often a curl that waits posts: about as long as a dictation waits for the poll
+PACE = "8/s"  # how often a curl that waits posts: it waits about as long as a dictation waits for the poll
 
 
 class Service:
-    """A speech service that answers at once. Of each exchange it tells when the first byte of the request came, in
-    seconds of the monotonic clock, and how many milliseconds it took from there to the end of the answer. Whoever
-    waits for that leaves the processor to those who exchange."""
+    """A speech service that answers at once. For each exchange it tells when the first byte of the request came, in
+    seconds of the monotonic clock, and how many milliseconds passed from there to the end of the answer. A thread that
+    waits for an exchange does not use the processor."""
 
     def __init__(self):
         exchanges = queue.SimpleQueue()
@@ -66,7 +66,7 @@ def command_to_recording(suite, service, rounds):
     """Milliseconds from each "start" to "recording"."""
     times = []
     for _ in range(rounds):
-        time.sleep(random.uniform(0, 0.12))  # anywhere between two polls
+        time.sleep(random.uniform(0, 0.12))  # at any time between two polls
         begun = time.monotonic()
         suite.set("dictationCommand", "string", "start")
         suite.wait_for("dictationState", "recording", interval=0.001)
@@ -93,7 +93,7 @@ def parec_to_first_samples(session, rounds):
 
 
 def make_noise(session, seconds):
-    """Noise before the microphone: an encoder can leave nothing of it out."""
+    """Plays noise into the microphone: an encoder can leave nothing of it out."""
     session.run("play", "-q", "-n", "synth", str(seconds), "pinknoise", "vol", "0.3")
 
 
@@ -103,7 +103,7 @@ def start(suite):
 
 
 def stop(suite, service):
-    """Milliseconds from the moment that "stop" is consumed to the request's first byte, from there to the end of the
+    """Milliseconds from the moment when "stop" is consumed to the request's first byte, from there to the end of the
     answer, and from there to "done"."""
     suite.set("dictationCommand", "string", "stop")
     suite.wait_for("dictationCommand", "", interval=0.0005)
@@ -121,8 +121,8 @@ def curl(recording, *arguments):
 
 
 def posts_after_waiting(session, service, recording, rounds):
-    """The milliseconds of each exchange of a curl that waits before it, as a dictation does: a processor that has
-    nothing to do in between takes longer than one that has just loaded a program."""
+    """The milliseconds of each exchange of a curl that waits before it, as a dictation does. A processor that was idle
+    takes longer than one that has just loaded a program."""
     command = curl(recording, "--rate", PACE, f"{service.url}?[1-{rounds}]")
     waiting = session.start(*command)
     times = [service.next_exchange()[1] for _ in range(rounds)]
@@ -131,8 +131,9 @@ def posts_after_waiting(session, service, recording, rounds):
 
 
 def exchanges(suite, service, kept, recording, rounds):
-    """Of dictations the milliseconds from "stop" to the exchange, those of the exchange, and those from its first byte
-    to the published transcript. Kavrin sends what lies at the recording's path, so one long recording does for all."""
+    """For each dictation, the milliseconds from "stop" to the exchange, those of the exchange, and those from its first
+    byte to the published transcript. Kavrin sends the file at the recording's path, so one long recording serves for
+    all."""
     first_bytes, ours, published = [], [], []
     for _ in range(rounds):
         start(suite)
@@ -146,8 +147,8 @@ def exchanges(suite, service, kept, recording, rounds):
 
 
 def posts(session, service, kept, rounds):
-    """The milliseconds of Kavrin's and of curl's exchanges of the same file in turn, with nothing else going on, and
-    those from curl's start to its first byte."""
+    """The milliseconds of Kavrin's and of curl's exchanges of the same file, in turn and on an idle machine, and those
+    from curl's start to its first byte."""
     ours, curls, first_bytes = [], [], []
     for _ in range(rounds):
         session.ctl("transcribe", kept)
@@ -161,7 +162,7 @@ def posts(session, service, kept, rounds):
 
 
 def growth(session, suite, kavrin, minutes):
-    """Megabytes that the resident memory grows by while recording, once ten seconds are recorded."""
+    """How many megabytes the resident memory grows by after the first ten seconds of a recording."""
     start(suite)
     make_noise(session, 10)
     before = resident_megabytes(kavrin.pid)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the measurements have in common: programs that measure themselves, processor time, percentiles."""
+"""Shared by the measurements: programs that measure themselves, processor time, percentiles."""
 
 import json
 import os
@@ -8,7 +8,7 @@ import statistics
 
 
 def google_benchmark(session, program, repetitions):
-    """By each benchmark's name its median: {"real_time": nanoseconds, counter: value}."""
+    """The median of each benchmark by its name: {"real_time": nanoseconds, counter: value}."""
     output = session.run(session.bin.with_name("tests-bin") / program, "--benchmark_format=json",
                          f"--benchmark_repetitions={repetitions}", "--benchmark_report_aggregates_only").stdout
     return {result["run_name"].split("/")[0]: result for result in json.loads(output)["benchmarks"]
@@ -16,7 +16,7 @@ def google_benchmark(session, program, repetitions):
 
 
 def processor_seconds(pid):
-    """What all threads of the process have used."""
+    """The processor time that all threads of the process have used."""
     fields = pathlib.Path(f"/proc/{pid}/stat").read_text(encoding="ascii").rsplit(")", 1)[1].split()
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What Kavrin costs while it waits for a command, beside a process that only sleeps as often."""
+"""Measures what Kavrin costs while it waits for a command, beside a process that only sleeps as often."""
 
 import pathlib
 import time

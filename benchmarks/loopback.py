@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
-"""How many requests the loopback server answers, how soon, and what each costs it, beside cpp-httplib reading and
-writing the same suite, and nginx with a constant body.
+"""Measures how many requests the loopback server answers, how soon, and the cost of each request. The peers are
+cpp-httplib, which reads and writes the same suite, and nginx with a constant body.
 
-A connection is for one request. wrk asks as fast as it is answered, so on few cores it and the kernel set the pace;
-what tells the servers apart is the processor time that a request costs them.
+Each connection carries one request. wrk sends requests as fast as it gets answers, so on few cores wrk and the kernel
+set the pace. The processor time of a request is what differs between the servers.
 """
 
 import json
@@ -84,7 +84,8 @@ def wait_until_served(session):
 
 
 def ask(session, process, target, connections, seconds):
-    """Requests a second, three latencies in milliseconds, and microseconds of the server's processor time each."""
+    """Requests a second, three latencies in milliseconds, and microseconds of the server's processor time for each
+    request."""
     script = session.folder / "figures.lua"
     script.write_text(SCRIPT, encoding="ascii")
     before = processor_seconds(process.pid)
@@ -99,7 +100,7 @@ def ask(session, process, target, connections, seconds):
 
 
 def ask_in_turn(session, servers, target, connections, options):
-    """For each server the medians of ask()'s figures."""
+    """The medians of ask()'s figures for each server."""
     rounds = {server: [] for server in servers}
     for _ in range(options.rounds):
         for server, start in servers.items():

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""How soon a page of the settings is shown and a dragged slider followed, beside an empty page and an idle frame."""
+"""Measures how soon a page of the settings is shown and a dragged slider followed, beside an empty page and an idle
+frame."""
 
 import json
 import statistics

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""What kavrin-stt takes for a second of speech, and how much it mishears, beside its engine with that one's own
-settings. Both hear the same recordings in turn."""
+"""Measures how long kavrin-stt takes for a second of speech, and how many words it gets wrong, beside its engine with
+the engine's own settings. Both hear the same recordings in turn."""
 
 import json
 import re
@@ -18,7 +18,7 @@ TRANSCRIPTIONS = ("librivox/transcription", "cards/cards.transcription")  # line
 
 
 def recordings():
-    """By path what is spoken."""
+    """The spoken words of each recording, by path."""
     spoken = {}
     for transcription in TRANSCRIPTIONS:
         path = SPEECH / transcription
@@ -28,7 +28,7 @@ def recordings():
 
 
 def length(path):
-    """In seconds."""
+    """The length in seconds."""
     with wave.open(str(path)) as recording:
         return recording.getnframes() / recording.getframerate()
 
@@ -48,7 +48,7 @@ def ask(session, service, url, paths):
 
 
 def ask_peer(session, paths):
-    """As ask(). The peer loads its model anew, which is not counted."""
+    """Like ask(). The peer loads its model again, which does not count."""
     lines = session.run(session.bin.with_name("tests-bin") / "speech_peer", *paths).stdout.splitlines()
     answers = [json.loads(line) for line in lines]
     return (sum(answer["processor"] for answer in answers), sum(answer["seconds"] for answer in answers),

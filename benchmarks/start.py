@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""How soon Kavrin's window shows its first frame and its port answers, and the memory it takes before any recording,
-beside an empty window of Qt Quick Controls; and the same of a start in the background, which shows none.
+"""Measures how soon Kavrin's window shows its first frame and its port answers, and the memory before any recording,
+beside an empty window of Qt Quick Controls. Measures the same for a start in the background, which shows no window.
 
-The two are started in turn, each alone, after one start that is not counted; Qt itself tells when a frame is there.
+The two start in turn, each alone, after one start that does not count. Qt itself tells when a frame is drawn.
 """
 
 import contextlib
@@ -19,7 +19,7 @@ from table import Row, ratio_at_most
 OPTIONS = {"rounds": (15, 2, "starts of each program"),
            "idle": (3.0, 0.5, "seconds from the first frame, or answer, to the weighing")}
 PLACES = {"Start in a window of Xvfb": True, "Start in the background": False}  # whether there is a window
-# The monotonic clock before each message; of its milliseconds Qt prints the low 32 bits.
+# Puts the monotonic clock before each message. Qt prints the low 32 bits of its milliseconds.
 MESSAGES = {"QT_LOGGING_RULES": "qt.scenegraph.time.renderloop=true", "QT_MESSAGE_PATTERN": "%{time boot} %{message}"}
 FRAME = re.compile(r"^ *(\d+)\.(\d{3}) .*frame rendered", re.IGNORECASE | re.MULTILINE)
 
@@ -31,7 +31,7 @@ BETWEEN = ("What is between Kavrin and an empty window that is drawn in the same
 
 
 class PortWatch(threading.Thread):
-    """Asks the port, a millisecond after each refusal again, until it answers or the watch is stopped."""
+    """Asks the port until it answers or the watch is stopped. Asks again one millisecond after each refusal."""
 
     def __init__(self):
         super().__init__(daemon=True)
@@ -64,15 +64,16 @@ def first_frame(process, messages, begun):
 
 
 def megabytes(pid):
-    """Resident memory, whole and with what is shared divided among those who share it."""
+    """Resident memory, and proportional memory, in which each process has its share of what several use."""
     with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as rollup:
         kilobytes = {name: int(rest.split()[0]) for name, rest in (line.split(":", 1) for line in list(rollup)[1:])}
     return kilobytes["Rss"] * 1024 / 1e6, kilobytes["Pss"] * 1024 / 1e6
 
 
 def start_once(session, command, draws, serves, idle):
-    """The milliseconds to the first frame and to the port's first answer, where there are such, and the megabytes after
-    `idle` seconds more. The port of a program that does not serve it is watched as well, so that both bear that."""
+    """The milliseconds to the first frame and to the port's first answer, if there are such, and the megabytes after
+    `idle` more seconds. The port is watched even for a program that does not serve it, so that both programs bear that
+    load."""
     messages = session.folder / "messages"
     port = PortWatch()
     with messages.open("w", encoding="utf-8") as output:
@@ -90,7 +91,7 @@ def start_once(session, command, draws, serves, idle):
 
 
 def start_in_turn(options, window):
-    """Of the starts of Kavrin, in a window of Xvfb or in the background, and of each empty window: frames, answers,
+    """The starts of Kavrin, in a window of Xvfb or in the background, and of each empty window: frames, answers,
     resident and proportional megabytes."""
     with PrivateSession(display=window, sound=False) as session:
         session.env.update(MESSAGES)

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""The preference store beside QSettings and GNOME's dconf with the same settings in them, another process's look at
-the suite, and what is made of the store: the exported text, and the walk through the catalogue."""
+"""Measures the preference store beside QSettings and GNOME's dconf with the same settings in them, the time until
+another process sees a change, the exported text, and the walk through the catalogue."""
 
 import json
 import pathlib
@@ -19,7 +19,7 @@ TYPES = {"toggle": "b", "slider": "d", "choice": "s", "text": "s"}
 
 
 def in_turn(session, rounds, *ways):
-    """For each way, arguments of store_processes, the medians of what it prints, in microseconds."""
+    """For each way, which is arguments of store_processes, the medians of its output in microseconds."""
     printed = {way: [] for way in ways}
     for _ in range(rounds):
         for way in ways:
@@ -28,14 +28,14 @@ def in_turn(session, rounds, *ways):
 
 
 def store_processes(session, *arguments):
-    """The numbers of each line that it prints."""
+    """The numbers in each line of the program's output."""
     program = session.bin.with_name("tests-bin") / "store_processes"
     output = session.run(program, session.folder / "home", *arguments).stdout
     return [[int(number) for number in line.split()] for line in output.splitlines()]
 
 
 def write_schema(session):
-    """A compiled schema with the catalogue's settings; returns its folder."""
+    """Makes a compiled schema with the catalogue's settings; returns its folder."""
     folder = session.folder / "schemas"
     folder.mkdir()
     items = [item for page in json.loads(session.ctl("catalogue", "--json"))
@@ -47,13 +47,13 @@ def write_schema(session):
         f"<schemalist><schema id='{SCHEMA}' path='/app/kavrin/measured/'>{keys}</schema></schemalist>",
         encoding="utf-8")
     compiler = next(pathlib.Path("/usr/lib").glob("*/glib-2.0/glib-compile-schemas"))
-    # Else keys would have to be lower case.
+    # Without --allow-any-name, keys would have to be lower case.
     session.run(compiler, "--strict", "--allow-any-name", folder)
     return folder
 
 
 def dconf_writes(session, writes):
-    """Microseconds of each write through GSettings and dconf."""
+    """The microseconds of each write through GSettings and dconf."""
     session.env["GSETTINGS_BACKEND"] = "dconf"
     output = session.run("/usr/bin/python3", pathlib.Path(__file__).with_name("dconf_writes.py"),
                          write_schema(session), SCHEMA, "rowH", str(writes)).stdout

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The one table that all measurements fill: rows, and how they are shown to people and in Markdown."""
+"""The one table for all measurements: its rows, and how people and Markdown see them."""
 
 import dataclasses
 import os
@@ -10,8 +10,8 @@ import time
 
 @dataclasses.dataclass(frozen=True)
 class Goal:
-    """What one of a row's figures, how many times the first peer's it is, or what it has more than that one, should be
-    at most or at least."""
+    """A limit, at most or at least, for one figure of a row, for its ratio to the first peer's, or for its excess over
+    that."""
     limit: float
     of: str = "figure"  # or "ratio", "excess"
     at_least: bool = False
@@ -51,9 +51,9 @@ def excess_at_most(limit, figure=0):
 
 @dataclasses.dataclass(frozen=True)
 class Row:
-    """Kavrin's figures, all of one unit, beside those of its peers; the first peer is the one that a goal is about.
+    """Kavrin's figures, all of one unit, beside those of its peers. A goal refers to the first peer.
 
-    `labels` tells several figures apart. `note` is always shown, `missed` where a goal is not met: what was tried.
+    `labels` names several figures. `note` is always shown, `missed` only if a goal is not met: it says what was tried.
     `telling` is a sentence for the README, with {} for the first of Kavrin's figures.
     """
     name: str
@@ -77,7 +77,7 @@ class Row:
 
 
 def number(value):
-    """With three significant digits or more."""
+    """The number with three significant digits or more."""
     if value is None:
         return "–"
     size = abs(value)
@@ -94,7 +94,7 @@ RATIO = "The ratio is Kavrin's figure by the one beside it; a goal in × or + is
 
 
 def heading():
-    """When and on what machine."""
+    """The date and the machine."""
     with open("/proc/cpuinfo", encoding="utf-8") as lines:
         names = [line.split(":", 1)[1].strip() for line in lines if line.startswith("model name")]
     processor = names[0] if names else platform.machine()
@@ -102,7 +102,7 @@ def heading():
 
 
 def _cells(rows):
-    """For each row its columns, a list of lines each, and all notes in the order of their numbers."""
+    """The columns of each row, a list of lines each, and all notes in the order of their numbers."""
     notes = []
     table = []
     for row in rows:
@@ -123,7 +123,7 @@ _TITLES = ("What", "Kavrin", "Beside it", "Ratio", "Goal", "")
 
 
 def plain(rows):
-    """For a terminal: each further peer has a line of its own."""
+    """The table for a terminal: each further peer has its own line."""
     table, notes = _cells(rows)
     lines = [_TITLES]
     for cells in table:
@@ -152,7 +152,8 @@ def telling(rows):
 
 
 def write(rows, document, readme):
-    """Puts the table into the document and the telling lines into the README, where two comments mark their places."""
+    """Writes the table into the document and the telling lines into the README. In each, two comments mark the
+    place."""
     _write_between(document, "table", markdown(rows))
     _write_between(readme, "figures", telling(rows))
 

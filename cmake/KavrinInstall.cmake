@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
-# What `cmake --install` puts where, and the Debian package that CPack makes of it. The programs find the rest beside
-# their own folder, so any prefix will do; a desktop looks for what is below share in /usr, /usr/local and ~/.local.
+# Says where `cmake --install` puts files, and describes the Debian package that CPack makes of them. The programs find
+# the rest relative to their own folder, so any prefix works. A desktop looks for the files below share in /usr,
+# /usr/local and ~/.local.
 
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 set(documentation share/doc/kavrin)
@@ -20,14 +21,14 @@ install(FILES ${KAVRIN_ICONS_DIR}/hash.svg DESTINATION share/icons/hicolor/symbo
 install(FILES ${packaging}/completions/kavrinctl DESTINATION share/bash-completion/completions)
 install(FILES ${packaging}/debian/copyright DESTINATION ${documentation})
 
-# What people read, with the pictures in it, in the folders in which it links to each other.
+# The documents and their pictures, in the same folders, so that their links work.
 install(FILES README.md CHANGELOG.md DESTINATION ${documentation})
 install(DIRECTORY docs DESTINATION ${documentation} FILE_PERMISSIONS ${ordinary_file}
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg"
   PATTERN phone-light-settings.png PATTERN phone-light-layout.png PATTERN phone-dark-dictating.png
   PATTERN desktop-dark-extensions.png)
 
-# Names the programs by their path, which is known when they are installed and not before: the same build is packaged
+# Puts the paths of the programs into a file. They are known only at installation, because the same build is packaged
 # for /usr.
 function(kavrin_install_configured source destination)
   cmake_path(GET source STEM LAST_ONLY name)
@@ -51,7 +52,7 @@ endfunction()
 
 kavrin_install_configured(app.kavrin.Kavrin.service.in share/dbus-1/services)
 foreach(unit kavrin kavrin-stt kavrin-messages)
-  # Not lib: below a home, systemd looks here only.
+  # Not lib: below a home folder, systemd looks only here.
   kavrin_install_configured(systemd/${unit}.service.in share/systemd/user)
 endforeach()
 foreach(program kavrin kavrinctl kavrin-stt)
@@ -61,7 +62,7 @@ kavrin_install_compressed(debian/changelog ${documentation})
 get_property(compressed_files GLOBAL PROPERTY kavrin_compressed_files)
 add_custom_target(kavrin_compressed_files ALL DEPENDS ${compressed_files})
 
-# All that is installed, without the tests.
+# Everything that is installed, and no tests.
 add_custom_target(programs DEPENDS kavrin kavrinctl kavrin-stt kavrin_curl kavrin_libav kavrin_compressed_files)
 
 set(CPACK_GENERATOR DEB)
@@ -88,24 +89,24 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
-# The libraries, those of the modules in lib/kavrin too, are found by dpkg-shlibdeps. These are what it cannot see.
+# dpkg-shlibdeps finds the libraries, and also those of the modules in lib/kavrin. It cannot see the following ones.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(depends
   ca-certificates                 # for every service that is not on this machine
-  pocketsphinx-en-us              # what kavrin-stt knows of English
-  qml6-module-qtqml               # the window's imports, and theirs
+  pocketsphinx-en-us              # the speech model of kavrin-stt
+  qml6-module-qtqml               # the imports of the window, and their imports
   qml6-module-qtqml-workerscript
   qml6-module-qtquick
   qml6-module-qtquick-layouts
   qml6-module-qtquick-templates)
 set(recommends
   "default-dbus-session-bus | dbus-session-bus"
-  fonts-inter                     # the fonts of the window, and letters for the name of every language
+  fonts-inter                     # fonts of the window, with letters for every language name
   fonts-noto-cjk
   fonts-noto-core
   libglib2.0-bin                  # gapplication, for "Save code" of the desktop file
   "pulseaudio | pipewire-pulse"   # either may be on another machine
-  qt6-wayland                     # without it the window goes through Xwayland
+  qt6-wayland                     # without it the window runs through Xwayland
   wl-clipboard                    # on Wayland, the clipboard while Kavrin has no focus
   xdg-desktop-portal)             # dark or light, and the accent colour
 set(suggests

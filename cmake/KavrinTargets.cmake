@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-# How every target of the project is made: the same warnings, the same strict Qt, the same sanitizers.
+# Makes every target of the project with the same warnings, the same strict Qt and the same sanitizers.
 
-# kavrin_precompile(core HEADERS <QtCore> LINKS Qt6::Core): compiles the headers once, as kavrin_core_headers, for all
-# targets that are made while KAVRIN_HEADERS names that.
+# kavrin_precompile(core HEADERS <QtCore> LINKS Qt6::Core): compiles the headers once, as kavrin_core_headers. Targets
+# that are made while KAVRIN_HEADERS has that name use them.
 function(kavrin_precompile name)
   cmake_parse_arguments(arg "" "" "HEADERS;LINKS" ${ARGN})
   file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/headers/${name}.cpp CONTENT "")
@@ -12,7 +12,7 @@ function(kavrin_precompile name)
   set_target_properties(kavrin_${name}_headers PROPERTIES AUTOMOC OFF)
   set(KAVRIN_HEADERS "")
   kavrin_configure(kavrin_${name}_headers)
-  # What GCC writes differs each time. To ccache, this is what it was made of.
+  # GCC's output differs each time. ccache takes this text in its place.
   file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/CMakeFiles/kavrin_${name}_headers.dir/cmake_pch.hxx.gch.sum
     CONTENT "GCC ${CMAKE_CXX_COMPILER_VERSION} Qt ${Qt6_VERSION} QCoro ${QCoro6_VERSION} GTest ${GTest_VERSION}\n")
 endfunction()
@@ -33,7 +33,7 @@ function(kavrin_configure target)
     target_link_options(${target} PRIVATE -fsanitize=${KAVRIN_SANITIZE})
   endif()
   if(KAVRIN_SANITIZE MATCHES thread)
-    # Qt's generated code has fences, which this sanitizer does not know: the worst it can do is to report too much.
+    # Qt's generated code has fences, which this sanitizer does not know. At worst, it reports too much.
     target_compile_options(${target} PRIVATE -Wno-tsan)
   endif()
 endfunction()
@@ -46,11 +46,11 @@ function(kavrin_library name)
   kavrin_configure(kavrin_${name})
 endfunction()
 
-# kavrin_module(curl SOURCES CurlUrlSession.cpp LINKS CURL::libcurl): lib/kavrin/kavrin_curl.so, which a program loads
+# kavrin_module(curl SOURCES Fetch.cpp LINKS CURL::libcurl): lib/kavrin/kavrin_curl.so, which a program loads
 # when it first needs it (platform/linux/Module.h).
 function(kavrin_module name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
-  set(KAVRIN_HEADERS "")  # it is compiled in another way than the programs
+  set(KAVRIN_HEADERS "")  # a module is compiled in another way than the programs
   add_library(kavrin_${name} MODULE ${arg_SOURCES})
   target_link_libraries(kavrin_${name} PRIVATE ${arg_LINKS})
   kavrin_configure(kavrin_${name})
@@ -66,8 +66,8 @@ function(kavrin_executable name)
 endfunction()
 
 # kavrin_qml_library(theme URI Kavrin.Theme SINGLETONS Theme.qml QML Card.qml SOURCES … LINKS …): the library
-# kavrin_theme of one folder, with its QML compiled in. Who uses it links kavrin_theme_qml, which takes the library
-# whole: nothing in C++ refers to what QML imports, and the linker would drop it.
+# kavrin_theme of one folder, with its QML compiled in. Link kavrin_theme_qml to use it, which takes the whole library:
+# no C++ refers to the types that QML imports, so the linker would drop them.
 function(kavrin_qml_library name)
   cmake_parse_arguments(arg "" "URI" "SINGLETONS;QML;SOURCES;LINKS" ${ARGN})
   set_source_files_properties(${arg_SINGLETONS} PROPERTIES QT_QML_SINGLETON_TYPE TRUE)

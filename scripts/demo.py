@@ -26,7 +26,7 @@ from support.private_session import (  # noqa: E402
 from support.time_lines import TimeLine, picture  # noqa: E402
 from support.word_error_rate import WordErrorRate, word_error_rate  # noqa: E402
 
-# All of the read prose, and one speaker of playing cards: folder, file of the spoken words, names.
+# All of the read prose, and one speaker of playing cards: the folder, the file of the spoken words, and the names.
 RECORDINGS = [
     ("librivox", "transcription", [f"sense_and_sensibility_01_austen_64kb-{number}"
                                    for number in ("0870", "0880", "0890", "0920", "0930")]),
@@ -48,14 +48,15 @@ class Clip:
 
 
 class Keyboard:
-    """What a keyboard does: it sends commands to the loopback server and watches the shared suite."""
+    """Does what a keyboard does: it sends commands to the loopback server and watches the shared suite."""
 
     def __init__(self, session):
         self._session = session
         self._suite = session.suite()
 
     def dictate(self, name, speak):
-        """One dictation; `speak` returns when all has been said. Returns its time line and the transcript."""
+        """Does one dictation; `speak` returns when everything has been said. Returns its time line and the
+        transcript."""
         before = self._session.http("/get").get("tStamp")
         reached = self._command("start", "recording", STATE_LIMIT)
         speak()
@@ -155,7 +156,7 @@ def demonstrate_microphone():
 
 
 def sound_server_of_this_machine():
-    """The settings with which a program of the private session reaches the machine's own sound server."""
+    """The environment with which a program of the private session reaches the machine's own sound server."""
     runtime = os.environ.get("XDG_RUNTIME_DIR", f"/run/user/{os.getuid()}")
     settings = {"PULSE_SERVER": os.environ.get("PULSE_SERVER", f"unix:{runtime}/pulse/native")}
     cookie = pathlib.Path.home() / ".config" / "pulse" / "cookie"

@@ -38,7 +38,7 @@ def main():
     if os.geteuid() != 0:
         sys.exit("elsewhere: only root can make another root: run it with sudo")
     CACHE.mkdir(parents=True, exist_ok=True)
-    if options.container:  # it shares this machine's network, where Kavrin's port can be had once
+    if options.container:  # it shares this machine's network, in which only one process can have Kavrin's port
         fcntl.flock(os.open(CACHE, os.O_RDONLY | os.O_CLOEXEC), fcntl.LOCK_EX)
     base = bare_root(options.suite)
     with tempfile.TemporaryDirectory(prefix="run-", dir=CACHE) as folder:
@@ -66,7 +66,7 @@ def parse_options():
 
 
 def bare_root(suite):
-    """The folder with the bare Debian that every run begins with; made by the first."""
+    """The folder with the bare Debian that every run begins with. The first run makes it."""
     base = CACHE / suite / "base"
     if not base.exists():
         making = base.with_suffix(".making")
@@ -76,14 +76,14 @@ def bare_root(suite):
         subprocess.run(["debootstrap", "--variant=minbase", "--include=ca-certificates,git", f"--keyring={KEYRING}",
                         suite, making, sources[0].split()[1]], check=True)
         (making / "etc/apt/sources.list").write_text("".join(f"{line}\n" for line in sources), encoding="utf-8")
-        # Nothing in there has to outlive a power cut, so nobody need wait for the disk.
+        # Nothing in there must survive a power cut, so nothing has to wait for the disk.
         (making / "etc/dpkg/dpkg.cfg.d/unsafe-io").write_text("force-unsafe-io\n", encoding="utf-8")
         making.rename(base)
     return base
 
 
 class Machine:
-    """A copy of the bare root, with a clone of this checkout in the home of whoever runs the commands."""
+    """A copy of the bare root, with a clone of this checkout in the home of the user who runs the commands."""
 
     def __init__(self, folder, base, options):
         self._root = folder / "root"
@@ -99,7 +99,7 @@ class Machine:
             self._add_user()
 
     def _in_root(self, name):
-        """A path in the home of whoever runs the commands, as this machine sees it."""
+        """A path in the home of the user who runs the commands, as this machine sees it."""
         return self._root / self._home.lstrip("/") / name
 
     def _add_user(self):
@@ -109,7 +109,7 @@ class Machine:
             subprocess.run(["chown", "--recursive", f"{USER_ID}:{USER_ID}", folder], check=True)
 
     def row(self, command, user):
-        """Runs a command, and returns what the table says of it."""
+        """Runs a command, and returns its row of the table."""
         where = ", ".join((self._options.suite, "user" if user else "root",
                            "container" if self._options.container else "plain"))
         print(f"\nelsewhere: {where}: {' '.join(command)}", flush=True)
@@ -122,7 +122,7 @@ class Machine:
                 "rest": round(seconds - installing), "tests": results[-1] if results else ""}
 
     def _run(self, command, user):
-        """The command's exit code, and what it said, which is shown as it comes."""
+        """The command's exit code and its output, which is also shown as it comes."""
         home = self._home if user == self._options.user else "/root"
         process = subprocess.Popen(
             ["unshare", "--mount", "--pid", "--fork", "--kill-child",

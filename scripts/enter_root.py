@@ -18,7 +18,7 @@ sys.path.insert(0, str(ROOT / "tests"))
 
 from support.private_session import undo_mount  # noqa: E402
 
-# https://docs.docker.com/engine/security/: what is not among these is refused to root, too.
+# https://docs.docker.com/engine/security/: even root gets no other capabilities.
 CONTAINER_CAPABILITIES = ("chown", "dac_override", "fowner", "fsetid", "kill", "setgid", "setuid", "setpcap",
                           "net_bind_service", "net_raw", "sys_chroot", "mknod", "audit_write", "setfcap")
 REFUSED_CALLS = ("mount", "umount2", "pivot_root", "setns", "unshare", "move_mount", "fsopen", "open_tree")
@@ -65,20 +65,20 @@ def mount(*arguments):
 
 
 def refuse_namespaces(seccomp):
-    """As the seccomp profile of a container does, from now on and for all children."""
+    """Refuses what the seccomp profile of a container refuses, from now on and for all children."""
     rules = seccomp.SyscallFilter(seccomp.ALLOW)
     refusal = seccomp.ERRNO(errno.EPERM)
     for call in REFUSED_CALLS:
         rules.add_rule(refusal, call)
     for flag in CLONE_NEW.values():
         rules.add_rule(refusal, "clone", seccomp.Arg(0, seccomp.MASKED_EQ, flag, flag))
-    rules.add_rule(seccomp.ERRNO(errno.ENOSYS), "clone3")  # whose flags no filter can see; everybody falls back to clone
+    rules.add_rule(seccomp.ERRNO(errno.ENOSYS), "clone3")  # no filter can see its flags; programs fall back to clone
     rules.set_attr(seccomp.Attr.CTL_NNP, 0)
     rules.load()
 
 
 def limits(options):
-    """The command before the command that takes away rights."""
+    """The words before a command that take rights away from it."""
     arguments = []
     if options.container:
         arguments.append("--bounding-set=-all," + ",".join(f"+{name}" for name in CONTAINER_CAPABILITIES))

@@ -18,9 +18,9 @@ from support.private_session import Failure, enter_private_namespaces, wait_unti
 from support.screen_reader import Window, WindowSession  # noqa: E402
 
 SIZES = {"phone": "360x720", "desktop": "1000x740"}
-COLOUR_SCHEMES = {"light": 2, "dark": 1}  # as org.freedesktop.appearance counts them
+COLOUR_SCHEMES = {"light": 2, "dark": 1}  # the numbers of org.freedesktop.appearance
 SCALE = 2
-# 256 colours are enough for these pictures, and halve them.
+# 256 colours are enough for these pictures, and make them half as large.
 PALETTE = ("split[picture][colours];[colours]palettegen=reserve_transparent=0:stats_mode=single[palette];"
            "[picture][palette]paletteuse=dither=none:new=1")
 PORTAL = ("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings")
@@ -52,7 +52,7 @@ class Screens(WindowSession):
                  "-i", self.env["DISPLAY"], "-frames:v", "1", "-filter_complex", PALETTE, path)
 
     def photograph_at_rest(self, process, path):
-        """The same, once two pictures in a row are alike: nothing moves any more."""
+        """Writes a picture when two pictures in a row are equal: nothing moves any more."""
         def is_at_rest():
             before = path.read_bytes() if path.exists() else None
             self.photograph(process, path)

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
-"""Runs clang-tidy over what the folder build was compiled from: tidy.py CACHE [--all]
+"""Runs clang-tidy over the sources of the folder build: tidy.py CACHE [--all]
 
-Without --all, over the units alone that a change touches: what is not committed, and what the branch's upstream does
-not have. A unit is not checked again while it, what it includes, its options and the tools are as they were when it was
-found clean; CACHE remembers that.
+Without --all, it checks only the units that a change touches: what is not committed, and what the branch's upstream
+does not have. It does not check a unit again while the unit, its includes, its options and the tools are the same as
+when it was clean; CACHE remembers that.
 """
 
 import concurrent.futures
@@ -31,7 +31,7 @@ def own_files(paths):
 
 
 def included_files():
-    """For each object file of the build, the files of this checkout that it was made from."""
+    """For each object file of the build, the files of this checkout that went into it."""
     files = {}
     for entry in said_by("ninja", "-C", str(BUILD), "-t", "deps").split("\n\n"):
         target, _, rest = entry.strip().partition(":")
@@ -40,7 +40,7 @@ def included_files():
 
 
 def units():
-    """(path, options, files that it was made from) of each unit of this checkout."""
+    """(path, options, files that went into it) of each unit of this checkout."""
     included = included_files()
     for entry in json.loads((BUILD / "compile_commands.json").read_text(encoding="utf-8")):
         path = pathlib.Path(entry["file"])
@@ -50,7 +50,7 @@ def units():
 
 
 def without_precompiled_headers(command):
-    """GCC's are nothing to clang, and each file is to include what it needs."""
+    """clang cannot read GCC's precompiled headers, and each file must include what it needs."""
     return re.sub(r"-Winvalid-pch|-include \S*cmake_pch\.hxx", "", command)
 
 
@@ -62,7 +62,7 @@ def changed_files():
 
 
 def tools():
-    """The versions of everything that is not in the checkout."""
+    """The versions of everything outside the checkout."""
     return said_by("dpkg-query", "--show", "*-dev", TIDY) + (ROOT / ".clang-tidy").read_text(encoding="utf-8")
 
 
@@ -74,7 +74,7 @@ def fingerprint(command, files, versions):
 
 
 def complaints(path, database):
-    # clang reads GCC's commands here. It does not know all of GCC's warnings, and Asio does not know of it that it has
+    # clang reads GCC's commands here. It does not know all of GCC's warnings, and Asio does not know that clang has
     # coroutines.
     done = subprocess.run([TIDY, "--quiet", "-p", database, "--extra-arg=-Wno-unknown-warning-option",
                            "--extra-arg=-DASIO_HAS_CO_AWAIT", "--extra-arg=-DASIO_HAS_STD_COROUTINE", path],

@@ -33,11 +33,11 @@ constexpr std::array appearances = {
 
 enum Entry { Open, Dictate, Quit };
 
-/// White on a disc of its own, so that it stands out from light and dark panels alike.
+/// Draws the symbol white on its own disc, so that it stands out from light and dark panels.
 QPixmap disc(const Appearance &appearance, int size)
 {
     QImage symbol = Symbols::image(QString::fromLatin1(appearance.symbol), size * 5 / 8);
-    symbol.invertPixels(); // black, and it is premultiplied: what is transparent stays so
+    symbol.invertPixels(); // black and premultiplied, so transparent pixels stay transparent
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
@@ -71,7 +71,7 @@ DictationTray::DictationTray(Tray &tray, Dictations &dictations) : m_tray(tray),
 
 void DictationTray::update()
 {
-    if (!m_tray.isThere()) {
+    if (!m_tray.isAvailable()) {
         return;
     }
     const S state = m_dictations.state();

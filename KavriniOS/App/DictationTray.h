@@ -9,7 +9,7 @@
 namespace kavrin
 {
 
-/// What the tray shows of the application: whether it listens, and a menu for what one wants of it then. Main
+/// Shows the application in the tray: whether it listens, and a menu of what the user can do then. Main
 /// thread only.
 class DictationTray : public QObject
 {

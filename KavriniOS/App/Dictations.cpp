@@ -21,7 +21,7 @@ void Dictations::watch(DictateModel *screen)
 {
     m_screen = screen;
     connect(screen, &DictateModel::stateChanged, this, &Dictations::stateChanged);
-    // The pointer is null by then.
+    // Queued, because the pointer is null only then.
     connect(screen, &QObject::destroyed, this, &Dictations::stateChanged, Qt::QueuedConnection);
 }
 

@@ -19,11 +19,11 @@ public:
     /// Both must outlive this object.
     Dictations(DictationBridge &bridge, const DictateModelFactory &screens);
 
-    /// What the user should know of: a recording before a transcription, and that before nothing, which is
-    /// `idle`.
+    /// The state that matters most to the user: a recording comes before a transcription, and a transcription
+    /// before `idle`.
     [[nodiscard]] Recorder::S state() const;
 
-    /// Ends the recording that is under way, or else begins one for the keyboard.
+    /// Ends the recording that is running. If there is none, begins one for the keyboard.
     void toggle();
 
 Q_SIGNALS:
@@ -33,7 +33,7 @@ private:
     void watch(DictateModel *screen);
 
     DictationBridge &m_bridge;
-    QPointer<DictateModel> m_screen; ///< the one there is, if any
+    QPointer<DictateModel> m_screen; ///< null if there is none
 };
 
 } // namespace kavrin

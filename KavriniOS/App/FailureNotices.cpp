@@ -18,10 +18,11 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-constexpr int longestLine = 200; // characters as people count them
+constexpr int longestLine = 200; // user-perceived characters
 
-/// How a service may write one character of what it was sent: as it was, as in JSON, as in an address.
-QString spellings(const QChar character)
+/// A pattern for one character in all spellings in which a service may repeat it: plain, as in JSON, as in an
+/// address.
+QString spellingPattern(const QChar character)
 {
     const QByteArray bytes = QString(character).toUtf8();
     QStringList spellings = {
@@ -36,12 +37,12 @@ QString spellings(const QChar character)
     return u"(?:%1)"_s.arg(spellings.join(u'|'));
 }
 
-/// Finds a key however it is written.
-QRegularExpression finder(const QString &key)
+/// Finds a key in every spelling.
+QRegularExpression keyExpression(const QString &key)
 {
     QString pattern;
     for (const QChar character : key) {
-        pattern += spellings(character);
+        pattern += spellingPattern(character);
     }
     return QRegularExpression(pattern);
 }
@@ -49,7 +50,7 @@ QRegularExpression finder(const QString &key)
 QString cut(const QString &line)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, line);
-    qsizetype end = 0; // of what leaves room for the dots
+    qsizetype end = 0; // of the part that leaves room for the dots
     for (int character = 1; finder.toNextBoundary() >= 0; ++character) {
         if (character < longestLine) {
             end = finder.position();
@@ -77,7 +78,7 @@ void FailureNotices::rememberKeys()
             m_keys.append(key);
         }
     }
-    // The longest first: one may be part of another.
+    // The longest key first: one key may be part of another.
     std::ranges::stable_sort(m_keys, std::greater(), &QString::size);
 }
 
@@ -91,7 +92,7 @@ QString FailureNotices::line(const QString &message) const
 {
     QString masked = message;
     for (const QString &key : m_keys) {
-        masked.replace(finder(key), u"•••"_s);
+        masked.replace(keyExpression(key), u"•••"_s);
     }
     return cut(masked.simplified());
 }

@@ -8,7 +8,7 @@
 namespace kavrin
 {
 
-/// Tells the user of failed dictations while nothing else does. Main thread only.
+/// Tells the user of failed dictations when nothing else does. Main thread only.
 class FailureNotices : public QObject
 {
     Q_OBJECT
@@ -17,23 +17,23 @@ public:
     /// `notifications` must outlive this object.
     explicit FailureNotices(Notifications &notifications);
 
-    /// Shows what a recorder's message says of a failure, as one line of at most 200 characters in which
-    /// every key is masked: a service may repeat what it was sent.
+    /// Shows what a recorder's message says about a failure, as one line of at most 200 characters. It masks
+    /// every key, because a service may repeat what it was sent.
     void report(const QString &message);
 
-    /// To be called when something is sent: the keys that the settings hold now may be in the answer, be they
-    /// other ones by then.
+    /// Call this when something is sent. The answer may repeat the keys that are in the settings now, and the
+    /// settings may hold other keys by then.
     void rememberKeys();
 
 Q_SIGNALS:
-    /// The user wants to see to it, in the settings of dictation.
+    /// The user wants to deal with the failure in the settings of dictation.
     void activated(const QString &activationToken);
 
 private:
     [[nodiscard]] QString line(const QString &message) const;
 
     Notifications &m_notifications;
-    QStringList m_keys; ///< that were set at any time, as far as known
+    QStringList m_keys; ///< all keys that are known to have been set at any time
 };
 
 } // namespace kavrin

@@ -46,8 +46,8 @@ void saveCode(const QString &message)
     SaveVerificationCode{message}.perform();
 }
 
-/// Where the tray is looked for: nowhere without a display, because nobody would see the window that it
-/// opens.
+/// The bus on which the application looks for a tray. Without a display it looks on none, because nobody
+/// would see the window that the tray opens.
 QDBusConnection trayBus()
 {
     const bool isSeen = QGuiApplication::platformName() != u"offscreen";
@@ -72,7 +72,7 @@ struct KavrinApp::Services {
     std::shared_ptr<SoundServer> soundServer = std::make_shared<SoundServer>();
     PulseAudioSession audioSession = PulseAudioSession(soundServer);
     PulseSystemSound sounds = PulseSystemSound(soundServer);
-    // Goes before the others do: what it aborts then still reports to them.
+    // Destroyed before the members above, because the exchanges that it aborts still report to them.
     NetworkUrlSession urlSession;
     DictationBridge dictationBridge =
         DictationBridge(recorderPlatform([this](const QString &message) { failureNotices.report(message); }),
@@ -83,7 +83,7 @@ struct KavrinApp::Services {
     Dictations dictations = Dictations(dictationBridge, dictateModels);
     DictationTray dictationTray = DictationTray(tray, dictations);
     std::stop_source stop;
-    // With the window, and only as long: without Qt Quick a host takes a quarter of the memory.
+    // Exists only as long as the window: without Qt Quick, the process takes a quarter of the memory.
     std::unique_ptr<QQmlApplicationEngine> engine;
     QPointer<QQuickWindow> window;
 
@@ -152,9 +152,9 @@ void KavrinApp::openWindow()
 void KavrinApp::onWindowClosed()
 {
     m_services->window = nullptr;
-    // Not at once: the window is still telling.
+    // Not at once, because the window is still sending its signal.
     m_services->engine.release()->deleteLater();
-    if (!m_services->tray.isThere()) {
+    if (!m_services->tray.isAvailable()) {
         stop();
     }
 }
@@ -167,7 +167,7 @@ void KavrinApp::onAppear()
 void KavrinApp::activate(const QString &activationToken)
 {
     if (!activationToken.isEmpty()) {
-        // Where the Wayland platform looks for it.
+        // The Wayland platform reads the token from this variable.
         qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
     }
     if (!m_services->window) {
@@ -213,7 +213,7 @@ void KavrinApp::stop()
 {
     Q_EMIT stopping();
     m_services->stop.request_stop();
-    // Whose transcription fails by that is still told so.
+    // A transcription that fails because of this still reports its failure.
     m_services->urlSession.endExchanges();
 }
 

@@ -13,7 +13,7 @@
 namespace kavrin
 {
 
-/// The application: makes the platform's implementations, hands them to whoever uses them, and owns the
+/// The application. It makes the platform's implementations and hands them to their users. It owns the
 /// dictation bridge, the settings and the window that shows them. Needs the QGuiApplication; main thread
 /// only.
 class KavrinApp : public QObject
@@ -34,33 +34,34 @@ public:
     /// Begins to serve the keyboard. There is no window yet.
     void start();
 
-    /// Opens the window, or brings it to the front, with the activation token of whoever asked for it (empty
-    /// where there is none). Each time that it opens the keyboard is told so. Closing it ends the
-    /// application, unless there is a tray that goes on showing it.
+    /// Opens the window, or brings it to the front. The activation token comes from the program that asked
+    /// for this; it may be empty. Each opening is written into the suite for the keyboard. Closing the window
+    /// ends the application, unless a tray still shows it.
     void activate(const QString &activationToken);
 
-    /// Does what a desktop offers without opening a window, and what programs ask for over the bus: "dictate"
-    /// ends the recording that is under way or begins one; "save-code" notes the verification code in its
-    /// parameter, a text, or without one in the text on the clipboard. Any other action does nothing.
+    /// Runs an action that desktops offer without opening a window, and that programs ask for on the bus.
+    /// "dictate" ends the recording that is running, or begins one. "save-code" stores the verification code
+    /// in its parameter, a text; without a parameter, the code in the text on the clipboard. Any other action
+    /// does nothing.
     void performAction(const QString &action, const QVariantList &parameters);
 
-    /// Ends serving; stopped() follows.
+    /// Stops serving. stopped() follows.
     void stop();
 
-    /// A URL of the application: the host "dictate" starts dictation, whatever the rest; any other host does
-    /// nothing. May be called in a process of its own, while another one serves the keyboard.
+    /// Opens a URL of the application. The host "dictate" starts dictation, whatever follows; any other host
+    /// does nothing. A process may call this while another one serves the keyboard.
     static void openUrl(const QString &url);
 
     [[nodiscard]] SettingsModel *settings();
     [[nodiscard]] DictateModelFactory *dictateModels();
     [[nodiscard]] bool isDark() const;
 
-    /// Transparent where the desktop has no such setting.
+    /// Transparent if the desktop has no such setting.
     [[nodiscard]] QColor accentColor() const;
 
 Q_SIGNALS:
     void appearanceChanged();
-    /// From now on it is no instance that others could turn to.
+    /// The application is ending: later launches must not hand over to it any more.
     void stopping();
     void stopped();
 

@@ -6,13 +6,13 @@ import Kavrin.Dictation
 import Kavrin.Screens
 import Kavrin.Theme
 
-/// The window: the settings as a stack of pages, and the dictation screen over them.
+/// The window: a stack of pages with the settings, and the dictation screen above them.
 T.ApplicationWindow {
     id: window
 
     required property KavrinApp app
     property bool dictating: false
-    /// Whether the keyboard moved the focus last, so that it is to be seen on the next page, too.
+    /// Whether the keyboard moved the focus last. The next page shows the focus then, too.
     property bool keyboardInUse: false
 
     width: 420
@@ -36,7 +36,7 @@ T.ApplicationWindow {
         }
     }
 
-    /// Shows the page with this id, whatever was shown before, unless a dictation is under way on the screen.
+    /// Shows the page with this id, unless the screen shows a running dictation.
     function openPage(id: string) {
         dictating = dictating && dictationScreen.item.busy;
         const first = pages.get(0);
@@ -75,7 +75,8 @@ T.ApplicationWindow {
             }
         }
 
-        /// Gives the page the focus that it had, or its first control where the keyboard is in use.
+        /// Gives the page the focus that it had before. If it had none and the keyboard is in use, its first control
+        /// gets it.
         function focusCurrent() {
             currentItem?.forceActiveFocus();
             if (!window.keyboardInUse) {
@@ -97,7 +98,7 @@ T.ApplicationWindow {
             }
         }
 
-        // In an item, so that a list that is open keeps Escape for itself.
+        // This is in an item so that an open list gets Escape first.
         Shortcut {
             sequences: ["Escape", StandardKey.Back]
             enabled: !window.dictating

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 std::optional<QString> urlHost(const QString &url)
 {
-    // QUrl tells whether it is a URL, but gives the host in lower case.
+    // QUrl knows whether this is a URL, but returns the host in lower case.
     if (!QUrl(url, QUrl::StrictMode).isValid()) {
         return std::nullopt;
     }

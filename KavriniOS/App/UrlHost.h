@@ -8,8 +8,8 @@
 namespace kavrin
 {
 
-/// The host of a URL (RFC 3986) exactly as it is written, letter case included; none where the text is no URL
-/// or has no host.
+/// The host of a URL (RFC 3986), in the letter case in which it is written. None if the text is no URL or has
+/// no host.
 std::optional<QString> urlHost(const QString &url);
 
 } // namespace kavrin

@@ -25,10 +25,10 @@ using namespace kavrin;
 
 struct Launch {
     QString url; ///< to open; may be empty
-    bool inBackground; ///< as a bus or a unit launches it: without a window until somebody wants it
+    bool inBackground; ///< launched by a bus or a unit: there is no window until somebody wants one
 };
 
-/// What the arguments ask for. Ends the process on --help, --version and wrong usage.
+/// Reads the arguments. Ends the process on --help, --version and wrong usage.
 Launch launchOf(const QCoreApplication &application)
 {
     QCommandLineParser parser;
@@ -49,19 +49,20 @@ Launch launchOf(const QCoreApplication &application)
     return {.url = parser.positionalArguments().value(0), .inBackground = parser.isSet(background)};
 }
 
-/// Hands over to the running instance. Returns the exit code of this process.
+/// Hands the launch over to the running instance. Returns the exit code of this process.
 int handOver(const Launch &launch, const QStringList &urls)
 {
-    const bool isThere = launch.inBackground && urls.isEmpty();
-    const QString failure = isThere ? QString() : ApplicationBus::handOver(urls);
+    const bool hasNothingToHandOver = launch.inBackground && urls.isEmpty();
+    const QString failure = hasNothingToHandOver ? QString() : ApplicationBus::handOver(urls);
     if (!failure.isEmpty()) {
         std::fprintf(stderr, "kavrin: %s\n", qUtf8Printable(failure));
     }
     return failure.isEmpty() ? 0 : 1;
 }
 
-/// One process serves a suite, also where no session bus tells one from the other. Where the lock cannot be
-/// made at all, serving goes on without it. One that has given its name on the bus back is about to end.
+/// One process serves a suite, even if no session bus connects the processes. If the lock cannot be made at
+/// all, serving goes on without it. This function waits for a process that has already released its name on
+/// the bus, because that one is about to end.
 bool anotherProcessServes(QLockFile &lock, ApplicationBus::Claim claim)
 {
     constexpr std::chrono::milliseconds patience(3000);
@@ -70,14 +71,14 @@ bool anotherProcessServes(QLockFile &lock, ApplicationBus::Claim claim)
     return !lock.tryLock(limit) && lock.error() == QLockFile::LockFailedError;
 }
 
-/// Whether it has to do without a display, which the desktop or whoever starts the process would name.
+/// Whether there is no display. The desktop, or the program that starts this process, would name one.
 bool lacksDisplay()
 {
     return !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
         && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
-/// Settings are drawn as quickly without OpenGL, whose driver would take 40 ms and 80 MB at every start.
+/// The settings are drawn as fast without OpenGL. Its driver would take 40 ms and 80 MB at every start.
 void drawWithoutOpenGl()
 {
     if (!qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
@@ -85,7 +86,7 @@ void drawWithoutOpenGl()
     }
 }
 
-/// The interface font, in the size that the desktop asks for.
+/// Uses the interface font, in the size that the desktop asks for.
 void useInterfaceFont()
 {
     QFont font = QGuiApplication::font();
@@ -140,7 +141,7 @@ int main(int argc, char **argv)
     QObject::connect(&app, &KavrinApp::stopping, &bus, &ApplicationBus::release);
     QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
     QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
-    // The window stays where it is: the user wants the text in the application that has the focus.
+    // The window does not come to the front: the user wants the text in the application that has the focus.
     QObject::connect(&bus, &ApplicationBus::openRequested, &app,
                      [](const QStringList &opened) { std::ranges::for_each(opened, &KavrinApp::openUrl); });
     QObject::connect(&bus, &ApplicationBus::actionRequested, &app, &KavrinApp::performAction);

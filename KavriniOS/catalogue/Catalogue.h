@@ -8,8 +8,9 @@
 #include <variant>
 #include <vector>
 
-/// Every setting of the keyboard, declared once, as data. What reads defaults, draws screens, exports and
-/// resets walks this catalogue; adding a setting means adding an item to one of its pages.
+/// Every setting of the keyboard, declared once, as data. The store takes the defaults from this catalogue,
+/// the screens draw it, and export and reset walk it. Adding a setting means adding an item to one of its
+/// pages.
 ///
 /// All types are plain values. Keys, defaults, ranges and option values are a contract with the keyboard,
 /// which reads the same keys.
@@ -58,7 +59,7 @@ struct Text {
     bool operator==(const Text &) const = default;
 };
 
-/// Something to do rather than to set; nothing is stored.
+/// Something to do, not to set. Nothing is stored.
 struct Action {
     QString identifier; ///< begins with "act."
 
@@ -67,7 +68,7 @@ struct Action {
 
 using Kind = std::variant<Toggle, Slider, Choice, Text, Action>;
 
-/// Whether the choice or text under a key has a value, or has another one.
+/// Holds if the choice or text under a key has a value, or if it has another value.
 struct Condition {
     QString key;
     QString value;
@@ -81,9 +82,9 @@ struct Item {
     QString key; ///< the key that the item edits, or an action's identifier
     QString title;
     Kind kind;
-    std::optional<QString> footer = std::nullopt; ///< explains the item, shown under the row
+    std::optional<QString> footer = std::nullopt; ///< explains the item; shown under the row
     std::vector<Condition> conditions; ///< the row is shown while all of them hold
-    bool onlyInKeyboard = false; ///< the keyboard's own settings have the row, and this application has not
+    bool onlyInKeyboard = false; ///< the keyboard's own settings have the row, but this application does not
 
     bool operator==(const Item &) const = default;
 };
@@ -92,7 +93,7 @@ struct Sect {
     QString title; ///< may be empty
     std::vector<Item> items;
 
-    /// The title followed directly by the key of the first item; the title alone where there is none.
+    /// The title followed directly by the key of the first item. Only the title if there is no item.
     [[nodiscard]] QString id() const;
 
     bool operator==(const Sect &) const = default;
@@ -113,7 +114,7 @@ const std::vector<Page> &pages();
 /// Every item of pages() by its key. Made on first use, from any thread; never changes.
 const QHash<QString, Item> &items();
 
-/// The items of `pages` by key. Of several items with the same key the last one counts.
+/// The items of `pages` by key. If several items have the same key, the last one counts.
 QHash<QString, Item> itemsByKey(const std::vector<Page> &pages);
 
 } // namespace kavrin::catalogue

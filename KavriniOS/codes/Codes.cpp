@@ -26,9 +26,9 @@ constexpr qsizetype longestCode = 8;
 constexpr QStringView keywords[] = {u"code",     u"kod",      u"otp",   u"verif", u"doğrulama", u"dogrulama",
                                     u"passcode", u"security", u"şifre", u"sifre", u"pin"};
 
-/// To each letter every character that becomes it in lower case, itself among them. Matching without case
-/// would be another thing: it takes the long s for an s, and the capital I with a dot for an i, where the
-/// lower-case form of that one has a dot of its own after the i.
+/// Maps each letter to all characters that have it as their lower-case form, the letter itself among them.
+/// Matching that ignores case would differ: it takes the long s for an s. It also takes the capital I with a
+/// dot for an i, but the lower-case form of that letter is an i with a separate dot after it.
 QHash<QString, QString> lettersByLowerCase()
 {
     QHash<QString, QString> letters;
@@ -41,8 +41,8 @@ QHash<QString, QString> lettersByLowerCase()
     return letters;
 }
 
-/// Finds what a keyword is the lower-case form of. Making that form of the whole text takes five times as
-/// long.
+/// Matches every text that has a keyword as its lower-case form. Making the lower-case form of the whole text
+/// takes five times as long.
 QString keywordPattern()
 {
     const QHash<QString, QString> letters = lettersByLowerCase();
@@ -71,8 +71,8 @@ bool hasEnoughDigits(QStringView text)
     return std::count_if(text.begin(), text.end(), isDigit) >= shortestCode;
 }
 
-/// Asks ICU: QTextBoundaryFinder of Qt 6.4 finds two characters in a flag after an emoji, and
-/// QRegularExpression's "\X" one in two emoji.
+/// Uses ICU: QTextBoundaryFinder of Qt 6.4 finds two characters in a flag after an emoji, and
+/// QRegularExpression's "\X" finds one character in two emoji.
 bool isTooLong(QStringView text)
 {
     if (text.size() < refusedLength) {
@@ -91,7 +91,7 @@ bool isTooLong(QStringView text)
     return length == refusedLength;
 }
 
-/// `text` must be valid UTF-16: nothing checks that again.
+/// `text` must be valid UTF-16: this function does not check that again.
 QString firstMatch(const QRegularExpression &expression, const QString &text)
 {
     return expression
@@ -112,10 +112,10 @@ std::optional<Codes::Code> Codes::extract(const QString &text)
     static const Expressions expressions;
 
     const QString valid = text.isValidUtf16() ? text : QString::fromUtf8(text.toUtf8());
-    // QString::trimmed() takes away what QChar::isSpace() is true for: the separators Z*, TAB to CR, and
-    // NEL.
+    // QString::trimmed() removes every character for which QChar::isSpace() is true: the separators Z*, TAB
+    // to CR, and NEL.
     const QString trimmed = valid.trimmed();
-    // Most messages hold no code: what tells so soonest comes first.
+    // Most messages hold no code, so the cheapest checks come first.
     if (!hasEnoughDigits(trimmed) || isTooLong(trimmed)) {
         return std::nullopt;
     }

@@ -19,27 +19,27 @@ struct Codes {
         bool operator==(const Code &) const = default;
     };
 
-    /// The code in a text, or none. White space round the text (Unicode's, and TAB to CR and NEL) does not
+    /// The code in a text, or none. White space around the text (Unicode's, and TAB to CR and NEL) does not
     /// count.
     ///
-    /// A text that is a code, 4 to 8 digits or two groups of three joined by a blank or a hyphen, needs no
-    /// more. Any other text holds one only where its lower-case form contains a keyword ("code", "şifre",
-    /// "pin" …), also within a word: the first two groups of three, else the first 4 to 8 digits, that touch
-    /// no other digit. A text of 500 or more user-perceived characters (Unicode's extended grapheme clusters)
-    /// holds none.
+    /// If the text is a code and nothing else (4 to 8 digits, or two groups of three joined by a blank or a
+    /// hyphen), that is the code. Any other text must contain a keyword ("code", "şifre", "pin" …) in its
+    /// lower-case form, perhaps within a word. Its code is the first two groups of three that touch no other
+    /// digit, or else the first 4 to 8 digits that touch no other digit. A text of 500 or more user-perceived
+    /// characters (Unicode's extended grapheme clusters) holds no code.
     ///
-    /// Digits are those of ASCII. Half a surrogate pair is read as U+FFFD.
+    /// Digits are those of ASCII. Half a surrogate pair counts as U+FFFD.
     static std::optional<Code> extract(const QString &text);
 
-    /// Where a code comes from that stood in a message handed over.
+    /// The source of a code that came in a message that something handed over.
     inline static const QString messageSource = QStringLiteral("message");
 
-    /// What stores the code in a text for the keyboard to offer: "otpCode", "otpPure", "otpSource" (`source`,
-    /// where the text came from), "otpAt" (now, in seconds since 1970-01-01 00:00 UTC) and "otpUsed" (false),
-    /// in this order. Nothing where the text holds none.
+    /// The changes that store the code in a text, so that the keyboard offers it: "otpCode", "otpPure",
+    /// "otpSource" (`source`, where the text came from), "otpAt" (now, in seconds since 1970-01-01 00:00 UTC)
+    /// and "otpUsed" (false), in this order. None if the text holds no code.
     static Changes changes(const QString &text, const QString &source);
 
-    /// Stores changes() in the shared suite, all of them or none. Returns why it could not.
+    /// Stores changes() in the shared suite, all of them or none. If it could not, returns why.
     [[nodiscard]] static std::optional<Error> note(const QString &text, const QString &source);
 };
 

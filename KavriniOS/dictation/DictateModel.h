@@ -8,19 +8,19 @@
 namespace kavrin
 {
 
-/// What one presentation of the dictation screen shows and does, with a recorder of its own that keeps the
-/// transcript on the screen. Destroying it while it records ends the recording without a sound and without a
-/// transcript; a transcription under way completes and hands its text over. Main thread only.
+/// One presentation of the dictation screen. It has a recorder of its own, which keeps the transcript on the
+/// screen. Destroying the model during a recording ends the recording without a sound and without a
+/// transcript. A transcription that is running completes and hands its text over. Main thread only.
 class DictateModel : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by a DictateModelFactory")
-    // The recorder's state; none of them holds while it is idle.
+    // The recorder's state. All of these are false while it is idle.
     Q_PROPERTY(bool recording READ isRecording NOTIFY stateChanged)
     Q_PROPERTY(bool working READ isWorking NOTIFY stateChanged)
     Q_PROPERTY(bool done READ isDone NOTIFY stateChanged)
-    /// What goes on, what went wrong, or the transcript.
+    /// What happens, what went wrong, or the transcript.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     /// The input level, 0 to 1.
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
@@ -28,10 +28,10 @@ class DictateModel : public QObject
 public:
     explicit DictateModel(Recorder::Platform platform, QObject *parent = nullptr);
 
-    /// Asks for the microphone and records; the properties say what comes of it.
+    /// Asks for the microphone and records. The properties show the result.
     Q_INVOKABLE void start();
 
-    /// Ends the recording and has it transcribed.
+    /// Ends the recording and transcribes it.
     Q_INVOKABLE void stop();
 
     [[nodiscard]] bool isRecording() const { return m_recorder.state() == Recorder::S::recording; }
@@ -58,10 +58,10 @@ class DictateModelFactory : public QObject
     QML_UNCREATABLE("Handed to QML by the application")
 
 public:
-    /// What is in `platform` must outlive every model and its last transcription.
+    /// Everything in `platform` must outlive every model and its last transcription.
     explicit DictateModelFactory(Recorder::Platform platform, QObject *parent = nullptr);
 
-    /// A new model, idle, that lives as long as `screen` does.
+    /// A new idle model that lives as long as `screen`.
     Q_INVOKABLE kavrin::DictateModel *make(QObject *screen);
 
 Q_SIGNALS:

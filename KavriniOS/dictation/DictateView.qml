@@ -5,8 +5,8 @@ import QtQuick.Templates as T
 import Kavrin.Dictation
 import Kavrin.Theme
 
-/// The dictation screen. It records from the moment it is made, and lets its recorder go when it is destroyed;
-/// so a Loader makes one for each presentation.
+/// The dictation screen. It records from its creation, and releases its recorder when it is destroyed. A Loader makes a
+/// new screen for each presentation.
 FocusScope {
     id: view
 
@@ -15,7 +15,7 @@ FocusScope {
     readonly property bool busy: rec.recording || rec.working
     readonly property bool sideBySide: width > height && height < 560
 
-    /// The user wants the screen gone. What is being recorded is then dropped, what is being transcribed is not.
+    /// The user wants to close the screen. That drops a recording, but not a transcription.
     signal closed
 
     function placeFocus() {
@@ -29,7 +29,7 @@ FocusScope {
         flickable.contentY = Math.max(0, Math.min(y, last));
     }
 
-    /// The microphone gives way where there is not room for all.
+    /// If there is not enough room for everything, the microphone disappears.
     function showMessage() {
         scrollTo(message.mapToItem(flickable.contentItem, 0, 0).y - Theme.margin);
     }
@@ -58,7 +58,7 @@ FocusScope {
         color: Theme.background
     }
 
-    // What lies beneath gets no clicks.
+    // Items below this one get no clicks.
     MouseArea {
         anchors.fill: parent
         acceptedButtons: Qt.AllButtons
@@ -66,7 +66,7 @@ FocusScope {
         onWheel: wheel => wheel.accepted = true
     }
 
-    // Screen readers speak a notification when it appears, so each message makes it appear anew.
+    // Screen readers speak a notification when it appears, so it appears again with each message.
     Item {
         objectName: "announcement"
         width: 1

@@ -20,15 +20,15 @@ using namespace std::chrono_literals;
 constexpr std::chrono::milliseconds pollInterval = 120ms;
 constexpr qint64 passesPerBeat = 8;
 
-/// A command that was acted upon, and how the suite lets go of it.
+/// A command that the bridge has acted on, and the write that clears it in the suite.
 struct TakenCommand {
     QString command;
     QFuture<std::optional<Error>> consumption;
 };
 
-/// The command to act upon now, consumed. One that the suite does not let go of, because it is full or
-/// locked, counts once. The next one waits until that is settled: what consumes "start" would else consume a
-/// second "start" that comes after a "stop".
+/// Takes the command that the bridge acts on now. A command that stays in the suite, because the suite is
+/// full or locked, counts once. The next command waits until that is settled: otherwise, what consumes a
+/// "start" would also consume a second "start" that comes after a "stop".
 QString takeCommand(TakenCommand &taken)
 {
     if (!taken.consumption.isFinished()) {
@@ -101,7 +101,7 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
             if (beat.isFinished()) {
                 beat = SuiteWriter::write({{dictation::aliveKey, clock.now()}});
             }
-            DictationState::publishLate();
+            DictationState::republishIfFailed();
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {

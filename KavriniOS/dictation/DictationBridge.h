@@ -10,14 +10,14 @@
 namespace kavrin
 {
 
-/// The application's side of dictation for the keyboard: watches the shared suite for the keyboard's
-/// commands, drives a recorder accordingly, and keeps a heartbeat. docs/shared-suite.md describes the keys.
+/// The application's side of dictation for the keyboard. It watches the shared suite for the keyboard's
+/// commands, controls a recorder with them, and keeps a heartbeat. docs/shared-suite.md describes the keys.
 /// Main thread only.
 class DictationBridge
 {
 public:
-    /// `platform` and what it refers to must outlive run(). `startLoopback` starts the loopback server,
-    /// unless it runs.
+    /// `platform` and everything that it refers to must outlive run(). `startLoopback` starts the loopback
+    /// server, unless it runs.
     DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
                     std::function<void()> startLoopback);
 
@@ -27,8 +27,8 @@ public:
     /// The recorder that serves the keyboard.
     [[nodiscard]] const Recorder &recorder() const { return m_keyboard->recorder; }
 
-    /// What the commands "start" and "stop" do: begins a recording unless one begins, runs or is being
-    /// transcribed, and ends the one that runs.
+    /// The commands "start" and "stop". start() begins a recording unless one begins, runs or is being
+    /// transcribed. stop() ends the running one.
     QCoro::Task<> start();
     void stop();
 
@@ -45,7 +45,7 @@ private:
     static void stop(Keyboard &keyboard);
 
     const std::function<void()> m_startLoopback;
-    // Shared with run(), which may be waiting when the bridge is destroyed.
+    // Shared with run(), which may still wait when the bridge is destroyed.
     std::shared_ptr<Keyboard> m_keyboard;
     std::shared_ptr<Standby> m_standby;
 };

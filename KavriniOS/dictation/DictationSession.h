@@ -6,7 +6,7 @@
 namespace kavrin
 {
 
-/// Makes the session one that records and plays beside other applications, and activates it. Throws Error.
+/// Lets the session record and play beside other applications, and activates it. Throws Error.
 inline void activateForDictation(AudioSession &session)
 {
     session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default,

@@ -13,8 +13,8 @@ namespace
 {
 
 struct Published {
-    QString state; ///< the last one
-    bool isLate = false; ///< whether the suite did not take it
+    QString state; ///< the last one that was published
+    bool hasFailed = false; ///< whether the suite did not accept it
 };
 
 Published &published()
@@ -30,12 +30,12 @@ QCoro::Task<> DictationState::publish(QString state)
     published() = {state, false};
     const QFuture<std::optional<Error>> written = SuiteWriter::write({{dictation::stateKey, state}});
     const std::optional<Error> failure = co_await written;
-    published().isLate = failure.has_value();
+    published().hasFailed = failure.has_value();
 }
 
-void DictationState::publishLate()
+void DictationState::republishIfFailed()
 {
-    if (published().isLate) {
+    if (published().hasFailed) {
         publish(published().state);
     }
 }

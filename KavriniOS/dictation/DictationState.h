@@ -11,11 +11,11 @@ namespace kavrin
 class DictationState
 {
 public:
-    /// Has the state stored, after everything that was handed to SuiteWriter before.
+    /// Stores the state, after everything that SuiteWriter was given before.
     static QCoro::Task<> publish(QString state);
 
-    /// Publishes the last state again where the suite did not take it, because it was full or locked.
-    static void publishLate();
+    /// Publishes the last state again if the suite did not accept it, because it was full or locked.
+    static void republishIfFailed();
 };
 
 } // namespace kavrin

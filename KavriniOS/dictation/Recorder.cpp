@@ -25,13 +25,13 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds meterInterval = 50ms;
 
-/// -50 dB and below is 0, full scale is 1.
+/// -50 dB and below gives 0, full scale gives 1.
 double levelOf(float decibels)
 {
     return double(std::clamp((decibels + 50.0F) / 50.0F, 0.0F, 1.0F));
 }
 
-/// Without the description, which may be what the service answered.
+/// Leaves out the description, which may be a service's answer.
 void logFailure(const std::exception &failure)
 {
     const auto *const error = dynamic_cast<const Error *>(&failure);
@@ -83,8 +83,8 @@ QCoro::Task<> Recorder::start()
     startMeter();
 }
 
-/// Makes the session active and a recorder on the file; false, with the reason in the message, where that
-/// fails.
+/// Activates the session and makes a recorder for the file. False if that fails; the message then has the
+/// reason.
 bool Recorder::prepare()
 {
     try {
@@ -142,8 +142,9 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     platform.backgroundTasks.end(task);
 }
 
-/// The state comes last: whoever sees "done" finds the transcript and its stamp stored. A stamp without its
-/// transcript would have the keyboard insert the one before it. Resumes with what went wrong, or nothing.
+/// The state comes last: a keyboard that sees "done" finds the transcript and its stamp. Both are stored
+/// together: a stamp without its transcript would make the keyboard insert the previous one. Resumes with
+/// what went wrong, or with nothing.
 QCoro::Task<QString> Recorder::handOver(const Platform &platform, QString transcript)
 {
     const QFuture<std::optional<Error>> written = SuiteWriter::write(
@@ -165,7 +166,7 @@ void Recorder::startMeter()
 
 void Recorder::updateMeter()
 {
-    // The meter of a recording that another one replaced goes on after the stop.
+    // If a new recording replaces one, the meter of the old one still runs after the stop.
     if (m_state == S::recording) {
         checkRecording();
     }
@@ -176,7 +177,7 @@ void Recorder::updateMeter()
     setLevel(levelOf(m_recorder->averagePower(0)));
 }
 
-/// While there is still somebody speaking to whom it matters.
+/// Reports a failure at once, while the user still speaks and can react.
 void Recorder::checkRecording()
 {
     const std::optional<Error> failure = m_recorder ? m_recorder->failure() : std::nullopt;

@@ -15,9 +15,9 @@
 namespace kavrin
 {
 
-/// Records one dictation at a time, has it transcribed, and hands the text over: in its own properties for a
-/// screen, and under the dictation keys of the shared suite and on the pasteboard for the keyboard.
-/// Main thread only.
+/// Records one dictation at a time and transcribes it. It hands the text over to a screen in its own
+/// properties, and to the keyboard under the dictation keys of the shared suite and on the pasteboard. Main
+/// thread only.
 class Recorder : public QObject
 {
     Q_OBJECT
@@ -26,7 +26,8 @@ public:
     enum class S { idle, recording, working, done };
     Q_ENUM(S)
 
-    /// What a recorder asks of the machine; all of it must outlive the recorder and its last transcription.
+    /// What a recorder needs from the machine. All of it must outlive the recorder and its last
+    /// transcription.
     struct Platform {
         AudioSession &session;
         MakeAudioRecorder makeRecorder;
@@ -36,33 +37,33 @@ public:
         Clock &clock;
         /// The text of the audio file at a path. Throws Error.
         std::function<QCoro::Task<QString>(const QString &path)> transcribe;
-        /// Told of every failure in the words of `message`, also when the recorder is gone by then.
+        /// Gets every failure in the words of `message`, even if the recorder no longer exists.
         std::function<void(const QString &message)> reportFailure = [](const QString &) { };
     };
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
 
-    /// After a successful transcription: true returns `state` to idle, false leaves it at done.
+    /// The state after a successful transcription: idle if true, done if false.
     bool autoReset = false;
 
     [[nodiscard]] S state() const { return m_state; }
     void setState(S state);
 
-    /// A line for a person: what goes on, what went wrong, or the transcript.
+    /// A line for the user: what happens, what went wrong, or the transcript.
     [[nodiscard]] QString message() const { return m_message; }
 
     /// The input level, 0 to 1, refreshed 20 times a second while recording.
     [[nodiscard]] double level() const { return m_level; }
 
-    /// The one recording file, overwritten by every recording and never deleted.
+    /// The path of the only recording file. Every recording overwrites it, and nothing deletes it.
     static QString url();
 
-    /// Asks for the microphone and records. Resumes when recording runs, or has failed or been refused, which
-    /// `message` then says. Does not look at `state`: that is for the caller.
+    /// Asks for the microphone and records. Resumes when the recording runs, or when it has failed or the
+    /// user has refused it; `message` then says so. The caller must check `state` first.
     QCoro::Task<> start();
 
-    /// Ends the recording and has it transcribed. Returns at once; does not look at `state` either. The
-    /// transcription completes, and hands its text over, even if this recorder is gone by then.
+    /// Ends the recording and transcribes it. Returns at once. The caller must check `state` first. The
+    /// transcription completes and hands its text over, even if this recorder no longer exists.
     void stop();
 
 Q_SIGNALS:

@@ -9,8 +9,8 @@
 namespace kavrin
 {
 
-/// Keeps the audio session alive by looping a second of silence, from the end of an audio interruption on.
-/// Main thread only.
+/// Keeps the audio session alive: after an audio interruption, it plays one second of silence in a loop. Main
+/// thread only.
 class Standby : public QObject
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ class Standby : public QObject
 public:
     Standby(AudioSession &session, MakeAudioPlayer makePlayer);
 
-    /// Plays unless it plays already. A failure is not reported; the end of the next interruption tries
+    /// Starts to play, unless it plays already. It reports no failure; the end of the next interruption tries
     /// again.
     void start();
 

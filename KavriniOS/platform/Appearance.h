@@ -18,12 +18,11 @@ public:
     /// Whether the user has chosen dark windows.
     [[nodiscard]] virtual bool isDark() const = 0;
 
-    /// The colour that the user has chosen for what is to stand out; none where the desktop has no such
-    /// setting.
+    /// The colour that the user has chosen for highlights. None if the desktop has no such setting.
     [[nodiscard]] virtual std::optional<QColor> accentColor() const = 0;
 
 Q_SIGNALS:
-    /// Either of them is another one now.
+    /// isDark() or accentColor() has changed.
     void changed();
 };
 

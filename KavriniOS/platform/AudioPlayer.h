@@ -18,7 +18,7 @@ public:
     /// Stops playing.
     virtual ~AudioPlayer() = default;
 
-    /// How often the sound is repeated after its first time; -1 repeats it without end.
+    /// How often the sound is repeated after the first time; -1 repeats it without end.
     virtual void setNumberOfLoops(int loops) = 0;
 
     /// 0 is silence, 1 the sound's own volume.
@@ -27,13 +27,13 @@ public:
     /// Gets ready to play without delay.
     virtual void prepareToPlay() = 0;
 
-    /// Starts playing; false where that failed.
+    /// Starts playing. False if that failed.
     virtual bool play() = 0;
 
     [[nodiscard]] virtual bool isPlaying() const = 0;
 };
 
-/// Makes a player of the RIFF/WAVE file `wav`. Throws Error where it cannot be read.
+/// Makes a player of the RIFF/WAVE file `wav`. Throws Error if the file cannot be read.
 using MakeAudioPlayer = std::function<std::unique_ptr<AudioPlayer>(const QByteArray &wav)>;
 
 } // namespace kavrin

@@ -13,8 +13,8 @@
 namespace kavrin
 {
 
-/// What is written: the format and its two settings that are ever chosen; everything else is the encoder's
-/// own.
+/// The format of a recording, with the two settings that the application chooses. The encoder chooses all
+/// others.
 struct AudioRecorderSettings {
     enum class Format { Mpeg4Aac }; ///< AAC in an MPEG-4 container
 
@@ -32,24 +32,23 @@ public:
     /// Stops without finishing the file.
     virtual ~AudioRecorder() = default;
 
-    /// Begins to capture. Resumes when the first samples have arrived, with true, or with false where none
-    /// came within half a second; capturing goes on then and may still succeed.
+    /// Begins to capture. Resumes with true when the first samples have arrived. Resumes with false if none
+    /// came within half a second; capturing continues and may still succeed.
     virtual QCoro::Task<bool> record() = 0;
 
-    /// Ends the recording and closes the file, which then holds all that was captured. The microphone is let
-    /// go.
+    /// Ends the recording, closes the file, which then holds all captured sound, and releases the microphone.
     virtual void stop() = 0;
 
     [[nodiscard]] virtual bool isRecording() const = 0;
 
-    /// Why what is said is recorded no longer, from the moment on when that is so: the file can be written no
-    /// further, or the sound that had come has ended. What was recorded before is kept.
+    /// Why the recorder no longer records: the file cannot be written any more, or the sound has stopped
+    /// coming. None while it records. The file keeps what was recorded before.
     [[nodiscard]] virtual std::optional<Error> failure() const = 0;
 
     /// Metering costs nothing until it is enabled.
     virtual void setMeteringEnabled(bool enabled) = 0;
 
-    /// Takes the level of what was captured since the last update.
+    /// Measures the level of the sound captured since the last update.
     virtual void updateMeters() = 0;
 
     /// The mean power of a channel at the last update, in decibels relative to full scale: 0 is the loudest,
@@ -57,7 +56,7 @@ public:
     [[nodiscard]] virtual float averagePower(int channel) const = 0;
 };
 
-/// Opens `path`, replacing what was there, and makes a recorder on it. Throws Error.
+/// Opens `path`, replaces the file that was there, and makes a recorder that writes to it. Throws Error.
 using MakeAudioRecorder =
     std::function<std::shared_ptr<AudioRecorder>(const QString &path, const AudioRecorderSettings &settings)>;
 

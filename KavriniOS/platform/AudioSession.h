@@ -11,7 +11,8 @@
 namespace kavrin
 {
 
-/// The application's standing with the machine's sound service. One for the process; main thread only.
+/// The application's connection to the machine's sound service. There is one for the process; main thread
+/// only.
 class AudioSession : public QObject
 {
     Q_OBJECT
@@ -29,18 +30,19 @@ public:
 
     using QObject::QObject;
 
-    /// Whether this application may use the microphone; the user may be asked first.
+    /// Whether this application may use the microphone. The system may ask the user first.
     virtual QCoro::Task<bool> requestRecordPermission() = 0;
 
-    /// Says what sound is wanted for. Takes effect when the session is activated, or at once when it is
-    /// active. Throws Error.
+    /// Says what the application uses sound for. Takes effect when the session is activated, or at once if it
+    /// is active. Throws Error.
     virtual void setCategory(Category category, Mode mode, Options options) = 0;
 
-    /// Connects to the sound service; does nothing when it is connected. Throws Error.
+    /// Connects to the sound service. Does nothing if it is connected. Throws Error.
     virtual void activate() = 0;
 
 Q_SIGNALS:
-    /// Sound was taken away from this application, or given back. Without a type when the service gave none.
+    /// The system took sound away from this application, or gave it back. There is no type if the service
+    /// gave none.
     void interruption(std::optional<kavrin::AudioSession::InterruptionType> type);
 };
 

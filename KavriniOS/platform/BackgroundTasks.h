@@ -8,7 +8,7 @@
 namespace kavrin
 {
 
-/// Asks the system not to suspend while something is being finished. Main thread only.
+/// Asks the system not to suspend while the application finishes something. Main thread only.
 class BackgroundTasks
 {
 public:
@@ -16,12 +16,12 @@ public:
 
     virtual ~BackgroundTasks() = default;
 
-    /// Begins a task that a person may see listed under `name`. Returns at once, also where the system cannot
-    /// be asked. `expirationHandler` is called when the system will wait no longer; the task is still to be
-    /// ended then.
+    /// Begins a task, which the system may list for the user under `name`. Returns at once, even if the
+    /// system cannot be asked. The system calls `expirationHandler` when it will wait no longer; the caller
+    /// must still end the task then.
     virtual Identifier begin(const QString &name, std::function<void()> expirationHandler) = 0;
 
-    /// Ends a task; an identifier that is not running is ignored.
+    /// Ends a task. Ignores an identifier that no running task has.
     virtual void end(Identifier task) = 0;
 };
 

@@ -9,7 +9,7 @@
 namespace kavrin::Bundle
 {
 
-/// The path of the resource `name`.`type`, or none where there is no such file.
+/// The path of the resource `name`.`type`, or none if there is no such file.
 std::optional<QString> resourcePath(const QString &name, const QString &type);
 
 /// The value under `key` of the Info dictionary (the resource Info.plist), or none.

@@ -22,7 +22,7 @@ public:
     /// Whether this application may read the address book. Returns at once.
     [[nodiscard]] virtual AuthorizationStatus authorizationStatus() const = 0;
 
-    /// Asks the user. Returns at once; `completion` is called when the status has settled, granted or not.
+    /// Asks the user. Returns at once; `completion` is called when the answer is known, whatever it is.
     virtual void requestAccess(std::function<void()> completion) = 0;
 };
 

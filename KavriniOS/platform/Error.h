@@ -11,7 +11,7 @@
 namespace kavrin
 {
 
-/// A failure that a user is told of.
+/// A failure that the user is told about.
 struct Error : std::exception {
     Error(QString domain, qint64 code, QString localizedDescription)
         : domain(std::move(domain)), code(code), localizedDescription(std::move(localizedDescription)),
@@ -30,7 +30,7 @@ private:
     QByteArray m_what;
 };
 
-/// What a call found, or why it found nothing: `value` is the empty one where there is a `failure`.
+/// The value that a call found, or why it found none: with a `failure`, `value` is empty.
 template <typename T> struct Result {
     T value{};
     std::optional<Error> failure = std::nullopt;

@@ -9,11 +9,12 @@
 namespace kavrin::FileManager
 {
 
-/// The folder that the processes of an application group share, or none where this application is not
-/// entitled to the group or `group` cannot name one. Looking makes no folder.
+/// The folder that the processes of an application group share. None if this application is not entitled to
+/// the group, or if `group` is not a valid name. This call creates no folder.
 std::optional<QString> containerPath(const QString &group);
 
-/// A folder for files that need not outlive the session, readable by this user alone; made when missing.
+/// A folder for files that are not needed after the session. Only this user can read it. The call creates it
+/// if it is missing.
 QString temporaryDirectory();
 
 } // namespace kavrin::FileManager

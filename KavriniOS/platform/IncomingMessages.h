@@ -9,7 +9,7 @@
 namespace kavrin
 {
 
-/// The text messages that reach this machine's modems. Nothing of a message is kept, and none is removed from
+/// The text messages that reach this machine's modems. Nothing stores a message, and nothing removes one from
 /// its modem. Main thread only.
 class IncomingMessages : public QObject
 {
@@ -18,19 +18,19 @@ class IncomingMessages : public QObject
 public:
     using QObject::QObject;
 
-    /// Listens from now on, whatever modems come and go; to be called once. Throws Error where messages
-    /// cannot be listened for.
+    /// Begins to listen, and continues while modems come and go. Call it once. Throws Error if it cannot
+    /// listen for messages.
     virtual void start() = 0;
 
 Q_SIGNALS:
-    /// A message has arrived from the network with all of its parts. Sent once for each, never for one that
-    /// was there before start() nor for one that the user sends.
+    /// All parts of a message have arrived from the network. Sent once for each message; never for a message
+    /// that was there before start(), nor for one that the user sends.
     void received(const QString &text);
 
-    /// A message has arrived that cannot be read. `reason` is for a person and holds nothing of the message.
+    /// A message has arrived that cannot be read. `reason` is for the user and holds nothing of the message.
     void unreadable(const QString &reason);
 
-    /// Nothing can be listened for any more: no other signal follows. `reason` is for a person.
+    /// Listening has ended: no other signal follows. `reason` is for the user.
     void ended(const QString &reason);
 };
 

@@ -6,25 +6,25 @@
 namespace kavrin
 {
 
-/// What the desktop tells the user while no window of the application does. Main thread only.
+/// Tells the user something through the desktop while no window of the application does. Main thread only.
 class Notifications : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Shows a plain text under a title, in the place of the one that was shown before. `action` says in a
-    /// few words what clicking it does. Returns at once; nothing happens where the desktop shows no
+    /// Shows a plain text under a title. It replaces the notification that was shown before. `action` says in
+    /// a few words what a click on it does. Returns at once. Nothing happens if the desktop shows no
     /// notifications.
     virtual void show(const QString &title, const QString &text, const QString &action) = 0;
 
-    /// Whether the desktop has not got one of them yet.
+    /// Whether the desktop has not yet received one of the notifications.
     [[nodiscard]] virtual bool isPending() const = 0;
 
 Q_SIGNALS:
-    /// The desktop has got all of them, or does not take them.
+    /// The desktop has received all notifications, or does not accept them.
     void settled();
 
-    /// The user wants what the action says. The activation token lets a window come to the front; empty where
+    /// The user has chosen the action. The activation token lets a window come to the front; it is empty if
     /// the desktop gives none.
     void activated(const QString &activationToken);
 };

@@ -13,17 +13,17 @@ class Pasteboard
 public:
     virtual ~Pasteboard() = default;
 
-    /// Replaces the contents by `text`. Returns at once; a failure is not reported. No window of this
-    /// application needs to have the focus.
+    /// Replaces the contents by `text`. Returns at once and reports no failure. No window of this application
+    /// needs the focus.
     virtual void setString(const QString &text) = 0;
 
-    /// The same for a text with passwords or keys in it, which programs that keep the clipboard's history are
-    /// asked to leave out. To be called when the user has just clicked or pressed a key in a window of this
-    /// application: without, some desktops keep what was there before.
+    /// Like setString(), for a text that holds passwords or keys: it asks programs that keep the clipboard's
+    /// history to leave this text out. Call it when the user has just clicked or pressed a key in a window of
+    /// this application: otherwise some desktops keep the old contents.
     virtual void setSecret(const QString &text) = 0;
 
-    /// The text on it; empty where there is none, or where whoever has set it does not hand it over. No
-    /// window of this application needs to have the focus.
+    /// The text on the clipboard. Empty if there is none, or if its owner does not hand it over. No window of
+    /// this application needs the focus.
     virtual QCoro::Task<QString> text() = 0;
 };
 

@@ -8,7 +8,7 @@ namespace kavrin
 enum class PeerUser {
     Same, ///< the user that runs this process
     Other, ///< another user
-    Gone, ///< nobody any more, or it cannot be told
+    Gone, ///< nobody any more, or the system cannot tell
 };
 
 /// Who holds the other end of the connected TCP socket `socket`. Safe from any thread; does not block.

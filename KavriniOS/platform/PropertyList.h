@@ -7,15 +7,15 @@
 
 #include <optional>
 
-/// Reading and writing property lists, in the XML and the binary form of
+/// Reads and writes property lists, in the XML and the binary form of
 /// https://www.apple.com/DTDs/PropertyList-1.0.dtd. Safe from any thread.
 namespace kavrin::PropertyList
 {
 
-/// The value that `data` holds in either form, or none where it is no property list.
+/// The value that `data` holds in either form, or none if it is no property list.
 std::optional<PropertyListValue> parse(QByteArrayView data);
 
-/// The binary form of `value`. What follows a U+0000 in a text is lost.
+/// The binary form of `value`. A text loses everything after a U+0000.
 QByteArray toBinary(const PropertyListValue &value);
 
 } // namespace kavrin::PropertyList

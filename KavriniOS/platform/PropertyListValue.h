@@ -29,8 +29,8 @@ struct PropertyListValue;
 using PropertyListArray = std::vector<PropertyListValue>;
 using PropertyListDictionary = std::map<QString, PropertyListValue>;
 
-/// One value of a property list: what the shared suite stores under a key.
-/// A plain value type; copying is cheap for everything but arrays and dictionaries.
+/// One value of a property list, as the shared suite stores it under a key. A plain value type; copying is
+/// cheap for everything but arrays and dictionaries.
 struct PropertyListValue : std::variant<bool, qint64, double, QString, Date, QByteArray, PropertyListArray,
                                         PropertyListDictionary> {
     using variant::variant;

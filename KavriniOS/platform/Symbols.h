@@ -9,8 +9,8 @@
 namespace kavrin::Symbols
 {
 
-/// The symbol `name`, black on transparent, fitted into a square whose side is `size` pixels; a null image
-/// where no symbol has that name.
+/// The symbol `name`, black on transparent, fitted into a square of `size` by `size` pixels. A null image if
+/// no symbol has that name.
 QImage image(const QString &name, int size);
 
 } // namespace kavrin::Symbols

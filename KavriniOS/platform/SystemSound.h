@@ -15,7 +15,7 @@ public:
 
     virtual ~SystemSound() = default;
 
-    /// Plays a sound. Returns at once; a failure is not reported.
+    /// Plays a sound. Returns at once and reports no failure.
     virtual void play(Id sound) = 0;
 };
 

@@ -8,33 +8,32 @@
 namespace kavrin
 {
 
-/// The application's place among the small icons that a desktop shows at all times, whatever windows there
-/// are. Main thread only.
+/// The application's icon among the small icons that a desktop always shows. Main thread only.
 class Tray : public QObject
 {
     Q_OBJECT
 
 public:
     struct Content {
-        QIcon icon; ///< shown in the sizes that it has
+        QIcon icon; ///< shown in the sizes that it holds
         QString toolTip;
-        QStringList menu; ///< the entries' titles, always as many
+        QStringList menu; ///< the titles of the entries, always the same number
     };
 
-    /// Whether there is such a place: some desktops have none, and it may come and go.
-    [[nodiscard]] virtual bool isThere() const = 0;
+    /// Whether the desktop has a tray. Some have none, and a tray may come and go.
+    [[nodiscard]] virtual bool isAvailable() const = 0;
 
-    /// Shows this from now on. Nothing happens while there is no place for it.
+    /// Shows `content` from now on. Nothing happens while there is no tray.
     virtual void show(const Content &content) = 0;
 
 Q_SIGNALS:
-    /// isThere() may be otherwise now.
+    /// isAvailable() may have changed.
     void changed();
 
     /// The icon was clicked.
     void activated();
 
-    /// An entry of the menu was chosen; the first is 0.
+    /// The user has chosen an entry of the menu; the first is 0.
     void chosen(int entry);
 };
 

@@ -19,18 +19,18 @@ struct UrlRequest {
     QByteArray method = "GET";
     std::vector<std::pair<QByteArray, QByteArray>> headers;
     QByteArray body;
-    std::chrono::milliseconds timeout = std::chrono::seconds(60); ///< without a byte moving either way
+    std::chrono::milliseconds timeout = std::chrono::seconds(60); ///< while no byte moves either way
 };
 
-/// HTTP exchanges, over the proxies and certificates that the user has set up. Main thread only.
+/// HTTP exchanges that use the user's proxies and certificates. Main thread only.
 class UrlSession
 {
 public:
     virtual ~UrlSession() = default;
 
-    /// Sends a request and returns the body of the answer, whatever its status. Redirects are followed;
-    /// an Authorization header stays on its host. Throws Error of the domain "network" where no whole answer
-    /// came. The session must outlive the exchange.
+    /// Sends a request and returns the body of the answer, whatever its status. It follows redirects; an
+    /// Authorization header goes only to the host that it was meant for. Throws Error of the domain "network"
+    /// if no complete answer came. The session must outlive the exchange.
     virtual QCoro::Task<QByteArray> data(UrlRequest request) = 0;
 };
 

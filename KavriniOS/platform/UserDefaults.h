@@ -20,65 +20,65 @@ class SqliteDatabase;
 /// A change of one key.
 struct Change {
     QString key;
-    std::optional<PropertyListValue> value; ///< what is stored; none removes the key
-    /// Where it is there: the change is made only in the place of this string, and else nothing happens.
+    std::optional<PropertyListValue> value; ///< the value to store; none removes the key
+    /// If present, the change is made only if the key holds this string. Otherwise nothing happens.
     std::optional<QString> inPlaceOf = std::nullopt;
 };
 using Changes = std::vector<Change>;
 
-/// A database of typed values by key that several processes share and that outlives them all.
+/// A database of typed values by key. Several processes share it, and it outlives them all.
 ///
-/// Every function may be called from any thread, and none of them throws. A read sees what is stored at one
-/// moment, and never waits for a writer. A write is a transaction: other threads and processes see all of it
-/// or nothing. When another process holds the database locked, a write waits for it, as long as its limit
-/// permits.
+/// Any thread may call every function, and none of them throws. A read sees the values of one moment, and
+/// never waits for a writer. A write is a transaction: other threads and processes see all of it or nothing.
+/// If another process has locked the database, a write waits for it, up to the write's limit.
 ///
 /// The file's format is a public contract: see docs/shared-suite.md.
 class UserDefaults
 {
 public:
-    /// How long a write waits for another process that holds the database.
+    /// How long a write waits for another process that has locked the database.
     static constexpr std::chrono::milliseconds patience{5000};
 
-    /// The suite that the processes of the application group `group` share; null where the group has no
-    /// container or its database can neither be opened nor begun anew. Where only something passing is in the
-    /// way (another process's lock, a disk that is full or may not be written to), there is a suite: reads
-    /// find what can be read, writes fail until they can be done.
+    /// The suite that the processes of the application group `group` share. Null if the group has no
+    /// container, or if its database can neither be opened nor replaced by a fresh one. A temporary obstacle
+    /// (another process's lock, a full disk, a disk that may not be written to) does not count: there is a
+    /// suite then, reads find what can be read, and writes fail until they can be done.
     static std::unique_ptr<UserDefaults> suite(const QString &group);
 
-    /// The application's own defaults, which no other application sees. Always there; where its file cannot
-    /// be opened, reads find nothing and writes fail until it can.
+    /// The application's own defaults, which no other application sees. They always exist. While their file
+    /// cannot be opened, reads find nothing and writes fail.
     static UserDefaults &standard();
 
     ~UserDefaults();
 
-    /// The value as it is stored; none where there is none, and where reading failed.
+    /// The stored value. None if there is none, or if reading failed.
     [[nodiscard]] std::optional<PropertyListValue> object(const QString &key) const;
 
     /// The value as a string: a stored string, or a stored number in decimal; else none.
     [[nodiscard]] std::optional<QString> string(const QString &key) const;
 
-    /// As object(), for who must know a key without a value from one that could not be read.
+    /// Like object(), for callers that must tell a key without a value from a failed read.
     [[nodiscard]] Result<std::optional<PropertyListValue>> read(const QString &key) const;
 
-    /// Those of `keys` that have a value, as they stood at one moment.
+    /// The values of those `keys` that have one, all of the same moment.
     [[nodiscard]] Result<PropertyListDictionary> objects(const QStringList &keys) const;
 
-    /// All keys with their values, as they stood at one moment.
+    /// All keys with their values, all of the same moment.
     [[nodiscard]] Result<PropertyListDictionary> dictionaryRepresentation() const;
 
-    /// Makes all the changes, in their order, or none of them. Returns why it made none. A number that is not
-    /// finite is refused, and so is a list that is nested more than 500 deep or has more than 100,000 values.
+    /// Makes all the changes in their order, or none of them. If it made none, returns why. It refuses a
+    /// number that is not finite, and a list that is nested more than 500 deep or has more than 100,000
+    /// values.
     [[nodiscard]] std::optional<Error> write(const Changes &changes,
                                              QDeadlineTimer limit = QDeadlineTimer(patience));
 
     /// write() with one change that stores a value.
     [[nodiscard]] std::optional<Error> set(const QString &key, const PropertyListValue &value);
 
-    /// write() with one change that removes a key; removing one that is not there succeeds.
+    /// write() with one change that removes a key. Removing a missing key succeeds.
     [[nodiscard]] std::optional<Error> remove(const QString &key);
 
-    /// Where the database is.
+    /// The path of the database file.
     [[nodiscard]] QString path() const;
 
 private:

@@ -9,8 +9,8 @@
 namespace kavrin
 {
 
-/// The personal dictionary as one text, stored under "userDict" of the shared suite with every edit.
-/// Main thread only.
+/// The personal dictionary as one text. Every edit is stored under "userDict" of the shared suite. Main
+/// thread only.
 class DictionaryModel : public QObject
 {
     Q_OBJECT
@@ -22,11 +22,11 @@ class DictionaryModel : public QObject
 public:
     explicit DictionaryModel(QObject *parent = nullptr);
 
-    /// As it is being edited; empty where nothing is stored.
+    /// The text in the editor. Empty if nothing is stored.
     [[nodiscard]] QString userDict() const { return m_userDict; }
     void setUserDict(const QString &userDict);
 
-    /// Why the last edit could not be stored; empty when it was.
+    /// Why the last edit could not be stored. Empty if it was stored.
     [[nodiscard]] QString note() const { return m_note; }
 
 Q_SIGNALS:

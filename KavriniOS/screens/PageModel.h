@@ -37,7 +37,7 @@ public:
 Q_SIGNALS:
     void visibleChanged();
 
-    /// A setting was stored that may show or hide others.
+    /// A stored setting may show or hide other rows.
     void changed();
 
 private:
@@ -63,7 +63,7 @@ public:
     /// SectionModels, in the catalogue's order.
     [[nodiscard]] QObjectList sections() const;
 
-    /// Reads every value, and which rows are visible, again.
+    /// Reads every value again, and checks which rows are visible.
     Q_INVOKABLE void changed();
 
 private:

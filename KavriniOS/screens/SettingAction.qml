@@ -3,7 +3,7 @@ import QtQuick
 import Kavrin.Screens
 import Kavrin.Theme
 
-/// The row of an action: a button, a link or a status. An action that is not known here has an empty row.
+/// The row of an action: a button, a link or a status. The row of an unknown action is empty.
 Loader {
     id: row
 
@@ -44,7 +44,7 @@ Loader {
         id: contacts
 
         Loader {
-            // Read again with every tick.
+            // Reads the status again with every tick.
             readonly property int status: row.setting.tick >= 0 ? row.actions.contactsStatus() : 0
 
             width: parent.width

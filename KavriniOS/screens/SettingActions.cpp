@@ -49,7 +49,7 @@ void SettingActions::resetAll(SettingModel *row)
 namespace
 {
 
-/// Has the whole page read its values anew.
+/// Makes the whole page read its values again.
 void showReset(SettingModel &row)
 {
     row.refresh();

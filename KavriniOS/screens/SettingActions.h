@@ -30,7 +30,7 @@ public:
 
     [[nodiscard]] Q_INVOKABLE kavrin::SettingActions::ContactsStatus contactsStatus() const;
 
-    /// Asks the user; the row reads the status again when it has settled.
+    /// Asks the user. The row reads the status again when the answer is known.
     Q_INVOKABLE void requestContacts(kavrin::SettingModel *row);
 
     /// Whether the keyboard has been seen in the suite that this application uses.
@@ -39,7 +39,7 @@ public:
     /// Puts all settings and keys on the clipboard, and says so in the row's note.
     Q_INVOKABLE void copyConfig(kavrin::SettingModel *row);
 
-    /// Resets all settings but keys and other text. The row's note says so where that failed.
+    /// Resets all settings except keys and other text. If that fails, the row's note says so.
     Q_INVOKABLE static void resetAll(kavrin::SettingModel *row);
 
 private:

@@ -10,14 +10,14 @@ CardRow {
     required property SettingModel setting
     required property SettingActions actions
 
-    /// What an action did may have changed other rows.
+    /// An action may have changed other rows.
     signal changed
     /// The user wants to try dictation.
     signal dictate
     /// The user wants to order the toolbar.
     signal openToolbar
 
-    // Brings the footer nearer to its control.
+    // Moves the footer nearer to its control.
     spacing: -6
 
     Loader {
@@ -38,7 +38,7 @@ CardRow {
         bottomPadding: Theme.rowPadding
         visible: text !== ""
         text: control.setting.footer
-        // It is the control's description.
+        // Screen readers already get this text as the control's description.
         Accessible.ignored: true
     }
     Footnote {

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// What an item of another kind gives: nothing of it is shown.
+/// For an item of another kind, gives an empty kind; no row shows it.
 template <typename Kind> const Kind &kindOf(const Prefs::Item &item)
 {
     static const Kind otherKind = {};
@@ -58,7 +58,7 @@ void SettingModel::reread()
     Q_EMIT ticked();
 }
 
-/// Shows at once what is being stored, and what the suite holds where that fails.
+/// Shows the new value at once. If storing it fails, shows what the suite holds.
 QCoro::Task<> SettingModel::store(PropertyListValue value)
 {
     const QPointer self(this);

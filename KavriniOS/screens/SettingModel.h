@@ -53,13 +53,13 @@ public:
     [[nodiscard]] QString key() const { return m_item.key; }
     [[nodiscard]] QString title() const { return m_item.title; }
 
-    /// Empty where the item has none.
+    /// Empty if the item has none.
     [[nodiscard]] QString footer() const { return m_item.footer.value_or(QString()); }
 
     [[nodiscard]] Kind kind() const { return Kind(m_item.kind.index()); }
     [[nodiscard]] bool isVisible() const { return m_visible; }
 
-    /// How often the row has read its value anew.
+    /// How often the row has read its value again.
     [[nodiscard]] int tick() const { return m_tick; }
 
     /// What an action has done, or why a change could not be stored.
@@ -73,7 +73,7 @@ public:
     [[nodiscard]] bool isOn() const;
     void setOn(bool on);
 
-    // A slider. A number is stored snapped to the nearest step.
+    // A slider. The stored number is the nearest step.
     [[nodiscard]] double number() const;
     void setNumber(double number);
     [[nodiscard]] QString numberText() const;
@@ -86,7 +86,7 @@ public:
     void setText(const QString &text);
     [[nodiscard]] bool isSecret() const;
 
-    // A choice: its options as {v, t}, and which of them is chosen, -1 where none is.
+    // A choice: its options as {v, t}, and the index of the chosen one, or -1 if none is chosen.
     [[nodiscard]] QVariantList options() const;
     [[nodiscard]] int optionIndex() const;
     void setOptionIndex(int index);
@@ -100,7 +100,7 @@ Q_SIGNALS:
     void visibleChanged();
     void noteChanged();
 
-    /// What was stored may show or hide other rows.
+    /// The change may show or hide other rows.
     void changed();
 
 private:
@@ -112,7 +112,7 @@ private:
     bool m_visible;
     int m_tick = 0;
     QString m_note;
-    /// What could not be stored, or not yet, stays in its field: it may be all that there is of it.
+    /// The field keeps a text that is not stored yet, or could not be stored: no other copy of it may exist.
     std::optional<QString> m_unsavedText;
 };
 

@@ -34,7 +34,7 @@ public:
 
     [[nodiscard]] SettingActions *actions() { return &m_actions; }
 
-    /// The page with this id, made anew and owned by the caller; null where there is none.
+    /// The page with this id. Each call makes a new one, which belongs to the caller. Null if there is none.
     [[nodiscard]] Q_INVOKABLE kavrin::PageModel *makePage(const QString &id) const;
 
 private:

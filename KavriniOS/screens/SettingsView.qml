@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 import Kavrin.Screens
 import Kavrin.Theme
 
-/// The first screen: how to enable the keyboard, a field to try it, and the way to every page.
+/// The first screen: how to enable the keyboard, a field to try it, and links to every page.
 TitledPage {
     id: view
 

@@ -8,7 +8,7 @@
 namespace kavrin
 {
 
-/// What a screen says of a change that could not be stored.
+/// The text that a screen shows about a change that could not be stored.
 QString storeNote(const Error &failure);
 
 } // namespace kavrin

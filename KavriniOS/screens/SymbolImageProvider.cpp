@@ -14,7 +14,7 @@ namespace kavrin
 namespace
 {
 
-/// Where the image has no sourceSize.
+/// For an image without a sourceSize.
 constexpr int defaultPixels = 20;
 
 QImage symbol(const QString &name, int pixels)
@@ -37,7 +37,7 @@ QImage SymbolImageProvider::requestImage(const QString &id, QSize *size, const Q
     const int pixels = largerSide > 0 ? largerSide : defaultPixels;
     QImage image = symbol(id.section(u'?', 0, 0), pixels);
     if (image.isNull()) {
-        // Qt Quick would warn of a null image.
+        // Qt Quick would print a warning for a null image.
         image = QImage(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
     }

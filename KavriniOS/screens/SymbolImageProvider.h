@@ -6,9 +6,9 @@
 namespace kavrin
 {
 
-/// Symbols in a colour, for QML: "image://symbol/NAME?RRGGBB" or "image://symbol/NAME?AARRGGBB", as large as
-/// the image's sourceSize, which is in the screen's own pixels. NAME is a system symbol or "custom.sticker";
-/// a name that is neither gives an empty picture. Safe from any thread.
+/// Symbols in a colour, for QML: "image://symbol/NAME?RRGGBB" or "image://symbol/NAME?AARRGGBB". The size is
+/// the image's sourceSize, which counts the screen's own pixels. NAME is a system symbol or "custom.sticker";
+/// any other name gives an empty picture. Safe from any thread.
 class SymbolImageProvider : public QQuickImageProvider
 {
 public:

@@ -18,7 +18,7 @@ QRectF squareAround(QPointF middle, double radius)
     return {middle.x() - radius, middle.y() - radius, 2 * radius, 2 * radius};
 }
 
-/// Angles in degrees from the right, clockwise as seen. (QPainterPath counts counter-clockwise.)
+/// Angles are in degrees from the right, clockwise as seen. (QPainterPath counts them counter-clockwise.)
 void arcClockwise(QPainterPath &path, QPointF middle, double radius, double from, double to)
 {
     path.arcTo(squareAround(middle, radius), -from, from - to);

@@ -7,7 +7,7 @@
 namespace kavrin
 {
 
-/// The tool icons that are no system symbols. Safe from any thread.
+/// The tool icons that are not system symbols. Safe from any thread.
 struct ToolIcon {
     /// The numbers of the sticker, in points from the top left.
     struct StickerGeometry {
@@ -25,9 +25,9 @@ struct ToolIcon {
 
     static StickerGeometry stickerGeometry(double size);
 
-    /// "custom.sticker": a square sticker with a smiling face, whose bottom right corner peels off. Black on
-    /// transparent, to be tinted by whoever shows it; `size` points wide and high, of `devicePixelRatio`
-    /// pixels each.
+    /// "custom.sticker": a square sticker with a smiling face; its bottom right corner peels off. Black on
+    /// transparent, so that a view can tint it; `size` points wide and high, of `devicePixelRatio` pixels
+    /// each.
     static QImage sticker(double size, double devicePixelRatio = 1);
 };
 

@@ -19,7 +19,7 @@ namespace
 
 const QString settingsTool = u"settings"_s;
 
-/// Null where no tool has that identifier.
+/// Null if no tool has that identifier.
 const Prefs::Tool *findTool(const QString &id)
 {
     const std::vector<Prefs::Tool> &tools = Prefs::toolIDs();
@@ -130,13 +130,13 @@ void ToolbarOrder::setVisible(int row, bool visible)
     }
     if (hidden != m_hidden) {
         m_hidden = hidden;
-        // Of all rows: the order may hold a tool twice.
+        // The change concerns all rows, because the order may hold a tool twice.
         changed(VisibleTool);
         store();
     }
 }
 
-/// Has the change stored that shows already, and takes it back where that fails.
+/// Stores the change, which is already shown. If that fails, takes the change back.
 QCoro::Task<> ToolbarOrder::store()
 {
     const QPointer self(this);
@@ -175,7 +175,7 @@ void ToolbarOrder::reload()
     }
 }
 
-/// Row by row: of a model that was reset a view makes all rows anew, and the focus is lost.
+/// Moves row by row: after a reset, a view makes all rows again and loses the focus.
 void ToolbarOrder::sortLike(const QStringList &order)
 {
     for (int row = 0; row < rowCount(); ++row) {

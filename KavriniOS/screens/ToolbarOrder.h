@@ -11,9 +11,9 @@
 namespace kavrin
 {
 
-/// The keyboard's toolbar as it is being edited: one row for each entry of the order, "settings" among them,
-/// which is not shown. Reads Prefs when it is made, and hands every change to Prefs at once; before the first
-/// change nothing is stored. Main thread only.
+/// The keyboard's toolbar in the editor. It has one row for each entry of the order, "settings" among them,
+/// which is not shown. It reads Prefs when it is made, and hands every change to Prefs at once. Before the
+/// first change nothing is stored. Main thread only.
 class ToolbarOrder : public QAbstractListModel
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ public:
         Icon, ///< "icon": a system symbol, or "custom.sticker"
         Shown, ///< "shown": whether the editor has a row for it
         VisibleTool, ///< "visibleTool": whether the toolbar has it
-        Position, ///< "position": its place among the shown rows, from 1; 0 where it has none
+        Position, ///< "position": its place among the shown rows, from 1; 0 if it is not shown
     };
 
     explicit ToolbarOrder(QObject *parent = nullptr);
@@ -44,15 +44,16 @@ public:
     /// How many rows are shown.
     [[nodiscard]] int shownCount() const;
 
-    /// Why the last change could not be stored, and was taken back; empty when it was stored.
+    /// Why the last change could not be stored and was taken back. Empty if it was stored.
     [[nodiscard]] QString note() const { return m_note; }
 
-    /// Moves the row `from` to before the row `toOffset`, both as they are counted before the move; the
-    /// number of rows moves it to the end. Does nothing where that changes nothing or there is no such row.
+    /// Moves the row `from` to the place before the row `toOffset`. Both are counted before the move; the
+    /// number of rows as `toOffset` moves it to the end. Does nothing if that changes nothing, or if there is
+    /// no such row.
     Q_INVOKABLE void move(int from, int toOffset);
 
-    /// Moves a shown row so that it is the `position`th of the shown rows: before the one that it takes the
-    /// place of when moved up, and after it when moved down. The nearest position where there is none such.
+    /// Moves a shown row to the `position` among the shown rows: up to before the row that stands there, or
+    /// down to after it. If there is no such position, uses the nearest one.
     Q_INVOKABLE void moveTo(int row, int position);
 
     /// Shows a tool in the toolbar, or hides it. "settings" cannot be hidden.

@@ -23,22 +23,22 @@ TitledPage {
                 readonly property int iconWidth: 28
                 readonly property int textGap: 14
 
-                /// The row that is held by its handle; null where none is.
+                /// The row that the user holds by its handle; null if there is none.
                 property Item held: null
-                /// The row that was held last, which stays above the others on its way home.
+                /// The row that was held last. It stays above the others while it moves to its place.
                 property Item lifted: null
-                /// Where the pointer is in the page, and where it took hold.
+                /// Where the pointer is in the page, and where it was when it took hold.
                 property real pointer
                 property real pointerAtFirst
-                /// From the held row's top to the pointer, in the content as it was scrolled then.
+                /// From the held row's top to the pointer, in the content as it was scrolled at first.
                 property real grip
-                /// The pointer has moved since, so that it is more than a click.
+                /// The pointer has moved since it took hold, so this is more than a click.
                 property bool dragged: false
 
-                /// Where the held row would be, were there no ends to the list.
+                /// Where the held row would be if the list had no ends.
                 readonly property real heldTop: pointer + view.flickable.contentY - grip
-                /// The shown rows from top to bottom, with the held one where it would be dropped: below those that
-                /// it has come more than halfway past. (One binding, so that no row ever sees half of a change.)
+                /// The shown rows from top to bottom. The held one is where it would be dropped: below those that it
+                /// has passed by more than half. (This is one binding, so that no row ever sees half of a change.)
                 readonly property var rowsInPlace: {
                     const others = [];
                     for (let i = 0; i < rows.count; ++i) {
@@ -58,7 +58,7 @@ TitledPage {
                     }
                     return others;
                 }
-                /// Pixels a second, faster the nearer the pointer is to an edge; negative upwards.
+                /// In pixels a second. It grows as the pointer comes nearer to an edge; negative means upwards.
                 readonly property real scrollSpeed: {
                     if (!held || !dragged) {
                         return 0;
@@ -107,7 +107,7 @@ TitledPage {
                     held = null;
                 }
 
-                /// Moves a row by itself, as the keyboard and screen readers do, and keeps it in sight.
+                /// Moves a row for the keyboard or a screen reader, and keeps it in sight.
                 function moveTo(row: Item, position: int) {
                     if (!held) {
                         moving.restart();
@@ -217,7 +217,7 @@ TitledPage {
                                     Symbol {
                                         anchors.centerIn: parent
                                         name: row.icon
-                                        // Symbols that go with type of 17 are a fifth higher than the type.
+                                        // A symbol beside type of size 17 is a fifth higher than the type.
                                         size: row.icon === "custom.sticker" ? 23 : Math.round(17 * 1.2)
                                         color: Theme.accent
                                     }
@@ -238,7 +238,7 @@ TitledPage {
                                     checked: row.visibleTool
                                     onToggled: {
                                         view.tools.setVisible(row.index, checked);
-                                        // Where it could not be stored, the switch goes back.
+                                        // If the change could not be stored, the switch goes back.
                                         checked = Qt.binding(() => row.visibleTool);
                                     }
                                     Accessible.name: row.title
@@ -247,7 +247,7 @@ TitledPage {
                                 Item {
                                     id: handle
 
-                                    // What RowBackground and screen readers look at.
+                                    // RowBackground and screen readers read this property.
                                     readonly property bool down: row.isHeld
                                     readonly property alias hovered: grabber.containsMouse
                                     readonly property bool visualFocus: activeFocus

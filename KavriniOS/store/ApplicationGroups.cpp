@@ -23,8 +23,8 @@ const PropertyListValue *member(const PropertyListValue *value, const QString &k
     return found == dictionary->end() ? nullptr : &found->second;
 }
 
-/// The property list within a provisioning profile. The signature round it (CMS) is neither parsed nor
-/// verified: the list is found by the markers of its beginning and end alone.
+/// The property list within a provisioning profile. This function finds the list by the markers of its
+/// beginning and end. It neither parses nor verifies the signature around it (CMS).
 std::optional<PropertyListValue> profilePropertyList(const QByteArray &profile)
 {
     static constexpr QByteArrayView endMarker = "</plist>";

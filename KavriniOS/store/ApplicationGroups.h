@@ -14,12 +14,12 @@ namespace kavrin
 /// Identifiers of application groups.
 using ApplicationGroups = std::vector<QString>;
 
-/// The groups that `value`, which may be null, lists: the elements of an array that holds nothing but
-/// strings, else none.
+/// The groups that `value` lists: the elements of an array that holds only strings; otherwise none. `value`
+/// may be null.
 ApplicationGroups listedGroups(const PropertyListValue *value);
 
-/// The groups that the entitlements in a provisioning profile grant; none where it cannot be read. A profile
-/// whose property list ends before it begins is a fatal error.
+/// The groups that the entitlements in a provisioning profile grant. None if it cannot be read. A profile
+/// with a property list that ends before it begins is a fatal error.
 ApplicationGroups grantedGroups(const QByteArray &profile);
 
 } // namespace kavrin

@@ -3,8 +3,8 @@
 
 #include <QString>
 
-/// The keys of the shared suite through which the keyboard and the application do a dictation, and what
-/// stands there. docs/shared-suite.md describes them. Times are seconds since 1970-01-01 00:00 UTC.
+/// The keys of the shared suite that the keyboard and the application use for a dictation, and their values.
+/// docs/shared-suite.md describes them. Times are seconds since 1970-01-01 00:00 UTC.
 namespace kavrin::dictation
 {
 
@@ -14,10 +14,10 @@ inline const QString aliveKey =
 inline const QString stateKey = QStringLiteral("dictationState");
 inline const QString transcriptKey = QStringLiteral("transcript");
 inline const QString stampKey = QStringLiteral("tStamp"); ///< when the transcript was stored
-inline const QString usedKey = QStringLiteral("tUsed"); ///< the stamp of the transcript that was last used
+inline const QString usedKey = QStringLiteral("tUsed"); ///< stamp of the last used transcript
 inline const QString applicationProbeKey = QStringLiteral("probeApp"); ///< when the window was last opened
 
-/// Commands. An empty one is one that was taken.
+/// Commands. The application stores an empty one when it takes one.
 inline const QString startCommand = QStringLiteral("start");
 inline const QString stopCommand = QStringLiteral("stop");
 

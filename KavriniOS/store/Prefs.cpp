@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The item's kind where it is a `Wanted`, or null.
+/// The item's kind if it is a `Wanted`, or null.
 template <typename Wanted> const Wanted *itemKind(const QString &key)
 {
     const auto item = Prefs::items().find(key);
@@ -93,7 +93,7 @@ template <typename T> T read(const QString &key)
     return value ? *std::move(value) : defaultOf<T>(key);
 }
 
-/// With the time by which the keyboard notices the change.
+/// Adds the time that tells the keyboard of the change.
 Changes stamped(Changes settings)
 {
     settings.push_back({u"settingsRevision"_s, Date::now().secondsSince1970});

@@ -14,13 +14,13 @@
 namespace kavrin
 {
 
-/// The keyboard's settings: typed reading and writing of the shared suite with the catalogue's defaults,
-/// behind a cache of the process's own. Every function may be called from any thread.
+/// The keyboard's settings: typed reading and writing of the shared suite, with the catalogue's defaults and
+/// a cache in this process. Any thread may call every function.
 ///
-/// A value once read stays as read in this process until it is set or reset here; what other processes write
-/// to the same keys later is not seen. A change is read back at once, before it is stored. Where it cannot be
-/// stored, the value in the suite is read again. Every change is stored together with "settingsRevision", the
-/// time by which the keyboard notices it.
+/// This process keeps a value that it has read until it sets or resets it: it does not see what other
+/// processes write to the same key later. A change can be read back at once, before it is stored. If it
+/// cannot be stored, the value in the suite is read again. Every change is stored together with
+/// "settingsRevision", the time that tells the keyboard of the change.
 class Prefs
 {
 public:
@@ -34,24 +34,25 @@ public:
     static const std::vector<Page> &pages() { return catalogue::pages(); }
     static const auto &items() { return catalogue::items(); }
 
-    /// Whether the row of a setting is to be shown, as other settings stand.
+    /// Whether the row of a setting is shown, given the present values of other settings.
     static bool isVisible(const QString &key);
 
-    /// The setting as T, one of bool, double and QString: the stored value where it is one; else the
-    /// catalogue's default where the item is of that kind; else false, 0 or the empty string. A stored number
-    /// is a bool when it is 0 or 1; a stored bool is a number.
+    /// The setting as T, which is bool, double or QString: the stored value if it is a T; else the
+    /// catalogue's default if the item is of that kind; else false, 0 or the empty string. A stored number is
+    /// a bool if it is 0 or 1; a stored bool is a number.
     template <typename T> static T get(const QString &key);
 
-    /// Changes one setting; submit() says how.
+    /// Changes one setting with submit().
     static void set(const QString &key, const PropertyListValue &value);
 
-    /// Has settings changed together, as SuiteWriter does it. The result says what went wrong, if anything.
+    /// Changes settings together, through SuiteWriter. The result says what went wrong, if anything.
     static QFuture<std::optional<Error>> submit(const Changes &settings);
 
-    /// As submit(), in the calling thread. Returns what went wrong.
+    /// Like submit(), but in the calling thread. Returns what went wrong.
     [[nodiscard]] static std::optional<Error> store(const Changes &settings);
 
-    /// How a slider's value is shown: "54 pt", "85%", "0.85". A whole number beyond 64 bits is a fatal error.
+    /// A slider's value as the user sees it: "54 pt", "85%", "0.85". A whole number beyond 64 bits is a fatal
+    /// error.
     static QString format(double value, const QString &unit);
 
     /// A tool of the keyboard's toolbar.
@@ -64,34 +65,35 @@ public:
     /// All tools, in their default order.
     static const std::vector<Tool> &toolIDs();
 
-    /// The stored order without unknown tools, followed by the tools that it lacks.
+    /// The stored order without unknown tools, followed by the tools that are missing from it.
     static QStringList toolOrder();
 
     /// The tools that are not shown; never "settings".
     static std::set<QString> toolHidden();
 
-    /// What stores both.
+    /// The changes that store both.
     static Changes toolChanges(const QStringList &order, const std::set<QString> &hidden);
 
     /// Submits toolChanges().
     static void setTools(const QStringList &order, const std::set<QString> &hidden);
 
-    /// All stored settings, keys of services and the personal dictionary included, as one line of text:
-    /// "KAVRINCFG1:" and the Base64 of a JSON object. Empty where a stored value cannot be written as JSON
-    /// or the suite cannot be read.
+    /// All stored settings, with the keys of services and the personal dictionary, as one line of text:
+    /// "KAVRINCFG1:" and the Base64 of a JSON object. Empty if a stored value cannot be written as JSON, or
+    /// if the suite cannot be read.
     static QString exportBlob();
 
-    /// Stores what a blob holds, all of it or nothing, in place of what was stored under the same keys.
-    /// Members that no export writes are left out. Waits. How many settings were stored, or why none.
+    /// Stores the settings in a blob, all of them or none, and replaces what was stored under the same keys.
+    /// It leaves out members that an export never writes. It waits until that is done. Returns how many
+    /// settings it stored, or why it stored none.
     [[nodiscard]] static Result<qsizetype> importBlob(const QString &blob);
 
-    /// What makes the settings read their defaults again.
+    /// The changes that return the settings to their defaults.
     static Changes resetChanges(const QStringList &keys);
 
-    /// The keys of every toggle, slider and choice; text, and with it every service's key, is kept.
+    /// The keys of every toggle, slider and choice. Text is not among them, so every service's key is kept.
     static QStringList resettableKeys();
 
-    /// Submits resetChanges(), and has every other setting read anew.
+    /// Submits resetChanges(), and forgets all other values, so that they are read again.
     static QFuture<std::optional<Error>> reset(const QStringList &keys);
 
     /// reset() with resettableKeys().

@@ -11,32 +11,32 @@
 namespace kavrin
 {
 
-/// What Prefs has read or written so far, for the whole process. Safe from any thread.
+/// The values that Prefs has read or written so far, for the whole process. Safe from any thread.
 ///
-/// A change shows from show() on, before it is stored; settle() ends that. Where it was not stored, the value
-/// shows again that was.
+/// show() makes a change visible before it is stored; settle() says how that ended. If the change was not
+/// stored, the stored value is visible again.
 class PrefsCache
 {
 public:
     static PrefsCache &shared();
 
-    /// The value of a key, read from the suite the first time; none where the suite has none.
+    /// The value of a key, which is read from the suite the first time. None if the suite has none.
     std::optional<PropertyListValue> find(const QString &key);
 
     void show(const Changes &changes);
     void settle(const Changes &changes, bool stored);
 
-    /// Forgets everything, changes that are still to be stored once they are settled.
+    /// Forgets everything: changes that are not stored yet as soon as they are settled.
     void clear();
 
 private:
-    using Value = std::optional<PropertyListValue>; ///< none where the suite has none
+    using Value = std::optional<PropertyListValue>; ///< none if the suite has none
 
     struct Entry {
         Value shown;
-        std::optional<Value> stored; ///< none where it was never read
-        int unsettled = 0; ///< how many changes of it are still to be stored
-        bool isForgotten = false; ///< whether it goes once they are
+        std::optional<Value> stored; ///< none if it was never read
+        int unsettled = 0; ///< how many changes of it are not stored yet
+        bool isForgotten = false; ///< whether it goes when they are settled
     };
 
     std::mutex m_mutex;

@@ -38,7 +38,7 @@ Error importError(const QString &description)
     return {u"import"_s, 1, description};
 }
 
-/// What stores the settings within a JSON object.
+/// The changes that store the settings of a JSON object.
 Changes changesOf(const QJsonObject &settings)
 {
     Changes changes;
@@ -51,7 +51,7 @@ Changes changesOf(const QJsonObject &settings)
     return changes;
 }
 
-/// What stores the settings within a blob.
+/// The changes that store the settings of a blob.
 Result<Changes> parseBlob(const QString &blob)
 {
     const QString text = blob.trimmed();

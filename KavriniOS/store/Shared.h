@@ -8,19 +8,19 @@
 namespace kavrin
 {
 
-/// The preferences suite that the application and the keyboard share. Both values are made on first use, from
-/// any thread, and stay as they are for the life of the process.
+/// The preferences suite that the application and the keyboard share. Each value is made on first use, from
+/// any thread, and does not change while the process lives.
 struct Shared {
     /// The application group that the application and the keyboard use by default.
     static const QString &builtInGroup();
 
-    /// The application group that this build may use: the first with a container among those that the
-    /// embedded provisioning profile grants, those of the Info key "ALTAppGroups", and the built-in one. None
-    /// where no group has a container.
+    /// The application group that this build may use: the first one with a container. The candidates are
+    /// those that the embedded provisioning profile grants, then those of the Info key "ALTAppGroups", then
+    /// the built-in one. None if no group has a container.
     static const std::optional<QString> &group();
 
-    /// The group's suite; the application's private defaults, which the keyboard cannot see, where there is
-    /// no group or its suite cannot be opened.
+    /// The group's suite. If there is no group, or its suite cannot be opened, the application's private
+    /// defaults, which the keyboard cannot see.
     static UserDefaults &d();
 
     /// Whether d() is the group's suite.

@@ -14,7 +14,7 @@ namespace kavrin
 namespace
 {
 
-/// The thread that writes; null where the calling thread does.
+/// The thread that writes; null if the calling thread does.
 std::atomic<QThreadPool *> &writingThread()
 {
     static std::atomic<QThreadPool *> thread = nullptr;

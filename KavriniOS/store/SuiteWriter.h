@@ -9,24 +9,24 @@
 namespace kavrin
 {
 
-/// Writes to the shared suite (Shared::d()) for a main thread that must never wait for another process. All
-/// writes are made in the order in which they are handed over, each of them UserDefaults::patience after that
-/// at the latest, or it has failed.
+/// Writes to the shared suite (Shared::d()) for a main thread that must never wait for another process. It
+/// makes all writes in the order in which it gets them. Each write ends, or fails, at most
+/// UserDefaults::patience after that.
 ///
-/// While there is a SuiteWriter, it writes on a thread of its own. Without one, as in command-line tools,
-/// each call writes in the calling thread and has finished when it returns.
+/// While there is a SuiteWriter, it writes on its own thread. Without one, as in command-line tools, each
+/// call writes in the calling thread and has finished when it returns.
 class SuiteWriter
 {
 public:
     /// There is one at a time.
     SuiteWriter();
 
-    /// Returns when everything is written that was handed over.
+    /// Returns when it has written everything that it was given.
     ~SuiteWriter();
     Q_DISABLE_COPY_MOVE(SuiteWriter)
 
-    /// Has the changes made as one transaction, in their turn also where nobody waits for the result: what
-    /// went wrong, if anything. From any thread.
+    /// Makes the changes as one transaction, in their turn, even if nobody waits for the result. The result
+    /// says what went wrong, if anything. Safe from any thread.
     static QFuture<std::optional<Error>> write(const Changes &changes);
 
 private:

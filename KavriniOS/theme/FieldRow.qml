@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// A row with a line of text to edit, under its title. Where `secret`, the text is masked unless the user asks
-/// to see it. Nothing is capitalised or corrected.
+/// A row with a line of text to edit, under its title. If `secret`, the text is masked unless the user asks to see it.
+/// Nothing is capitalised or corrected.
 Item {
     id: row
 
@@ -33,8 +33,8 @@ Item {
     FocusScope {
         id: box
 
-        // Qt 6.4 tells screen readers a masked text as it is, or no name with it: what they find of a secret field
-        // is this box, with the text as it is shown.
+        // Qt 6.4 tells screen readers the plain text of a masked field, or leaves its name out. For a secret field they
+        // find this box instead, with the text as it is shown.
         readonly property string text: field.displayText
         readonly property int cursorPosition: field.cursorPosition
 

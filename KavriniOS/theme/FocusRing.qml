@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// Shows which control the keyboard acts on. Fills its parent unless placed otherwise.
+/// Shows which control the keyboard acts on. Fills its parent unless it gets another place.
 Rectangle {
     property Item control: parent
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// Small secondary text, as section headers, footers and notes have it.
+/// Small secondary text for section headers, footers and notes.
 Text {
     color: Theme.secondaryText
     font.pixelSize: Theme.footnoteSize

@@ -3,13 +3,13 @@ import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
 
-/// A row with a title and the chosen one of several options, which opens the list of them.
+/// A row with a title and the chosen option of several. It opens the list of options.
 T.ComboBox {
     id: row
 
     property string title
     property string footer
-    /// Which option is chosen; -1 where none is.
+    /// The index of the chosen option; -1 if none is chosen.
     property int chosen: -1
 
     /// The user has picked an option.
@@ -25,17 +25,17 @@ T.ComboBox {
     currentIndex: chosen
     onActivated: index => {
         picked(index);
-        // Back to the old one where the new one could not be stored.
+        // Goes back to the old option if the new one could not be stored.
         currentIndex = Qt.binding(() => chosen);
     }
     Keys.onReturnPressed: popup.open()
     Keys.onEnterPressed: popup.open()
     Accessible.role: Accessible.ComboBox
     Accessible.name: title
-    // Screen readers find no value in a combo box of Qt Quick; it goes first into its description.
+    // Screen readers find no value in a combo box of Qt Quick, so the value comes first in its description.
     Accessible.description: footer ? displayText + ". " + footer : displayText
     Accessible.onPressAction: {
-        forceActiveFocus(Qt.OtherFocusReason); // the open list is ruled from here
+        forceActiveFocus(Qt.OtherFocusReason); // the keyboard controls the open list from here
         popup.open();
     }
 
@@ -111,7 +111,7 @@ T.ComboBox {
     popup: T.Popup {
         readonly property real spaceAround: 12
 
-        // As wide as its options want, over the row's end, and never beyond the window.
+        // As wide as its options need, at the row's end, and within the window.
         width: Math.min(row.width, Math.max(260, row.width * 0.6))
         height: Math.min(implicitContentHeight + 2 * padding, row.Window.height - 2 * spaceAround)
         x: row.mirrored ? 0 : row.width - width
@@ -163,7 +163,7 @@ T.ComboBox {
             model: row.delegateModel
             currentIndex: row.highlightedIndex
             highlightMoveDuration: 0
-            // All options are there, for screen readers, too.
+            // Keeps all options in memory, so that screen readers find them, too.
             cacheBuffer: 10000
             boundsBehavior: Flickable.StopAtBounds
             Accessible.role: Accessible.List

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// A button that stands by itself: filled with the accent colour where `prominent`.
+/// A button that stands alone. If `prominent`, it is filled with the accent colour.
 PressButton {
     id: button
 

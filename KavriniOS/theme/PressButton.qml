@@ -2,7 +2,8 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/// What every button does, however it looks: Return and Enter press it as Space does, and so do screen readers.
+/// The behaviour of every button, whatever it looks like: Return and Enter press it as Space does, and so do screen
+/// readers.
 T.AbstractButton {
     id: button
 
@@ -20,7 +21,7 @@ T.AbstractButton {
         clicked();
     }
 
-    /// A key that is held presses but once: what it opens may have a button of its own under the focus.
+    /// A held key presses only once: the button may open something with another button under the focus.
     function pressOnce(event: var) {
         if (!event.isAutoRepeat) {
             press();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// The background of a row that can be pressed: says that it is hovered, pressed or has the focus.
+/// The background of a row that can be pressed. It shows that the row is hovered, is pressed or has the focus.
 Item {
     id: background
 

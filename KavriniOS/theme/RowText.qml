@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// The text of a row. What screen readers find is the row's control, which has it as its name.
+/// The text of a row. Screen readers find the row's control instead, which has this text as its name.
 Text {
     textFormat: Text.PlainText
     color: Theme.text

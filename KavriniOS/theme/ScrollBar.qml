@@ -2,7 +2,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/// A thin bar at the side, seen while there is more than fits and something moves or points at it.
+/// A thin bar at the side. It is visible while not everything fits and something moves or points at it.
 T.ScrollBar {
     id: bar
 

@@ -49,10 +49,11 @@ Item {
         x: Theme.margin
         anchors.top: heading.bottom
         width: parent.width - 2 * Theme.margin
-        // What screen readers look for.
+        // Screen readers look for these two.
         readonly property real minimumValue: from
         readonly property real maximumValue: to
-        // A stored value beyond the range stays stored until the slider is moved.
+        // A value that is clipped before completion is not a move: a stored value beyond the range stays stored until
+        // the user moves the slider.
         property bool ready: false
 
         implicitHeight: 36
@@ -61,13 +62,13 @@ Item {
         onValueChanged: {
             if (ready && value !== row.value) {
                 row.moved(value);
-                value = row.value; // which is the old one where the new one could not be stored
+                value = row.value; // the old value, if the new one could not be stored
             }
         }
         Component.onCompleted: ready = true
         Accessible.role: Accessible.Slider
         Accessible.name: row.title
-        // Screen readers read a slider's number bare; the value in words goes first into its description.
+        // Screen readers read a slider's number without its unit, so the value in words comes first in its description.
         Accessible.description: row.footer ? row.valueText + ". " + row.footer : row.valueText
         Accessible.onIncreaseAction: increase()
         Accessible.onDecreaseAction: decrease()
@@ -79,7 +80,7 @@ Item {
             }
         }
 
-        // Holds where screen readers set the value.
+        // This binding survives a value that a screen reader sets.
         Binding {
             target: slider
             property: "value"

@@ -2,7 +2,7 @@
 import QtQuick
 import QtQuick.Layouts
 
-/// A row that only says something, with a symbol beside it where it has one.
+/// A row that only says something. A symbol may stand beside the text.
 RowLayout {
     id: row
 

@@ -8,7 +8,7 @@ import QtQuick
 QtObject {
     id: theme
 
-    /// What the desktop wants; the application sets both.
+    /// What the desktop wants. The application sets both.
     property bool dark: false
     property color desktopAccent: "transparent"
 
@@ -27,7 +27,7 @@ QtObject {
     readonly property color warning: dark ? "#ffb340" : "#b25e00"
     readonly property color destructive: dark ? "#ff6961" : "#c9211a"
     readonly property color accent: desktopAccent.a > 0 ? desktopAccent : dark ? "#7d9dff" : "#3157d5"
-    /// About the relative luminance of WCAG 2, 0 to 1.
+    /// Roughly the relative luminance of WCAG 2, 0 to 1.
     readonly property real accentLuminance: 0.2126 * accent.r * accent.r + 0.7152 * accent.g * accent.g
                                             + 0.0722 * accent.b * accent.b
     readonly property bool accentIsLight: accentLuminance > 0.3
@@ -42,13 +42,13 @@ QtObject {
     readonly property int symbolSize: 20
     readonly property int contentWidth: 640
 
-    /// Type grows with the font size that the desktop asks of its applications; its lines are
-    /// 18 pixels high where nobody has asked for anything.
+    /// The type size follows the font size that the desktop asks for. Its lines are 18 pixels high if the desktop asks
+    /// for none.
     readonly property FontMetrics desktopFont: FontMetrics {
         font: Qt.application.font
     }
     readonly property real fontScale: Math.max(1, desktopFont.height / 18)
-    /// A family whose digits are equally wide; those of the interface font are not.
+    /// A family with digits of equal width; the interface font has none.
     readonly property string tabularFamily: "Noto Sans"
     readonly property string monospaceFamily: "monospace"
     readonly property int largeTitleSize: Math.round(30 * fontScale)

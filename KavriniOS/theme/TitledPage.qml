@@ -2,8 +2,8 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/// A page: a bar, and below it the content, led by a large title that shrinks into the bar as it is scrolled
-/// away. The content keeps a readable width.
+/// A page: a bar with the content below it. The content begins with a large title, which shrinks into the bar as it
+/// scrolls away. The content keeps a readable width.
 FocusScope {
     id: page
 
@@ -13,7 +13,7 @@ FocusScope {
     readonly property alias contentColumn: column
     readonly property alias flickable: flickable
 
-    /// The user wants to go back to where the page was opened.
+    /// The user wants to go back to the page before this one.
     signal back
 
     readonly property real titleShrunk: Math.max(0, Math.min(1, (flickable.contentY - largeTitle.height * 0.4)
@@ -35,13 +35,13 @@ FocusScope {
         return false;
     }
 
-    /// Scrolls as little as it takes to show an item.
+    /// Scrolls only as far as needed to show an item.
     function show(item: Item) {
         const top = item.mapToItem(column, 0, 0).y;
         showRange(top, top + item.height);
     }
 
-    /// Scrolls as little as it takes to show what lies between two heights of the content.
+    /// Scrolls only as far as needed to show the content between two heights.
     function showRange(top: real, bottom: real) {
         const last = Math.max(0, flickable.contentHeight - flickable.height);
         if (top < flickable.contentY + Theme.margin) {

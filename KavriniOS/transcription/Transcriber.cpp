@@ -17,7 +17,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-/// Not through Prefs: what was never written has defaults of its own here, which differ from the catalogue's.
+/// Not through Prefs: a setting that was never written has other defaults here than in the catalogue.
 QString setting(const QString &key, const QString &fallback = {})
 {
     return Shared::d().string(key).value_or(fallback);
@@ -72,7 +72,7 @@ QString transcriptFrom(const QString &provider, const QByteArray &body)
 QCoro::Task<QString> Transcriber::transcribe(QString filePath, UrlSession &session)
 {
     const QString provider = setting(u"provider"_s, u"openai"_s);
-    // The recording itself is let go here, before the exchange begins: the request holds a copy.
+    // The recording is released here, before the exchange begins. The request holds a copy.
     UrlRequest request = requestFor(provider, readRecording(filePath));
     qCInfo(Logging::transcription) << "Sending" << request.body.size() << "bytes";
     const QCoro::Task<QByteArray> exchange = session.data(std::move(request));

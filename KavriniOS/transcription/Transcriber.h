@@ -12,12 +12,12 @@ namespace kavrin
 /// The client of the speech-to-text services. It has no state: calls share nothing and may overlap.
 struct Transcriber {
     /// Sends the recording in the file `filePath` (AAC in an MPEG-4 container) to the service that the shared
-    /// settings choose, and returns the text, without white space around it. The settings are read anew on
-    /// every call.
+    /// settings choose, and returns the text without white space around it. Every call reads the settings
+    /// again.
     ///
     /// Throws Error of the domain
     /// - "file": the recording cannot be read; nothing was sent
-    /// - "cfg": the address of the service is none; nothing was sent
+    /// - "cfg": the address of the service is not valid; nothing was sent
     /// - "network": the exchange failed
     /// - "json": the answer is not JSON (RFC 8259)
     /// - "stt", "gemini": the answer holds no text. The description is the answer.

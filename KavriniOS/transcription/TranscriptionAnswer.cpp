@@ -16,7 +16,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-/// Mostly the answer of another server than the one that was meant, or of one in trouble.
+/// Usually this answer comes from a wrong server, or from a server in trouble.
 Error answerError(QJsonParseError::ParseError code, const QString &what)
 {
     return {
@@ -24,7 +24,7 @@ Error answerError(QJsonParseError::ParseError code, const QString &what)
         u"The service's answer is %1. Check the service's address and key, or try again later."_s.arg(what)};
 }
 
-/// JSON begins with an ASCII character; where the zero bytes beside it stand tells its encoding.
+/// JSON begins with an ASCII character. The positions of the zero bytes beside it show its encoding.
 QStringConverter::Encoding encodingOf(const QByteArray &body)
 {
     char16_t firstCharacter = 0;
@@ -43,7 +43,7 @@ QByteArray toUtf8(const QByteArray &body)
     if (encoding == QStringConverter::Utf8) {
         return body;
     }
-    // With a state, half a character at the end would wait for its other half.
+    // With a state, the decoder would hold half a character back at the end, for its other half.
     QStringDecoder decode(encoding, QStringConverter::Flag::Stateless);
     const QString text = decode(body);
     if (decode.hasError() || !text.isValidUtf16()) {
@@ -83,7 +83,7 @@ QString transcript(const QJsonValue &value, const QString &domain, const QByteAr
     return value.toString().trimmed();
 }
 
-/// The first element of `value` where that is an array of nothing but objects, or none.
+/// The first element of `value` if that is an array that holds only objects; otherwise none.
 QJsonValue firstObject(const QJsonValue &value)
 {
     const QJsonArray array = value.toArray();

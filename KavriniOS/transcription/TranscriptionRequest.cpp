@@ -48,8 +48,8 @@ QByteArray geminiBody(const QByteArray &audio)
     QByteArray body;
     body.reserve(head.size() + (audio.size() + 2) / 3 * 4 + tail.size());
     body.append(head);
-    // Piece by piece, so that a second Base64 of the whole recording is never held. Padding comes last only:
-    // every piece but the last is a multiple of three.
+    // The Base64 is made piece by piece, so that no second one of the whole recording is held. Only the last
+    // piece may have padding, so every other piece is a multiple of three.
     constexpr qsizetype pieceSize = 49152;
     for (qsizetype start = 0; start < audio.size(); start += pieceSize) {
         const qsizetype size = std::min(pieceSize, audio.size() - start);

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# CPack takes the modules in lib/kavrin for libraries that every program may link with, and has ldconfig run after
-# installing and removing them. They are not, so the package needs no scripts.
+# CPack takes the modules in lib/kavrin for libraries that every program may link, and adds scripts that run ldconfig
+# after installation and removal. The modules are no such libraries, so the package needs no scripts.
 
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
   set(folder ${CPACK_TOPLEVEL_DIRECTORY}/without-ldconfig)

@@ -436,10 +436,10 @@ TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)
     {
         const RefusedKey refused("dictationState");
         start();
-        DictationState::publishLate();
+        DictationState::republishIfFailed();
         EXPECT_EQ(sharedState(), u"none");
     }
-    DictationState::publishLate();
+    DictationState::republishIfFailed();
     EXPECT_EQ(sharedState(), u"recording");
 }
 
@@ -447,7 +447,7 @@ TEST_F(RecorderTest, OnlyALateStateIsStoredAgain)
 {
     start();
     ASSERT_EQ(test::failureOf(Shared::d().set(u"dictationState"_s, u"changed"_s)), u"");
-    DictationState::publishLate();
+    DictationState::republishIfFailed();
     EXPECT_EQ(sharedState(), u"changed");
 }
 

@@ -15,7 +15,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-/// What a kind adds to its item.
+/// The members that a kind adds to its item.
 struct KindMembers {
     QJsonObject operator()(const catalogue::Toggle &toggle) const
     {

@@ -16,7 +16,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-/// The message that the arguments hand over. No complaint about them may show them: they may hold a code.
+/// The message in the arguments. An error about them must not show them: they may hold a code.
 QString readMessage(const QStringList &arguments)
 {
     if (arguments.size() > 1) {
@@ -36,7 +36,7 @@ QJsonValue toJson(const std::optional<Codes::Code> &found)
     return found ? QJsonValue(QJsonObject{{u"code"_s, found->code}, {u"pure"_s, found->pure}}) : QJsonValue();
 }
 
-/// Answers each line of standard input as it comes, so that another program may talk with this one.
+/// Answers each line of standard input as soon as it comes, so that another program can talk with this one.
 void extractFromLines()
 {
     QFile input;

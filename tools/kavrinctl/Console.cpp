@@ -37,7 +37,7 @@ void print(const QString &line)
 
 void print(const QJsonValue &value)
 {
-    // A JSON document is an array or an object; one value is what stands between the brackets of an array.
+    // A JSON document is an array or an object. A single value is the text between the brackets of an array.
     const QByteArray array = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
     printBytes(array.sliced(1, array.size() - 2));
 }

@@ -16,22 +16,22 @@ namespace kavrin::ctl
 void print(const QString &line);
 void print(const QJsonValue &value);
 
-/// Throws Refusal where something failed: `what` could not be done, and why.
+/// Throws Refusal if there is a failure: `what` could not be done, and why.
 void expectNoFailure(const std::optional<Error> &failure, const QString &what);
 
-/// All of standard input. Throws Refusal where it is not UTF-8.
+/// All of standard input. Throws Refusal if it is not UTF-8.
 QString readStandardInput();
 
-/// Takes a flag such as "--json" out of the arguments; whether it was there.
+/// Removes a flag such as "--json" from the arguments. Whether it was there.
 bool takeFlag(QStringList &arguments, const QString &flag);
 
-/// Throws UsageError unless there are that many arguments.
+/// Throws UsageError unless the number of arguments is from `least` to `most`.
 void expectCount(const QStringList &arguments, qsizetype least, qsizetype most);
 
-/// Throws UsageError where an argument looks like a flag: the verb has taken those that it knows.
+/// Throws UsageError if an argument looks like a flag. The verb must have taken its own flags before.
 void expectNoFlags(const QStringList &arguments);
 
-/// A finite number in the C locale, with nothing before or after it.
+/// A finite number in the C locale, with nothing before or after it; otherwise none.
 std::optional<double> toNumber(const QString &text);
 
 /// The number as people write it: 54, 0.85.

@@ -80,7 +80,7 @@ void expectRead(const std::optional<Error> &failure)
 void read(QStringList &arguments)
 {
     const bool withType = takeFlag(arguments, u"--types"_s);
-    takeFlag(arguments, u"--json"_s); // it always is
+    takeFlag(arguments, u"--json"_s); // the output is always JSON
     expectNoFlags(arguments);
     expectCount(arguments, 0, 1);
     if (arguments.isEmpty()) {

@@ -73,7 +73,7 @@ bool waitUntil(const std::function<bool()> &condition, QDeadlineTimer limit)
     return true;
 }
 
-/// Takes back a command that nobody takes. Where that fails, it stays as it is.
+/// Takes back a command that the application does not take. A failure changes nothing.
 void withdraw(const QString &text)
 {
     std::ignore = Shared::d().write({{dictation::commandKey, QString(), text}});
@@ -103,8 +103,8 @@ void start()
     }
 }
 
-/// False where there was nothing to stop, whatever the state says: it may be left from a Kavrin that ended,
-/// or from a start that failed.
+/// False if there was nothing to stop, whatever the state says: a Kavrin that ended may have left it, or a
+/// start that failed.
 bool stopRecording()
 {
     const auto mayRecord = [] { return state() == dictation::recording || state() == dictation::starting; };
@@ -142,7 +142,7 @@ void status(bool asJson)
     }
 }
 
-/// Whether a recording or its transcription is going on.
+/// Whether a recording or its transcription is running.
 bool isUnderWay()
 {
     return command() == dictation::stopCommand || state() == dictation::recording

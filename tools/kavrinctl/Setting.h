@@ -6,10 +6,10 @@
 namespace kavrin::ctl
 {
 
-/// The setting `key` of the catalogue. Throws Refusal where there is none, or where it is an action.
+/// The setting `key` of the catalogue. Throws Refusal if there is none, or if it is an action.
 const Prefs::Item &findSetting(const QString &key);
 
-/// The value as it stands, for a person: secrets are masked, numbers have their unit.
+/// The present value for a person: secrets are masked, numbers have their unit.
 QString displayValue(const Prefs::Item &item);
 
 } // namespace kavrin::ctl

@@ -39,7 +39,7 @@ QString bareText(const PropertyListValue &value)
     return std::get<QString>(value);
 }
 
-/// Reads what a person typed as a value that the setting's control could enter. Throws Refusal.
+/// Reads a person's text as a value that the setting's control could enter. Throws Refusal.
 struct ParseValue {
     const Prefs::Item &item;
     const QString &text;

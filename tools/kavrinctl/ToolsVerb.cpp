@@ -32,8 +32,8 @@ void show(bool asJson)
     }
 }
 
-/// A list as it is stored: identifiers joined by commas. Throws Refusal for what the toolbar editor could not
-/// make.
+/// The list as it is stored: identifiers joined by commas. Throws Refusal for a list that the toolbar editor
+/// could not make.
 QStringList parseList(const QString &text)
 {
     const std::vector<Prefs::Tool> &allTools = Prefs::toolIDs();

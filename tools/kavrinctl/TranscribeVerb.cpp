@@ -21,7 +21,7 @@ struct Result {
     QString failure;
 };
 
-/// Never throws: waiting for a task that does would not end.
+/// Never throws: the wait for a task that throws would not end.
 QCoro::Task<Result> textOf(QString path, UrlSession &session)
 {
     Result result;

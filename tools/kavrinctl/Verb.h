@@ -4,22 +4,22 @@
 #include <QString>
 #include <QStringList>
 
-/// What kavrinctl can do: a table of verbs, each a function over its arguments.
+/// The commands of kavrinctl: a table of verbs, each of which is a function of its arguments.
 namespace kavrin::ctl
 {
 
 enum ExitCode {
     Done = 0,
-    Refused = 1, ///< refused, failed, or no such value
+    Refused = 1, ///< refused or failed, or there is no such value
     WrongUsage = 2,
 };
 
-/// Thrown by a verb whose arguments make no sense; kavrinctl shows the message and the verb's usage.
+/// A verb throws this if its arguments make no sense. kavrinctl shows the message and the verb's usage.
 struct UsageError {
     QString message;
 };
 
-/// Thrown by a verb that cannot do what it was asked; kavrinctl shows the message.
+/// A verb throws this if it cannot do what it was asked. kavrinctl shows the message.
 struct Refusal {
     QString message;
 };
@@ -28,7 +28,7 @@ struct Verb {
     const char *name;
     const char *usage; ///< its arguments, one form a line
     const char *summary;
-    const char *help; ///< more of it, may be empty
+    const char *help; ///< more about it; may be empty
     void (*run)(QStringList &arguments);
 };
 

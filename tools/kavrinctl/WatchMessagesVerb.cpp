@@ -43,7 +43,7 @@ void saveOrComplain(const QString &text)
     }
 }
 
-/// Throws Refusal once no message can come any more.
+/// Throws Refusal when no message can come any more.
 void watch(IncomingMessages &messages, const QString &word)
 {
     const TerminationSignals termination;

@@ -19,7 +19,7 @@ std::int64_t energy(std::int16_t sample)
     return std::int64_t{sample} * sample;
 }
 
-/// Where the quietest stretch of one pause's length has its middle.
+/// The middle of the quietest stretch that is as long as a pause.
 std::size_t middleOfQuietest(std::span<const std::int16_t> samples)
 {
     std::int64_t inWindow = 0;

@@ -17,17 +17,17 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// How much the language model counts against the sound. Less than the library's own 6.5, 8.5 and 9.5: on read
-// speech with and without lossy coding these make one error in six fewer. Wider beams, more Gaussians and
-// another treatment of noise and silence were no better.
+// How much the language model counts against the sound. The library's own weights are 6.5, 8.5 and 9.5. On
+// read speech, with and without lossy coding, these lower ones make one error in six fewer. Wider beams, more
+// Gaussians and other treatments of noise and silence were no better.
 constexpr const char *firstPassLanguageWeight = "5";
 constexpr const char *secondPassLanguageWeight = "6.5";
 constexpr const char *thirdPassLanguageWeight = "7.5";
 
-// How many of the likeliest phones and ends of words the first pass, which takes most of the time, goes on
-// with every hundredth of a second. The library's own 30000 and no limit take a third longer at the least,
-// more on a busy machine, and make as many errors; 3000 phones make more, and so do a narrower beam, a second
-// pass left out, and sound looked at half as often.
+// How many of the likeliest phones and word ends the first pass keeps every hundredth of a second. That pass
+// takes most of the time. The library's own values, 30000 and no limit, take at least a third longer (more on
+// a busy machine) and make as many errors. These make more errors: 3000 phones, a narrower beam, no second
+// pass, and half as many frames of sound.
 constexpr const char *mostPhones = "5000";
 constexpr const char *mostWordEnds = "5";
 
@@ -49,8 +49,8 @@ QByteArray modelFile(const QString &folder, const QString &name)
 
 } // namespace
 
-/// While it lives, this thread is the only one that uses the decoder. A plain mutex would let the thread that
-/// has just given it up take it again before those that have waited longer.
+/// While it lives, only this thread uses the decoder. With a plain mutex, the thread that has just released
+/// it could take it again before threads that have waited longer.
 class SpeechRecognizer::Turn
 {
 public:
@@ -118,12 +118,13 @@ QString SpeechRecognizer::recognize(std::span<const std::int16_t> samples, const
 QString SpeechRecognizer::recognizePiece(std::span<const std::int16_t> piece)
 {
     ps_decoder_t *decoder = m_decoder.get();
-    // A new stream forgets the noise level of the last recording.
+    // A new stream forgets the noise level of the previous recording.
     ps_start_stream(decoder);
     if (ps_start_utt(decoder) < 0) {
         throw std::runtime_error("The speech recogniser could not begin.");
     }
-    // The whole piece at once: its mean is then taken over all of it, which is what gives the fewest errors.
+    // Processes the whole piece at once: the mean is then the mean of all of it, which gives the fewest
+    // errors.
     constexpr int search = FALSE;
     constexpr int whole = TRUE;
     ps_process_raw(decoder, piece.data(), piece.size(), search, whole);

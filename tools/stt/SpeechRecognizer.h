@@ -16,10 +16,10 @@ struct ps_decoder_s;
 namespace kavrin
 {
 
-/// Samples a second of everything that SpeechRecognizer takes.
+/// Samples a second of everything that SpeechRecognizer hears.
 constexpr int speechSampleRate = 16000;
 
-/// The recogniser was told to stop before it had heard everything.
+/// Recognition was told to stop before it had heard everything.
 class RecognitionStopped : public std::runtime_error
 {
 public:
@@ -28,23 +28,22 @@ public:
 
 /// Turns recorded speech into text with PocketSphinx.
 ///
-/// What it answers depends on the recording alone, not on what it heard before. It holds one decoder (some
-/// 100 MB) and hears one piece of one recording at a time; recordings that come while it works take turns
-/// with it piece by piece, in the order of their coming, so that a short one need not wait for a long one to
-/// end.
+/// The answer depends only on the recording, not on earlier ones. The recognizer has one decoder (some 100
+/// MB) and hears one piece of one recording at a time. Recordings that come while it works take turns with
+/// it, piece by piece, in the order in which they came. So a short recording need not wait for the end of a
+/// long one.
 class SpeechRecognizer
 {
 public:
     /// Loads the model in `modelFolder`, which takes some tenths of a second. `modelFolder` holds the
     /// acoustic model `en-us`, the language model `en-us.lm.bin` and the dictionary `cmudict-en-us.dict`.
-    /// Throws std::runtime_error with a message for a person when it cannot be loaded.
+    /// Throws std::runtime_error with a message for the user if it cannot be loaded.
     explicit SpeechRecognizer(const QString &modelFolder);
     ~SpeechRecognizer();
 
-    /// The words spoken in `samples` (16-bit mono at speechSampleRate), in lower case and separated by single
-    /// blanks; the empty string when there are none. Blocks for about a quarter of the recording's length.
-    /// Throws RecognitionStopped within a few seconds after `stop` was requested. May be called from any
-    /// thread.
+    /// The words in `samples` (16-bit mono at speechSampleRate), in lower case and separated by single
+    /// blanks. The empty string if there are none. Blocks for about a quarter of the recording's length.
+    /// Throws RecognitionStopped within a few seconds after a request to stop. Any thread may call it.
     QString recognize(std::span<const std::int16_t> samples, const std::stop_token &stop = {});
 
 private:

@@ -45,7 +45,7 @@ void refuse(httplib::Response &response, const Refusal &refusal)
     response.set_content(compactJson({{u"error"_s, error}}), jsonType);
 }
 
-/// What to say about a request that never came to be answered as a transcription.
+/// The error for a request that never reached the transcription.
 Refusal refusalOfStatus(const httplib::Request &request, int status)
 {
     if (status == 404 && request.path == path) {
@@ -78,7 +78,7 @@ void refuseEverythingElse(httplib::Server &server)
     });
 }
 
-// Without SO_REUSEPORT, which is the library's choice: two services must not share a port unnoticed.
+// Leaves out SO_REUSEPORT, which the library would set: two services must not share a port unnoticed.
 void setListenerOptions(int socket)
 {
     constexpr int on = 1;
@@ -91,7 +91,7 @@ SpeechServer::SpeechServer(SpeechRecognizer &recognizer)
     : m_recognizer(recognizer), m_server(std::make_unique<httplib::Server>())
 {
     m_server->set_socket_options(setListenerOptions);
-    // An idle connection would hold up the end of the service.
+    // An idle connection would delay the end of the service.
     m_server->set_keep_alive_max_count(1);
     m_server->Post(path,
                    [this](const httplib::Request &request, httplib::Response &response,

@@ -12,14 +12,14 @@ namespace
 
 using Fields = std::map<std::string, std::string>;
 
-// Reads to the end even when the form is refused, for the reason that discardBody() gives.
+// Reads to the end even if the form is refused; discardBody() explains why.
 Fields readFields(const httplib::ContentReader &read, std::size_t largest)
 {
     Fields fields;
     std::string *current = nullptr;
     std::size_t size = 0;
     const bool complete = read(
-        // The library calls the type otherwise in newer versions.
+        // Newer versions of the library have another name for this type.
         [&](const auto &part) {
             current = &fields[part.name];
             current->clear();

@@ -16,14 +16,14 @@ namespace kavrin
 
 enum class ResponseFormat { Json, Text };
 
-/// What a caller sends to have a recording transcribed.
+/// The form that a caller sends to get a recording transcribed.
 struct UploadForm {
     std::string file;
     ResponseFormat format = ResponseFormat::Json;
 };
 
 /// Why a request is not answered: an HTTP status, a sentence for the person who sent it, and the form field
-/// that is to blame, empty when none is.
+/// at fault (empty if there is none).
 class Refusal : public std::runtime_error
 {
 public:
@@ -41,11 +41,11 @@ private:
 };
 
 /// Reads the body of `request` to its end and keeps nothing of it. Closing a connection with unread input
-/// would reset it, and the answer would be lost on its way.
+/// would reset it, and the caller would not get the answer.
 void discardBody(const httplib::Request &request, const httplib::ContentReader &read);
 
-/// Reads the multipart form in the body of `request` to its end, keeping no more than `largest` bytes of it
-/// however many come. Throws Refusal when it is not such a form, is larger, or its fields do not ask for a
+/// Reads the multipart form in the body of `request` to its end, and keeps at most `largest` bytes of it,
+/// however many come. Throws Refusal if it is not such a form, is larger, or has fields that do not ask for a
 /// transcription.
 UploadForm readUploadForm(const httplib::Request &request, const httplib::ContentReader &read,
                           std::size_t largest);

@@ -35,8 +35,8 @@ void complain(const QString &message)
     printLine(stderr, u"kavrin-stt: "_s + message);
 }
 
-/// The signals that end the service. Blocked before the first thread starts, so that only waitForEnd() gets
-/// them.
+/// The signals that end the service. They are blocked before the first thread starts, so that only
+/// waitForEnd() gets them.
 sigset_t blockEndingSignals()
 {
     sigset_t signals;

@@ -11,7 +11,7 @@ namespace
 
 const Condition usesApi{u"dictMode"_s, u"api"_s};
 
-/// For the rows of one service.
+/// The conditions for the rows of one service.
 std::vector<Condition> uses(const QString &provider)
 {
     return {usesApi, {u"provider"_s, provider}};

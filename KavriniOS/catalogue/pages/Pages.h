@@ -32,7 +32,7 @@ inline Item actionInKeyboard(const QString &identifier, const QString &title)
     return {.key = identifier, .title = title, .kind = Action{identifier}, .onlyInKeyboard = true};
 }
 
-/// A choice whose labels are the stored values themselves.
+/// A choice with the stored values as its labels.
 inline Choice choiceOfValues(const QString &defaultValue, const std::vector<QString> &values)
 {
     Choice choice{defaultValue, {}};

@@ -19,7 +19,8 @@ QString modulePath(const QString &name)
 
 void *moduleEntry(const QString &module, const char *entry, const Error &failure)
 {
-    // All symbols now, in this thread, rather than each at its first use, while somebody begins to speak.
+    // Resolves all symbols now and in this thread, not each at its first use, which may be while somebody
+    // begins to speak.
     void *handle = dlopen(QFile::encodeName(module).constData(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     void *function = handle ? dlsym(handle, entry) : nullptr;
     if (!function) {

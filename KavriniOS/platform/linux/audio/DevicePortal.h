@@ -7,8 +7,8 @@
 namespace kavrin::DevicePortal
 {
 
-/// Asks whether this process may use the microphone; the portal may ask the user. True as well where no
-/// portal answers to this application: the sound server decides then. Main thread only.
+/// Asks whether this process may use the microphone; the portal may ask the user. Also true if no portal
+/// answers this application: the sound server decides then. Main thread only.
 QCoro::Task<bool> accessMicrophone();
 
 } // namespace kavrin::DevicePortal

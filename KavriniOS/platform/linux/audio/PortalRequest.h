@@ -13,8 +13,8 @@ namespace kavrin
 {
 
 /// One question to the desktop's portal (org.freedesktop.portal.Request). The answer is a signal of an object
-/// that the portal makes for the question; its path is agreed on beforehand, so that the answer cannot come
-/// before somebody listens. Main thread only.
+/// that the portal makes for the question. Both sides know its path in advance, so the answer cannot come
+/// before this object listens. Main thread only.
 class PortalRequest : public QObject
 {
     Q_OBJECT
@@ -31,10 +31,10 @@ public:
     /// The option "handle_token" of the question.
     [[nodiscard]] const QString &token() const { return m_token; }
 
-    /// Listens to the path that the portal gave, where it is not the one agreed on (before version 0.9).
+    /// Listens to the path that the portal gave, if it is not the expected one (before version 0.9).
     void follow(const QString &actualPath);
 
-    /// What the portal answers; granted when it vanishes first.
+    /// The portal's answer; `granted` if the portal vanishes first.
     [[nodiscard]] QFuture<uint> answer() const { return m_answer.future(); }
 
 private:

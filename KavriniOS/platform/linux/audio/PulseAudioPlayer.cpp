@@ -12,8 +12,8 @@ namespace
 
 constexpr pa_usec_t bufferDuration = 4 * PA_USEC_PER_SEC;
 
-// The server asks for more in steps of this size and lets its device sleep for half of what two steps leave
-// of the buffer, so this program and the server both wake about once a second.
+// The server asks for more in steps of this size, and its device sleeps for half of what two steps leave of
+// the buffer. So this program and the server both wake about once a second.
 constexpr pa_usec_t requestDuration = bufferDuration / 4;
 
 pa_sample_spec sampleSpec(const SoundFormat &format)
@@ -29,7 +29,7 @@ pa_buffer_attr playbackBuffer(const pa_sample_spec &format)
         return static_cast<std::uint32_t>(pa_usec_to_bytes(duration, &format));
     };
     constexpr auto serverDefault = static_cast<std::uint32_t>(-1);
-    // A sound shorter than the buffer starts at once too.
+    // A sound that is shorter than the buffer starts at once, too.
     const auto firstFrame = static_cast<std::uint32_t>(pa_frame_size(&format));
     return {.maxlength = serverDefault,
             .tlength = bytes(bufferDuration),
@@ -90,7 +90,7 @@ bool PulseAudioPlayer::play()
     handlers.ended = [] { };
     try {
         m_server->connect();
-        // The first write may come before the stream is in its place, but not while the lock is held.
+        // The first write may come before m_stream is set, but not while this thread holds the lock.
         const SoundServer::Lock lock(*m_server);
         m_stream = std::make_unique<SoundStream>(m_server, description, std::move(handlers));
     } catch (const Error &) {
@@ -106,7 +106,7 @@ bool PulseAudioPlayer::isPlaying() const
 
 void PulseAudioPlayer::write(pa_stream *stream, std::size_t bytes)
 {
-    // libpulse may lend less room than was asked for.
+    // libpulse may lend less room than this function asks for.
     while (bytes > 0) {
         void *room = nullptr;
         std::size_t size = bytes;
@@ -125,7 +125,8 @@ void PulseAudioPlayer::write(pa_stream *stream, std::size_t bytes)
     }
 }
 
-/// Fills `target` with the sound over and over; returns how many samples there were, fewer at the end only.
+/// Fills `target` with the sound, again and again. Returns the number of samples, which is smaller only at
+/// the end.
 std::size_t PulseAudioPlayer::fill(std::span<std::int16_t> target)
 {
     std::size_t filled = 0;

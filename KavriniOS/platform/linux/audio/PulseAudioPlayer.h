@@ -12,15 +12,15 @@
 namespace kavrin
 {
 
-/// Plays through the sound server's default sink. Four seconds are handed over in advance, so that a looping
-/// sound wakes the machine as seldom as can be; a change of volume is heard after what is already on its way.
-/// While the server holds the sink back the sound is not playing; it goes on by itself afterwards.
+/// Plays through the sound server's default sink. It hands over four seconds in advance, so that a looping
+/// sound wakes the machine as rarely as possible. A change of volume is heard after those. The sound does not
+/// play while the server suspends the sink, and continues by itself afterwards.
 class PulseAudioPlayer final : public AudioPlayer
 {
 public:
     static MakeAudioPlayer factory(std::shared_ptr<SoundServer> server);
 
-    /// Throws Error "audio" where `wav` cannot be read.
+    /// Throws Error "audio" if `wav` cannot be read.
     PulseAudioPlayer(std::shared_ptr<SoundServer> server, const QByteArray &wav);
     ~PulseAudioPlayer() override;
 
@@ -40,7 +40,7 @@ private:
     std::shared_ptr<SoundServer> m_server;
     Sound m_sound;
 
-    // Below: with the server's lock held.
+    // The members below need the server's lock.
     int m_loops = 0;
     int m_loopsLeft = 0;
     float m_volume = 1;

@@ -22,12 +22,12 @@ namespace
 
 constexpr auto patience = 500ms;
 
-// Short enough to be ready within a few hundredths of a second, long enough to wake the machine rarely.
+// Short enough to be ready within a few hundredths of a second, and long enough to wake the machine rarely.
 constexpr pa_usec_t fragmentDuration = 20 * PA_USEC_PER_MSEC;
 
 constexpr std::array<float, 1024> silence{};
 
-/// Knows nothing of the recorder, which may be gone when it resumes.
+/// Holds no recorder, because that may no longer exist when this resumes.
 QCoro::Task<bool> result(QFuture<bool> future)
 {
     co_return co_await future;
@@ -168,7 +168,7 @@ void PulseAudioRecorder::read(pa_stream *stream)
         if (data) {
             take(std::span(static_cast<const float *>(data), samples));
         } else {
-            // What the server left out becomes silence, so that the rest keeps its place in time.
+            // Samples that the server left out become silence, so that the rest keeps its place in time.
             for (std::size_t done = 0; done < samples; done += silence.size()) {
                 take(std::span(silence).first(std::min(silence.size(), samples - done)));
             }

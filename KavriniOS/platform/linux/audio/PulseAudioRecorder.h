@@ -17,11 +17,12 @@
 namespace kavrin
 {
 
-/// Records from the sound server's default source. Samples are encoded and written on the sound thread as
-/// they arrive, so nothing grows with the length of the recording but its file. It records once: after
-/// stop(), or after the server went away, record() gives false.
+/// Records from the sound server's default source. The sound thread encodes and writes samples as they
+/// arrive, so only the file grows with the length of the recording. A recorder records once: record() gives
+/// false after stop(), and after the server went away.
 ///
-/// A file that can no longer be written (a full disk) keeps what it holds; the recording goes on without it.
+/// A file that can no longer be written (a full disk) keeps what it holds. The recording continues without
+/// it.
 class PulseAudioRecorder final : public AudioRecorder
 {
 public:
@@ -35,8 +36,8 @@ public:
     PulseAudioRecorder(const PulseAudioRecorder &) = delete;
     PulseAudioRecorder &operator=(const PulseAudioRecorder &) = delete;
 
-    /// Connects to the server first where the connection was lost, which may take up to two seconds. The task
-    /// outlives the recorder: it gives false when the recorder is destroyed first.
+    /// Connects to the server first if the connection was lost, which may take up to two seconds. The task
+    /// may outlive the recorder: it gives false if the recorder is destroyed first.
     QCoro::Task<bool> record() override;
     void stop() override;
     [[nodiscard]] bool isRecording() const override;
@@ -55,15 +56,15 @@ private:
     std::shared_ptr<SoundServer> m_server;
     int m_sampleRate;
     int m_channels;
-    QTimer m_patience; ///< with the first samples
+    QTimer m_patience; ///< waits for the first samples
     std::vector<float> m_averagePower; ///< of each channel, at the last update
 
-    // Below: with the server's lock held.
+    // The members below need the server's lock.
     std::unique_ptr<SoundFileWriter> m_writer;
     SoundLevel m_level;
     bool m_metering = false;
     bool m_stopped = false;
-    QPromise<bool> m_firstSamples; ///< what record() gives
+    QPromise<bool> m_firstSamples; ///< the result of record()
     bool m_answered = false;
     bool m_endedEarly = false;
     std::unique_ptr<SoundStream> m_stream;

@@ -13,18 +13,18 @@ namespace kavrin
 
 /// The session with the user's sound server.
 ///
-/// Without MixWithOthers streams opened from then on are announced as calls (media.role "phone"), which makes
-/// the server quieten or pause other sound where it is set up to. AllowBluetooth and DefaultToSpeaker change
-/// nothing: the server uses the devices that the user has chosen.
+/// Without MixWithOthers, streams opened from then on are announced as calls (media.role "phone"). A server
+/// that is set up for it then makes other sound quieter or pauses it. AllowBluetooth and DefaultToSpeaker
+/// change nothing: the server uses the devices that the user has chosen.
 ///
-/// An interruption is a stream of this application that the server suspends and resumes, and the machine's
-/// sleep. Moves to another device and restarts of the server are none.
+/// Two things are interruptions: the server suspends and resumes a stream of this application, and the
+/// machine sleeps. Moves to another device and restarts of the server are not.
 class PulseAudioSession final : public AudioSession
 {
     Q_OBJECT
 
 public:
-    /// Inside a sandbox, where `sandboxMark` exists, the desktop's portal is asked for permission.
+    /// In a sandbox, which `sandboxMark` shows by existing, it asks the desktop's portal for permission.
     explicit PulseAudioSession(std::shared_ptr<SoundServer> server,
                                QString sandboxMark = QStringLiteral("/.flatpak-info"),
                                QObject *parent = nullptr);

@@ -20,7 +20,7 @@ constexpr double low = 587.33; // hertz, D5
 constexpr double high = 880; // hertz, A5
 constexpr double loudness = 0.25;
 
-/// A tone gliding from one pitch to another under a bell-shaped envelope, which starts and ends it softly.
+/// A tone that glides from one pitch to another. A bell-shaped envelope starts and ends it softly.
 Samples glide(double from, double to)
 {
     Samples samples(length);
@@ -34,7 +34,7 @@ Samples glide(double from, double to)
     return samples;
 }
 
-/// The sounds live as long as the process, so a stream may play them when nobody owns it.
+/// The sounds live as long as the process, so a stream without an owner may play them.
 const Samples &samplesOf(SystemSound::Id sound)
 {
     static const Samples begin = glide(low, high);
@@ -57,7 +57,7 @@ void handOver(pa_stream *stream, const Samples &samples)
     }
 }
 
-/// The stream owns itself until it has ended, whichever way.
+/// The stream owns itself until it ends, for whatever reason.
 void stateChanged(pa_stream *stream, void *samples)
 {
     switch (pa_stream_get_state(stream)) {

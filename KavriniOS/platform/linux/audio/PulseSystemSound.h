@@ -10,7 +10,7 @@ namespace kavrin
 {
 
 /// Two soft tones of an eighth of a second, made here: a rising one for the beginning, a falling one for the
-/// end. They are heard even when this object is gone, as long as the server connection stays. Without a
+/// end. They play on when this object is destroyed, as long as the connection to the server stays. Without a
 /// server there is no sound.
 class PulseSystemSound final : public SystemSound
 {

@@ -7,7 +7,7 @@ namespace kavrin
 {
 
 /// Tells when the machine goes to sleep and when it is awake again, as logind announces it on the system bus
-/// (org.freedesktop.login1.Manager, PrepareForSleep). Where there is no logind it says nothing.
+/// (org.freedesktop.login1.Manager, PrepareForSleep). Without logind it tells nothing.
 class SleepMonitor : public QObject
 {
     Q_OBJECT

@@ -19,11 +19,11 @@ public:
     void add(std::span<const float> samples);
 
     /// The mean power of each channel over the samples added since the last call, in decibels relative to
-    /// full scale; empty where there were none.
+    /// full scale. Empty if there were none.
     std::vector<float> take();
 
 private:
-    std::vector<double> m_squares; ///< the sum of each channel's
+    std::vector<double> m_squares; ///< the sum of squares of each channel
     std::size_t m_frames = 0;
 };
 

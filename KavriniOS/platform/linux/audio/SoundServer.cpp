@@ -31,8 +31,8 @@ pa_context *newContext(pa_mainloop_api *loop)
     return context;
 }
 
-/// Wakes whoever waits on a server's loop when the time is over. The lock must be held from before it is made
-/// until after it is gone.
+/// Wakes the thread that waits on a server's loop when the time is over. The caller must hold the lock during
+/// the whole life of this object.
 class TimeLimit
 {
 public:
@@ -52,7 +52,7 @@ public:
     TimeLimit(const TimeLimit &) = delete;
     TimeLimit &operator=(const TimeLimit &) = delete;
 
-    /// Without a timer nothing would ever wake the waiting thread, so the time counts as over.
+    /// Without a timer nothing would ever wake the waiting thread, so the time then counts as over.
     [[nodiscard]] bool isOver() const { return m_over || !m_timer; }
 
 private:
@@ -156,11 +156,11 @@ void SoundServer::beginConnecting()
         throw soundError(u"out of memory"_s);
     }
     pa_context_set_state_callback(m_context, &contextChanged, this);
-    // Whether it failed at once is seen from the context's state.
+    // The context's state tells whether this failed at once.
     pa_context_connect(m_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
 }
 
-/// Ends what streams there are; the ones that nobody owns free themselves.
+/// Ends all streams. Those that have no owner free themselves.
 void SoundServer::disconnect()
 {
     if (m_context) {

@@ -14,39 +14,40 @@
 namespace kavrin
 {
 
-/// The one connection to the user's sound server (PulseAudio, or PipeWire in its place) and the thread that
-/// serves it. Made on first use and kept; after the server went away the next use connects again. A
+/// The only connection to the user's sound server (PulseAudio, or PipeWire in its place), and the thread that
+/// serves it. It is made on first use and kept. After the server went away, the next use connects again. A
 /// connection without streams keeps no device awake.
 ///
-/// Streams and everything else of libpulse belong to the lock: the sound thread holds it while it runs
-/// callbacks, every other thread takes it with SoundServer::Lock, which nests. Callbacks run on the sound
-/// thread and call no object of another thread except by posting to it.
+/// A lock protects streams and everything else of libpulse. The sound thread holds it while it runs
+/// callbacks. Every other thread takes it with SoundServer::Lock, which nests. Callbacks run on the sound
+/// thread; they reach an object of another thread only by posting to it.
 class SoundServer
 {
 public:
     class Lock;
 
-    /// Throws Error "audio" where the system has no room for another event loop.
+    /// Throws Error "audio" if the system has no room for another event loop.
     SoundServer();
 
-    /// Every stream on it must be gone. Not on the sound thread.
+    /// All of its streams must be destroyed before. Not on the sound thread.
     ~SoundServer();
 
     SoundServer(const SoundServer &) = delete;
     SoundServer &operator=(const SoundServer &) = delete;
 
-    /// Waits until the server is reached, for two seconds at most; at once where it is. Throws Error "audio".
+    /// Waits until the server is reached: at once if it is, and at most two seconds. Throws Error "audio".
     /// Not on the sound thread.
     void connect();
 
-    /// Runs `work` on the sound thread once the server is reached, or at once on this thread where it is;
-    /// never where it cannot be. Does not wait. The lock is held meanwhile. Not on the sound thread.
+    /// Runs `work` on the sound thread when the server is reached. If it is reached already, runs `work` at
+    /// once on this thread; if it cannot be reached, never. Does not wait. `work` runs with the lock held.
+    /// Not on the sound thread.
     void whenConnected(std::function<void(pa_context *)> work);
 
-    /// What new streams are for, in the server's words ("phone"); empty says nothing.
+    /// The purpose of new streams, in the server's words ("phone"); empty for none.
     void setMediaRole(const QByteArray &role);
 
-    /// With the lock held:
+    /// The functions below need the lock.
     [[nodiscard]] pa_context *context() const { return m_context; } ///< null before the first connection
     [[nodiscard]] const QByteArray &mediaRole() const { return m_mediaRole; }
 

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Closes a stream that nobody owns any more, once the server has opened it.
+/// Closes a stream that has lost its owner, when the server has opened it.
 void closeWhenOpened(pa_stream *stream, void * /*unused*/)
 {
     switch (pa_stream_get_state(stream)) {
@@ -62,7 +62,7 @@ void SoundStream::open(const Description &description)
     if (m_stream) {
         pa_stream_set_state_callback(m_stream, &stateChanged, this);
         pa_stream_set_suspended_callback(m_stream, &suspensionChanged, this);
-        // A stream that was moved away from a suspended device has its sound back.
+        // A stream that moves away from a suspended device has its sound again.
         pa_stream_set_moved_callback(m_stream, &suspensionChanged, this);
         if (m_direction == Direction::Capture) {
             pa_stream_set_read_callback(m_stream, &transferable, this);
@@ -98,7 +98,8 @@ void SoundStream::close()
     pa_stream_set_write_callback(m_stream, nullptr, nullptr);
     pa_stream *stream = std::exchange(m_stream, nullptr);
     if (pa_stream_get_state(stream) == PA_STREAM_CREATING) {
-        // libpulse would only forget it, and the server keep the device in use until the connection ends.
+        // libpulse would only forget the stream, and the server would keep the device in use until the
+        // connection ends.
         pa_stream_set_state_callback(stream, &closeWhenOpened, nullptr);
         return;
     }

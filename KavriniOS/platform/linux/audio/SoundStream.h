@@ -12,22 +12,23 @@
 namespace kavrin
 {
 
-/// One stream of samples from or to the default device of a sound server. Closed when destroyed; no handler
-/// runs after that. Used from any thread but the sound thread, where its handlers run.
+/// One stream of samples from or to the default device of a sound server. Destroying it closes it; no handler
+/// runs after that. Any thread may use it except the sound thread, on which its handlers run.
 class SoundStream
 {
 public:
     enum class Direction { Capture, Playback };
 
-    /// Run on the sound thread with the server's lock held.
+    /// These run on the sound thread with the server's lock held.
     struct Handlers {
-        /// So many bytes can be read from the stream, or written to it.
+        /// `bytes` bytes can be read from the stream, or written to it.
         std::function<void(pa_stream *stream, std::size_t bytes)> transfer;
         /// The stream has ended: drained, refused by the server, or gone with it.
         std::function<void()> ended;
     };
 
-    /// What a stream is: the name that a mixer shows, the samples, and libpulse's buffer sizes.
+    /// The properties of a stream: the name that a mixer shows, the sample format, and libpulse's buffer
+    /// sizes.
     struct Description {
         Direction direction;
         const char *name;
@@ -35,24 +36,25 @@ public:
         pa_buffer_attr buffer;
     };
 
-    /// Opens the stream; whether the server accepts it is told by the handlers. With the server connected and
-    /// its lock held. Throws Error "audio".
+    /// Opens the stream. The handlers tell whether the server accepts it. The server must be connected, and
+    /// the caller must hold its lock. Throws Error "audio".
     SoundStream(std::shared_ptr<SoundServer> server, const Description &description, Handlers handlers);
     ~SoundStream();
 
     SoundStream(const SoundStream &) = delete;
     SoundStream &operator=(const SoundStream &) = delete;
 
-    /// Neither failed nor ended.
+    /// Whether the stream has neither failed nor ended.
     [[nodiscard]] bool isAlive() const;
 
-    /// The server holds the stream's device back.
+    /// Whether the server has suspended the stream's device.
     [[nodiscard]] bool isSuspended() const;
 
-    /// Runs the transfer handler with what can be transferred now. Only with the server's lock held.
+    /// Runs the transfer handler with the bytes that can be transferred now. Only with the server's lock
+    /// held.
     void transferNow();
 
-    /// Ends the stream when all that was written has been heard. Only with the server's lock held.
+    /// Ends the stream when everything that was written has been heard. Only with the server's lock held.
     void endWhenDrained();
 
 private:

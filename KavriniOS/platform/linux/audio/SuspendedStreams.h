@@ -10,8 +10,8 @@ struct pa_stream;
 namespace kavrin
 {
 
-/// Which of this application's streams the sound server has suspended. The functions are called on the sound
-/// thread or with the server's lock held; receivers of the signal hear it on their own thread.
+/// The streams of this application that the sound server has suspended. Call the functions on the sound
+/// thread or with the server's lock held. Receivers get the signal on their own thread.
 class SuspendedStreams : public QObject
 {
     Q_OBJECT
@@ -21,11 +21,11 @@ public:
 
     void update(pa_stream *stream, bool suspended);
 
-    /// The stream is closed. Says nothing: that a closed stream is not suspended does not give sound back.
+    /// The stream is closed. Sends no signal: the end of a suspended stream does not give sound back.
     void forget(pa_stream *stream);
 
 Q_SIGNALS:
-    /// The first stream was suspended (true), or the last one resumed (false).
+    /// The first stream was suspended (true), or the last suspended one resumed (false).
     void changed(bool suspended);
 
 private:

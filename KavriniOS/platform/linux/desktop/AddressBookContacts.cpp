@@ -87,7 +87,7 @@ void AddressBookContacts::settle(AuthorizationStatus status)
 {
     m_status = status;
     if (status != Status::Restricted) {
-        // Where it is not stored, the next process asks again.
+        // If this cannot be stored, the next process asks again.
         std::ignore = UserDefaults::standard().set(statusKey, qint64(status));
     }
 }

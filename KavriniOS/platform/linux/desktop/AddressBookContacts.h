@@ -13,11 +13,11 @@
 namespace kavrin
 {
 
-/// The address book of Evolution Data Server, which the session bus starts when it is first asked for. That
-/// it can be reached is the permission to read it: outside a sandbox the user is asked nothing.
+/// The address book of Evolution Data Server, which the session bus starts when it is first needed. An
+/// address book that can be reached may be read: outside a sandbox, nothing asks the user.
 ///
-/// The answer is remembered in the application's own defaults, under "contactsAuthorization". That there is
-/// no address book is not: it may be installed before the next start.
+/// The application's own defaults keep a positive answer under "contactsAuthorization". They do not keep that
+/// there is no address book, because the user may install one before the next start.
 class AddressBookContacts : public QObject, public Contacts
 {
     Q_OBJECT
@@ -28,8 +28,8 @@ public:
 
     [[nodiscard]] AuthorizationStatus authorizationStatus() const override;
 
-    /// Asks once: where the status has settled it stays. `completion` is called from the event loop, unless
-    /// this object is destroyed before.
+    /// Asks once: a settled status does not change. The event loop calls `completion`, unless this object is
+    /// destroyed before.
     void requestAccess(std::function<void()> completion) override;
 
 private:
@@ -38,8 +38,8 @@ private:
     void complete();
 
     QDBusConnection m_bus;
-    std::optional<AuthorizationStatus> m_status; ///< once it has settled in this process
-    std::vector<std::function<void()>> m_completions; ///< of the request that is under way
+    std::optional<AuthorizationStatus> m_status; ///< set when it has settled in this process
+    std::vector<std::function<void()>> m_completions; ///< of the request that is running
 };
 
 } // namespace kavrin

@@ -28,7 +28,7 @@ QString environmentToken()
     return token.isEmpty() ? qEnvironmentVariable("DESKTOP_STARTUP_ID") : token;
 }
 
-// Read before main(), because QGuiApplication takes it out of the environment.
+// Read before main(), because QGuiApplication removes it from the environment.
 const QString launchToken = environmentToken();
 
 QString tokenOf(const QVariantMap &platformData)

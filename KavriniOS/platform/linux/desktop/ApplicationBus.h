@@ -13,12 +13,12 @@
 namespace kavrin
 {
 
-/// The one running instance of the application, to which desktops and later launches hand over what they
-/// want of it: org.freedesktop.Application on the session bus, see "D-Bus Activation" in
+/// The one running instance of the application. Desktops and later launches hand their requests over to it:
+/// org.freedesktop.Application on the session bus, see "D-Bus Activation" in
 /// https://specifications.freedesktop.org/desktop-entry-spec/latest/. Main thread only.
 ///
-/// The activation tokens are what the compositor or the window manager wants to see before it lets a window
-/// come to the front; empty where the caller had none.
+/// The compositor or the window manager asks for an activation token before it lets a window come to the
+/// front. It is empty if the caller had none.
 class ApplicationBus : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -26,9 +26,9 @@ class ApplicationBus : public QObject, protected QDBusContext
 
 public:
     enum class Claim {
-        First, ///< this process is the instance, and is told what is wanted
-        Taken, ///< another one is: see handOver()
-        NoBus, ///< there is no bus that takes the name, so nobody can know
+        First, ///< this process is the instance and gets the requests
+        Taken, ///< another process is the instance: see handOver()
+        NoBus, ///< no bus can register the name, so nobody can know
     };
     Q_ENUM(Claim)
 
@@ -44,17 +44,17 @@ public:
     /// Gives the name back now: the next launch becomes the instance.
     void release();
 
-    /// Becomes the instance where there is none. Nothing that is sent from then on is lost, if the signals
-    /// are connected before the event loop runs.
+    /// Becomes the instance if there is none. No request from then on is lost if the signals are connected
+    /// before the event loop runs.
     [[nodiscard]] Claim claim();
 
-    /// Whoever wants the application to come to the front is told `reason` instead, from now on.
+    /// From now on, answers every request to come to the front with the error `reason`.
     void refuseToActivate(const QString &reason) { m_refusal = reason; }
 
-    /// Gives the instance these URLs to open, or asks it to come to the front where there are none, with the
-    /// activation token that this process has been launched with (XDG_ACTIVATION_TOKEN or
-    /// DESKTOP_STARTUP_ID of its environment). Waits for the answer. Does not start one. Returns the empty
-    /// string, or in words for a person why that failed.
+    /// Gives the instance these URLs to open. Without URLs, asks it to come to the front. Hands over the
+    /// activation token with which this process was launched (XDG_ACTIVATION_TOKEN or DESKTOP_STARTUP_ID of
+    /// its environment). Waits for the answer. Starts no instance. Returns the empty string, or why that
+    /// failed, in words for the user.
     static QString handOver(const QStringList &urls,
                             std::chrono::milliseconds timeout = std::chrono::seconds(5),
                             const QString &name = defaultName(),
@@ -67,19 +67,19 @@ public:
                                             const QVariantMap &platformData);
 
 Q_SIGNALS:
-    /// The application is to come to the front.
+    /// The application must come to the front.
     void activated(const QString &activationToken);
 
-    /// It is to open URLs, given exactly as they came.
+    /// The application must open URLs, which are unchanged.
     void openRequested(const QStringList &urls, const QString &activationToken);
 
-    /// It is to do one of the actions of its desktop entry.
+    /// The application must run an action of its desktop entry.
     void actionRequested(const QString &name, const QVariantList &parameters, const QString &activationToken);
 
 private:
     QString m_name;
     QDBusConnection m_bus;
-    QString m_refusal; ///< empty where it activates
+    QString m_refusal; ///< empty if it comes to the front
 };
 
 } // namespace kavrin

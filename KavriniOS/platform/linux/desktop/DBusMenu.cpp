@@ -18,7 +18,7 @@ constexpr int root = 0;
 
 const QString labelKey = u"label"_s;
 
-/// A single underscore would mark a key for the entry.
+/// Doubles underscores: a single one would mark a key for the entry.
 QString label(const QString &title)
 {
     return QString(title).replace(u'_', u"__"_s);
@@ -132,7 +132,7 @@ bool DBusMenu::AboutToShow(int id)
     if (!has(id)) {
         refuse();
     }
-    return false; // nothing to fetch anew: each change has been told
+    return false; // nothing to fetch again: signals have told each change
 }
 
 QList<int> DBusMenu::AboutToShowGroup(const QList<int> &ids, QList<int> &idErrors)
@@ -148,7 +148,7 @@ QList<int> DBusMenu::AboutToShowGroup(const QList<int> &ids, QList<int> &idError
     return {};
 }
 
-/// Other events tell that it is pointed at, opened or closed.
+/// Ignores the events that tell that an item is hovered, opened or closed.
 void DBusMenu::take(int id, const QString &event)
 {
     if (id != root && event == u"clicked") {

@@ -13,9 +13,10 @@ namespace kavrin
 
 /// A menu of one level that a panel draws: version 3 of com.canonical.dbusmenu
 /// (https://github.com/AyatanaIndicators/libdbusmenu/blob/main/libdbusmenu-glib/dbus-menu.xml). The item 0
-/// holds the entries, which are numbered from 1 on. What has its default ("enabled", "visible") is not sent.
+/// holds the entries, which have numbers from 1 on. Properties that have their default ("enabled", "visible")
+/// are not sent.
 ///
-/// Any program may call it, with anything: a call that names no item that exists is answered with an error.
+/// Any program may call it with any arguments: a call that names only items that do not exist gets an error.
 /// Main thread only.
 class DBusMenu : public QObject, protected QDBusContext
 {
@@ -27,10 +28,10 @@ class DBusMenu : public QObject, protected QDBusContext
     Q_PROPERTY(QStringList IconThemePath READ iconThemePath CONSTANT)
 
 public:
-    /// Empty at first. To be exported with what is scriptable.
+    /// Makes an empty menu. Export it with its scriptable members.
     DBusMenu();
 
-    /// The entries' titles from now on, shown to the letter.
+    /// Sets the titles of the entries, which are shown to the letter.
     void setTitles(const QStringList &titles);
 
     [[nodiscard]] uint version() const { return 3; }
@@ -38,8 +39,8 @@ public:
     [[nodiscard]] QString status() const { return QStringLiteral("normal"); }
     [[nodiscard]] QStringList iconThemePath() const { return {}; }
 
-    /// The interface as other programs call it. No property names stand for all of them, no ids for all
-    /// items, and a negative depth for all levels.
+    /// The interface as other programs call it. An empty list of property names means all of them, an empty
+    /// list of ids means all items, and a negative depth means all levels.
     Q_SCRIPTABLE Q_SLOT uint GetLayout(int parentId, int recursionDepth, const QStringList &propertyNames,
                                        kavrin::DBusMenuLayout &layout);
     Q_SCRIPTABLE Q_SLOT QList<kavrin::DBusMenuProperties>
@@ -51,7 +52,7 @@ public:
     Q_SCRIPTABLE Q_SLOT QList<int> AboutToShowGroup(const QList<int> &ids, QList<int> &idErrors);
 
 Q_SIGNALS:
-    /// An entry was chosen; the first is 0.
+    /// The user has chosen an entry; the first is 0.
     void chosen(int entry);
 
     Q_SCRIPTABLE void ItemsPropertiesUpdated(const QList<kavrin::DBusMenuProperties> &updatedProps,

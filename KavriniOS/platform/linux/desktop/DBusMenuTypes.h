@@ -9,11 +9,11 @@
 #include <QVariantList>
 #include <QVariantMap>
 
-/// What goes over D-Bus in the signals and methods of DBusMenu.h.
+/// The types in the signals and methods of DBusMenu.h.
 namespace kavrin
 {
 
-/// (ia{sv}av): an item with those below it, each of them again a DBusMenuLayout.
+/// (ia{sv}av): an item and the items below it, each of which is again a DBusMenuLayout.
 struct DBusMenuLayout {
     int id = 0;
     QVariantMap properties;

@@ -8,7 +8,7 @@
 namespace kavrin
 {
 
-/// A struct that goes over D-Bus as a structure of its fields, in their order:
+/// A struct that D-Bus transfers as a structure of its fields, in their order:
 ///
 ///     struct Size {
 ///         int width = 0;
@@ -17,8 +17,8 @@ namespace kavrin
 ///         static auto fields(auto &self) { return std::tie(self.width, self.height); }
 ///     };
 ///
-/// Once qDBusRegisterMetaType() knows it, exported slots, signals and properties may have it, under its full
-/// name (`kavrin::Size`), because Qt looks types up by how they are spelt there.
+/// After a call of qDBusRegisterMetaType() for it, exported slots, signals and properties may use it. They
+/// must use its full name (`kavrin::Size`), because Qt looks types up by their spelling there.
 template <typename T>
 concept DBusStructure = requires(T &value) { T::fields(value); };
 

@@ -56,7 +56,7 @@ void DesktopNotifications::show(const QString &title, const QString &text, const
     }
 }
 
-/// Only from the first notification on: most runs of the application show none.
+/// Called before the first notification and not at the start: most runs of the application show none.
 void DesktopNotifications::listen()
 {
     if (std::exchange(m_isListening, true)) {
@@ -66,7 +66,7 @@ void DesktopNotifications::listen()
     m_bus.connect(service, path, service, u"ActivationToken"_s, this, SLOT(onActivationToken(uint, QString)));
 }
 
-/// One after the other, because the next one replaces what the server has numbered.
+/// Sends one after the other, because the next one needs the number that the server gives this one.
 QCoro::Task<> DesktopNotifications::sendWanted()
 {
     const QPointer<DesktopNotifications> self(this);
@@ -80,7 +80,7 @@ QCoro::Task<> DesktopNotifications::sendWanted()
         notify << QGuiApplication::applicationDisplayName() << m_shown << QGuiApplication::desktopFileName()
                << notice.title << body << QStringList{defaultAction, notice.action}
                << QVariantMap{{u"desktop-entry"_s, QGuiApplication::desktopFileName()}}
-               << -1; // shown as long as the server shows its notifications
+               << -1; // shown as long as the server shows notifications
         const QDBusPendingCall sent = m_bus.asyncCall(notify, int(patience.count()));
         const QDBusMessage answer = co_await sent;
         if (self) {

@@ -36,11 +36,11 @@ private:
     Q_SLOT void onActivationToken(uint notification, const QString &token);
 
     QDBusConnection m_bus;
-    std::optional<Notice> m_wanted; ///< until it is sent
+    std::optional<Notice> m_wanted; ///< empty when it is sent
     bool m_isSending = false;
     bool m_isListening = false;
-    uint m_shown = 0; ///< its number; 0 where there is none
-    QString m_activationToken; ///< comes before the action that it is for
+    uint m_shown = 0; ///< its number; 0 if there is none
+    QString m_activationToken; ///< comes before the action that it belongs to
 };
 
 } // namespace kavrin

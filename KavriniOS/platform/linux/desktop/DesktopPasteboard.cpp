@@ -18,7 +18,7 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// How long whoever has set the clipboard may take to hand it over.
+/// How long the clipboard's owner may take to hand it over.
 constexpr std::chrono::milliseconds patience = 5s;
 
 void setOwnClipboard(const QString &text)
@@ -49,7 +49,7 @@ QCoro::Task<QString> textFromWlPaste()
 
 void DesktopPasteboard::setString(const QString &text)
 {
-    // Even a window that has the focus may not set the clipboard before it has had a click or a key.
+    // Not even a window that has the focus may set the clipboard before it has had a click or a key.
     if (isUnderWayland()) {
         setThroughWlCopy(text);
     } else {
@@ -60,7 +60,7 @@ void DesktopPasteboard::setString(const QString &text)
 void DesktopPasteboard::setSecret(const QString &text)
 {
     endWlCopy();
-    auto *data = new QMimeData; // the clipboard's from then on
+    auto *data = new QMimeData; // the clipboard owns it from here on
     data->setText(text);
     data->setData(u"x-kde-passwordManagerHint"_s, "secret");
     QGuiApplication::clipboard()->setMimeData(data);
@@ -88,7 +88,7 @@ void DesktopPasteboard::setThroughWlCopy(const QString &text)
                              process->deleteLater();
                          }
                      });
-    // wl-copy leaves a child that serves the clipboard; it must not keep this end of a pipe open.
+    // wl-copy leaves a child that serves the clipboard. The child must not keep this end of a pipe open.
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
     process->start(u"wl-copy"_s, {u"--type"_s, u"text/plain;charset=utf-8"_s});
@@ -96,7 +96,7 @@ void DesktopPasteboard::setThroughWlCopy(const QString &text)
     process->closeWriteChannel();
 }
 
-/// The text that came before must not be set after the next one.
+/// Ends the process of the previous text: it must not set that text after the next one.
 void DesktopPasteboard::endWlCopy()
 {
     if (m_wlCopy) {

@@ -11,10 +11,10 @@ namespace kavrin
 
 /// The desktop's clipboard. Needs the QGuiApplication.
 ///
-/// Under Wayland a window may set the clipboard only in answer to a click or a key. Ordinary text goes
+/// Under Wayland a window may set the clipboard only in answer to a click or a key. So ordinary text goes
 /// through `wl-copy` (of wl-clipboard) there, which may set it at any time. A secret does not, because
-/// `wl-copy` offers a text without the type that marks it: "x-kde-passwordManagerHint", which is "secret".
-/// Only a window that has the focus may read the clipboard, so that is left to `wl-paste`.
+/// `wl-copy` offers a text without the type that marks a secret: "x-kde-passwordManagerHint", with the value
+/// "secret". Only a window that has the focus may read the clipboard, so `wl-paste` reads it.
 class DesktopPasteboard : public Pasteboard
 {
 public:
@@ -26,7 +26,7 @@ private:
     void setThroughWlCopy(const QString &text);
     void endWlCopy();
 
-    QPointer<QProcess> m_wlCopy; ///< as long as it has not set the clipboard
+    QPointer<QProcess> m_wlCopy; ///< until it has set the clipboard
 };
 
 } // namespace kavrin

@@ -32,7 +32,7 @@ BackgroundTasks::Identifier LogindBackgroundTasks::begin(const QString &name,
     const Identifier task = ++m_last;
     m_tasks[task].expirationHandler = std::move(expirationHandler);
     if (!m_bus.isConnected()) {
-        // A call would never be answered, and its watcher would stay for good.
+        // Nobody would answer a call, and its watcher would stay for good.
         return task;
     }
 
@@ -43,7 +43,7 @@ BackgroundTasks::Identifier LogindBackgroundTasks::begin(const QString &name,
         watcher->deleteLater();
         const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
         const auto running = m_tasks.find(task);
-        // The task may have ended meanwhile; then the lock goes with the reply.
+        // The task may have ended in the meantime. The lock then goes with the reply.
         if (reply.isValid() && running != m_tasks.end()) {
             running->second.lock = reply.value();
         }
@@ -63,7 +63,7 @@ void LogindBackgroundTasks::onPrepare(bool begins)
     }
     const std::map<Identifier, Task> tasks = m_tasks;
     for (const auto &[identifier, task] : tasks) {
-        // The handler of one task may have ended another.
+        // One task's handler may have ended another task.
         if (m_tasks.contains(identifier)) {
             task.expirationHandler();
         }

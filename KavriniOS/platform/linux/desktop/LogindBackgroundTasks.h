@@ -12,8 +12,8 @@
 namespace kavrin
 {
 
-/// Delays suspend and shutdown through logind's inhibitor locks
-/// (https://systemd.io/INHIBITOR_LOCKS/). Where there is no logind, nothing is delayed.
+/// Delays suspend and shutdown through logind's inhibitor locks (https://systemd.io/INHIBITOR_LOCKS/).
+/// Without logind it delays nothing.
 class LogindBackgroundTasks : public QObject, public BackgroundTasks
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ private:
 
     struct Task {
         std::function<void()> expirationHandler;
-        QDBusUnixFileDescriptor lock; ///< held until it is closed
+        QDBusUnixFileDescriptor lock; ///< held as long as it is open
     };
 
     QDBusConnection m_bus;

@@ -27,7 +27,7 @@ const QString appearance = u"org.freedesktop.appearance"_s;
 const QString colorSchemeKey = u"color-scheme"_s;
 const QString accentColorKey = u"accent-color"_s;
 
-// Of "color-scheme"; any other value is no preference.
+// A value of "color-scheme". Any other value is no preference for dark.
 constexpr uint dark = 1;
 constexpr uint light = 2;
 
@@ -42,7 +42,7 @@ bool isPaletteDark()
     return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
 }
 
-/// None where a part is outside 0 to 1, which is how the portal says that there is no accent colour.
+/// None if a part is outside 0 to 1: the portal says in this way that there is no accent colour.
 std::optional<QColor> color(const QVariant &value)
 {
     const auto argument = value.value<QDBusArgument>();
@@ -68,7 +68,7 @@ PortalAppearance::PortalAppearance(QDBusConnection bus) : m_bus(std::move(bus))
     if (!m_bus.isConnected()) {
         return;
     }
-    // Until something registers it, connect() does not find a slot that takes it.
+    // connect() finds no slot with this type before it is registered.
     qRegisterMetaType<QDBusVariant>();
     m_bus.connect(service, path, interface, u"SettingChanged"_s, this,
                   SLOT(onSettingChanged(QString, QString, QDBusVariant)));
@@ -118,7 +118,7 @@ void PortalAppearance::take(QDBusPendingCallWatcher *answer)
         m_settings = settings.value(appearance);
         settle();
     } else if (isFirst && answer->error().type() == QDBusError::NoReply) {
-        // A portal that is still starting; nobody waits any more, so it may take its time.
+        // The portal is still starting. Nobody waits any more, so it may take its time.
         ask(usualTimeout);
     }
 }

@@ -12,24 +12,24 @@ class QDBusPendingCallWatcher;
 namespace kavrin
 {
 
-/// The appearance that the desktop's portal tells: the keys "color-scheme" and "accent-color" of
+/// The appearance from the desktop's portal: the keys "color-scheme" and "accent-color" of
 /// org.freedesktop.appearance
-/// (https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html). Where it
-/// tells no preference, windows are as dark as the application's palette. Needs the QGuiApplication.
+/// (https://flatpak.github.io/xdg-desktop-portal/docs/doc-org.freedesktop.portal.Settings.html). If it has no
+/// preference, windows are as dark as the application's palette. Needs the QGuiApplication.
 class PortalAppearance : public Appearance
 {
     Q_OBJECT
 
 public:
-    /// Asks the portal of `bus`, the session bus, without waiting for it.
+    /// Asks the portal on `bus`, the session bus, and does not wait for it.
     explicit PortalAppearance(QDBusConnection bus = QDBusConnection::sessionBus());
 
     [[nodiscard]] bool isDark() const override { return m_isDark; }
     [[nodiscard]] std::optional<QColor> accentColor() const override { return m_accentColor; }
 
-    /// To be called before the first window shows, so that it does not change its colours under the user's
-    /// eyes. Returns when the portal has answered, after about 150 ms where it has not; at once where there
-    /// is no portal. An answer that comes later is followed by changed().
+    /// Call this before the first window shows, so that it does not change its colours while the user looks.
+    /// Returns when the portal has answered: after about 150 ms if it has not, and at once if there is no
+    /// portal. changed() follows an answer that comes later.
     void waitForFirstAnswer();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -41,8 +41,8 @@ private:
     Q_SLOT void onSettingChanged(const QString &settings, const QString &key, const QDBusVariant &value);
 
     QDBusConnection m_bus;
-    QDBusPendingCallWatcher *m_firstAnswer = nullptr; ///< until it has come
-    QVariantMap m_settings; ///< as the portal tells them
+    QDBusPendingCallWatcher *m_firstAnswer = nullptr; ///< null when the answer has come
+    QVariantMap m_settings; ///< as they come from the portal
     bool m_isDark = false;
     std::optional<QColor> m_accentColor;
 };

@@ -63,7 +63,7 @@ void StatusNotifierItem::setToolTip(const QString &toolTip)
     }
 }
 
-/// Under the name that the bus gave the connection: a sandbox may have no other.
+/// Registers under the name that the bus gave the connection: a sandbox allows no other.
 void StatusNotifierItem::enterTray()
 {
     m_connection.registerObject(itemPath, this, exported);
@@ -108,7 +108,7 @@ void StatusNotifierItem::Scroll(int /*delta*/, const QString & /*orientation*/) 
 
 void StatusNotifierItem::ProvideXdgActivationToken(const QString &token)
 {
-    qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8()); // where the Wayland platform looks for it
+    qputenv("XDG_ACTIVATION_TOKEN", token.toUtf8()); // the Wayland platform reads the token from here
 }
 
 } // namespace kavrin

@@ -26,12 +26,12 @@ struct TrayToolTip {
 };
 
 /// One icon in the tray, with its menu: org.kde.StatusNotifierItem at /StatusNotifierItem, see
-/// https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/. Its picture is drawn, so that panels
-/// find it in "IconPixmap" and no name of an icon. It wants no attention and is always shown.
+/// https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/. The application draws its picture, so
+/// panels find it in "IconPixmap", and there is no icon name. It never asks for attention and is always
+/// shown.
 ///
-/// It has a connection of its own to the session bus, because the protocol knows no way out of the tray but
-/// that the connection ends. Any program may call it. Main thread only; needs the QGuiApplication, and no
-/// display.
+/// It has its own connection to the session bus, because in this protocol an item leaves the tray only when
+/// its connection ends. Any program may call it. Main thread only; needs the QGuiApplication, but no display.
 class StatusNotifierItem : public QObject
 {
     Q_OBJECT
@@ -52,16 +52,16 @@ class StatusNotifierItem : public QObject
     Q_PROPERTY(QDBusObjectPath Menu READ menu CONSTANT)
 
 public:
-    /// Connects to the session bus, and waits for that.
+    /// Connects to the session bus, and waits for the connection.
     StatusNotifierItem();
 
-    /// Takes it out of the tray.
+    /// Leaves the tray.
     ~StatusNotifierItem() override;
 
-    /// Whether there is a bus; without one it is in no tray.
+    /// Whether there is a bus. Without one, the item is in no tray.
     [[nodiscard]] bool isConnected() const { return m_connection.isConnected(); }
 
-    /// Shows this from now on; the first time it enters the tray.
+    /// Shows `content` from now on. The first call enters the tray.
     void show(const Tray::Content &content);
 
     [[nodiscard]] QString category() const { return QStringLiteral("ApplicationStatus"); }
@@ -75,20 +75,20 @@ public:
     [[nodiscard]] QString noName() const { return {}; }
     [[nodiscard]] TrayPixmaps noPixmap() const { return {}; }
 
-    /// The interface as panels call it; where the pointer is does not matter here.
+    /// The interface as panels call it. The pointer's position has no meaning here.
     Q_SCRIPTABLE Q_SLOT void Activate(int x, int y);
     Q_SCRIPTABLE Q_SLOT void SecondaryActivate(int x, int y);
     Q_SCRIPTABLE Q_SLOT void ContextMenu(int x, int y);
     Q_SCRIPTABLE Q_SLOT void Scroll(int delta, const QString &orientation);
 
-    /// Lets the window come to the front that the next click opens: the compositor's token for it.
+    /// The compositor's token, which lets the window that the next click opens come to the front.
     Q_SCRIPTABLE Q_SLOT void ProvideXdgActivationToken(const QString &token);
 
 Q_SIGNALS:
     /// The icon was clicked.
     void activated();
 
-    /// An entry of the menu was chosen; the first is 0.
+    /// The user has chosen an entry of the menu; the first is 0.
     void chosen(int entry);
 
     Q_SCRIPTABLE void NewIcon();

@@ -40,7 +40,7 @@ void StatusNotifierTray::listen()
     }
 }
 
-/// A new one knows nothing of the item, however soon it has followed the last one.
+/// A new watcher knows nothing of the item, even if it follows the last one at once.
 void StatusNotifierTray::onWatcherChanged()
 {
     setHasHost(false);
@@ -63,7 +63,7 @@ void StatusNotifierTray::askForHost()
 
 void StatusNotifierTray::setHasHost(bool hasHost)
 {
-    if (hasHost == isThere()) {
+    if (hasHost == isAvailable()) {
         return;
     }
     if (hasHost) {
@@ -71,7 +71,7 @@ void StatusNotifierTray::setHasHost(bool hasHost)
     } else {
         m_item.reset();
     }
-    qCInfo(Logging::application) << "Tray:" << (isThere() ? "there" : "none");
+    qCInfo(Logging::application) << "Tray:" << (isAvailable() ? "there" : "none");
     Q_EMIT changed();
 }
 
@@ -87,7 +87,7 @@ void StatusNotifierTray::makeItem()
 
 void StatusNotifierTray::show(const Content &content)
 {
-    if (isThere()) {
+    if (isAvailable()) {
         m_item->show(content);
     }
 }

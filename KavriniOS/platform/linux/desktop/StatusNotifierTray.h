@@ -12,20 +12,20 @@
 namespace kavrin
 {
 
-/// The tray of the session bus: a StatusNotifierItem wherever org.kde.StatusNotifierWatcher has a host, which
-/// is what draws the icons
+/// The tray of the session bus: there is a StatusNotifierItem while org.kde.StatusNotifierWatcher has a host,
+/// which draws the icons
 /// (https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/StatusNotifierWatcher/). Needs the
-/// QGuiApplication, and no display.
+/// QGuiApplication, but no display.
 class StatusNotifierTray : public Tray
 {
     Q_OBJECT
 
 public:
-    /// Asks for a tray on `bus`, the session bus, without waiting for it. Where `bus` is not connected there
-    /// is none.
+    /// Asks for a tray on `bus`, the session bus, and does not wait for it. There is none if `bus` is not
+    /// connected.
     explicit StatusNotifierTray(const QDBusConnection &bus = QDBusConnection::sessionBus());
 
-    [[nodiscard]] bool isThere() const override { return m_item != nullptr; }
+    [[nodiscard]] bool isAvailable() const override { return m_item != nullptr; }
     void show(const Content &content) override;
 
 private:
@@ -37,7 +37,7 @@ private:
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_watcher;
-    std::unique_ptr<StatusNotifierItem> m_item; ///< as long as there is a host
+    std::unique_ptr<StatusNotifierItem> m_item; ///< exists while there is a host
 };
 
 } // namespace kavrin

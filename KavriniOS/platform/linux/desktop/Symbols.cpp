@@ -18,7 +18,7 @@ QImage Symbols::image(const QString &name, int size)
     }
     QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    // All icons are drawn on one grid, so their common view box is what keeps them equally large.
+    // All icons are drawn on one grid. Their common view box makes them equally large.
     QSvgRenderer renderer(icon);
     QPainter painter(&image);
     renderer.render(&painter);

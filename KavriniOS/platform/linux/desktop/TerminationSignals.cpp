@@ -12,7 +12,8 @@ namespace kavrin
 namespace
 {
 
-// A signal handler may do little more than write to a descriptor, which stays open as long as the handler.
+// A signal handler can do little more than write to a descriptor. It stays open as long as the handler
+// exists.
 const int wakeDescriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 
 void wake(int)

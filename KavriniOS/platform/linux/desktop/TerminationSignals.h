@@ -7,7 +7,7 @@
 namespace kavrin
 {
 
-/// Turns SIGTERM and SIGINT into a signal of the main thread's event loop. One for the process.
+/// Turns SIGTERM and SIGINT into a signal in the main thread's event loop. One for the process.
 class TerminationSignals : public QObject
 {
     Q_OBJECT

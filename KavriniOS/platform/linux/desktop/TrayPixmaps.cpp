@@ -11,7 +11,7 @@ namespace kavrin
 namespace
 {
 
-constexpr qreal devicePixelRatio = 1; // whatever that of a screen is: sizes are in pixels
+constexpr qreal devicePixelRatio = 1; // independent of any screen: sizes are in pixels
 
 TrayPixmap trayPixmap(const QPixmap &pixmap)
 {

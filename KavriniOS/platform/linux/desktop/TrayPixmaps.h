@@ -11,8 +11,8 @@ namespace kavrin
 {
 
 /// One picture of an icon as a StatusNotifierItem sends it, (iiay)
-/// (https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/Icons/): its size in pixels, and of
-/// each pixel, row by row from the top, four bytes: alpha, red, green, blue, not premultiplied.
+/// (https://www.freedesktop.org/wiki/Specifications/StatusNotifierItem/Icons/): its size in pixels, then its
+/// pixels row by row from the top. Each pixel has four bytes: alpha, red, green, blue, not premultiplied.
 struct TrayPixmap {
     int width = 0;
     int height = 0;
@@ -22,10 +22,10 @@ struct TrayPixmap {
     bool operator==(const TrayPixmap &) const = default;
 };
 
-/// a(iiay): the same icon in several sizes, of which a panel takes the one that fits.
+/// a(iiay): the same icon in several sizes. A panel takes the one that fits.
 using TrayPixmaps = QList<TrayPixmap>;
 
-/// The icon in each size that it has; nothing where it is null.
+/// The icon in each size that it has; empty if it is null.
 TrayPixmaps trayPixmaps(const QIcon &icon);
 
 } // namespace kavrin

@@ -24,8 +24,8 @@ const QString smsInterface = u"org.freedesktop.ModemManager1.Sms"_s;
 const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 const QString anyPath;
 
-// MMSmsState and MMSmsPduType, as far as they matter. Reports about the user's own messages come from the
-// network as well.
+// The values of MMSmsState and MMSmsPduType that this file needs. Reports about the user's own messages come
+// from the network as well.
 constexpr uint receivedState = 3;
 constexpr uint deliverPdu = 1;
 constexpr uint cdmaDeliverPdu = 32;
@@ -45,9 +45,9 @@ void ModemManagerMessages::start()
     if (!m_bus.isConnected()) {
         throw unreachable(m_bus.lastError().message());
     }
-    // Until something registers it, connect() does not find a slot that takes it.
+    // connect() finds no slot with this type before it is registered.
     qRegisterMetaType<QDBusObjectPath>();
-    // Signals are taken from whatever object sends them, so no modem needs to be known.
+    // This takes signals from any object, so it needs to know no modem.
     m_bus.connect(service, anyPath, messagingInterface, u"Added"_s, this,
                   SLOT(onAdded(QDBusObjectPath, bool)));
     m_bus.connect(service, anyPath, propertiesInterface, u"PropertiesChanged"_s, {smsInterface}, QString(),
@@ -57,7 +57,7 @@ void ModemManagerMessages::start()
     auto *owner = new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(owner, &QDBusServiceWatcher::serviceOwnerChanged, this, &ModemManagerMessages::onOwnerChanged);
 
-    // Once the bus has answered, it has taken note of all that was asked for before.
+    // When the bus has answered, it has registered every earlier request.
     const QDBusReply<QString> identity = m_bus.call(QDBusMessage::createMethodCall(
         m_bus.interface()->service(), m_bus.interface()->path(), m_bus.interface()->interface(), u"GetId"_s));
     if (!identity.isValid()) {
@@ -86,7 +86,7 @@ void ModemManagerMessages::onDisconnected()
     Q_EMIT ended(u"The system bus has ended the connection; no message comes any more."_s);
 }
 
-/// Another ModemManager counts its messages anew.
+/// Another ModemManager numbers its messages from the start.
 void ModemManagerMessages::onOwnerChanged()
 {
     m_known.clear();
@@ -108,7 +108,7 @@ void ModemManagerMessages::read(const QString &path)
 void ModemManagerMessages::take(const QString &path, const QDBusPendingCallWatcher &answer)
 {
     if (!m_awaited.contains(path)) {
-        return; // an earlier answer had it, or it was another ModemManager's
+        return; // an earlier answer had it, or it belonged to another ModemManager
     }
     const QDBusPendingReply<QVariantMap> properties = answer;
     if (properties.isError()) {
@@ -118,7 +118,7 @@ void ModemManagerMessages::take(const QString &path, const QDBusPendingCallWatch
     }
     const QVariantMap message = properties.value();
     if (message.value(u"State"_s).toUInt() != receivedState) {
-        return; // its change is told
+        return; // a signal will tell its change
     }
     m_awaited.remove(path);
     const uint kind = message.value(u"PduType"_s).toUInt();

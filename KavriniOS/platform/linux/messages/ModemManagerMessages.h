@@ -13,11 +13,11 @@ class QDBusPendingCallWatcher;
 namespace kavrin
 {
 
-/// The messages of the modems that ModemManager drives: the signal Added of each modem's
+/// The messages of the modems that ModemManager controls: the signal Added of each modem's
 /// org.freedesktop.ModemManager1.Modem.Messaging, and the properties of the org.freedesktop.ModemManager1.Sms
-/// that it names (https://www.freedesktop.org/software/ModemManager/doc/latest/ModemManager/).
+/// that the signal names (https://www.freedesktop.org/software/ModemManager/doc/latest/ModemManager/).
 ///
-/// ModemManager may start, end and start again as it likes; it is not started for this.
+/// ModemManager may start, end and start again at any time. This class does not start it.
 class ModemManagerMessages : public IncomingMessages
 {
     Q_OBJECT
@@ -38,7 +38,7 @@ private:
 
     QDBusConnection m_bus;
     QSet<QString> m_known; ///< paths of the messages that this ModemManager has announced
-    QSet<QString> m_awaited; ///< those among them that are not complete as far as is known
+    QSet<QString> m_awaited; ///< those of them that are not known to be complete
 };
 
 } // namespace kavrin

@@ -32,24 +32,24 @@ Fetch *load(const QString &module)
 
 } // namespace
 
-/// One exchange in a thread of its own, for one coroutine of the main thread to await.
+/// One exchange in its own thread. One coroutine of the main thread awaits it.
 class NetworkUrlSession::Exchange : public QObject
 {
 public:
-    /// Throws std::system_error where there can be no more threads.
+    /// Throws std::system_error if there can be no more threads.
     Exchange(Fetch *fetch, const UrlRequest &request)
         : m_thread([this, fetch, request](const std::stop_token &givenUp) { run(fetch, request, givenUp); })
     {
     }
 
-    /// Whoever awaits it resumes before this returns. It is gone then.
+    /// The coroutine that awaits it resumes before this returns. The object no longer exists then.
     void giveUp()
     {
         m_thread.request_stop();
         end();
     }
 
-    /// For `co_await`: resumes with the answer, or throws what `fetch` threw.
+    /// For `co_await`: resumes with the answer, or throws the exception of `fetch`.
     struct Answer {
         Exchange &exchange;
 
@@ -67,7 +67,7 @@ private:
         } catch (...) {
             m_failure = std::current_exception();
         }
-        QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // which calls end() in the main thread
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User)); // it calls end() in the main thread
     }
 
     void customEvent(QEvent * /*fetched*/) override { end(); }
@@ -89,7 +89,7 @@ private:
     QByteArray m_answer;
     std::exception_ptr m_failure;
     std::coroutine_handle<> m_waiting;
-    std::jthread m_thread; ///< the last to begin: it uses the others
+    std::jthread m_thread; ///< last, because it uses the members above
 };
 
 NetworkUrlSession::NetworkUrlSession() : NetworkUrlSession(modulePath(u"kavrin_curl.so"_s)) { }

@@ -22,8 +22,8 @@ namespace kavrin
 namespace
 {
 
-/// One end of a connection in the form that diagnostics use: network byte order, an IPv4 address in the first
-/// of the four words.
+/// One end of a connection in the form of socket diagnostics: network byte order, with an IPv4 address in the
+/// first of the four words.
 struct End {
     std::uint8_t family = 0;
     in_port_t port = 0;
@@ -40,7 +40,7 @@ End ipv6End(const sockaddr_in6 &name)
     End end{AF_INET6, name.sin6_port, {}};
     std::memcpy(end.address.data(), &name.sin6_addr, sizeof name.sin6_addr);
     if (IN6_IS_ADDR_V4MAPPED(&name.sin6_addr)) {
-        // The connection itself is one of IPv4.
+        // The connection itself uses IPv4.
         return End{AF_INET, end.port, {end.address[3]}};
     }
     return end;
@@ -48,7 +48,7 @@ End ipv6End(const sockaddr_in6 &name)
 
 using NameFunction = int (*)(int socket, sockaddr *name, socklen_t *length);
 
-/// The end that `nameOf` (getsockname() or getpeername()) tells, or none when it is not one of TCP.
+/// The end that `nameOf` (getsockname() or getpeername()) gives, or none if it is not one of TCP.
 std::optional<End> endOf(int socket, NameFunction nameOf)
 {
     union {
@@ -75,7 +75,7 @@ struct Request {
     inet_diag_req_v2 body;
 };
 
-/// Asks for the socket that has `source` as its own end and `destination` as its other one.
+/// Asks for the socket with `source` as its own end and `destination` as its other one.
 Request makeRequest(const End &source, const End &destination, std::uint32_t sequence)
 {
     Request request = {};
@@ -94,7 +94,7 @@ Request makeRequest(const End &source, const End &destination, std::uint32_t seq
     return request;
 }
 
-/// A netlink socket for diagnostics, opened when first needed and anew after an error.
+/// A netlink socket for diagnostics. It is opened when it is first needed, and again after an error.
 class Diagnostics
 {
 public:
@@ -103,7 +103,7 @@ public:
     Diagnostics(const Diagnostics &) = delete;
     Diagnostics &operator=(const Diagnostics &) = delete;
 
-    /// The socket with these two ends, or none where there is no such socket or it cannot be told.
+    /// The socket with these two ends. None if there is no such socket, or if the kernel cannot tell.
     std::optional<inet_diag_msg> find(const End &source, const End &destination)
     {
         const Request request = makeRequest(source, destination, ++m_sequence);
@@ -112,7 +112,7 @@ public:
             return std::nullopt;
         }
         const std::optional<inet_diag_msg> found = answer();
-        // Where no connection has these ends, the kernel offers a listening socket on the port instead.
+        // If no connection has these ends, the kernel offers a listening socket on the port.
         if (!found || found->id.idiag_dport != destination.port) {
             return std::nullopt;
         }
@@ -170,8 +170,8 @@ PeerUser peerUser(int socket)
         return PeerUser::Gone;
     }
     const std::optional<inet_diag_msg> found = diagnostics.find(*peer, *own);
-    // A socket that its process has closed lives on for a while without an inode, and its user is no longer
-    // told.
+    // A socket that its process has closed stays for a while without an inode, and the kernel no longer tells
+    // its user.
     if (!found || found->idiag_inode == 0) {
         return PeerUser::Gone;
     }

@@ -14,15 +14,16 @@ constexpr int mostValues = 100'000;
 constexpr qsizetype headerSize = 8;
 constexpr qsizetype trailerSize = 32;
 
-// The upper half of the byte that begins an object. The lower half is its count, or says that one follows.
+// The upper half of the byte that begins an object. The lower half is the object's count, or says that the
+// count follows.
 constexpr quint64 utf16Kind = 0x6;
 constexpr quint64 arrayKind = 0xA;
 constexpr quint64 setKind = 0xC;
 constexpr quint64 dictionaryKind = 0xD;
 constexpr quint64 countFollows = 0xF;
 
-/// Follows every reference from the topmost object on. Each function is false, or none, where the list is
-/// beyond the bounds or refers to what it does not hold.
+/// Follows every reference, beginning at the top object. Each function returns false, or none, if the list is
+/// beyond the bounds or refers to something that it does not hold.
 class Walk
 {
 public:
@@ -31,7 +32,7 @@ public:
     bool fromTop();
 
 private:
-    /// Where an object's members or characters begin, and how many there are.
+    /// Where an object's members or characters begin, and how many it has.
     struct Contents {
         quint64 position;
         quint64 count;
@@ -92,7 +93,7 @@ bool Walk::visitContainer(quint64 position, int depth)
         if (!visitKeys(members)) {
             return false;
         }
-        members.count *= 2; // keys, then as many values
+        members.count *= 2; // the keys, then the same number of values
     }
     return visitMembers(members, depth);
 }
@@ -109,7 +110,7 @@ bool Walk::visitMembers(const Contents &members, int depth)
     return true;
 }
 
-/// libplist ends the process at a key of UTF-16 with a zero in it.
+/// libplist ends the process when it reads a key in UTF-16 with a zero in it.
 bool Walk::visitKeys(const Contents &keys)
 {
     for (quint64 key = 0; key < keys.count; ++key) {
@@ -122,7 +123,7 @@ bool Walk::visitKeys(const Contents &keys)
     return true;
 }
 
-/// Each character counts as a value: many dictionaries may refer to the same long key.
+/// Each character counts as a value, because many dictionaries may refer to the same long key.
 bool Walk::visitUtf16Key(const Contents &characters)
 {
     for (quint64 character = 0; character < characters.count; ++character) {
@@ -154,7 +155,7 @@ Walk::Contents Walk::contentsAt(quint64 position) const
     return {position + 2 + countSize, number(position + 2, countSize).value_or(mostValues + 1)};
 }
 
-/// The unsigned big-endian number of `size` bytes.
+/// The unsigned big-endian number in `size` bytes.
 std::optional<quint64> Walk::number(quint64 position, quint64 size) const
 {
     const auto end = quint64(m_binary.size());

@@ -14,8 +14,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// The same beside a build as below an install prefix. Not QCoreApplication's folder: that one needs the
-/// application object first.
+/// The path is the same in a build and below an install prefix. QCoreApplication::applicationDirPath() is no
+/// alternative, because it needs the application object first.
 QString resourceFolder()
 {
     const QString executable = QFile::symLinkTarget(u"/proc/self/exe"_s);

@@ -19,7 +19,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Labels of letters, digits, "-" and "_", joined by single dots: a name that cannot lead out of its folder.
+/// Labels of letters, digits, "-" and "_", joined by single dots. Such a name cannot lead out of its folder.
 bool isGroupIdentifier(const QString &group)
 {
     static const QRegularExpression pattern(u"\\A[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)*\\z"_s);
@@ -54,8 +54,8 @@ bool isEntitledTo(const QString &group)
     });
 }
 
-/// The user's data folder, where keyboards look. Flatpak gives each application another one of its own, and
-/// says which is the user's where that is not the usual.
+/// The user's data folder, where keyboards look. Flatpak gives each application a data folder of its own, and
+/// names the user's folder if that is not the usual one.
 QString userDataFolder()
 {
     if (!qEnvironmentVariableIsSet("FLATPAK_ID")) {

@@ -75,7 +75,7 @@ Value toDate(plist_t node)
     int32_t seconds = 0;
     int32_t fraction = 0;
     plist_get_date_val(node, &seconds, &fraction);
-    // libplist leaves the sign of a fraction away.
+    // libplist omits the sign of a fraction.
     const double sign = seconds < 0 ? -1 : 1;
     return Date{referenceDate + double(seconds) + sign * double(fraction) / microseconds};
 }
@@ -175,7 +175,7 @@ std::optional<PropertyListValue> parse(QByteArrayView data)
         return std::nullopt;
     }
     plist_t root = nullptr;
-    // Not plist_from_memory(): newer versions of the library take other formats there, too.
+    // Not plist_from_memory(): newer versions of the library accept other formats there, too.
     const auto read = isBinary ? &plist_from_bin : &plist_from_xml;
     read(data.data(), uint32_t(data.size()), &root);
     const Node node(root);

@@ -23,7 +23,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-// Other programs write like this: what it fails on is a table without the key.
+// Other programs write like this. It fails on a table without the key.
 constexpr const char *tryKeySql =
     "INSERT INTO defaults (key, type, value) VALUES ('', '', 0) "
     "ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value";
@@ -36,7 +36,7 @@ INSERT INTO defaults (key, type, value)
   ON CONFLICT (key) DO UPDATE SET type = excluded.type, value = excluded.value;
 )";
 
-/// Whether the table takes a value of every type, tried and taken back.
+/// Whether the table accepts a value of every type. Tries that and rolls it back.
 bool tableIsSound(sqlite3 *handle)
 {
     const int result = executeWhenFree(handle, tryTableSql);
@@ -44,8 +44,8 @@ bool tableIsSound(sqlite3 *handle)
     return !isDamage(result);
 }
 
-/// Every lock that SQLite has on a file with a log, taken through SQLite's own descriptor: nobody reads,
-/// writes or tidies up meanwhile.
+/// Holds every lock that SQLite has on a file with a log, through SQLite's own descriptor. Nobody reads,
+/// writes or cleans up during that.
 class WholeFileLock
 {
 public:
@@ -67,7 +67,8 @@ public:
 
     [[nodiscard]] bool isHeld() const { return m_held; }
 
-    /// Has everybody make the index of the log anew, which processes that have the file open share.
+    /// Makes all processes build the index of the log again. Processes that have the file open share that
+    /// index.
     void clearIndex() const
     {
         std::memset(const_cast<void *>(m_index), 0, indexHeaderSize);
@@ -94,15 +95,15 @@ QString logOf(const QString &path)
     return path + u"-wal"_s;
 }
 
-/// The name of a copy beside the file, which says since when.
+/// The name of a copy beside the file, with the time of the copy.
 QString nameAside(const QString &path)
 {
     const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss.zzz'Z'"_s);
     return path + u".damaged-"_s + stamp;
 }
 
-/// Copies the database as it is, its log included. The database itself is read by SQLite's
-/// descriptor: closing one of our own would drop all of the process's locks on it.
+/// Copies the database and its log unchanged. Reads the database through SQLite's descriptor: closing a
+/// descriptor of our own would drop all of the process's locks on the file.
 bool copyAside(sqlite3_file *file, const QString &path, const QString &aside)
 {
     sqlite3_int64 size = 0;
@@ -118,15 +119,15 @@ bool copyAside(sqlite3_file *file, const QString &path, const QString &aside)
         && (QFileInfo(log).size() == 0 || QFile::copy(log, logOf(aside)));
 }
 
-/// For a copy that is not whole or not needed: a disk that is full, or a file that may not be written to,
-/// stays so, and every attempt would leave another copy.
+/// Removes a copy that is not complete or not needed. A full disk stays full, and so does a file that may not
+/// be written to: every attempt would leave another copy.
 void removeAside(const QString &aside)
 {
     QFile::remove(aside);
     QFile::remove(logOf(aside));
 }
 
-/// Calls `use` with a handle on the file that leaves the log as it is.
+/// Calls `use` with a handle on the file that does not change the log.
 template <typename Use> void withPlainHandle(const QString &path, Use use)
 {
     sqlite3 *handle = nullptr;
@@ -149,7 +150,7 @@ bool isDamaged(const QString &path)
     return damaged;
 }
 
-/// What a file holds that was just laid out.
+/// The content of a file that has just been laid out.
 QByteArray freshContent()
 {
     sqlite3 *handle = nullptr;
@@ -159,17 +160,17 @@ QByteArray freshContent()
         unsigned char *bytes = sqlite3_serialize(handle, "main", &size, 0);
         content = QByteArray(reinterpret_cast<const char *>(bytes), qsizetype(size));
         sqlite3_free(bytes);
-        // What has no file has no log either: these two bytes of the header say that this one does.
+        // A database in memory has no log. These two bytes of the header say that this one does.
         content.replace(18, 2, QByteArrayLiteral("\x02\x02"));
     }
     sqlite3_close(handle);
     return content;
 }
 
-/// In place, for the reason that setAsideIfDamaged() gives. SQLite's own reset
-/// (SQLITE_DBCONFIG_RESET_DATABASE and VACUUM) suffices only where nobody else has the file open: it fails on
-/// a log that was cut short, and on a header that is gone, while peers live. As those cases need this way, it
-/// is the only one.
+/// Works in place, for the reason that setAsideIfDamaged() gives. SQLite's own reset
+/// (SQLITE_DBCONFIG_RESET_DATABASE and VACUUM) suffices only if nobody else has the file open. It fails on a
+/// log that was cut short, and on a missing header, while other processes have the file open. Those cases
+/// need this way, so there is no other.
 void beginAnew(const QString &path)
 {
     const QByteArray content = freshContent();
@@ -197,9 +198,9 @@ void beginAnew(const QString &path)
 
 bool isDamage(int result)
 {
-    // The statements are known to be good: what they fail on is a table that is not what it should be.
+    // The statements are known to be good, so if they fail on a table, the table is wrong.
     constexpr std::array damage = {SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_ERROR, SQLITE_CONSTRAINT};
-    // A short read is one from a log that was cut off.
+    // A short read comes from a log that was cut off.
     return result == SQLITE_IOERR_SHORT_READ
         || std::find(damage.begin(), damage.end(), result & 0xff) != damage.end();
 }

@@ -27,7 +27,7 @@ namespace
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// Only ever a new one: a folder that is there has the mode that somebody wanted for it.
+/// Sets the mode only of a new folder: the mode of an existing one is somebody's choice.
 void makePrivateFolder(const QString &path)
 {
     const bool isNew = !QFileInfo::exists(path) && QDir().mkpath(path);
@@ -36,9 +36,9 @@ void makePrivateFolder(const QString &path)
     }
 }
 
-// Made by hand because SQLite would let the process's umask choose the mode; its other files take over the
-// database's. Only ever a new file: closing a descriptor of a file drops all of the process's locks on it,
-// those that SQLite holds among them.
+// SQLite would let the process's umask choose the mode, so this function makes the file. SQLite's other files
+// get the mode of the database. It makes only a new file: closing a descriptor of an existing one would drop
+// all of the process's locks on it, including those of SQLite.
 void makePrivateFile(const QString &path)
 {
     makePrivateFolder(QFileInfo(path).path());
@@ -48,7 +48,7 @@ void makePrivateFile(const QString &path)
     }
 }
 
-/// Whether nothing can be written below the folder at present, whoever asks.
+/// Whether no process can write below the folder at present.
 bool diskIsFullOrReadOnly(QDir folder)
 {
     while (!folder.exists() && !folder.isRoot()) {
@@ -58,7 +58,7 @@ bool diskIsFullOrReadOnly(QDir folder)
     return disk.isReadOnly() || disk.bytesAvailable() <= 0;
 }
 
-/// Whether what failed may well succeed later, with nothing done to the file itself.
+/// Whether the same call may succeed later, without a change to the file itself.
 bool isPassing(int result, const QString &path)
 {
     constexpr std::array passing = {SQLITE_BUSY, SQLITE_FULL, SQLITE_IOERR, SQLITE_READONLY};
@@ -104,7 +104,7 @@ bool succeeded(int result)
     return result == SQLITE_OK || result == SQLITE_ROW || result == SQLITE_DONE;
 }
 
-/// What happened and what to do, for a person; SQLite's own words where there are none of ours.
+/// What happened and what to do, in words for the user. SQLite's own words if there are none of ours.
 QString explain(int result, const QString &message)
 {
     const auto *found = std::find_if(explanations.begin(), explanations.end(), [&](const Explanation &known) {
@@ -181,14 +181,14 @@ SqliteConnection::~SqliteConnection()
 int SqliteConnection::open(const QString &path, std::chrono::milliseconds patience)
 {
     if (m_handle != nullptr && hasMoved()) {
-        // Closing would tidy up by name, but the log of that name belongs to the new file.
+        // A normal close would clean up by name, but the log of that name belongs to the new file.
         closeAsItIs();
     }
     if (m_handle != nullptr) {
         return SQLITE_OK;
     }
     int result = openAndProbe(path, SQLITE_OPEN_READWRITE, patience);
-    m_lacking = lackingFor(path, result);
+    m_writeError = writeErrorFor(path, result);
     if (isSnapshot()) {
         result = openAndProbe(path, SQLITE_OPEN_READONLY, patience);
     }
@@ -201,8 +201,9 @@ int SqliteConnection::open(const QString &path, std::chrono::milliseconds patien
     return result;
 }
 
-/// What SQLite lacks for the files that it needs beside the database, as the result of a write; or SQLITE_OK.
-int SqliteConnection::lackingFor(const QString &path, int result) const
+/// The result that a write would have if SQLite cannot make the files that it needs beside the database;
+/// otherwise SQLITE_OK.
+int SqliteConnection::writeErrorFor(const QString &path, int result) const
 {
     if (result == SQLITE_IOERR_SHMSIZE) {
         return SQLITE_FULL;
@@ -219,7 +220,7 @@ int SqliteConnection::openAndProbe(const QString &path, int flags, std::chrono::
 
 int SqliteConnection::openFile(const QString &path, int flags, std::chrono::milliseconds patience)
 {
-    static std::mutex making; // no other thread may open the file between its making and its closing
+    static std::mutex making; // no other thread may open the file between its creation and its first close
     const std::scoped_lock lock(making);
     close();
     QByteArray uri = "file:" + QUrl::toPercentEncoding(path, "/");
@@ -237,7 +238,7 @@ int SqliteConnection::openFile(const QString &path, int flags, std::chrono::mill
     return result;
 }
 
-/// Lays out a fresh file; refuses one of a format that is not known.
+/// Lays out a fresh file, and refuses an unknown format.
 int SqliteConnection::probe(const QString &path)
 {
     int result = SQLITE_OK;
@@ -256,7 +257,7 @@ int SqliteConnection::probe(const QString &path)
     if (*version != formatVersion) {
         return SQLITE_MISMATCH;
     }
-    // Reading the table, as opposed to the header, is what needs SQLite's other files.
+    // Reading the table needs SQLite's other files; reading the header does not.
     firstText(m_handle, "SELECT count(value) FROM defaults WHERE key = '' AND type = ''", result);
     if (result != SQLITE_ROW) {
         return result;
@@ -350,8 +351,8 @@ bool SqliteDatabase::open()
     return result == SQLITE_OK || isPassing(result, m_path);
 }
 
-/// Opens the connection where it is not open. When another process keeps the whole file locked, only the
-/// first attempt waits for it: the application would stand still at every key otherwise.
+/// Opens the connection if it is not open. If another process keeps the whole file locked, only the first
+/// attempt waits: otherwise the application would stand still at every key.
 int SqliteDatabase::openWhenFree(SqliteConnection &connection, QDeadlineTimer limit)
 {
     const int result = connection.open(m_path, m_isLockedOut ? 0ms : remaining(limit));
@@ -362,8 +363,7 @@ int SqliteDatabase::openWhenFree(SqliteConnection &connection, QDeadlineTimer li
     return result;
 }
 
-/// The first look at a file is a thorough one: damage that a read or a write does not happen to meet would
-/// otherwise spread.
+/// The first check of a file is thorough: damage that no read or write meets would otherwise spread.
 int SqliteDatabase::openChecked()
 {
     const std::scoped_lock lock(m_reader.mutex());
@@ -403,11 +403,11 @@ std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, QDead
         result = use(connection);
     }
     if (connection.isSnapshot() && (result & 0xff) == SQLITE_READONLY) {
-        result = connection.lacking();
+        result = connection.writeError();
     }
     if (connection.isReadOnly()) {
-        // The next time the file may have changed, or be writable. SQLite shares the log's index among the
-        // connections of a process, so one that stayed open would keep the others from writing.
+        // By the next time, the file may have changed or become writable. The connections of a process share
+        // the index of SQLite's log, so an open one would keep the others from writing.
         connection.close();
     }
     return succeeded(result) ? std::nullopt

@@ -20,7 +20,7 @@
 namespace kavrin
 {
 
-/// A prepared statement in use: bound, stepped, and made ready for the next use when it goes out of scope.
+/// A prepared statement in use. It is bound and stepped; leaving the scope makes it ready for the next use.
 class SqliteStatement
 {
 public:
@@ -39,15 +39,15 @@ public:
     [[nodiscard]] int columnType(int column) const;
     [[nodiscard]] qint64 integer(int column) const;
     [[nodiscard]] double real(int column) const;
-    /// Text or blob, copied.
+    /// Text or blob, as a copy.
     [[nodiscard]] QByteArray bytes(int column) const;
 
 private:
     sqlite3_stmt *m_statement;
 };
 
-/// One connection to a database file, opened on first use, and again when the file was deleted or replaced.
-/// Not thread-safe: hold mutex().
+/// One connection to a database file. It is opened on first use, and again if the file was deleted or
+/// replaced. Not thread-safe: hold mutex().
 class SqliteConnection
 {
 public:
@@ -57,65 +57,65 @@ public:
 
     std::mutex &mutex() { return m_mutex; }
 
-    /// Makes sure that the file is open and holds the table of defaults, waiting that long for another
-    /// process that keeps it locked. SQLITE_OK or an error.
+    /// Makes sure that the file is open and holds the table of defaults. Waits for `patience` if another
+    /// process keeps the file locked. Returns SQLITE_OK or an error.
     int open(const QString &path, std::chrono::milliseconds patience);
     void close();
-    /// Closes without bringing the log into the file.
+    /// Closes the file without moving the log into it.
     void closeAsItIs();
 
-    /// Runs `use` on the statement for `sql`, a literal, which is prepared once. The result is that of `use`:
+    /// Runs `use` on the statement for `sql`, a literal, which is prepared once. Returns the result of `use`:
     /// SQLITE_ROW, SQLITE_DONE or an error.
     using Use = std::function<int(SqliteStatement &)>;
     int run(const char *sql, const Use &use = &SqliteStatement::step);
 
-    /// Runs `statements` as one transaction, which is taken back where their result is an error.
+    /// Runs `statements` as one transaction, and rolls it back if the result is an error.
     int transact(const std::function<int()> &statements);
 
-    /// What SQLite says of the last error.
+    /// SQLite's text for the last error.
     [[nodiscard]] QString errorMessage() const { return m_errorMessage; }
     [[nodiscard]] sqlite3 *handle() const { return m_handle; }
 
-    /// Whether this connection sees the file as it was when it was opened: a folder that may not be written
-    /// to, or a full disk, leaves no room for what SQLite needs to see more.
-    [[nodiscard]] bool isSnapshot() const { return m_lacking != SQLITE_OK; }
-    /// Whether this connection cannot write, a snapshot or not.
+    /// Whether this connection sees the file only as it was when it was opened. SQLite needs room for other
+    /// files to see later changes; a full disk, or a folder that may not be written to, leaves none.
+    [[nodiscard]] bool isSnapshot() const { return m_writeError != SQLITE_OK; }
+    /// Whether this connection cannot write, for this or another reason.
     [[nodiscard]] bool isReadOnly() const;
-    /// For a snapshot, what writing lacks: SQLITE_READONLY or SQLITE_FULL.
-    [[nodiscard]] int lacking() const { return m_lacking; }
+    /// The result of a write to a snapshot: SQLITE_READONLY or SQLITE_FULL.
+    [[nodiscard]] int writeError() const { return m_writeError; }
 
 private:
     int openFile(const QString &path, int flags, std::chrono::milliseconds patience);
     int openAndProbe(const QString &path, int flags, std::chrono::milliseconds patience);
     sqlite3_stmt *prepare(const char *sql, int &result);
-    int lackingFor(const QString &path, int result) const;
+    int writeErrorFor(const QString &path, int result) const;
     int probe(const QString &path);
     [[nodiscard]] bool hasMoved() const;
 
     std::mutex m_mutex;
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
-    int m_lacking = SQLITE_OK;
+    int m_writeError = SQLITE_OK;
     QString m_errorMessage;
 };
 
-/// The database file of one UserDefaults: a connection to read and one to write, so that reading never waits
-/// for a write that another process delays. Thread-safe. A file that is damaged is copied to a file beside
-/// itself and begun anew.
+/// The database file of one UserDefaults. It has a connection to read and one to write, so that a read never
+/// waits for a write that another process delays. Thread-safe. It copies a damaged file to another file
+/// beside it, and makes the damaged one a fresh one.
 class SqliteDatabase
 {
 public:
     explicit SqliteDatabase(QString path);
 
-    /// Whether the file is there and is a database, or could be made one. A file that is only locked counts,
-    /// and so does one on a disk that is full or may not be written to.
+    /// Whether the file exists and is a database, or could be made one. Also true for a file that is only
+    /// locked, and for one on a disk that is full or may not be written to.
     bool open();
 
     /// Runs `use` on the statement for `sql`. Returns what went wrong.
     std::optional<Error> read(const char *sql, const SqliteConnection::Use &use);
 
-    /// Runs `use` on the connection that writes, as one transaction. Its result is SQLITE_DONE or an error.
-    /// Returns what went wrong; the file is then as it was.
+    /// Runs `use` on the connection that writes, as one transaction. The result of `use` is SQLITE_DONE or an
+    /// error. Returns what went wrong; the file has not changed then.
     using Write = std::function<int(SqliteConnection &)>;
     std::optional<Error> write(const Write &use, QDeadlineTimer limit);
 

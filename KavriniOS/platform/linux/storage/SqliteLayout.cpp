@@ -14,7 +14,7 @@ namespace kavrin
 namespace
 {
 
-// Small pages: the heartbeat writes a page a second for as long as the user is logged in.
+// The pages are small because the heartbeat writes one every second while the user is logged in.
 constexpr const char *layoutSql = "PRAGMA page_size = 512; PRAGMA journal_mode = WAL;";
 
 constexpr const char *schemaSql = R"(
@@ -30,7 +30,7 @@ COMMIT;
 
 } // namespace
 
-// Other processes may have written the file at the same moment, and SQLite does not wait for them everywhere.
+// Another process may write the file at the same moment, and SQLite does not wait for it everywhere.
 int executeWhenFree(sqlite3 *handle, const char *sql)
 {
     int result = SQLITE_OK;

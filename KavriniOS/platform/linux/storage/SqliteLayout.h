@@ -12,13 +12,13 @@
 namespace kavrin
 {
 
-/// How long to wait for other processes that are in the way.
+/// How long to wait for other processes.
 constexpr std::chrono::milliseconds lockLimit(5000);
 
-/// The format of a suite's file, as its user_version says it.
+/// The format of a suite's file, as in its user_version.
 constexpr const char *formatVersion = "1";
 
-/// Tries what other processes may be in the way of until it succeeds or the limit has passed.
+/// Repeats an attempt that other processes may block, until it succeeds or the limit has passed.
 template <typename Attempt> bool succeedsInTime(Attempt attempt)
 {
     const auto limit = std::chrono::steady_clock::now() + lockLimit;
@@ -30,18 +30,18 @@ template <typename Attempt> bool succeedsInTime(Attempt attempt)
     return succeeded;
 }
 
-/// Runs `sql` once no other process is in the way. SQLITE_OK or an error.
+/// Runs `sql` when no other process blocks it. Returns SQLITE_OK or an error.
 int executeWhenFree(sqlite3 *handle, const char *sql);
 
-/// The first column of the first row; none with the reason in `result`.
+/// The first column of the first row. If there is none, `result` has the reason.
 std::optional<QByteArray> firstText(sqlite3 *handle, const char *sql, int &result);
 
-/// Makes an empty file a suite's. SQLITE_OK or an error.
+/// Lays out an empty file as a suite. Returns SQLITE_OK or an error.
 int layOut(sqlite3 *handle);
 
-/// Held while a file is laid out or begun anew, so that of two processes the second finds it done. The kernel
-/// takes it back from a process that is killed; a lock file would stay. It is the folder that is locked,
-/// because the database must not be opened past SQLite.
+/// A process holds this lock while it lays out a new file or a damaged one, so that a second process finds it
+/// done. The kernel takes the lock back from a process that is killed; a lock file would stay. The lock is on
+/// the folder, because only SQLite may open the database.
 class SetUpLock
 {
 public:

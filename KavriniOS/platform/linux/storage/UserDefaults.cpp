@@ -39,7 +39,7 @@ constexpr int typeColumn = 0;
 constexpr int valueColumn = 1;
 constexpr int keyColumn = 2;
 
-/// Binds the type's name and the value of a row to write.
+/// Binds the type name and the value of a row to write.
 struct BindValue {
     SqliteStatement &statement;
 
@@ -90,8 +90,8 @@ template <typename Container> Decoded decodePropertyList(const SqliteStatement &
     return value && std::holds_alternative<Container>(*value) ? value : std::nullopt;
 }
 
-/// All of a text: QString::fromUtf8() would leave a byte order mark away, and "start" is a command only
-/// without.
+/// The whole text. QString::fromUtf8() would drop a byte order mark, but "start" is a command only without
+/// one.
 QString toString(const QByteArray &utf8)
 {
     QStringDecoder decode(QStringDecoder::Utf8,
@@ -99,7 +99,8 @@ QString toString(const QByteArray &utf8)
     return decode(utf8);
 }
 
-/// The value of a row, or none where it is not of the type that the row says: other programs write rows, too.
+/// The value of a row. None if it is not of the type that the row names, because other programs write rows,
+/// too.
 Decoded decode(const SqliteStatement &row)
 {
     const QByteArray type = row.bytes(typeColumn);
@@ -130,7 +131,7 @@ Decoded decode(const SqliteStatement &row)
                            : decodePropertyList<PropertyListDictionary>(row);
 }
 
-/// Every row that is left.
+/// Collects all remaining rows.
 int collect(SqliteStatement &statement, PropertyListDictionary &values)
 {
     values.clear();
@@ -161,7 +162,7 @@ bool isTooLarge(const PropertyListValue &value)
     return isContainer && !isWithinBounds(PropertyList::toBinary(value));
 }
 
-/// Why a value would not be found again; none where it would be.
+/// Why a later read would not find the value; none if it would.
 std::optional<Error> obstacle(const PropertyListValue &value)
 {
     if (!isFinite(value)) {

@@ -210,15 +210,15 @@ TEST(StatusNotifierTray, IsThereAsLongAsThereIsAHost)
 {
     Desktop desktop(Host::Absent);
     ASSERT_TRUE(waitUntil([&] { return desktop.watcher.wasAsked(); }));
-    EXPECT_FALSE(desktop.tray->isThere());
+    EXPECT_FALSE(desktop.tray->isAvailable());
     for (int round = 0; round < 3; ++round) {
         desktop.watcher.setHost(Host::Present);
         ASSERT_TRUE(waitUntil([&] { return desktop.watcher.items().size() == round + 1; }));
-        EXPECT_TRUE(desktop.tray->isThere());
+        EXPECT_TRUE(desktop.tray->isAvailable());
         EXPECT_EQ(desktop.panel().property(u"ToolTip"_s), u"( [] ready )"_s);
         desktop.watcher.setHost(Host::Absent);
         EXPECT_TRUE(waitUntil([&] { return !desktop.isOnBus(desktop.item()); }));
-        EXPECT_FALSE(desktop.tray->isThere());
+        EXPECT_FALSE(desktop.tray->isAvailable());
         EXPECT_EQ(desktop.changes, 2 * (round + 1));
     }
 }
@@ -230,7 +230,7 @@ TEST(StatusNotifierTray, EntersAnewWhenTheWatcherRestarts)
     desktop.watcher.restart();
     const QString second = desktop.item();
     EXPECT_NE(second, first);
-    EXPECT_TRUE(desktop.tray->isThere());
+    EXPECT_TRUE(desktop.tray->isAvailable());
     EXPECT_TRUE(waitUntil([&] { return !desktop.isOnBus(first); }));
     EXPECT_EQ(desktop.panel().call(u"Activate"_s, {0, 0}), QString());
     EXPECT_EQ(desktop.clicks, 1);
@@ -244,9 +244,9 @@ TEST(StatusNotifierTray, EntersWhenAWatcherComesLater)
     for (int round = 0; round < 2; ++round) {
         const FakeStatusNotifierWatcher watcher(bus.connection());
         EXPECT_TRUE(waitUntil([&] { return watcher.items().size() == 1; }));
-        EXPECT_TRUE(tray.isThere());
+        EXPECT_TRUE(tray.isAvailable());
     }
-    EXPECT_TRUE(waitUntil([&] { return !tray.isThere(); }));
+    EXPECT_TRUE(waitUntil([&] { return !tray.isAvailable(); }));
 }
 
 TEST(StatusNotifierTray, LeavesWhenItIsDestroyed)
@@ -261,9 +261,9 @@ TEST(StatusNotifierTray, LeavesWhenItIsDestroyed)
 TEST(StatusNotifierTray, IsNotThereWithoutABus)
 {
     StatusNotifierTray tray{QDBusConnection(QString())};
-    EXPECT_FALSE(tray.isThere());
+    EXPECT_FALSE(tray.isAvailable());
     tray.show(content(Qt::red, u"ready"_s, {u"Open"_s}));
-    EXPECT_FALSE(tray.isThere());
+    EXPECT_FALSE(tray.isAvailable());
 }
 
 } // namespace kavrin::test

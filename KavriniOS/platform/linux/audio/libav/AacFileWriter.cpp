@@ -13,8 +13,8 @@ namespace
 
 constexpr const char *FragmentMicroseconds = "1000000";
 
-// The header goes out before the first sample; the table at the end, which would grow with the recording, is
-// left out.
+// The header goes out before the first sample. The table at the end is left out, because it would grow with
+// the recording.
 constexpr const char *Fragmented = "empty_moov+default_base_moof+skip_trailer";
 
 Error formatError(int error)
@@ -53,7 +53,7 @@ void AacFileWriter::openFile()
     if (!m_file.remove() && m_file.exists()) {
         throw fileError(m_file.errorString());
     }
-    // NewOnly makes the file or fails, and follows no link that someone put there meanwhile.
+    // NewOnly makes the file or fails. It does not follow a link that someone has put there in the meantime.
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered,
                      QFile::ReadOwner | QFile::WriteOwner)) {
         throw fileError(m_file.errorString());
@@ -73,7 +73,7 @@ void AacFileWriter::openEncoder(int sampleRate, int channels)
     m_encoder->sample_fmt = AV_SAMPLE_FMT_FLTP;
     m_encoder->sample_rate = sampleRate;
     m_encoder->time_base = {1, sampleRate};
-    // The bit rate stays the encoder's own, 69000 for each channel, half a megabyte a minute. Lower ones cost
+    // The bit rate is the encoder's own: 69000 for each channel, half a megabyte a minute. Lower rates cost
     // words: of 92 that PocketSphinx hears in ten recordings, 4 change at 69000, 16 at 48000, 26 at 32000.
     m_encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
     av_channel_layout_default(&m_encoder->ch_layout, channels);
@@ -155,7 +155,8 @@ void AacFileWriter::finish()
     m_file.close();
 }
 
-/// Encodes a frame, or with none what the encoder still holds back, and hands the packets to the container.
+/// Encodes a frame and hands the packets to the container. Without a frame, encodes what the encoder still
+/// holds back.
 void AacFileWriter::encode(AVFrame *frame)
 {
     if (frame) {
@@ -188,7 +189,7 @@ void AacFileWriter::encode(AVFrame *frame)
 
 void AacFileWriter::fail(const QString &reason)
 {
-    // The first failure is the cause; libav reports the ones that follow from it in its own words.
+    // The first failure is the cause. libav reports the failures that follow from it in its own words.
     if (!m_failure) {
         m_failure = fileError(reason);
     }
@@ -199,7 +200,7 @@ int AacFileWriter::writeBytes(const std::uint8_t *bytes, int count)
     if (m_failure) {
         return AVERROR(EIO);
     }
-    // A disk that fills up takes a part first and refuses the rest, with the reason, afterwards.
+    // A disk that fills up first accepts a part, and then refuses the rest with the reason.
     for (qint64 done = 0; done < count;) {
         const qint64 taken = m_file.write(reinterpret_cast<const char *>(bytes) + done, count - done);
         if (taken < 0) {

@@ -17,8 +17,8 @@ namespace kavrin
 /// Writes sound as AAC-LC (ISO/IEC 14496-3) into a fragmented MPEG-4 file (ISO/IEC 14496-12) with the brand
 /// "M4A ".
 ///
-/// A fragment holds one second and is written when it is full: a file whose writer was killed, or whose disk
-/// filled, plays up to the last whole fragment and mostly further, and memory does not grow with the length.
+/// A fragment holds one second and is written when it is full. If the writer is killed, or the disk is full,
+/// the file plays up to the last whole fragment, and usually further. Memory does not grow with the length.
 /// The encoder puts 64 ms of silence (1024 samples at 16 kHz) before the first sample.
 ///
 /// Equal samples give equal files.
@@ -28,7 +28,7 @@ public:
     /// See SoundCodecs::createAac().
     AacFileWriter(const QString &path, int sampleRate, int channels);
 
-    /// Closes the file. What came after the last whole fragment is lost unless finish() was called.
+    /// Closes the file. Without finish(), everything after the last whole fragment is lost.
     ~AacFileWriter() override;
 
     AacFileWriter(const AacFileWriter &) = delete;
@@ -51,12 +51,12 @@ private:
     QFile m_file;
     std::optional<Error> m_failure;
     libav::Codec m_encoder;
-    libav::Frame m_frame; ///< filled up to m_filled, then encoded
+    libav::Frame m_frame; ///< encoded when m_filled samples fill it
     libav::Packet m_packet;
     libav::Stream m_stream;
     libav::Output m_container;
     int m_filled = 0; ///< samples of each channel in m_frame
-    std::int64_t m_position = 0; ///< samples of each channel encoded so far
+    std::int64_t m_position = 0; ///< number of samples of each channel encoded so far
 };
 
 } // namespace kavrin

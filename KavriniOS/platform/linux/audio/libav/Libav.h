@@ -12,14 +12,14 @@ extern "C" {
 #include <memory>
 #include <new>
 
-/// What the decoder and the writer of sound files share: owners of libav's objects, and its errors in words.
+/// What the decoder and the writer of sound files share: owners of libav's objects, and texts for its errors.
 namespace kavrin::libav
 {
 
 void freeStream(AVIOContext **stream); ///< with its buffer
 void freeOutput(AVFormatContext **format);
 
-/// Frees with the function for the type, which takes the address of the pointer.
+/// Frees an object with the function for its type, which takes the address of the pointer.
 template <auto release> struct Release {
     void operator()(auto *object) const { release(&object); }
 };
@@ -32,7 +32,7 @@ using Converter = std::unique_ptr<SwrContext, Release<swr_free>>;
 using Input = std::unique_ptr<AVFormatContext, Release<avformat_close_input>>;
 using Output = std::unique_ptr<AVFormatContext, Release<freeOutput>>;
 
-/// Takes what libav has allocated. Throws std::bad_alloc where that is nothing.
+/// Takes over an object that libav has allocated. Throws std::bad_alloc if there is none.
 template <typename Owner> Owner owned(typename Owner::pointer object)
 {
     if (!object) {
@@ -41,11 +41,11 @@ template <typename Owner> Owner owned(typename Owner::pointer object)
     return Owner(object);
 }
 
-/// A file of its owner's, to whom `self` is handed with each call.
+/// A file that its owner implements. Each call hands over `self`.
 Stream makeStream(void *self, decltype(AVIOContext::read_packet) read,
                   decltype(AVIOContext::write_packet) write, decltype(AVIOContext::seek) seek);
 
-/// What an error number returned by libav means.
+/// The meaning of an error number of libav.
 QString describe(int error);
 
 } // namespace kavrin::libav

@@ -18,7 +18,7 @@ namespace
 class LibavCodecs final : public SoundCodecs
 {
 public:
-    /// libav prints to the standard error unless it is told not to.
+    /// Otherwise libav prints to the standard error.
     LibavCodecs() { av_log_set_level(AV_LOG_QUIET); }
 
     [[nodiscard]] std::unique_ptr<SoundFileWriter> createAac(const QString &path, int sampleRate,

@@ -8,7 +8,7 @@
 namespace kavrin
 {
 
-/// The bytes of a file, which libav reads as if they were one. They must stay as long as it does.
+/// Bytes in memory that libav reads as a file. They must live as long as this object.
 class MemoryFile
 {
 public:

@@ -11,7 +11,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-// Playlists and the like, which name other files, are not among them.
+// Playlists and similar containers, which name other files, are not in this list.
 constexpr const char *acceptedContainers = "mov,mp4,m4a,wav,mp3,ogg,flac,matroska,webm,aac";
 
 Error unreadable(const QString &sentence)
@@ -25,7 +25,7 @@ libav::Input openContainer(const MemoryFile &file)
     format->pb = file.stream();
     format->flags |= AVFMT_FLAG_CUSTOM_IO;
     format->format_whitelist = av_strdup(acceptedContainers);
-    // Opening frees the context when it fails.
+    // avformat_open_input() frees the context if it fails.
     if (avformat_open_input(&format, nullptr, nullptr, nullptr) < 0) {
         throw unreadable(
             u"The file is not a recording that can be read. Send MPEG-4 (m4a, mp4), WAV, MP3, Ogg, "
@@ -52,7 +52,7 @@ libav::Codec openDecoder(const AVStream &track)
     return decoder;
 }
 
-/// Collects decoded frames of any format in one.
+/// Collects decoded frames of any format and converts them to one.
 class SoundCollector
 {
 public:
@@ -66,7 +66,7 @@ public:
         if (!m_wanted) {
             m_wanted = {frame.sample_rate, frame.ch_layout.nb_channels};
         }
-        // A track may change its rate or its channels on the way.
+        // The sample rate or the number of channels may change within a track.
         if (m_converter && convert(&frame) == Conversion::Done) {
             return;
         }
@@ -130,7 +130,7 @@ private:
 
 enum class Outcome { Heard, Damaged };
 
-/// Decodes one packet, or with none what the decoder still holds back.
+/// Decodes one packet. Without a packet, decodes what the decoder still holds back.
 Outcome decodePacket(AVCodecContext *decoder, const AVPacket *packet, AVFrame *frame, SoundCollector &sound)
 {
     const bool isTaken = avcodec_send_packet(decoder, packet) >= 0;

@@ -13,15 +13,16 @@ namespace kavrin
 /// The longest sound that decodeSound() takes, so that a small file cannot fill the memory.
 constexpr int longestSoundInSeconds = 60 * 60;
 
-/// Decodes a whole sound file held in memory, into the format `wanted` or the one that it has itself.
+/// Decodes a whole sound file held in memory, into the format `wanted` or into its own.
 ///
 /// Takes the containers that the public transcription services take: MPEG-4 (fragmented or not), WAV, MP3,
-/// Ogg, FLAC, WebM, and bare AAC. The file's content says which one it is. A file cut short gives the samples
-/// up to the cut, as far as its container can be read at all; a file without a single sample of sound gives
-/// none. Other files and addresses that a container refers to are never opened.
+/// Ogg, FLAC, WebM, and bare AAC. The file's content shows which one it is. A file that was cut short gives
+/// the samples up to the cut, if its container can be read at all. A file without a single sample of sound
+/// gives none. This function never opens other files and addresses that a container refers to.
 ///
-/// Throws Error "audio", with a sentence for the person who made the file, when it is empty, is none of
-/// these, holds no sound, or is longer than longestSoundInSeconds. Any thread, several at once.
+/// Throws Error "audio" if the file is empty, is none of these, holds no sound, or is longer than
+/// longestSoundInSeconds. The error has a sentence for the person who made the file. Any thread, several at
+/// once.
 Sound decodeSound(std::string_view file, std::optional<SoundFormat> wanted = {});
 
 } // namespace kavrin

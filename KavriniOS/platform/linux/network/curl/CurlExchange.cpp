@@ -25,7 +25,8 @@ std::size_t takeBody(char *bytes, std::size_t size, std::size_t count, void *rec
     return length;
 }
 
-/// Takes a line of a head, also of what a proxy says before the answer, or of what may follow the body.
+/// Takes a line of a head. The line may also belong to a proxy's answer before the real one, or follow the
+/// body.
 std::size_t takeHeader(char *bytes, std::size_t size, std::size_t count, void *received)
 {
     const std::size_t length = size * count;
@@ -39,7 +40,7 @@ Headers headersOf(const UrlRequest &request)
 {
     Headers headers;
     const auto append = [&](const char *line) { headers.reset(curl_slist_append(headers.release(), line)); };
-    // Nothing is added that the request does not say, nor a pause before the body.
+    // libcurl must not add headers that the request does not have, nor a pause before the body.
     append("Content-Type:");
     append("Expect:");
     for (const auto &[name, value] : request.headers) {
@@ -52,13 +53,13 @@ void setRequest(CURL *transfer, const UrlRequest &request)
 {
     curl_easy_setopt(transfer, CURLOPT_URL, request.url.toEncoded(QUrl::RemoveFragment).constData());
     curl_easy_setopt(transfer, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(transfer, CURLOPT_ACCEPT_ENCODING, ""); // all that libcurl can unpack
+    curl_easy_setopt(transfer, CURLOPT_ACCEPT_ENCODING, ""); // all encodings that libcurl can unpack
     if (request.method != "GET" || !request.body.isEmpty()) {
         curl_easy_setopt(transfer, CURLOPT_POSTFIELDSIZE_LARGE, curl_off_t(request.body.size()));
         curl_easy_setopt(transfer, CURLOPT_POSTFIELDS, request.body.constData());
     }
     curl_easy_setopt(transfer, CURLOPT_CUSTOMREQUEST, request.method.constData());
-    // OpenSSL's own variable; libcurl leaves it to its users.
+    // OpenSSL itself reads this variable; libcurl leaves that to its users.
     if (const QByteArray authorities = qgetenv("SSL_CERT_FILE"); !authorities.isEmpty()) {
         curl_easy_setopt(transfer, CURLOPT_CAINFO, authorities.constData());
     }
@@ -93,7 +94,7 @@ template <typename Value> Value get(CURL *transfer, CURLINFO info)
     return value;
 }
 
-/// How long a connection may still be silent.
+/// Counts how long a connection has been silent, and how long it may still be.
 class Patience
 {
 public:
@@ -149,7 +150,7 @@ CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM
     curl_easy_setopt(transfer.get(), CURLOPT_WRITEDATA, &received);
     curl_easy_setopt(transfer.get(), CURLOPT_HEADERFUNCTION, &takeHeader);
     curl_easy_setopt(transfer.get(), CURLOPT_HEADERDATA, &received);
-    // A name that is still being looked up keeps nobody waiting who has given up.
+    // After the exchange is given up, nobody waits for a name that is still being looked up.
     curl_easy_setopt(transfer.get(), CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(transfer.get(), CURLOPT_NOSIGNAL, 1L);
 
@@ -157,7 +158,7 @@ CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM
     curl_multi_add_handle(connections, transfer.get());
     const CURLcode result = waitForEnd(transfer.get(), connections, Patience(request.timeout), givenUp);
     curl_multi_remove_handle(connections, transfer.get());
-    // libcurl is content with a head that was cut short.
+    // libcurl accepts a head that was cut short.
     return {.result = result == CURLE_OK && !received.headIsWhole ? CURLE_GOT_NOTHING : result,
             .status = int(get<long>(transfer.get(), CURLINFO_RESPONSE_CODE)),
             .proxyStatus = int(get<long>(transfer.get(), CURLINFO_HTTP_CONNECTCODE)),

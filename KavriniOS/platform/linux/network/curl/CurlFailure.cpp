@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 constexpr int proxyAuthenticationRequired = 407;
 
-// In words for a person, with a place for the host.
+// Sentences for the user, with a place for the host.
 constexpr QStringView cutShort = u"%1 closed the connection before its whole answer had come.";
 constexpr QStringView late = u"%1 did not answer in time.";
 constexpr QStringView unknown =
@@ -32,13 +32,13 @@ constexpr QStringView strange = u"The answer of %1 could not be understood.";
 constexpr struct Failure {
     int code;
     QStringView words;
-    QStringView ofProxy = words; ///< where there is one on the way
+    QStringView ofProxy = words; ///< for an exchange through a proxy
 } results[] = {
     {CURLE_GOT_NOTHING, cutShort},
     {CURLE_PARTIAL_FILE, cutShort},
     {CURLE_RECV_ERROR, cutShort},
     {CURLE_SEND_ERROR, cutShort},
-    {CURLE_COULDNT_RESOLVE_HOST, unknown, unknownProxy}, // newer versions say either of a proxy's name
+    {CURLE_COULDNT_RESOLVE_HOST, unknown, unknownProxy}, // newer versions use either code for a proxy's name
     {CURLE_COULDNT_RESOLVE_PROXY, unknown, unknownProxy},
     {CURLE_PROXY, failedProxy},
     {CURLE_OPERATION_TIMEDOUT, late},
@@ -54,7 +54,7 @@ constexpr struct Failure {
     {CURLE_ABORTED_BY_CALLBACK, u"The exchange with %1 was given up."},
 };
 
-/// By what the system said of a connection that could not be made.
+/// What the user reads for each errno of a connection that could not be made.
 constexpr Failure connections[] = {
     {ECONNREFUSED, u"The connection to %1 was refused.",
      u"The connection to the proxy on the way to %1 was refused."},

@@ -9,7 +9,7 @@ namespace kavrin
 /// An Error of the domain "network".
 Error networkError(CURLcode code, const QString &description);
 
-/// Throws unless `answer` is a whole one of the service at `url`, and not of a proxy on the way there.
+/// Throws unless `answer` is a whole answer of the service at `url`. A proxy's own answer does not count.
 void checkAnswer(const CurlAnswer &answer, const QUrl &url, bool throughProxy);
 
 } // namespace kavrin

@@ -19,8 +19,8 @@ using namespace Qt::StringLiterals;
 
 constexpr int maximumRedirects = 16;
 
-/// What the last exchange that ended well left: a later one to the same server need not connect again. Never
-/// freed, as OpenSSL goes first when the process ends.
+/// The connections that the last successful exchange left: a later exchange with the same server need not
+/// connect again. Never freed, because OpenSSL goes first when the process ends.
 std::atomic<CURLM *> idleConnections = nullptr;
 
 CurlConnections takeConnections()
@@ -45,7 +45,7 @@ void checkAddress(const QUrl &url)
     }
 }
 
-/// A line break in a value would begin a header of its own.
+/// A line break in a value would begin a new header.
 void checkHeaders(const UrlRequest &request)
 {
     for (const auto &[name, value] : request.headers) {

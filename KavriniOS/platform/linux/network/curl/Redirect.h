@@ -6,10 +6,10 @@
 namespace kavrin
 {
 
-/// Whether the answer sends the request elsewhere (RFC 9110, 15.4), and says where.
+/// Whether the answer redirects the request (RFC 9110, 15.4) and names the address.
 bool isRedirect(const CurlAnswer &answer);
 
-/// What is to be sent after such an answer to `request`. Throws Error "network" on the way from https to
+/// The request that follows such an answer to `request`. Throws Error "network" for a redirect from https to
 /// http.
 UrlRequest redirected(UrlRequest request, const CurlAnswer &answer);
 

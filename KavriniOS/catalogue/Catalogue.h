@@ -83,7 +83,8 @@ struct Item {
     QString title;
     Kind kind;
     std::optional<QString> footer = std::nullopt; ///< explains the item; shown under the row
-    std::vector<Condition> conditions; ///< the row is shown while all of them hold
+    // NOLINTNEXTLINE(readability-redundant-member-init): GCC would complain of every item that names none.
+    std::vector<Condition> conditions = {}; ///< the row is shown while all of them hold
     bool onlyInKeyboard = false; ///< the keyboard's own settings have the row, but this application does not
 
     bool operator==(const Item &) const = default;

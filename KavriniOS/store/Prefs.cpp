@@ -141,10 +141,8 @@ void Prefs::set(const QString &key, const PropertyListValue &value)
 QFuture<std::optional<Error>> Prefs::submit(const Changes &settings)
 {
     PrefsCache::shared().show(settings);
-    return SuiteWriter::write(stamped(settings)).then([settings](const std::optional<Error> &failure) {
-        PrefsCache::shared().settle(settings, !failure);
-        return failure;
-    });
+    return SuiteWriter::write(stamped(settings),
+                              [settings](bool isStored) { PrefsCache::shared().settle(settings, isStored); });
 }
 
 std::optional<Error> Prefs::store(const Changes &settings)

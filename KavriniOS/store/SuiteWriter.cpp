@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <memory>
+#include <utility>
 
 namespace kavrin
 {
@@ -14,37 +15,69 @@ namespace kavrin
 namespace
 {
 
-/// The thread that writes; null if the calling thread does.
-std::atomic<QThreadPool *> &writingThread()
+/// Null while the calling thread writes.
+std::atomic<SuiteWriter *> &current()
 {
-    static std::atomic<QThreadPool *> thread = nullptr;
-    return thread;
+    static std::atomic<SuiteWriter *> writer = nullptr;
+    return writer;
 }
 
 } // namespace
 
-SuiteWriter::SuiteWriter()
+SuiteWriter::SuiteWriter() : m_thread([this] { run(); })
 {
-    m_thread.setMaxThreadCount(1);
-    writingThread() = &m_thread;
+    current() = this;
 }
 
 SuiteWriter::~SuiteWriter()
 {
-    writingThread() = nullptr;
-    m_thread.waitForDone();
+    current() = nullptr;
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_isEnding = true;
+    }
+    m_changed.notify_one();
+    m_thread.join();
 }
 
-QFuture<std::optional<Error>> SuiteWriter::write(const Changes &changes)
+void SuiteWriter::start(std::function<void()> job)
+{
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_jobs.push_back(std::move(job));
+    }
+    m_changed.notify_one();
+}
+
+void SuiteWriter::run()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_isEnding || !m_jobs.empty(); });
+        if (m_jobs.empty()) {
+            return;
+        }
+        const std::function<void()> job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        lock.unlock();
+        job();
+        lock.lock();
+    }
+}
+
+QFuture<std::optional<Error>> SuiteWriter::write(const Changes &changes,
+                                                 const std::function<void(bool isStored)> &settled)
 {
     const auto promise = std::make_shared<QPromise<std::optional<Error>>>();
     promise->start();
-    const auto job = [promise, changes, limit = QDeadlineTimer(UserDefaults::patience)] {
-        promise->addResult(Shared::d().write(changes, limit));
+    const auto job = [promise, changes, settled, limit = QDeadlineTimer(UserDefaults::patience)] {
+        const std::optional<Error> failure = Shared::d().write(changes, limit);
+        settled(!failure);
+        promise->addResult(failure);
         promise->finish();
     };
-    if (QThreadPool *const thread = writingThread()) {
-        thread->start(job);
+    if (SuiteWriter *const writer = current()) {
+        writer->start(job);
     } else {
         job();
     }

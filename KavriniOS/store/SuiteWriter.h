@@ -4,7 +4,12 @@
 #include "platform/UserDefaults.h"
 
 #include <QFuture>
-#include <QThreadPool>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
 
 namespace kavrin
 {
@@ -26,11 +31,20 @@ public:
     Q_DISABLE_COPY_MOVE(SuiteWriter)
 
     /// Makes the changes as one transaction, in their turn, even if nobody waits for the result. The result
-    /// says what went wrong, if anything. Safe from any thread.
-    static QFuture<std::optional<Error>> write(const Changes &changes);
+    /// says what went wrong, if anything. `settled` is called before that, in the thread that writes. Safe from
+    /// any thread.
+    static QFuture<std::optional<Error>>
+    write(const Changes &changes, const std::function<void(bool isStored)> &settled = [](bool) { });
 
 private:
-    QThreadPool m_thread;
+    void start(std::function<void()> job);
+    void run();
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<std::function<void()>> m_jobs;
+    bool m_isEnding = false;
+    std::thread m_thread;
 };
 
 } // namespace kavrin

@@ -31,8 +31,8 @@ public:
     Q_DISABLE_COPY_MOVE(SuiteWriter)
 
     /// Makes the changes as one transaction, in their turn, even if nobody waits for the result. The result
-    /// says what went wrong, if anything. `settled` is called before that, in the thread that writes. Safe from
-    /// any thread.
+    /// says what went wrong, if anything. `settled` is called before that, in the thread that writes. Safe
+    /// from any thread.
     static QFuture<std::optional<Error>>
     write(const Changes &changes, const std::function<void(bool isStored)> &settled = [](bool) { });
 

@@ -12,8 +12,6 @@
 
 #include <limits>
 
-// NOLINTBEGIN(misc-const-correctness): clang-tidy 19 does not see what changes in these tests.
-
 using namespace kavrin;
 using namespace kavrin::test;
 using namespace Qt::StringLiterals;
@@ -143,5 +141,3 @@ TEST(PrefsOnTheMainThread, AResetShowsAtOnceAndKeepsWhatIsStillToBeStored)
     EXPECT_EQ(outcomeOf(reset), u"");
     EXPECT_EQ(Shared::d().object(key), std::nullopt);
 }
-
-// NOLINTEND(misc-const-correctness)

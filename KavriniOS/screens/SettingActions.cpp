@@ -5,6 +5,7 @@
 #include "store/Shared.h"
 
 #include <QCoroFuture>
+#include <QPointer>
 
 namespace kavrin
 {
@@ -43,7 +44,7 @@ void SettingActions::copyConfig(SettingModel *row)
 
 void SettingActions::resetAll(SettingModel *row)
 {
-    reset(row);
+    reset(*row);
 }
 
 namespace
@@ -58,15 +59,16 @@ void showReset(SettingModel &row)
 
 } // namespace
 
-QCoro::Task<> SettingActions::reset(QPointer<SettingModel> row)
+QCoro::Task<> SettingActions::reset(SettingModel &row)
 {
-    row->setNote({});
+    const QPointer stillThere(&row);
+    row.setNote({});
     const QFuture<std::optional<Error>> written = Prefs::resetAll();
-    showReset(*row);
+    showReset(row);
     const std::optional<Error> failure = co_await written;
-    if (row && failure) {
-        row->setNote(tr("Nothing was reset. %1").arg(failure->localizedDescription));
-        showReset(*row);
+    if (stillThere && failure) {
+        row.setNote(tr("Nothing was reset. %1").arg(failure->localizedDescription));
+        showReset(row);
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <QCoroTask>
 #include <QObject>
-#include <QPointer>
 #include <QtQml/qqmlregistration.h>
 
 namespace kavrin
@@ -43,7 +42,7 @@ public:
     Q_INVOKABLE static void resetAll(kavrin::SettingModel *row);
 
 private:
-    static QCoro::Task<> reset(QPointer<SettingModel> row);
+    static QCoro::Task<> reset(SettingModel &row);
 
     Pasteboard &m_pasteboard;
     Contacts &m_contacts;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/Client.h"
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -77,6 +78,15 @@ Client::~Client()
 }
 
 Client::Client(Client &&other) noexcept : m_socket(std::exchange(other.m_socket, -1)) { }
+
+void Client::moveToDescriptor(int least)
+{
+    const int moved = ::fcntl(m_socket, F_DUPFD_CLOEXEC, least);
+    if (moved < 0) {
+        throw std::runtime_error("no descriptor so high is to be had");
+    }
+    ::close(std::exchange(m_socket, moved));
+}
 
 bool Client::connect(std::uint16_t port) const
 {

@@ -24,6 +24,9 @@ public:
     Client(const Client &) = delete;
     Client &operator=(const Client &) = delete;
 
+    /// Gives the socket a descriptor of at least `least`, whatever lower ones are free just now.
+    void moveToDescriptor(int least);
+
     /// Connects to `port` on 127.0.0.1 or ::1.
     [[nodiscard]] bool connect(std::uint16_t port) const;
 

@@ -144,12 +144,10 @@ long sleepsOfOtherThreads()
 /// Unconnected clients whose own descriptors are all at `least` or above.
 std::vector<Client> clientsAbove(int least, std::size_t count)
 {
-    std::vector<int> fillers;
-    while (fillers.empty() || fillers.back() < least) {
-        fillers.push_back(dup(STDIN_FILENO));
-    }
     std::vector<Client> clients(count);
-    std::for_each(fillers.begin(), fillers.end(), close);
+    for (Client &client : clients) {
+        client.moveToDescriptor(least);
+    }
     return clients;
 }
 

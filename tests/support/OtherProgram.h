@@ -26,6 +26,7 @@ public:
         sqlite3 *handle = nullptr;
         EXPECT_EQ(sqlite3_open(QFile::encodeName(Shared::d().path()).constData(), &handle), SQLITE_OK);
         m_suite.reset(handle);
+        sqlite3_busy_timeout(handle, 30'000); // the application's writer may be at work
     }
 
     void execute(const QByteArray &sql) { firstColumn(sql); }

@@ -360,6 +360,45 @@ TEST(NetworkUrlSession, SaysThatAnAnswerCannotBeUnpacked)
                   u"The answer of 127.0.0.1 could not be understood."_s);
 }
 
+/// `size` zero bytes, packed with gzip (RFC 1952).
+QByteArray packedZeros(qsizetype size)
+{
+    const QByteArray zlib = qCompress(QByteArray(size, '\0'), 9).mid(4); // RFC 1950, after Qt's own length
+    const QByteArray deflated = zlib.mid(2, zlib.size() - 6);
+    return QByteArray("\x1f\x8b\x08\0\0\0\0\0\0\xff", 10) + deflated;
+}
+
+TEST(NetworkUrlSession, ReturnsABodyOfFourMegabytes)
+{
+    ScriptedServer server;
+    const QByteArray body(4'000'000, 'x');
+    server.add(answer("200 OK", body));
+    EXPECT_EQ(fetch(get(server.url(u"/"_s))), body);
+}
+
+TEST(NetworkUrlSession, RefusesALargerBodyBeforeItHasComeWhole)
+{
+    const QByteArray body(4'000'001, 'x');
+    const QByteArray chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+    const struct {
+        const char *what;
+        ScriptedAnswer sent;
+    } cases[] = {
+        {"more is announced", {"HTTP/1.1 200 OK\r\nContent-Length: 9000000000\r\n\r\n" + body}},
+        {"more in chunks", {chunked + QByteArray::number(body.size(), 16) + "\r\n" + body + "\r\n"}},
+        {"more without end", {"HTTP/1.1 200 OK\r\n\r\n" + body}},
+        {"more when unpacked", answer("200 OK", packedZeros(5'000'000), "Content-Encoding: gzip\r\n")},
+        {"more in a redirect", {"HTTP/1.1 302 Found\r\nLocation: /next\r\n\r\n" + body}},
+    };
+    for (const auto &[what, sent] : cases) {
+        SCOPED_TRACE(what);
+        ScriptedServer server;
+        server.add(sent);
+        expectFailure(failureOf(get(server.url(u"/path?key=secret"_s))), CURLE_FILESIZE_EXCEEDED,
+                      u"The answer of 127.0.0.1 is larger than 4 MB, the most that is taken."_s);
+    }
+}
+
 TEST(NetworkUrlSession, GivesUpWhenNothingCame)
 {
     const ScriptedServer server;

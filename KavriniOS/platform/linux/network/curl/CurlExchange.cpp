@@ -13,16 +13,25 @@ using Clock = std::chrono::steady_clock;
 using Transfer = std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>>;
 using Headers = std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>>;
 
+constexpr qsizetype largestBody = 4'000'000;
+
 struct Received {
     bool headIsWhole = false;
+    bool isTooLarge = false;
     QByteArray body;
 };
 
-std::size_t takeBody(char *bytes, std::size_t size, std::size_t count, void *received)
+/// Takes some of the unpacked body. Any other result than its length ends the exchange.
+std::size_t takeBody(char *bytes, std::size_t size, std::size_t count, void *into)
 {
-    const std::size_t length = size * count;
-    static_cast<Received *>(received)->body.append(bytes, qsizetype(length));
-    return length;
+    const auto length = qsizetype(size * count);
+    auto *received = static_cast<Received *>(into);
+    received->isTooLarge = length > largestBody - received->body.size();
+    if (received->isTooLarge) {
+        return 0;
+    }
+    received->body.append(bytes, length);
+    return std::size_t(length);
 }
 
 /// Takes a line of a head. The line may also belong to a proxy's answer before the real one, or follow the
@@ -47,6 +56,15 @@ Headers headersOf(const UrlRequest &request)
         append((name + ": " + value).constData());
     }
     return headers;
+}
+
+CURLcode resultOf(CURLcode result, const Received &received)
+{
+    if (received.isTooLarge) {
+        return CURLE_FILESIZE_EXCEEDED;
+    }
+    // libcurl accepts a head that was cut short.
+    return result == CURLE_OK && !received.headIsWhole ? CURLE_GOT_NOTHING : result;
 }
 
 void setRequest(CURL *transfer, const UrlRequest &request)
@@ -158,8 +176,7 @@ CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM
     curl_multi_add_handle(connections, transfer.get());
     const CURLcode result = waitForEnd(transfer.get(), connections, Patience(request.timeout), givenUp);
     curl_multi_remove_handle(connections, transfer.get());
-    // libcurl accepts a head that was cut short.
-    return {.result = result == CURLE_OK && !received.headIsWhole ? CURLE_GOT_NOTHING : result,
+    return {.result = resultOf(result, received),
             .status = int(get<long>(transfer.get(), CURLINFO_RESPONSE_CODE)),
             .proxyStatus = int(get<long>(transfer.get(), CURLINFO_HTTP_CONNECTCODE)),
             .systemError = int(get<long>(transfer.get(), CURLINFO_OS_ERRNO)),

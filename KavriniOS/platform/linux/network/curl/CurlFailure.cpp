@@ -28,6 +28,7 @@ constexpr QStringView noAuthorities =
     u"No secure connection to %1 could be made: the certificates that this system trusts cannot be read. "
     "Install the package ca-certificates, or mend SSL_CERT_FILE.";
 constexpr QStringView strange = u"The answer of %1 could not be understood.";
+constexpr QStringView tooLarge = u"The answer of %1 is larger than 4 MB, the most that is taken.";
 
 constexpr struct Failure {
     int code;
@@ -51,6 +52,7 @@ constexpr struct Failure {
     {CURLE_HTTP2_STREAM, strange},
     {CURLE_UNSUPPORTED_PROTOCOL, strange},
     {CURLE_WEIRD_SERVER_REPLY, strange},
+    {CURLE_FILESIZE_EXCEEDED, tooLarge},
     {CURLE_ABORTED_BY_CALLBACK, u"The exchange with %1 was given up."},
 };
 

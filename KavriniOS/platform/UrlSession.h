@@ -20,6 +20,7 @@ struct UrlRequest {
     std::vector<std::pair<QByteArray, QByteArray>> headers;
     QByteArray body;
     std::chrono::milliseconds timeout = std::chrono::seconds(60); ///< while no byte moves either way
+    std::chrono::milliseconds answerTimeout = std::chrono::seconds(60); ///< from an answer's first byte on
 };
 
 /// HTTP exchanges that use the user's proxies and certificates. Main thread only.

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include <curl/curl.h>
 #include <gmock/gmock.h>
@@ -424,6 +425,41 @@ TEST(NetworkUrlSession, WaitsForAnAnswerThatComesSlowlyButSteadily)
     UrlRequest request = get(server.url(u"/"_s));
     request.timeout = std::chrono::seconds(2);
     EXPECT_EQ(fetch(request), body);
+}
+
+TEST(NetworkUrlSession, GivesUpOnAnAnswerThatDoesNotEnd)
+{
+    const struct {
+        const char *what;
+        QByteArray sent;
+    } cases[] = {
+        {"a head", "HTTP/1.1 200 OK\r\nX: " + QByteArray(100000, 'x')},
+        {"a head after another", "HTTP/1.1 102 Processing\r\n\r\nHTTP/1.1 200 OK\r\nX: " + QByteArray(100000, 'x')},
+        {"a body", answer("200 OK", QByteArray(100000, 'x')).bytes},
+        {"a body in chunks",
+         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + QByteArray("1\r\nx\r\n").repeated(10000)},
+    };
+    for (const auto &[what, sent] : cases) {
+        SCOPED_TRACE(what);
+        ScriptedServer server;
+        server.add({sent, Then::Drip});
+        UrlRequest request = get(server.url(u"/path?key=secret"_s));
+        request.answerTimeout = std::chrono::milliseconds(200);
+        expectFailure(failureOf(request), CURLE_OPERATION_TIMEDOUT, u"127.0.0.1 did not answer in time."_s);
+    }
+}
+
+TEST(NetworkUrlSession, WaitsForTheFirstByteLongerThanFromThereToTheLast)
+{
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress(QHostAddress::LocalHost)));
+    QObject::connect(&server, &QTcpServer::pendingConnectionAvailable, &server, [&server] {
+        QTcpSocket *socket = server.nextPendingConnection();
+        QTimer::singleShot(600, socket, [socket] { socket->write(answer("200 OK", "hello").bytes); });
+    });
+    UrlRequest request = get(QUrl(u"http://127.0.0.1:%1/"_s.arg(server.serverPort())));
+    request.answerTimeout = std::chrono::milliseconds(300);
+    EXPECT_EQ(fetch(request), "hello");
 }
 
 TEST(NetworkUrlSession, FollowsARedirect)

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/network/curl/CurlExchange.h"
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
 
 namespace kavrin
 {
@@ -112,25 +114,36 @@ template <typename Value> Value get(CURL *transfer, CURLINFO info)
     return value;
 }
 
-/// Counts how long a connection has been silent, and how long it may still be.
+/// Counts how long a connection has been silent and how long its answer has been coming, and how long both
+/// may still be so.
 class Patience
 {
 public:
-    explicit Patience(std::chrono::milliseconds limit) : m_limit(limit) { }
+    explicit Patience(const UrlRequest &request)
+        : m_silence(request.timeout), m_answer(request.answerTimeout)
+    {
+    }
 
     std::chrono::milliseconds left(CURL *transfer)
     {
+        const Clock::time_point now = Clock::now();
         const curl_off_t moved = get<curl_off_t>(transfer, CURLINFO_SIZE_UPLOAD_T)
             + get<curl_off_t>(transfer, CURLINFO_SIZE_DOWNLOAD_T) + get<long>(transfer, CURLINFO_HEADER_SIZE);
         if (std::exchange(m_moved, moved) != moved) {
-            m_lastMove = Clock::now();
+            m_lastMove = now;
         }
-        return std::chrono::ceil<std::chrono::milliseconds>(m_lastMove + m_limit - Clock::now());
+        if (!m_firstByte && get<curl_off_t>(transfer, CURLINFO_STARTTRANSFER_TIME_T) > 0) {
+            m_firstByte = now;
+        }
+        const Clock::time_point end = std::min(m_lastMove + m_silence, m_firstByte.value_or(now) + m_answer);
+        return std::chrono::ceil<std::chrono::milliseconds>(end - now);
     }
 
 private:
-    std::chrono::milliseconds m_limit;
+    std::chrono::milliseconds m_silence;
+    std::chrono::milliseconds m_answer;
     Clock::time_point m_lastMove = Clock::now();
+    std::optional<Clock::time_point> m_firstByte; ///< of the answer
     curl_off_t m_moved = 0; ///< bytes, either way, until m_lastMove
 };
 
@@ -174,7 +187,7 @@ CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM
 
     const std::stop_callback wake(givenUp, [connections] { curl_multi_wakeup(connections); });
     curl_multi_add_handle(connections, transfer.get());
-    const CURLcode result = waitForEnd(transfer.get(), connections, Patience(request.timeout), givenUp);
+    const CURLcode result = waitForEnd(transfer.get(), connections, Patience(request), givenUp);
     curl_multi_remove_handle(connections, transfer.get());
     return {.result = resultOf(result, received),
             .status = int(get<long>(transfer.get(), CURLINFO_RESPONSE_CODE)),

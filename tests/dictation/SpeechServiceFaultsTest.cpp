@@ -251,7 +251,6 @@ protected:
     {
         setProxy("http_proxy", m_proxy);
         setProxy("https_proxy", m_proxy);
-        qputenv("no_proxy", "127.0.0.1");
     }
 
     /// Nothing listens where the proxy was.

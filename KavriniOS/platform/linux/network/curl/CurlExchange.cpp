@@ -85,26 +85,10 @@ void setRequest(CURL *transfer, const UrlRequest &request)
     }
 }
 
-QByteArray address(const QNetworkProxy &proxy)
+void setProxy(CURL *transfer, const QByteArray &proxy)
 {
-    const QByteArray scheme = proxy.type() == QNetworkProxy::Socks5Proxy ? "socks5h://" : "http://";
-    QUrl url;
-    url.setHost(proxy.hostName());
-    return scheme + url.host(QUrl::FullyEncoded).toLatin1() + ':' + QByteArray::number(proxy.port());
-}
-
-void setProxy(CURL *transfer, const QNetworkProxy &proxy)
-{
-    if (proxy.type() == QNetworkProxy::NoProxy || proxy.hostName().isEmpty()) {
-        curl_easy_setopt(transfer, CURLOPT_PROXY, "");
-        return;
-    }
-    curl_easy_setopt(transfer, CURLOPT_PROXY, address(proxy).constData());
+    curl_easy_setopt(transfer, CURLOPT_PROXY, proxy.constData());
     curl_easy_setopt(transfer, CURLOPT_NOPROXY, "");
-    if (!proxy.user().isEmpty()) {
-        curl_easy_setopt(transfer, CURLOPT_PROXYUSERNAME, proxy.user().toUtf8().constData());
-        curl_easy_setopt(transfer, CURLOPT_PROXYPASSWORD, proxy.password().toUtf8().constData());
-    }
 }
 
 template <typename Value> Value get(CURL *transfer, CURLINFO info)
@@ -168,7 +152,7 @@ CURLcode waitForEnd(CURL *transfer, CURLM *connections, Patience patience, const
 
 } // namespace
 
-CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM *connections,
+CurlAnswer exchange(const UrlRequest &request, const QByteArray &proxy, CURLM *connections,
                     const std::stop_token &givenUp)
 {
     Received received;

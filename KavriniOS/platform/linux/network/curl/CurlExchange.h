@@ -3,8 +3,6 @@
 
 #include "platform/UrlSession.h"
 
-#include <QNetworkProxy>
-
 #include <curl/curl.h>
 
 #include <memory>
@@ -31,10 +29,10 @@ struct CurlAnswer {
     QByteArray body;
 };
 
-/// Sends the request through `proxy`; the type NoProxy means none. Blocks until the answer has come or cannot
-/// come. The result is CURLE_ABORTED_BY_CALLBACK after a request to stop `givenUp`. Only one exchange at a
+/// Sends the request through `proxy` (CURLOPT_PROXY); none if it is empty. Blocks until the answer has come or
+/// cannot come. The result is CURLE_ABORTED_BY_CALLBACK after a request to stop `givenUp`. Only one exchange at a
 /// time may use `connections`.
-CurlAnswer exchange(const UrlRequest &request, const QNetworkProxy &proxy, CURLM *connections,
+CurlAnswer exchange(const UrlRequest &request, const QByteArray &proxy, CURLM *connections,
                     const std::stop_token &givenUp);
 
 } // namespace kavrin

@@ -2,9 +2,8 @@
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "platform/linux/network/curl/CurlExchange.h"
 #include "platform/linux/network/curl/CurlFailure.h"
+#include "platform/linux/network/curl/Proxy.h"
 #include "platform/linux/network/curl/Redirect.h"
-
-#include <QNetworkProxyFactory>
 
 #include <algorithm>
 #include <atomic>
@@ -57,21 +56,15 @@ void checkHeaders(const UrlRequest &request)
     }
 }
 
-QNetworkProxy proxyFor(const QUrl &url)
-{
-    const QList<QNetworkProxy> proxies = QNetworkProxyFactory::systemProxyForQuery(QNetworkProxyQuery(url));
-    return proxies.value(0, QNetworkProxy::NoProxy);
-}
-
 QByteArray fetch(UrlRequest request, const std::stop_token &givenUp)
 {
     checkHeaders(request);
     CurlConnections connections = takeConnections();
     for (int redirects = 0; redirects <= maximumRedirects; ++redirects) {
         checkAddress(request.url);
-        const QNetworkProxy proxy = proxyFor(request.url);
+        const QByteArray proxy = proxyFor(request.url);
         CurlAnswer answer = exchange(request, proxy, connections.get(), givenUp);
-        checkAnswer(answer, request.url, proxy.type() != QNetworkProxy::NoProxy);
+        checkAnswer(answer, request.url, !proxy.isEmpty());
         if (!isRedirect(answer)) {
             keep(std::move(connections));
             return std::move(answer.body);

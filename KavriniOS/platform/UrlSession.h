@@ -5,7 +5,6 @@
 
 #include <QByteArray>
 #include <QCoroTask>
-#include <QUrl>
 
 #include <chrono>
 #include <utility>
@@ -15,7 +14,7 @@ namespace kavrin
 {
 
 struct UrlRequest {
-    QUrl url;
+    QByteArray url; ///< absolute (RFC 3986); its path and query are sent byte for byte
     QByteArray method = "GET";
     std::vector<std::pair<QByteArray, QByteArray>> headers;
     QByteArray body;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "transcription/TranscriptionRequest.h"
 
+#include <QUrl>
+
 #include <algorithm>
 
 namespace kavrin
@@ -13,11 +15,12 @@ using namespace Qt::StringLiterals;
 
 UrlRequest postRequest(const QString &endpoint)
 {
-    UrlRequest request;
-    request.url = QUrl(endpoint, QUrl::StrictMode);
-    if (request.url.isEmpty() || !request.url.isValid()) {
+    const QUrl url(endpoint, QUrl::StrictMode);
+    if (url.isEmpty() || !url.isValid()) {
         throw Error(u"cfg"_s, 1, u"Bad endpoint URL"_s);
     }
+    UrlRequest request;
+    request.url = endpoint.toUtf8();
     request.method = "POST";
     return request;
 }

@@ -27,7 +27,7 @@ public:
     {
         requests.push_back(std::move(request));
         if (answers.empty()) {
-            ADD_FAILURE() << "nothing was to be sent to " << requests.back().url.toString().toStdString();
+            ADD_FAILURE() << "nothing was to be sent to " << requests.back().url.toStdString();
             throw Error(QStringLiteral("network"), 0, QStringLiteral("There is no answer."));
         }
         const Answer answer = answers.front();

@@ -80,7 +80,7 @@ TEST(MultipartRequest, IsPostedWithATimeOutOfAMinute)
     const UrlRequest request =
         transcriptionRequest({u"https://127.0.0.1/path?a=b"_s, {}, {}}, u"B"_s, "sound");
     EXPECT_EQ(request.method, "POST");
-    EXPECT_EQ(request.url.toEncoded(), "https://127.0.0.1/path?a=b");
+    EXPECT_EQ(request.url, "https://127.0.0.1/path?a=b");
     EXPECT_EQ(request.timeout, std::chrono::seconds(60));
 }
 
@@ -113,10 +113,10 @@ TEST(MultipartRequest, TakesAnyAddressThatIsAUrlAsItStands)
 {
     for (const QString &endpoint :
          {u"http://127.0.0.1:49732/v1/audio/transcriptions"_s, u"https://[::1]/"_s,
-          u"HTTPS://Example.invalid"_s, u"http://127.0.0.1/a%20b"_s, u"ftp://127.0.0.1/"_s, u"nothing"_s}) {
+          u"HTTPS://Example.invalid"_s, u"http://127.0.0.1/%7Ea%20%41%c3%bc"_s, u"ftp://127.0.0.1/"_s, u"nothing"_s}) {
         SCOPED_TRACE(endpoint.toStdString());
         const UrlRequest request = transcriptionRequest(MultipartService{endpoint, {}, {}}, u"B"_s, "sound");
-        EXPECT_EQ(request.url, QUrl(endpoint));
+        EXPECT_EQ(request.url, endpoint.toUtf8());
     }
 }
 
@@ -160,11 +160,12 @@ TEST(GeminiRequest, NamesModelAndKeyInItsAddressAsTheyStand)
         {u"gemini-2.5-flash"_s, u"AIza_x-1"_s,
          "https://127.0.0.1/v1beta/models/gemini-2.5-flash:generateContent?key=AIza_x-1"},
         {{}, {}, "https://127.0.0.1/v1beta/models/:generateContent?key="},
+        {u"a%7E"_s, u"%41%c3"_s, "https://127.0.0.1/v1beta/models/a%7E:generateContent?key=%41%c3"},
         {u"a%20b"_s, u"c+d/e=="_s, "https://127.0.0.1/v1beta/models/a%20b:generateContent?key=c+d/e=="},
     };
     for (const auto &[model, key, url] : cases) {
         const UrlRequest request = transcriptionRequest(GeminiService{u"127.0.0.1"_s, model, key}, "sound");
-        EXPECT_EQ(request.url.toEncoded(), url);
+        EXPECT_EQ(request.url, url);
     }
 }
 

@@ -31,14 +31,14 @@ using Then = ScriptedAnswer::Then;
 UrlRequest get(const QUrl &url)
 {
     UrlRequest request;
-    request.url = url;
+    request.url = url.toEncoded();
     return request;
 }
 
 UrlRequest post(const QUrl &url)
 {
     UrlRequest request;
-    request.url = url;
+    request.url = url.toEncoded();
     request.method = "POST";
     request.headers = {{"Content-Type", "audio/mp4"}, {"Authorization", "Bearer token"}};
     request.body = "sound";
@@ -199,6 +199,54 @@ TEST(NetworkUrlSession, SendsMethodTargetHeadersAndBodyAsGiven)
     EXPECT_EQ(request.headers["authorization"], "Bearer token");
     EXPECT_EQ(request.headers["content-length"], "5");
     EXPECT_EQ(request.body, "sound");
+}
+
+TEST(NetworkUrlSession, SendsPathAndQueryByteForByte)
+{
+    const struct {
+        QByteArray target;
+        QByteArray sent;
+    } cases[] = {
+        {"/%7Eme/%41?key=%41%7e%2f", "/%7Eme/%41?key=%41%7e%2f"},
+        {"/%c3%bc/%C3%BC?%c3", "/%c3%bc/%C3%BC?%c3"},
+        {"/a/./b/../c//d;e,f", "/a/./b/../c//d;e,f"},
+        {"/~!$&'()*+,;=:@[]?/?~!$&'()*+,;=:@[]", "/~!$&'()*+,;=:@[]?/?~!$&'()*+,;=:@[]"},
+        {"/?", "/?"},
+        {"?key=%41", "/?key=%41"},
+        {"", "/"},
+        {"/path#fragment?no=query", "/path"},
+        {"?query#fragment/no/path", "/?query"},
+        {"/\xc3\xbc?\xc3\xbc", "/%C3%BC?%C3%BC"},
+    };
+    ScriptedServer server;
+    for (const auto &[target, sent] : cases) {
+        SCOPED_TRACE(target.toStdString());
+        server.add(answer("200 OK", ""));
+        UrlRequest request;
+        request.url = "http://127.0.0.1:" + QByteArray::number(server.port()) + target;
+        fetch(request);
+        EXPECT_EQ(server.received().back().target, sent);
+    }
+}
+
+TEST(NetworkUrlSession, SendsPathAndQueryByteForByteThroughAProxy)
+{
+    ScriptedServer proxy;
+    setProxy("http_proxy", proxy);
+    proxy.add(answer("200 OK", ""));
+    UrlRequest request;
+    request.url = "http://service.invalid/%7Eme/../%c3?key=%41";
+    fetch(request);
+    EXPECT_EQ(proxy.received().at(0).target, request.url);
+}
+
+TEST(NetworkUrlSession, FollowsARedirectByteForByte)
+{
+    ScriptedServer server;
+    server.add(answer("307 Temporary", "", "Location: /%7Enext?key=%41%c3\r\n"));
+    server.add(answer("200 OK", ""));
+    fetch(get(server.url(u"/"_s)));
+    EXPECT_EQ(server.received().at(1).target, "/%7Enext?key=%41%c3");
 }
 
 TEST(NetworkUrlSession, SendsOtherMethodsByTheirName)

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/network/curl/CurlExchange.h"
 
+#include <QUrl>
+
 #include <algorithm>
 #include <chrono>
 #include <optional>
+#include <span>
 
 namespace kavrin
 {
@@ -69,9 +72,24 @@ CURLcode resultOf(CURLcode result, const Received &received)
     return result == CURLE_OK && !received.headIsWhole ? CURLE_GOT_NOTHING : result;
 }
 
+/// Its server as QUrl reads it, so that nobody reads another one there. QUrl would decode the %7E of the rest.
+/// Of that, only bytes that no address holds are escaped (RFC 3986, 2.1).
+QByteArray addressToSend(const QByteArray &url)
+{
+    constexpr auto allButServer = QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment;
+    QByteArray address = QUrl::fromEncoded(url).toEncoded(allButServer);
+    const QByteArrayView afterScheme = QByteArrayView(url).sliced(url.indexOf("//") + 2);
+    const auto target = std::find_first_of(afterScheme.begin(), afterScheme.end(), "/?#", "/?#" + 3);
+    for (const char byte : std::span(target, std::find(target, afterScheme.end(), '#'))) {
+        const bool isPlain = byte > ' ' && byte <= '~';
+        address += isPlain ? QByteArray(1, byte) : '%' + QByteArray(1, byte).toHex().toUpper();
+    }
+    return address;
+}
+
 void setRequest(CURL *transfer, const UrlRequest &request)
 {
-    curl_easy_setopt(transfer, CURLOPT_URL, request.url.toEncoded(QUrl::RemoveFragment).constData());
+    curl_easy_setopt(transfer, CURLOPT_URL, addressToSend(request.url).constData());
     curl_easy_setopt(transfer, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(transfer, CURLOPT_ACCEPT_ENCODING, ""); // all encodings that libcurl can unpack
     if (request.method != "GET" || !request.body.isEmpty()) {
@@ -177,7 +195,7 @@ CurlAnswer exchange(const UrlRequest &request, const QByteArray &proxy, CURLM *c
             .status = int(get<long>(transfer.get(), CURLINFO_RESPONSE_CODE)),
             .proxyStatus = int(get<long>(transfer.get(), CURLINFO_HTTP_CONNECTCODE)),
             .systemError = int(get<long>(transfer.get(), CURLINFO_OS_ERRNO)),
-            .redirectTarget = QUrl::fromEncoded(get<const char *>(transfer.get(), CURLINFO_REDIRECT_URL)),
+            .redirectTarget = get<const char *>(transfer.get(), CURLINFO_REDIRECT_URL),
             .body = received.body};
 }
 

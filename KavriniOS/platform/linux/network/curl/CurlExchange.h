@@ -25,7 +25,7 @@ struct CurlAnswer {
     int status;
     int proxyStatus; ///< the status with which a proxy refused a tunnel, or 0
     int systemError; ///< an errno: why the system could not make a connection
-    QUrl redirectTarget; ///< the address to which the answer redirects, or empty
+    QByteArray redirectTarget; ///< the address to which the answer redirects, or empty
     QByteArray body;
 };
 

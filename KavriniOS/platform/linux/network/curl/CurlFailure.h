@@ -3,6 +3,8 @@
 
 #include "platform/linux/network/curl/CurlExchange.h"
 
+#include <QUrl>
+
 namespace kavrin
 {
 

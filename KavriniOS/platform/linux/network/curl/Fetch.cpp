@@ -61,10 +61,11 @@ QByteArray fetch(UrlRequest request, const std::stop_token &givenUp)
     checkHeaders(request);
     CurlConnections connections = takeConnections();
     for (int redirects = 0; redirects <= maximumRedirects; ++redirects) {
-        checkAddress(request.url);
-        const QByteArray proxy = proxyFor(request.url);
+        const QUrl url = QUrl::fromEncoded(request.url);
+        checkAddress(url);
+        const QByteArray proxy = proxyFor(url);
         CurlAnswer answer = exchange(request, proxy, connections.get(), givenUp);
-        checkAnswer(answer, request.url, !proxy.isEmpty());
+        checkAnswer(answer, url, !proxy.isEmpty());
         if (!isRedirect(answer)) {
             keep(std::move(connections));
             return std::move(answer.body);
@@ -72,7 +73,7 @@ QByteArray fetch(UrlRequest request, const std::stop_token &givenUp)
         request = redirected(std::move(request), answer);
     }
     throw networkError(CURLE_TOO_MANY_REDIRECTS,
-                       u"%1 was reached by too many redirects."_s.arg(request.url.host()));
+                       u"%1 was reached by too many redirects."_s.arg(QUrl::fromEncoded(request.url).host()));
 }
 
 } // namespace

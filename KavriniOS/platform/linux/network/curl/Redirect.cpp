@@ -42,12 +42,13 @@ bool isRedirect(const CurlAnswer &answer)
 
 UrlRequest redirected(UrlRequest request, const CurlAnswer &answer)
 {
-    const QUrl &target = answer.redirectTarget;
-    if (request.url.scheme() == "https"_L1 && target.scheme() == "http"_L1) {
+    const QUrl source = QUrl::fromEncoded(request.url);
+    const QUrl target = QUrl::fromEncoded(answer.redirectTarget);
+    if (source.scheme() == "https"_L1 && target.scheme() == "http"_L1) {
         throw networkError(CURLE_UNSUPPORTED_PROTOCOL,
-                           u"%1 sends on to an address that is not secure."_s.arg(request.url.host()));
+                           u"%1 sends on to an address that is not secure."_s.arg(source.host()));
     }
-    if (!haveSameOrigin(request.url, target)) {
+    if (!haveSameOrigin(source, target)) {
         removeHeader(request, "Authorization");
     }
     if (becomesGet(answer.status, request.method)) {
@@ -55,7 +56,7 @@ UrlRequest redirected(UrlRequest request, const CurlAnswer &answer)
         request.body.clear();
         removeHeader(request, "Content-Type");
     }
-    request.url = target;
+    request.url = answer.redirectTarget;
     return request;
 }
 

@@ -121,6 +121,9 @@ class Installed(unittest.TestCase):
         self.assertEqual({unit["Unit"]["PartOf"], unit["Unit"]["After"], unit["Install"]["WantedBy"]},
                          {"graphical-session.target"})
 
+    def test_the_service_manager_does_not_wait_for_the_speech_service(self):
+        self.assertEqual(self.unit("kavrin-stt.service")["Service"]["TimeoutStopSec"], "5")
+
     def unit_path(self, name):
         return self.prefix / "share" / "systemd" / "user" / name
 

@@ -3,6 +3,7 @@
 
 #include "platform/linux/audio/libav/SoundDecoder.h"
 #include "tools/stt/SpeechRecognizer.h"
+#include "tools/stt/UploadDeadline.h"
 #include "tools/stt/UploadForm.h"
 
 #include <QJsonDocument>
@@ -59,14 +60,26 @@ Refusal refusalOfStatus(const httplib::Request &request, int status)
     return {status, "The request is not understood."};
 }
 
-void refuseEverythingElse(httplib::Server &server)
+/// Of the methods with a body this one can have no handler, and without one the library would keep the body.
+httplib::Server::HandlerResponse refusePri(const httplib::Request &request, httplib::Response &response)
 {
-    const auto refuseBody = [](const httplib::Request &request, httplib::Response &response,
-                               const httplib::ContentReader &read) {
+    if (request.method != "PRI") {
+        return httplib::Server::HandlerResponse::Unhandled;
+    }
+    refuse(response, refusalOfStatus(request, 404));
+    return httplib::Server::HandlerResponse::Handled;
+}
+
+void refuseEverythingElse(httplib::Server &server, std::chrono::milliseconds uploadTime)
+{
+    const auto refuseBody = [uploadTime](const httplib::Request &request, httplib::Response &response,
+                                         const httplib::ContentReader &read) {
+        const UploadDeadline deadline(request, uploadTime);
         discardBody(request, read);
         refuse(response, refusalOfStatus(request, 404));
     };
-    constexpr const char *anyPath = ".*";
+    constexpr const char *anyPath = "[\\s\\S]*";
+    server.set_pre_routing_handler(refusePri);
     server.Post(anyPath, refuseBody)
         .Put(anyPath, refuseBody)
         .Patch(anyPath, refuseBody)
@@ -87,8 +100,8 @@ void setListenerOptions(int socket)
 
 } // namespace
 
-SpeechServer::SpeechServer(SpeechRecognizer &recognizer)
-    : m_recognizer(recognizer), m_server(std::make_unique<httplib::Server>())
+SpeechServer::SpeechServer(SpeechRecognizer &recognizer, std::chrono::milliseconds uploadTime)
+    : m_recognizer(recognizer), m_uploadTime(uploadTime), m_server(std::make_unique<httplib::Server>())
 {
     m_server->set_socket_options(setListenerOptions);
     // An idle connection would delay the end of the service.
@@ -108,7 +121,7 @@ SpeechServer::SpeechServer(SpeechRecognizer &recognizer)
                            refuse(response, {500, failure.what()});
                        }
                    });
-    refuseEverythingElse(*m_server);
+    refuseEverythingElse(*m_server, m_uploadTime);
 }
 
 SpeechServer::~SpeechServer() = default;
@@ -150,10 +163,17 @@ void SpeechServer::stop()
     m_server->stop();
 }
 
+UploadForm SpeechServer::receiveForm(const httplib::Request &request,
+                                     const httplib::ContentReader &read) const
+{
+    const UploadDeadline deadline(request, m_uploadTime);
+    return readUploadForm(request, read, largestUpload);
+}
+
 void SpeechServer::answerTranscription(const httplib::Request &request, httplib::Response &response,
                                        const httplib::ContentReader &read)
 {
-    const UploadForm form = readUploadForm(request, read, largestUpload);
+    const UploadForm form = receiveForm(request, read);
     const Sound sound = decodeSound(form.file, SoundFormat{speechSampleRate, 1});
     const QString text = m_recognizer.recognize(sound.samples, m_stop.get_token());
     if (form.format == ResponseFormat::Text) {

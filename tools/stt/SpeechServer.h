@@ -4,6 +4,7 @@
 #include <QUrl>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <stop_token>
@@ -20,6 +21,7 @@ namespace kavrin
 {
 
 class SpeechRecognizer;
+struct UploadForm;
 
 /// The HTTP interface of the speech service: `POST /v1/audio/transcriptions` on 127.0.0.1, with the answers
 /// of OpenAI's transcription service.
@@ -35,16 +37,18 @@ public:
     /// The most bytes that one upload may hold: the limit of the public service.
     static constexpr std::size_t largestUpload = std::size_t{25} * 1024 * 1024;
 
-    /// `recognizer` must outlive the server.
-    explicit SpeechServer(SpeechRecognizer &recognizer);
+    /// `recognizer` must outlive the server. A body that has not come whole in `uploadTime` gets no
+    /// answer.
+    explicit SpeechServer(SpeechRecognizer &recognizer,
+                          std::chrono::milliseconds uploadTime = std::chrono::seconds(30));
     ~SpeechServer();
 
     /// Takes `port` of 127.0.0.1; with 0, any free one. From now on requests wait to be answered. Returns the
     /// address for them. Throws std::runtime_error with a message for the user if the port is taken.
     QUrl bind(int port);
 
-    /// Answers requests until stop(). Returns when every running answer is complete. Throws
-    /// std::runtime_error if the system takes the port away.
+    /// Answers requests until stop(). Returns when every running answer is complete, which may take as long
+    /// as the connections like. Throws std::runtime_error if the system takes the port away.
     void serve();
 
     /// Ends serve(), which another thread must have called or be about to call. Recordings that are still
@@ -54,8 +58,11 @@ public:
 private:
     void answerTranscription(const httplib::Request &request, httplib::Response &response,
                              const httplib::ContentReader &read);
+    [[nodiscard]] UploadForm receiveForm(const httplib::Request &request,
+                                         const httplib::ContentReader &read) const;
 
     SpeechRecognizer &m_recognizer;
+    std::chrono::milliseconds m_uploadTime;
     std::unique_ptr<httplib::Server> m_server;
     std::stop_source m_stop;
     std::atomic<bool> m_served = false;

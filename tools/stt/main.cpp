@@ -4,11 +4,14 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QScopeGuard>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
-#include <thread>
+#include <future>
 
 #include <unistd.h>
 
@@ -20,6 +23,9 @@ namespace
 constexpr int done = 0;
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
+
+/// How long the running answers may take after the request to end.
+constexpr std::chrono::milliseconds longestEnd(2500);
 
 constexpr int noPort = -1;
 constexpr int largestPort = 65535;
@@ -59,21 +65,16 @@ int serve(int port, const sigset_t &endingSignals)
     kavrin::SpeechServer server(recognizer);
     printLine(stdout, server.bind(port).toString());
 
-    std::exception_ptr failure;
-    std::thread serving([&] {
-        try {
-            server.serve();
-        } catch (...) {
-            failure = std::current_exception();
-            ::kill(::getpid(), SIGTERM);
-        }
+    std::future<void> serving = std::async(std::launch::async, [&] {
+        const auto wake = qScopeGuard([] { ::kill(::getpid(), SIGTERM); });
+        server.serve();
     });
     waitForEnd(endingSignals);
     server.stop();
-    serving.join();
-    if (failure) {
-        std::rethrow_exception(failure);
+    if (serving.wait_for(longestEnd) == std::future_status::timeout) {
+        std::_Exit(done); // the threads that still wait for a connection cannot be ended
     }
+    serving.get();
     return done;
 }
 

@@ -2,6 +2,7 @@
 #include "support/Paths.h"
 #include "support/Recordings.h"
 #include "support/Wait.h"
+#include "tools/stt/Trickle.h"
 
 #include <QHttpMultiPart>
 #include <QNetworkAccessManager>
@@ -14,6 +15,7 @@
 
 #include <array>
 #include <csignal>
+#include <deque>
 
 using namespace kavrin::test;
 
@@ -311,6 +313,25 @@ TEST_F(SpeechService, EndsWhenInterrupted)
     ::kill(static_cast<pid_t>(m_process.processId()), SIGINT);
     m_process.waitForFinished(-1);
 
+    EXPECT_EQ(m_process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(m_process.exitCode(), 0);
+}
+
+TEST_F(SpeechService, EndsWhateverItsConnectionsDo)
+{
+    const QByteArray upload = "POST /v1/audio/transcriptions HTTP/1.1\r\n"
+                              "Content-Type: multipart/form-data; boundary=b\r\n"
+                              "Content-Length: 1000000\r\n\r\n";
+    std::deque<Trickle> trickles;
+    for (int count = 0; count < 3; ++count) {
+        trickles.emplace_back(m_url, upload);
+        trickles.emplace_back(m_url, "POST /v1/audio/transcriptions HTTP/1.1\r\nHeader: ");
+    }
+    // After this one has been answered, those that came before it are being served.
+    EXPECT_EQ(send("GET", QStringLiteral("/")).status, 404);
+    m_process.terminate();
+
+    EXPECT_TRUE(waitUntil([&] { return m_process.state() == QProcess::NotRunning; }));
     EXPECT_EQ(m_process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(m_process.exitCode(), 0);
 }

@@ -23,12 +23,15 @@ QString setting(const QString &key, const QString &fallback = {})
     return Shared::d().string(key).value_or(fallback);
 }
 
-QByteArray readRecording(const QString &path)
+QByteArray readRecording(const QString &path, const RecordingCheck &check)
 {
     QFile file(path);
     if (file.open(QFile::ReadOnly)) {
         QByteArray audio = file.readAll();
         if (file.error() == QFile::NoError) {
+            if (check) {
+                check(audio);
+            }
             return audio;
         }
     }
@@ -69,11 +72,11 @@ QString transcriptFrom(const QString &provider, const QByteArray &body)
 
 } // namespace
 
-QCoro::Task<QString> Transcriber::transcribe(QString filePath, UrlSession &session)
+QCoro::Task<QString> Transcriber::transcribe(QString filePath, UrlSession &session, RecordingCheck check)
 {
     const QString provider = setting(u"provider"_s, u"openai"_s);
     // The recording is released here, before the exchange begins. The request holds a copy.
-    UrlRequest request = requestFor(provider, readRecording(filePath));
+    UrlRequest request = requestFor(provider, readRecording(filePath, check));
     qCInfo(Logging::transcription) << "Sending" << request.body.size() << "bytes";
     const QCoro::Task<QByteArray> exchange = session.data(std::move(request));
     const QByteArray body = co_await exchange;

@@ -6,14 +6,19 @@
 #include <QCoroTask>
 #include <QString>
 
+#include <functional>
+
 namespace kavrin
 {
+
+/// Throws if a recording must not be sent.
+using RecordingCheck = std::function<void(const QByteArray &recording)>;
 
 /// The client of the speech-to-text services. It has no state: calls share nothing and may overlap.
 struct Transcriber {
     /// Sends the recording in the file `filePath` (AAC in an MPEG-4 container) to the service that the shared
     /// settings choose, and returns the text without white space around it. Every call reads the settings
-    /// again.
+    /// again. A `check` sees the recording before anything is sent, and what it throws is passed on.
     ///
     /// Throws Error of the domain
     /// - "file": the recording cannot be read; nothing was sent
@@ -23,7 +28,7 @@ struct Transcriber {
     /// - "stt", "gemini": the answer holds no text. The description is the answer.
     ///
     /// Main thread only; `session` must outlive the task.
-    static QCoro::Task<QString> transcribe(QString filePath, UrlSession &session);
+    static QCoro::Task<QString> transcribe(QString filePath, UrlSession &session, RecordingCheck check = {});
 };
 
 } // namespace kavrin

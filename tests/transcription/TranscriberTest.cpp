@@ -304,6 +304,18 @@ TEST_F(TranscriberTest, MissesTheRecordingBeforeTheEndpoint)
     EXPECT_EQ(errorOf(recording() + u".missing"_s, session).domain, u"file"_s);
 }
 
+TEST_F(TranscriberTest, SendsNothingThatItsCallerRefuses)
+{
+    QByteArray seen;
+    const auto refuse = [&seen](const QByteArray &audio) {
+        seen = audio;
+        throw Error(u"audio"_s, 1, u"There is no sound in the file."_s);
+    };
+    test::ScriptedUrlSession session;
+    EXPECT_THROW(test::await(Transcriber::transcribe(recording(), session, refuse)), Error);
+    EXPECT_EQ(seen, "sound");
+}
+
 /// A session whose exchanges end when the test says so.
 class HeldUrlSession final : public UrlSession
 {

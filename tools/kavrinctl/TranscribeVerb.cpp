@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
 
+#include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "transcription/Transcriber.h"
 
@@ -21,12 +22,18 @@ struct Result {
     QString failure;
 };
 
+/// Another file, given by mistake, must not leave the machine.
+void expectSound(const QByteArray &file)
+{
+    SoundCodecs::load().check(file);
+}
+
 /// Never throws: the wait for a task that throws would not end.
 QCoro::Task<Result> textOf(QString path, UrlSession &session)
 {
     Result result;
     try {
-        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, session);
+        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, session, expectSound);
         result.text = co_await transcription;
     } catch (const Error &error) {
         result.failure = u"%1: %2"_s.arg(error.domain, error.localizedDescription);

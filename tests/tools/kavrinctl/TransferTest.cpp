@@ -2,6 +2,8 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
+#include "support/Recordings.h"
+#include "support/ScriptedServer.h"
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
@@ -91,7 +93,7 @@ TEST(Kavrinctl, WhatCannotBePrintedIsSaid)
 TEST(Kavrinctl, TranscribeNamesTheDomainAndTheDescriptionOfAFailure)
 {
     Prefs::set(u"provider"_s, u"custom"_s);
-    const Outcome badEndpoint = kavrinctl({u"transcribe"_s, sourcePath("LICENSE")});
+    const Outcome badEndpoint = kavrinctl({u"transcribe"_s, shortRecording().path});
     EXPECT_EQ(badEndpoint.exitCode, 1);
     EXPECT_EQ(badEndpoint.errors, u"kavrinctl: cfg: Bad endpoint URL\n");
 
@@ -99,4 +101,21 @@ TEST(Kavrinctl, TranscribeNamesTheDomainAndTheDescriptionOfAFailure)
     EXPECT_EQ(noFile.exitCode, 1);
     EXPECT_TRUE(noFile.errors.startsWith(u"kavrinctl: file: "));
     EXPECT_TRUE(noFile.errors.contains(u"/nonexistent/file.m4a"));
+}
+
+TEST(Kavrinctl, TranscribeSendsNothingThatIsNoSound)
+{
+    ScriptedServer service;
+    Prefs::set(u"provider"_s, u"custom"_s);
+    Prefs::set(u"customURL"_s, service.url(u"/"_s).toString());
+    for (const QString &path :
+         {u"/etc/passwd"_s, u"/dev/null"_s, Shared::d().path(), programPath("kavrinctl")}) {
+        SCOPED_TRACE(path.toStdString());
+        const Outcome outcome = kavrinctl({u"transcribe"_s, path});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_TRUE(outcome.errors.startsWith(u"kavrinctl: audio: The file is "))
+            << outcome.errors.toStdString();
+    }
+    QCoreApplication::processEvents();
+    EXPECT_EQ(service.connections(), 0);
 }

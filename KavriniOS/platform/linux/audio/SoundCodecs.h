@@ -59,6 +59,9 @@ public:
     /// Decodes a sound file held in memory, RIFF/WAVE or another that decodeSound() takes, in its own format.
     /// Throws Error "audio" if it is no such file, or holds no samples.
     [[nodiscard]] virtual Sound decode(const QByteArray &file) const = 0;
+
+    /// Throws Error "audio" unless a file held in memory is a recording with some sound in it (checkSound()).
+    virtual void check(const QByteArray &file) const = 0;
 };
 
 /// The module's only function, named kavrin_sound_codecs. Its result lives as long as the process.

@@ -53,6 +53,17 @@ double frequency(const std::vector<std::int16_t> &samples)
     return crossings / 2.0 * speech.sampleRate / static_cast<double>(end - start);
 }
 
+/// What checkSound() says.
+std::string fault(const QByteArray &file)
+{
+    try {
+        checkSound(view(file));
+    } catch (const Error &error) {
+        return error.what();
+    }
+    return "sound";
+}
+
 std::string refusal(const QByteArray &file)
 {
     try {
@@ -80,7 +91,9 @@ class SoundDecoderEncodings : public testing::TestWithParam<Encoding>
 
 TEST_P(SoundDecoderEncodings, GiveTheSameSoundAtTheSpeechRate)
 {
-    const std::vector<std::int16_t> samples = decodeSpeech(tone(GetParam().arguments, GetParam().suffix));
+    const QByteArray file = tone(GetParam().arguments, GetParam().suffix);
+    EXPECT_EQ(fault(file), "sound");
+    const std::vector<std::int16_t> samples = decodeSpeech(file);
 
     // Lossy coding fills up its first and last frame.
     EXPECT_NEAR(seconds(samples), 2, 0.15);
@@ -208,6 +221,42 @@ TEST(SoundDecoder, RefusesAFilmWithoutSound)
         ffmpeg(split("-f lavfi -i testsrc=duration=1:size=64x64 -c:v mpeg4"), QStringLiteral("mp4"));
 
     EXPECT_EQ(refusal(film), "There is no sound in the file.");
+}
+
+TEST(SoundDecoder, FindsSoundInContainersThatItDoesNotDecode)
+{
+    for (const char *suffix : {"aiff", "au", "caf", "w64", "avi", "mpg", "ts", "wma"}) {
+        SCOPED_TRACE(suffix);
+        EXPECT_EQ(fault(tone("", suffix)), "sound");
+    }
+}
+
+TEST(SoundDecoder, FindsSoundInARecordingThatWasCutShort)
+{
+    const QByteArray file = tone("-c:a aac -movflags frag_keyframe+empty_moov -frag_duration 200000", "m4a");
+    EXPECT_EQ(fault(file.left(file.size() / 2)), "sound");
+}
+
+TEST(SoundDecoder, FindsNoSoundInOtherFiles)
+{
+    std::minstd_rand random(1);
+    QByteArray rubbish(1'000'000, Qt::Uninitialized);
+    for (char &byte : rubbish) {
+        byte = static_cast<char>(random() & 0xff);
+    }
+    const QByteArray film =
+        ffmpeg(split("-f lavfi -i testsrc=duration=1:size=64x64 -c:v mpeg4"), QStringLiteral("mp4"));
+    const QByteArray picture =
+        ffmpeg(split("-f lavfi -i testsrc=duration=1:size=64x64 -frames:v 1"), QStringLiteral("mjpeg"));
+    const QByteArray framesOfMp3 = QByteArray("\xff\xfb\x90\x64" + QByteArray(413, 'x')).repeated(2);
+    const QByteArray notes =
+        QByteArray("text\n").repeated(20) + framesOfMp3 + QByteArray("text\n").repeated(100);
+    const QByteArray program = readFile(QStringLiteral("/proc/self/exe"));
+    for (const QByteArray &file : {readFile(QStringLiteral("/etc/passwd")), rubbish, film, picture, program,
+                                   notes, QByteArray(), QByteArray(5000, '\0'), QByteArray(5000, '\xff'),
+                                   readFile(proseRecording().path).left(headerOfWav)}) {
+        EXPECT_NE(fault(file), "sound");
+    }
 }
 
 TEST(SoundDecoder, NeverOpensAnotherFileThatAPlaylistNames)

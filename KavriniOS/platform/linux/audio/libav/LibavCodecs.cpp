@@ -35,6 +35,11 @@ public:
         }
         return sound;
     }
+
+    void check(const QByteArray &file) const override
+    {
+        checkSound({file.constData(), std::size_t(file.size())});
+    }
 };
 
 } // namespace

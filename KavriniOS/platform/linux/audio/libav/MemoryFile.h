@@ -17,6 +17,7 @@ public:
     MemoryFile(const MemoryFile &) = delete;
     MemoryFile &operator=(const MemoryFile &) = delete;
 
+    [[nodiscard]] bool isEmpty() const { return m_bytes.empty(); }
     [[nodiscard]] AVIOContext *stream() const { return m_stream.get(); }
 
 private:

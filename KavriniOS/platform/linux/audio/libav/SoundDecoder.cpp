@@ -13,29 +13,49 @@ using namespace Qt::StringLiterals;
 
 // Playlists and similar containers, which name other files, are not in this list.
 constexpr const char *acceptedContainers = "mov,mp4,m4a,wav,mp3,ogg,flac,matroska,webm,aac";
+constexpr const char *soundContainers =
+    "mov,mp4,m4a,wav,mp3,ogg,flac,matroska,webm,aac,aiff,amr,asf,au,avi,caf,flv,mpeg,mpegts,w64";
 
 Error unreadable(const QString &sentence)
 {
     return {u"audio"_s, AVERROR_INVALIDDATA, sentence};
 }
 
-libav::Input openContainer(const MemoryFile &file)
+Error unknownFile()
 {
+    return unreadable(u"The file is not a recording that can be read. Send MPEG-4 (m4a, mp4), WAV, MP3, Ogg, "
+                      "FLAC or WebM audio, and the whole of it."_s);
+}
+
+libav::Input openContainer(const MemoryFile &file, const char *containers)
+{
+    if (file.isEmpty()) {
+        throw unreadable(u"The file is empty."_s);
+    }
+    av_log_set_level(AV_LOG_QUIET);
     AVFormatContext *format = libav::owned<libav::Input>(avformat_alloc_context()).release();
     format->pb = file.stream();
     format->flags |= AVFMT_FLAG_CUSTOM_IO;
-    format->format_whitelist = av_strdup(acceptedContainers);
+    format->format_whitelist = av_strdup(containers);
     // avformat_open_input() frees the context if it fails.
     if (avformat_open_input(&format, nullptr, nullptr, nullptr) < 0) {
-        throw unreadable(
-            u"The file is not a recording that can be read. Send MPEG-4 (m4a, mp4), WAV, MP3, Ogg, "
-            "FLAC or WebM audio, and the whole of it."_s);
+        throw unknownFile();
     }
     libav::Input opened(format);
     if (avformat_find_stream_info(format, nullptr) < 0) {
         throw unreadable(u"The file is damaged: its sound could not be found."_s);
     }
     return opened;
+}
+
+/// The number of the track that holds the sound.
+int soundTrack(AVFormatContext *container)
+{
+    const int track = av_find_best_stream(container, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    if (track < 0) {
+        throw unreadable(u"There is no sound in the file."_s);
+    }
+    return track;
 }
 
 libav::Codec openDecoder(const AVStream &track)
@@ -143,21 +163,21 @@ Outcome decodePacket(AVCodecContext *decoder, const AVPacket *packet, AVFrame *f
     return isTaken && isThrough ? Outcome::Heard : Outcome::Damaged;
 }
 
+/// libav finds frames of MP3 and AAC even in bytes that mean nothing, but with a low score.
+void expectCertainty(const AVFormatContext &container)
+{
+    if (container.probe_score < AVPROBE_SCORE_RETRY) {
+        throw unknownFile();
+    }
+}
+
 } // namespace
 
 Sound decodeSound(std::string_view file, std::optional<SoundFormat> wanted)
 {
-    if (file.empty()) {
-        throw unreadable(u"The file is empty."_s);
-    }
-    av_log_set_level(AV_LOG_QUIET);
-
     const MemoryFile bytes(file);
-    const libav::Input container = openContainer(bytes);
-    const int track = av_find_best_stream(container.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
-    if (track < 0) {
-        throw unreadable(u"There is no sound in the file."_s);
-    }
+    const libav::Input container = openContainer(bytes, acceptedContainers);
+    const int track = soundTrack(container.get());
     const libav::Codec decoder = openDecoder(*container->streams[track]);
 
     SoundCollector collector(wanted);
@@ -178,6 +198,23 @@ Sound decodeSound(std::string_view file, std::optional<SoundFormat> wanted)
         throw unreadable(u"The file is damaged: none of its sound could be decoded."_s);
     }
     return sound;
+}
+
+void checkSound(std::string_view file)
+{
+    const MemoryFile bytes(file);
+    const libav::Input container = openContainer(bytes, soundContainers);
+    expectCertainty(*container);
+    const int track = soundTrack(container.get());
+    const auto packet = libav::owned<libav::Packet>(av_packet_alloc());
+    bool isThere = false;
+    while (!isThere && av_read_frame(container.get(), packet.get()) == 0) {
+        isThere = packet->stream_index == track;
+        av_packet_unref(packet.get());
+    }
+    if (!isThere) {
+        throw unreadable(u"There is no sound in the file."_s);
+    }
 }
 
 } // namespace kavrin

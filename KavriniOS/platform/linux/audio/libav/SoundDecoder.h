@@ -25,4 +25,9 @@ constexpr int longestSoundInSeconds = 60 * 60;
 /// once.
 Sound decodeSound(std::string_view file, std::optional<SoundFormat> wanted = {});
 
+/// Throws Error "audio" unless the file is a recording with some sound in it, in one of the containers that
+/// decodeSound() takes or in another that is common for sound. It looks at the file's structure and does not
+/// decode the sound. Otherwise it is like decodeSound().
+void checkSound(std::string_view file);
+
 } // namespace kavrin

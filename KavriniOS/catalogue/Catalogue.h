@@ -47,6 +47,7 @@ struct Slider {
 struct Choice {
     QString defaultValue; ///< an option's `v`
     std::vector<Opt> options;
+    bool isOpen = false; ///< a value that is not listed may be right, too: services rename their models
 
     bool operator==(const Choice &) const = default;
 };

@@ -82,10 +82,18 @@ public:
     /// if the suite cannot be read.
     static QString exportBlob();
 
-    /// Stores the settings in a blob, all of them or none, and replaces what was stored under the same keys.
-    /// It leaves out members that an export never writes. It waits until that is done. Returns how many
-    /// settings it stored, or why it stored none.
-    [[nodiscard]] static Result<qsizetype> importBlob(const QString &blob);
+    /// What an import has done. Each text is a sentence for a person.
+    struct Import {
+        qsizetype count = 0; ///< how many settings it stored
+        QStringList misfits; ///< the settings that it left as they were, because their values do not fit
+        QStringList remarks; ///< what else a person may want to check
+    };
+
+    /// Stores the settings in a blob, all that fit the catalogue or none, and replaces what was stored under
+    /// the same keys. A model that its setting does not list fits, and so does any personal dictionary. It
+    /// leaves out members that an export never writes. It waits until that is done. Returns what it has
+    /// done, or why it stored nothing.
+    [[nodiscard]] static Result<Import> importBlob(const QString &blob);
 
     /// The changes that return the settings to their defaults.
     static Changes resetChanges(const QStringList &keys);

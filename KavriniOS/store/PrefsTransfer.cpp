@@ -3,6 +3,7 @@
 
 #include "store/JsonSerialization.h"
 #include "store/PrefsCache.h"
+#include "store/SettingValue.h"
 #include "store/Shared.h"
 
 #include <QJsonDocument>
@@ -26,33 +27,78 @@ template <typename K> bool isKind(const Prefs::Item &item)
     return std::holds_alternative<K>(item.kind);
 }
 
-bool isTransferred(const QString &key)
-{
-    const auto item = Prefs::items().find(key);
-    const bool isSetting = item != Prefs::items().end() && !isKind<catalogue::Action>(*item);
-    return isSetting || key == dictionaryKey;
-}
-
 Error importError(const QString &description)
 {
     return {u"import"_s, 1, description};
 }
 
-/// The changes that store the settings of a JSON object.
-Changes changesOf(const QJsonObject &settings)
+/// Whether the value may be a model that its service has named anew.
+bool isModel(const Prefs::Item &item, const PropertyListValue &value)
 {
-    Changes changes;
-    for (auto member = settings.begin(); member != settings.end(); ++member) {
-        std::optional<PropertyListValue> value = fromJson(member.value());
-        if (value && isTransferred(member.key())) {
-            changes.push_back({member.key(), std::move(value)});
-        }
-    }
-    return changes;
+    const auto *choice = std::get_if<catalogue::Choice>(&item.kind);
+    const auto *name = std::get_if<QString>(&value);
+    return choice != nullptr && choice->isOpen && name != nullptr && !name->isEmpty() && isOneLine(*name);
 }
 
-/// The changes that store the settings of a blob.
-Result<Changes> parseBlob(const QString &blob)
+/// A member's name from elsewhere, for a terminal.
+QString shownName(const QString &name)
+{
+    constexpr qsizetype longest = 40;
+    return name.size() <= longest && isOneLine(name) ? u'"' + name + u'"' : u"A member with an odd name"_s;
+}
+
+/// The members of a settings text, held against the catalogue.
+struct Sorted {
+    Changes changes;
+    Prefs::Import outcome;
+
+    void add(const QString &key, const std::optional<PropertyListValue> &value)
+    {
+        const auto item = Prefs::items().find(key);
+        if (key == dictionaryKey) {
+            addDictionary(value);
+        } else if (item == Prefs::items().end() || isKind<catalogue::Action>(*item)) {
+            outcome.remarks.append(u"%1 is no setting, and was left out."_s.arg(shownName(key)));
+        } else {
+            addSetting(*item, value);
+        }
+    }
+
+    void addDictionary(const std::optional<PropertyListValue> &value)
+    {
+        if (value && std::holds_alternative<QString>(*value)) {
+            changes.push_back({dictionaryKey, value});
+        } else {
+            outcome.misfits.append(dictionaryKey + u" is text."_s);
+        }
+    }
+
+    void addSetting(const Prefs::Item &item, const std::optional<PropertyListValue> &value)
+    {
+        if (const auto fitting = value ? fittingValue(item.kind, *value) : std::nullopt) {
+            changes.push_back({item.key, fitting});
+        } else if (value && isModel(item, *value)) {
+            changes.push_back({item.key, value});
+            outcome.remarks.append(u"%1 is \"%2\" now, a model that this version does not know."_s.arg(
+                item.key, std::get<QString>(*value)));
+        } else {
+            outcome.misfits.append(u"%1 is %2."_s.arg(item.key, fittingValues(item.kind)));
+        }
+    }
+};
+
+Sorted sort(const QJsonObject &members)
+{
+    Sorted sorted;
+    for (auto member = members.begin(); member != members.end(); ++member) {
+        sorted.add(member.key(), fromJson(member.value()));
+    }
+    sorted.outcome.count = qsizetype(sorted.changes.size());
+    return sorted;
+}
+
+/// The settings of a blob.
+Result<Sorted> parseBlob(const QString &blob)
 {
     const QString text = blob.trimmed();
     if (!text.startsWith(blobPrefix)) {
@@ -66,7 +112,7 @@ Result<Changes> parseBlob(const QString &blob)
         return {.failure =
                     importError(u"The settings text is damaged or cut short. Copy the settings again."_s)};
     }
-    return {changesOf(document.object())};
+    return {sort(document.object())};
 }
 
 } // namespace
@@ -88,17 +134,17 @@ QString Prefs::exportBlob()
     return blobPrefix + QString::fromLatin1(body.toBase64());
 }
 
-Result<qsizetype> Prefs::importBlob(const QString &blob)
+Result<Prefs::Import> Prefs::importBlob(const QString &blob)
 {
-    const auto [changes, misread] = parseBlob(blob);
+    const auto [sorted, misread] = parseBlob(blob);
     if (misread) {
         return {.failure = misread};
     }
-    if (const std::optional<Error> failure = store(changes)) {
+    if (const std::optional<Error> failure = store(sorted.changes)) {
         return {.failure =
                     importError(u"The settings could not be stored: "_s + failure->localizedDescription)};
     }
-    return {qsizetype(changes.size())};
+    return {sorted.outcome};
 }
 
 Changes Prefs::resetChanges(const QStringList &keys)

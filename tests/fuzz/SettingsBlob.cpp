@@ -40,9 +40,9 @@ void clearSuite(const PropertyListDictionary &values)
 /// How many settings the text holds, or none where it is refused.
 std::optional<qsizetype> import(const QString &blob)
 {
-    const auto [count, failure] = Prefs::importBlob(blob);
+    const auto [done, failure] = Prefs::importBlob(blob);
     require(!failure || failure->domain == u"import", "a refusal is the importer's");
-    return failure ? std::nullopt : std::optional(count);
+    return failure ? std::nullopt : std::optional(done.count);
 }
 
 } // namespace

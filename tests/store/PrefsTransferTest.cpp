@@ -29,8 +29,8 @@ QString blobOf(const QByteArray &json)
 
 void expectImportError(const QString &blob, const QString &description)
 {
-    const auto [count, failure] = Prefs::importBlob(blob);
-    EXPECT_EQ(count, 0);
+    const auto [done, failure] = Prefs::importBlob(blob);
+    EXPECT_EQ(done.count, 0);
     ASSERT_TRUE(failure);
     EXPECT_EQ(failure->domain, u"import");
     EXPECT_EQ(failure->code, 1);
@@ -97,7 +97,7 @@ TEST(PrefsTransfer, AnImportRestoresWhatWasExported)
     const QString blob = Prefs::exportBlob();
     Prefs::reset({u"rowH"_s, u"numberRow"_s, u"openaiKey"_s, u"userDict"_s});
 
-    EXPECT_EQ(Prefs::importBlob(u"  "_s + blob + u"\n"_s).value, 4);
+    EXPECT_EQ(Prefs::importBlob(u"  "_s + blob + u"\n"_s).value.count, 4);
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 60.5);
     EXPECT_TRUE(Prefs::get<bool>(u"numberRow"_s));
     EXPECT_EQ(Prefs::get<QString>(u"openaiKey"_s), u"sk");
@@ -128,10 +128,100 @@ TEST(PrefsTransfer, AnImportLeavesOutWhatNoExportWrites)
 {
     const QByteArray json =
         R"({"rowH":40,"dictationCommand":"start","act.resize":true,"unknown":1,"vGap":null})";
-    EXPECT_EQ(Prefs::importBlob(blobOf(json)).value, 1);
+    EXPECT_EQ(Prefs::importBlob(blobOf(json)).value.count, 1);
     EXPECT_EQ(Shared::d().object(u"dictationCommand"_s), std::nullopt);
     EXPECT_EQ(Shared::d().object(u"unknown"_s), std::nullopt);
     EXPECT_EQ(Shared::d().object(u"vGap"_s), std::nullopt);
+}
+
+TEST(PrefsTransfer, AnImportStoresWhatFitsTheCatalogueAndLeavesTheRestAsItWas)
+{
+    struct Row {
+        QString key;
+        QByteArray json;
+        std::optional<PropertyListValue> stored; ///< none if it is as it was
+    };
+    const Row rows[] = {
+        {u"rowH"_s, "36", 36.0},
+        {u"rowH"_s, "80.0", 80.0},
+        {u"rowH"_s, "60.5", 60.5}, // a keyboard may store what lies between two steps
+        {u"rowH"_s, "35.9", {}},
+        {u"rowH"_s, "81", {}},
+        {u"rowH"_s, "1.18e21", {}},
+        {u"rowH"_s, "\"60\"", {}},
+        {u"rowH"_s, "true", {}},
+        {u"rowH"_s, "null", {}},
+        {u"rowH"_s, "[60]", {}},
+        {u"touchY"_s, "-12", -12.0},
+        {u"numberRow"_s, "true", true},
+        {u"numberRow"_s, "1", true},
+        {u"numberRow"_s, "0", false},
+        {u"numberRow"_s, "2", {}},
+        {u"numberRow"_s, "\"true\"", {}},
+        {u"provider"_s, "\"gemini\"", u"gemini"_s},
+        {u"provider"_s, "\"zzz\"", {}},
+        {u"provider"_s, "\"\"", {}},
+        {u"provider"_s, "1", {}},
+        {u"openaiKey"_s, "\"sk-new\"", u"sk-new"_s},
+        {u"openaiKey"_s, "\"\"", u""_s},
+        {u"openaiKey"_s, "5", {}},
+        {u"openaiKey"_s, "null", {}},
+        {u"openaiKey"_s, "{}", {}},
+        {u"openaiKey"_s, "\"a\\nb\"", {}},
+        {u"customModel"_s, "\"any\"", u"any"_s},
+        {u"openaiModel"_s, "5", {}},
+        {u"openaiModel"_s, "\"\"", {}},
+        {u"openaiModel"_s, "\"a\\nb\"", {}},
+        {u"userDict"_s, "\"omw=on my way\\r\\n\"", u"omw=on my way\r\n"_s},
+        {u"userDict"_s, "5", {}},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.key.toStdString() + " " + row.json.toStdString());
+        const PropertyListValue before = u"as it was"_s;
+        test::put(Shared::d(), row.key, before);
+        const auto [done, failure] =
+            Prefs::importBlob(blobOf("{\"vGap\":4,\"" + row.key.toUtf8() + "\":" + row.json + "}"));
+        EXPECT_EQ(test::failureOf(failure), u"");
+        EXPECT_EQ(Shared::d().object(row.key), row.stored.value_or(before));
+        EXPECT_EQ(Shared::d().object(u"vGap"_s), PropertyListValue(4.0));
+        EXPECT_EQ(done.count, row.stored ? 2 : 1);
+        EXPECT_EQ(done.misfits.join(u""_s).startsWith(row.key), !row.stored.has_value());
+        EXPECT_EQ(done.remarks, QStringList());
+    }
+}
+
+TEST(PrefsTransfer, AnImportSaysWhatWouldHaveFitted)
+{
+    const QByteArray json = R"({"numberRow":5,"openaiKey":5,"provider":"zzz","rowH":1e21,"userDict":5})";
+    EXPECT_EQ(Prefs::importBlob(blobOf(json)).value.misfits,
+              (QStringList{u"numberRow is true or false."_s,
+                           u"openaiKey is one line of text, without control characters."_s,
+                           u"provider is one of openai, gemini, custom."_s,
+                           u"rowH is a number from 36 to 80."_s, u"userDict is text."_s}));
+}
+
+TEST(PrefsTransfer, AModelThatTheListDoesNotHoldIsImportedWithARemark)
+{
+    for (const QString &key : {u"openaiModel"_s, u"geminiModel"_s}) {
+        const auto done = Prefs::importBlob(blobOf("{\"" + key.toUtf8() + "\":\"model-5\"}")).value;
+        EXPECT_EQ(Shared::d().string(key), u"model-5"_s);
+        EXPECT_EQ(done.remarks,
+                  QStringList(key + u" is \"model-5\" now, a model that this version does not know."_s));
+        EXPECT_EQ(done.misfits, QStringList());
+    }
+}
+
+TEST(PrefsTransfer, WhatAnImportLeavesOutIsNamedSoThatATerminalCanShowIt)
+{
+    const QByteArray json =
+        R"({"act.resize":true,"unknown":1,"\u001b[2J":1,")" + QByteArray(41, 'x') + R"(":1})";
+    QStringList remarks = Prefs::importBlob(blobOf(json)).value.remarks;
+    remarks.sort();
+    EXPECT_EQ(remarks,
+              (QStringList{u"\"act.resize\" is no setting, and was left out."_s,
+                           u"\"unknown\" is no setting, and was left out."_s,
+                           u"A member with an odd name is no setting, and was left out."_s,
+                           u"A member with an odd name is no setting, and was left out."_s}));
 }
 
 TEST(PrefsTransfer, WhatIsNoBlobIsRefusedAndNothingStored)

@@ -42,6 +42,11 @@ void print(const QJsonValue &value)
     printBytes(array.sliced(1, array.size() - 2));
 }
 
+void complain(const QString &message)
+{
+    std::fputs(u"kavrinctl: %1\n"_s.arg(message).toUtf8().constData(), stderr);
+}
+
 void expectNoFailure(const std::optional<Error> &failure, const QString &what)
 {
     if (failure) {

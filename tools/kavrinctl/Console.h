@@ -16,6 +16,9 @@ namespace kavrin::ctl
 void print(const QString &line);
 void print(const QJsonValue &value);
 
+/// Prints a line about what a person may have to mend to the standard error output.
+void complain(const QString &message);
+
 /// Throws Refusal if there is a failure: `what` could not be done, and why.
 void expectNoFailure(const std::optional<Error> &failure, const QString &what);
 

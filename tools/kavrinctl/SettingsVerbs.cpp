@@ -3,9 +3,9 @@
 #include "tools/kavrinctl/Setting.h"
 
 #include "store/JsonSerialization.h"
+#include "store/SettingValue.h"
 #include "store/Shared.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace kavrin::ctl
@@ -52,18 +52,14 @@ struct ParseValue {
         if (text == u"false" || text == u"off") {
             return false;
         }
-        throw Refusal{u"%1 is either true or false, not \"%2\"."_s.arg(item.key, text)};
+        throw misfit();
     }
 
     PropertyListValue operator()(const catalogue::Slider &slider) const
     {
         const std::optional<double> number = toNumber(text);
-        if (!number) {
-            throw Refusal{u"%1 is a number, not \"%2\"."_s.arg(item.key, text)};
-        }
-        if (*number < slider.lower || *number > slider.upper) {
-            throw Refusal{u"%1 goes from %2 to %3, and %4 is outside."_s.arg(
-                item.key, fromNumber(slider.lower), fromNumber(slider.upper), text)};
+        if (!number || !fittingValue(item.kind, *number)) {
+            throw misfit();
         }
         const double steps = *number / slider.step;
         constexpr double tolerance = 1e-6;
@@ -74,32 +70,29 @@ struct ParseValue {
         return *number;
     }
 
-    PropertyListValue operator()(const catalogue::Choice &choice) const
+    PropertyListValue operator()(const catalogue::Choice &) const
     {
-        QStringList values;
-        for (const Prefs::Opt &option : choice.options) {
-            values.append(option.v);
-        }
-        if (!values.contains(text)) {
-            throw Refusal{u"%1 is one of %2, not \"%3\"."_s.arg(item.key, values.join(u", "_s), text)};
+        if (!fittingValue(item.kind, text)) {
+            throw misfit();
         }
         return text;
     }
 
     PropertyListValue operator()(const catalogue::Text &) const
     {
-        const bool isOneLine = std::none_of(text.begin(), text.end(), [](QChar character) {
-            return character.category() == QChar::Other_Control
-                || character.category() == QChar::Separator_Line
-                || character.category() == QChar::Separator_Paragraph;
-        });
-        if (!isOneLine) {
-            throw Refusal{u"%1 is one line of text, without control characters."_s.arg(item.key)};
+        if (!isOneLine(text)) {
+            throw Refusal{u"%1 is %2."_s.arg(item.key, fittingValues(item.kind))};
         }
         return text;
     }
 
     PropertyListValue operator()(const catalogue::Action &) const { return text; }
+
+private:
+    [[nodiscard]] Refusal misfit() const
+    {
+        return {u"%1 is %2, not \"%3\"."_s.arg(item.key, fittingValues(item.kind), text)};
+    }
 };
 
 } // namespace

@@ -4,6 +4,8 @@
 
 #include "store/Shared.h"
 
+#include <algorithm>
+
 namespace kavrin::ctl
 {
 
@@ -28,11 +30,15 @@ void importSettings(QStringList &arguments)
     expectNoFlags(arguments);
     expectCount(arguments, 0, 1);
     const QString source = arguments.value(0, u"-"_s);
-    const auto [count, failure] = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
+    const auto [done, failure] = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
     if (failure) {
         throw Refusal{failure->localizedDescription};
     }
-    print(count == 1 ? u"1 setting imported."_s : u"%1 settings imported."_s.arg(count));
+    print(done.count == 1 ? u"1 setting imported."_s : u"%1 settings imported."_s.arg(done.count));
+    std::ranges::for_each(done.remarks, complain);
+    if (!done.misfits.isEmpty()) {
+        throw Refusal{u"What does not fit was left as it was: "_s + done.misfits.join(u' ')};
+    }
 }
 
 void reset(QStringList &arguments)

@@ -7,8 +7,6 @@
 
 #include <QCoreApplication>
 
-#include <cstdio>
-
 namespace kavrin::ctl
 {
 
@@ -29,11 +27,6 @@ QString takeWord(QStringList &arguments)
     }
     arguments.remove(flag, 2);
     return word;
-}
-
-void complain(const QString &message)
-{
-    std::fputs(u"kavrinctl: %1\n"_s.arg(message).toUtf8().constData(), stderr);
 }
 
 void saveOrComplain(const QString &text)

@@ -17,6 +17,13 @@ std::vector<Condition> uses(const QString &provider)
     return {usesApi, {u"provider"_s, provider}};
 }
 
+/// A choice of a service's models.
+Choice models(Choice choice)
+{
+    choice.isOpen = true;
+    return choice;
+}
+
 Sect source()
 {
     return {
@@ -52,8 +59,8 @@ Sect openai()
         {
             {u"openaiKey"_s, u"API key"_s, emptySecret, std::nullopt, uses(u"openai"_s)},
             {u"openaiModel"_s, u"Model"_s,
-             choiceOfValues(u"gpt-4o-mini-transcribe"_s,
-                            {u"gpt-4o-mini-transcribe"_s, u"gpt-4o-transcribe"_s, u"whisper-1"_s}),
+             models(choiceOfValues(u"gpt-4o-mini-transcribe"_s,
+                                   {u"gpt-4o-mini-transcribe"_s, u"gpt-4o-transcribe"_s, u"whisper-1"_s})),
              std::nullopt, uses(u"openai"_s)},
         },
     };
@@ -66,17 +73,17 @@ Sect gemini()
         {
             {u"geminiKey"_s, u"API key"_s, emptySecret, std::nullopt, uses(u"gemini"_s)},
             {u"geminiModel"_s, u"Model"_s,
-             Choice{u"gemini-flash-latest"_s,
-                    {
-                        {u"gemini-flash-latest"_s, u"Flash (always the newest)"_s},
-                        {u"gemini-3.8-flash"_s, u"Gemini 3.8 Flash"_s},
-                        {u"gemini-3.7-flash"_s, u"Gemini 3.7 Flash"_s},
-                        {u"gemini-3.6-flash"_s, u"Gemini 3.6 Flash"_s},
-                        {u"gemini-flash-lite-latest"_s, u"Flash-Lite (always the newest)"_s},
-                        {u"gemini-3.5-flash-lite"_s, u"Gemini 3.5 Flash-Lite"_s},
-                        {u"gemini-pro-latest"_s, u"Pro (always the newest)"_s},
-                        {u"gemini-3.1-pro-preview"_s, u"Gemini 3.1 Pro (preview)"_s},
-                    }},
+             models({u"gemini-flash-latest"_s,
+                     {
+                         {u"gemini-flash-latest"_s, u"Flash (always the newest)"_s},
+                         {u"gemini-3.8-flash"_s, u"Gemini 3.8 Flash"_s},
+                         {u"gemini-3.7-flash"_s, u"Gemini 3.7 Flash"_s},
+                         {u"gemini-3.6-flash"_s, u"Gemini 3.6 Flash"_s},
+                         {u"gemini-flash-lite-latest"_s, u"Flash-Lite (always the newest)"_s},
+                         {u"gemini-3.5-flash-lite"_s, u"Gemini 3.5 Flash-Lite"_s},
+                         {u"gemini-pro-latest"_s, u"Pro (always the newest)"_s},
+                         {u"gemini-3.1-pro-preview"_s, u"Gemini 3.1 Pro (preview)"_s},
+                     }}),
              std::nullopt, uses(u"gemini"_s)},
         },
     };

@@ -35,9 +35,31 @@ TEST(Kavrinctl, WhatExportWritesImportReadsFromAnArgumentOrStandardInput)
         const Outcome outcome = kavrinctl(arguments, input);
         EXPECT_EQ(outcome.exitCode, 0);
         EXPECT_EQ(outcome.output, u"2 settings imported.\n");
-        EXPECT_EQ(Shared::d().object(u"rowH"_s), PropertyListValue(qint64(60)));
+        EXPECT_EQ(Shared::d().object(u"rowH"_s), PropertyListValue(60.0));
         EXPECT_EQ(Shared::d().string(u"openaiKey"_s), u"sk"_s);
     }
+}
+
+TEST(Kavrinctl, ImportNamesWhatDoesNotFitAndLeavesItAsItWas)
+{
+    Prefs::set(u"openaiKey"_s, u"sk"_s);
+    const QByteArray json = R"({"openaiKey":5,"openaiModel":"model-5","rowH":1.18e21,"vGap":4})";
+    const Outcome outcome = kavrinctl({u"import"_s}, "KAVRINCFG1:" + json.toBase64());
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, u"2 settings imported.\n");
+    EXPECT_EQ(
+        outcome.errors,
+        u"kavrinctl: openaiModel is \"model-5\" now, a model that this version does not know.\n"
+        "kavrinctl: What does not fit was left as it was: openaiKey is one line of text, without control "
+        "characters. rowH is a number from 36 to 80.\n");
+    EXPECT_EQ(Shared::d().string(u"openaiKey"_s), u"sk"_s);
+    EXPECT_EQ(Shared::d().object(u"rowH"_s), std::nullopt);
+}
+
+TEST(Kavrinctl, ARemarkAboutAnImportIsNoFailure)
+{
+    const QByteArray json = R"({"openaiModel":"model-5","rowH":60})";
+    EXPECT_EQ(kavrinctl({u"import"_s}, "KAVRINCFG1:" + json.toBase64()).exitCode, 0);
 }
 
 TEST(Kavrinctl, ImportRefusesWhatIsNoBlob)

@@ -19,6 +19,22 @@ namespace
 {
 
 constexpr int longestLine = 200; // user-perceived characters
+constexpr int shortestKey = 8; // a shorter one would mask parts of words
+
+/// The keys that are in the settings now.
+QStringList keysInForce()
+{
+    QStringList keys;
+    for (const Prefs::Item &item : Prefs::items()) {
+        const auto *const text = std::get_if<catalogue::Text>(&item.kind);
+        const bool isKey = text && text->secret;
+        const QString key = isKey ? Shared::d().string(item.key).value_or(QString()).trimmed() : QString();
+        if (key.size() >= shortestKey) {
+            keys.append(key);
+        }
+    }
+    return keys;
+}
 
 /// A pattern for one character in all spellings in which a service may repeat it: plain, as in JSON, as in an
 /// address.
@@ -61,6 +77,16 @@ QString cut(const QString &line)
     return line;
 }
 
+/// One line without the keys.
+QString line(const QString &message, const QStringList &keys)
+{
+    QString masked = message;
+    for (const QString &key : keys) {
+        masked.replace(keyExpression(key), u"•••"_s);
+    }
+    return cut(masked.simplified());
+}
+
 } // namespace
 
 FailureNotices::FailureNotices(Notifications &notifications) : m_notifications(notifications)
@@ -70,31 +96,15 @@ FailureNotices::FailureNotices(Notifications &notifications) : m_notifications(n
 
 void FailureNotices::rememberKeys()
 {
-    for (const Prefs::Item &item : Prefs::items()) {
-        const auto *const text = std::get_if<catalogue::Text>(&item.kind);
-        const bool isKey = text && text->secret;
-        const QString key = isKey ? Shared::d().string(item.key).value_or(QString()).trimmed() : QString();
-        if (!key.isEmpty() && !m_keys.contains(key)) {
-            m_keys.append(key);
-        }
-    }
-    // The longest key first: one key may be part of another.
-    std::ranges::stable_sort(m_keys, std::greater(), &QString::size);
+    m_keys = keysInForce();
 }
 
 void FailureNotices::report(const QString &message)
 {
-    rememberKeys();
-    m_notifications.show(u"Voice typing"_s, line(message), u"Open voice typing"_s);
-}
-
-QString FailureNotices::line(const QString &message) const
-{
-    QString masked = message;
-    for (const QString &key : m_keys) {
-        masked.replace(keyExpression(key), u"•••"_s);
-    }
-    return cut(masked.simplified());
+    QStringList keys = m_keys + keysInForce();
+    // The longest key first: one key may be part of another.
+    std::ranges::stable_sort(keys, std::greater(), &QString::size);
+    m_notifications.show(u"Voice typing"_s, line(message, keys), u"Open voice typing"_s);
 }
 
 } // namespace kavrin

@@ -18,7 +18,8 @@ public:
     explicit FailureNotices(Notifications &notifications);
 
     /// Shows what a recorder's message says about a failure, as one line of at most 200 characters. It masks
-    /// every key, because a service may repeat what it was sent.
+    /// the keys in the settings, and those that were there at the last rememberKeys(), because a service may
+    /// repeat what it was sent. A key of less than eight characters stays: it would mask parts of words.
     void report(const QString &message);
 
     /// Call this when something is sent. The answer may repeat the keys that are in the settings now, and the
@@ -30,10 +31,8 @@ Q_SIGNALS:
     void activated(const QString &activationToken);
 
 private:
-    [[nodiscard]] QString line(const QString &message) const;
-
     Notifications &m_notifications;
-    QStringList m_keys; ///< all keys that are known to have been set at any time
+    QStringList m_keys; ///< those of the last rememberKeys()
 };
 
 } // namespace kavrin

@@ -90,7 +90,7 @@ class Commands(unittest.TestCase):
             for block in blocks(read(document), "sh"):
                 for command in re.findall(rf"^kavrinctl (?:{verbs}) .*$", block, re.MULTILINE):
                     with self.subTest(command, document=document.name):
-                        self.session.run("sh", "-c", command)
+                        self.session.run("sh", "-c", command, input="sk-typed\n")
 
     def test_the_recipe_of_the_embedded_service(self):
         recipe = blocks(section("docs/speech-services.md", "kavrin-stt"), "sh")

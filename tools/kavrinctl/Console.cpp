@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
 
+#include "tools/kavrinctl/HiddenLine.h"
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -10,6 +12,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <unistd.h>
 
 namespace kavrin::ctl
 {
@@ -26,6 +29,16 @@ void printBytes(const QByteArray &line)
     if (std::fflush(stdout) != 0) {
         throw Refusal{u"Standard output could not be written."_s};
     }
+}
+
+QString inputText(const QByteArray &bytes)
+{
+    QStringDecoder decode(QStringDecoder::Utf8);
+    QString text = decode(bytes);
+    if (decode.hasError()) {
+        throw Refusal{u"Standard input is not UTF-8 text."_s};
+    }
+    return text;
 }
 
 } // namespace
@@ -60,12 +73,17 @@ QString readStandardInput()
     if (!input.open(stdin, QIODevice::ReadOnly)) {
         throw Refusal{u"Standard input could not be read."_s};
     }
-    QStringDecoder decode(QStringDecoder::Utf8);
-    QString text = decode(input.readAll());
-    if (decode.hasError()) {
-        throw Refusal{u"Standard input is not UTF-8 text."_s};
+    return inputText(input.readAll());
+}
+
+QString askForLine(const QString &prompt)
+{
+    QString line =
+        isatty(STDIN_FILENO) == 1 ? inputText(readHiddenLine(prompt.toUtf8())) : readStandardInput();
+    if (line.endsWith(u'\n')) {
+        line.chop(line.endsWith(u"\r\n") ? 2 : 1);
     }
-    return text;
+    return line;
 }
 
 bool takeFlag(QStringList &arguments, const QString &flag)

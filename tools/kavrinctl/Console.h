@@ -25,6 +25,10 @@ void expectNoFailure(const std::optional<Error> &failure, const QString &what);
 /// All of standard input. Throws Refusal if it is not UTF-8.
 QString readStandardInput();
 
+/// All of standard input, without the end of its last line. If it is a terminal, asks for one line, and does
+/// not show what is typed. Throws Refusal if it is not UTF-8.
+QString askForLine(const QString &prompt);
+
 /// Removes a flag such as "--json" from the arguments. Whether it was there.
 bool takeFlag(QStringList &arguments, const QString &flag);
 

@@ -95,6 +95,17 @@ private:
     }
 };
 
+/// A value that no other user may see. Throws Refusal if there is none.
+QString askForValue(const QString &key)
+{
+    QString value = askForLine(key + u": "_s);
+    if (value.isEmpty()) {
+        throw Refusal{
+            u"Nothing was entered, so %1 is as it was. \"kavrinctl reset %1\" removes it."_s.arg(key)};
+    }
+    return value;
+}
+
 } // namespace
 
 const Prefs::Item &findSetting(const QString &key)
@@ -138,7 +149,8 @@ void set(QStringList &arguments)
 {
     expectCount(arguments, 2, 2);
     const Prefs::Item &item = findSetting(arguments.at(0));
-    const PropertyListValue value = std::visit(ParseValue{item, arguments.at(1)}, item.kind);
+    const QString text = arguments.at(1) == u"-" ? askForValue(item.key) : arguments.at(1);
+    const PropertyListValue value = std::visit(ParseValue{item, text}, item.kind);
     expectNoFailure(Prefs::store({{item.key, value}}), u"%1 could not be stored"_s.arg(item.key));
 }
 

@@ -23,8 +23,10 @@ constexpr std::array verbs = {
     Verb{"where", "[--json]", "Where the shared suite and the recording are", "", where},
     Verb{"catalogue", "[--json]", "Every setting, with its value or as data", "", ctl::catalogue},
     Verb{"get", "KEY [--json]", "The value of a setting, its default when it was never set", "", get},
-    Verb{"set", "KEY VALUE", "Change a setting",
-         "A switch takes true or false, a slider a number within its range, a choice one of its options.",
+    Verb{"set", "KEY VALUE\nKEY -", "Change a setting",
+         "A switch takes true or false, a slider a number within its range, a choice one of its options.\n"
+         "With - the value is read from standard input. A terminal asks for it, and does not show it.\n"
+         "Enter keys like this: other users can read the arguments of a program that runs.",
          set},
     Verb{"defaults",
          "read [KEY] [--types]\nwrite KEY --bool|--int|--double|--string|--date|--data VALUE\ndelete KEY",

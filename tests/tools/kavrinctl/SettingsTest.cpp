@@ -98,6 +98,40 @@ TEST(Kavrinctl, SetStoresWhatAControlCouldEnterAndStampsTheRevision)
     }
 }
 
+TEST(Kavrinctl, SetReadsTheValueFromStandardInputWhereItIsADash)
+{
+    struct Row {
+        QString key;
+        QByteArray input;
+        PropertyListValue stored;
+    };
+    const Row rows[] = {
+        {u"openaiKey"_s, "sk-1", u"sk-1"_s},
+        {u"openaiKey"_s, "sk-2\n", u"sk-2"_s},
+        {u"openaiKey"_s, "sk-3\r\n", u"sk-3"_s},
+        {u"openaiKey"_s, "şifre -\n", u"şifre -"_s},
+        {u"rowH"_s, "60\n", 60.0},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.input.toStdString());
+        EXPECT_EQ(kavrinctl({u"set"_s, row.key, u"-"_s}, row.input).exitCode, 0);
+        EXPECT_EQ(Shared::d().object(row.key), row.stored);
+    }
+}
+
+TEST(Kavrinctl, SetKeepsTheValueWhereStandardInputHoldsNone)
+{
+    Prefs::set(u"openaiKey"_s, u"sk"_s);
+    for (const QByteArray &input :
+         {QByteArray(), QByteArray("\n"), QByteArray("\r\n"), QByteArray("a\nb\n"), QByteArray("a\xff")}) {
+        SCOPED_TRACE(input.toStdString());
+        const Outcome outcome = kavrinctl({u"set"_s, u"openaiKey"_s, u"-"_s}, input);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_FALSE(outcome.errors.isEmpty());
+        EXPECT_EQ(Shared::d().string(u"openaiKey"_s), u"sk"_s);
+    }
+}
+
 TEST(Kavrinctl, SetRefusesWhatNoControlCouldEnterAndWritesNothing)
 {
     const std::pair<QString, QString> rows[] = {

@@ -2,6 +2,7 @@
 #include "screens/SettingModel.h"
 
 #include "screens/StoreNote.h"
+#include "store/SettingValue.h"
 
 #include <QCoroFuture>
 #include <QPointer>
@@ -73,7 +74,7 @@ QCoro::Task<> SettingModel::store(PropertyListValue value)
     setNote(failure ? storeNote(*failure) : QString());
     if (failure) {
         showValue();
-    } else if (m_unsavedText && value == PropertyListValue(*m_unsavedText)) {
+    } else if (m_unsavedText && value == entered(*m_unsavedText)) {
         m_unsavedText.reset();
     }
 }
@@ -133,8 +134,14 @@ QString SettingModel::text() const
 
 void SettingModel::setText(const QString &text)
 {
-    m_unsavedText = text;
-    store(text);
+    // A pasted text may have line breaks, which a field shows as blanks.
+    m_unsavedText = toOneLine(text);
+    store(entered(*m_unsavedText));
+}
+
+PropertyListValue SettingModel::entered(const QString &line) const
+{
+    return fittingValue(m_item.kind, line).value_or(line);
 }
 
 bool SettingModel::isSecret() const

@@ -81,7 +81,7 @@ public:
     [[nodiscard]] double upper() const;
     [[nodiscard]] double step() const;
 
-    // A line of text.
+    // A line of text: line breaks are left out. A secret is stored without white space around it.
     [[nodiscard]] QString text() const;
     void setText(const QString &text);
     [[nodiscard]] bool isSecret() const;
@@ -105,6 +105,7 @@ Q_SIGNALS:
 
 private:
     QCoro::Task<> store(PropertyListValue value);
+    [[nodiscard]] PropertyListValue entered(const QString &line) const;
     void showValue();
     void reread();
 

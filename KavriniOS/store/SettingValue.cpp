@@ -62,10 +62,14 @@ struct Fit {
         return isListed ? Fitting(value) : std::nullopt;
     }
 
-    Fitting operator()(const catalogue::Text &) const
+    Fitting operator()(const catalogue::Text &field) const
     {
-        const auto *text = std::get_if<QString>(&value);
-        return text != nullptr && isOneLine(*text) ? Fitting(value) : std::nullopt;
+        const auto *stored = std::get_if<QString>(&value);
+        if (stored == nullptr) {
+            return std::nullopt;
+        }
+        const QString text = field.secret ? stored->trimmed() : *stored;
+        return isOneLine(text) ? Fitting(text) : std::nullopt;
     }
 
     Fitting operator()(const catalogue::Action &) const { return std::nullopt; }
@@ -114,6 +118,11 @@ QString fittingValues(const catalogue::Kind &kind)
 bool isOneLine(const QString &text)
 {
     return std::ranges::none_of(text, endsLine);
+}
+
+QString toOneLine(QString text)
+{
+    return text.removeIf(endsLine);
 }
 
 } // namespace kavrin

@@ -81,7 +81,7 @@ class FullDisk(SuiteTest):
         """The last value that was acknowledged."""
         acknowledged = ""
         for number in itertools.count():
-            value = f"{number} " * 100
+            value = f"{number}-" * 100
             done = self.session.run(self.session.bin / "kavrinctl", "set", "openaiKey", value, check=False)
             if done.returncode != 0:
                 # The value and the revision after it are two writes; the second may be what was refused.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QPointer>
 #include <QtTest/QTest>
 
@@ -251,6 +253,22 @@ TEST_F(PageViewTest, WritesWithEachKeystrokeAndKeepsCursorAndUndo)
     EXPECT_TRUE(window().item(u"Endpoint URL"_s)->property("canUndo").toBool());
     window().press(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"ac"_s));
+}
+
+TEST_F(PageViewTest, TakesNoLineBreakOfAPastedText)
+{
+    Prefs::set(u"provider"_s, u"custom"_s);
+    openPage(u"dictation"_s);
+    for (const auto &[title, key] :
+         {std::pair(u"Endpoint URL"_s, u"customURL"_s), std::pair(u"API key"_s, u"customKey"_s)}) {
+        QGuiApplication::clipboard()->setText(u"http://\nhost\r\n"_s);
+        window().click(title);
+        window().press(Qt::Key_V, Qt::ControlModifier);
+        EXPECT_EQ(stored(key), PropertyListValue(u"http://host"_s));
+        EXPECT_EQ(window().view().activeFocusItem()->property("text").toString(), u"http://host"_s);
+        window().type(u"/a b"_s);
+        EXPECT_EQ(stored(key), PropertyListValue(u"http://host/a b"_s));
+    }
 }
 
 TEST_F(PageViewTest, MasksKeysUntilTheUserAsksToSeeThem)

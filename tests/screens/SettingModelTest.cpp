@@ -51,6 +51,33 @@ TEST(SettingModel, StoresANumberAtItsNearestStep)
     }
 }
 
+TEST(SettingModel, StoresTextAsOneLineAndKeysWithoutBlanksRoundThem)
+{
+    struct Case {
+        bool secret;
+        QString entered;
+        QString shown;
+        QString stored;
+    };
+    const std::vector<Case> cases = {
+        {true, u"sk-1\n"_s, u"sk-1"_s, u"sk-1"_s},
+        {true, u" \tsk-1\r\n"_s, u" sk-1"_s, u"sk-1"_s},
+        {true, u"sk-\n1\u2028\u2029\u0085"_s, u"sk-1"_s, u"sk-1"_s},
+        {true, u"\u00A0sk 1 "_s, u"\u00A0sk 1 "_s, u"sk 1"_s},
+        {false, u" http://a\n/b "_s, u" http://a/b "_s, u" http://a/b "_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(qPrintable(c.entered));
+        SettingModel setting({u"key"_s, u"Title"_s, catalogue::Text{{}, c.secret}});
+        QStringList shown;
+        QObject::connect(&setting, &SettingModel::textChanged, [&] { shown.append(setting.text()); });
+        setting.setText(c.entered);
+        EXPECT_EQ(shown, QStringList(c.shown));
+        EXPECT_EQ(stored(u"key"_s), PropertyListValue(c.stored));
+        EXPECT_EQ(setting.text(), c.stored);
+    }
+}
+
 TEST(SettingModel, TellsThePageOfTogglesAndChoicesOnly)
 {
     struct Case {

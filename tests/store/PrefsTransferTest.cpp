@@ -163,6 +163,7 @@ TEST(PrefsTransfer, AnImportStoresWhatFitsTheCatalogueAndLeavesTheRestAsItWas)
         {u"provider"_s, "\"\"", {}},
         {u"provider"_s, "1", {}},
         {u"openaiKey"_s, "\"sk-new\"", u"sk-new"_s},
+        {u"openaiKey"_s, "\" sk-new\\r\\n\"", u"sk-new"_s},
         {u"openaiKey"_s, "\"\"", u""_s},
         {u"openaiKey"_s, "5", {}},
         {u"openaiKey"_s, "null", {}},

@@ -80,10 +80,11 @@ struct ParseValue {
 
     PropertyListValue operator()(const catalogue::Text &) const
     {
-        if (!isOneLine(text)) {
+        const std::optional<PropertyListValue> value = fittingValue(item.kind, text);
+        if (!value) {
             throw Refusal{u"%1 is %2."_s.arg(item.key, fittingValues(item.kind))};
         }
-        return text;
+        return *value;
     }
 
     PropertyListValue operator()(const catalogue::Action &) const { return text; }

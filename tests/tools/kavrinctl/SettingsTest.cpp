@@ -87,7 +87,9 @@ TEST(Kavrinctl, SetStoresWhatAControlCouldEnterAndStampsTheRevision)
         {u"customURL"_s, u"http://localhost:8000/v1/audio/transcriptions"_s,
          u"http://localhost:8000/v1/audio/transcriptions"_s},
         {u"openaiKey"_s, u"--odd key ş"_s, u"--odd key ş"_s},
+        {u"openaiKey"_s, u" \tsk 1\r\n"_s, u"sk 1"_s},
         {u"openaiKey"_s, u""_s, u""_s},
+        {u"customURL"_s, u" http://localhost "_s, u" http://localhost "_s},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.key.toStdString() + " " + row.value.toStdString());
@@ -135,23 +137,15 @@ TEST(Kavrinctl, SetKeepsTheValueWhereStandardInputHoldsNone)
 TEST(Kavrinctl, SetRefusesWhatNoControlCouldEnterAndWritesNothing)
 {
     const std::pair<QString, QString> rows[] = {
-        {u"numberRow"_s, u"maybe"_s},
-        {u"numberRow"_s, u""_s},
-        {u"rowH"_s, u"35"_s},
-        {u"rowH"_s, u"81"_s},
-        {u"rowH"_s, u"54.5"_s},
-        {u"rowH"_s, u"tall"_s},
-        {u"rowH"_s, u"nan"_s},
-        {u"rowH"_s, u"inf"_s},
-        {u"rowH"_s, u" 54"_s},
-        {u"rowH"_s, u"54,0"_s},
-        {u"provider"_s, u"OpenAI"_s},
-        {u"provider"_s, u""_s},
-        {u"openaiKey"_s, u"a\nb"_s},
-        {u"act.resize"_s, u"true"_s},
-        {u"unknown"_s, u"1"_s},
-        {u"toolOrder"_s, u"gif"_s},
-        {u"dictationCommand"_s, u"start"_s},
+        {u"numberRow"_s, u"maybe"_s}, {u"numberRow"_s, u""_s},
+        {u"rowH"_s, u"35"_s},         {u"rowH"_s, u"81"_s},
+        {u"rowH"_s, u"54.5"_s},       {u"rowH"_s, u"tall"_s},
+        {u"rowH"_s, u"nan"_s},        {u"rowH"_s, u"inf"_s},
+        {u"rowH"_s, u" 54"_s},        {u"rowH"_s, u"54,0"_s},
+        {u"provider"_s, u"OpenAI"_s}, {u"provider"_s, u""_s},
+        {u"openaiKey"_s, u"a\nb"_s},  {u"customURL"_s, u"http://localhost\n"_s},
+        {u"act.resize"_s, u"true"_s}, {u"unknown"_s, u"1"_s},
+        {u"toolOrder"_s, u"gif"_s},   {u"dictationCommand"_s, u"start"_s},
     };
     for (const auto &[key, value] : rows) {
         SCOPED_TRACE(key.toStdString() + " " + value.toStdString());

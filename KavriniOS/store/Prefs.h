@@ -91,8 +91,8 @@ public:
 
     /// Stores the settings in a blob, all that fit the catalogue or none, and replaces what was stored under
     /// the same keys. A model that its setting does not list fits, and so does any personal dictionary. It
-    /// leaves out members that an export never writes. It waits until that is done. Returns what it has
-    /// done, or why it stored nothing.
+    /// leaves out members that an export never writes. A SettingsState is brought back as it was, even values
+    /// that do not fit. It waits until that is done. Returns what it has done, or why it stored nothing.
     [[nodiscard]] static Result<Import> importBlob(const QString &blob);
 
     /// The changes that return the settings to their defaults.

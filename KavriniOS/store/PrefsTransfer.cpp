@@ -4,6 +4,7 @@
 #include "store/JsonSerialization.h"
 #include "store/PrefsCache.h"
 #include "store/SettingValue.h"
+#include "store/SettingsState.h"
 #include "store/Shared.h"
 
 #include <QJsonDocument>
@@ -97,10 +98,35 @@ Sorted sort(const QJsonObject &members)
     return sorted;
 }
 
-/// The settings of a blob.
-Result<Sorted> parseBlob(const QString &blob)
+Error damagedError()
 {
-    const QString text = blob.trimmed();
+    return importError(u"The settings text is damaged or cut short. Copy the settings again."_s);
+}
+
+/// The settings of a state: also those that do not fit, because they were there before.
+Result<Sorted> parseState(const QString &state)
+{
+    const std::optional<Changes> changes = SettingsState::changes(state, Prefs::resettableKeys());
+    if (!changes) {
+        return {.failure = damagedError()};
+    }
+    Sorted sorted{*changes, {.count = qsizetype(changes->size())}};
+    for (const Change &change : *changes) {
+        const Prefs::Item item = Prefs::items().value(change.key);
+        if (change.value && !fittingValue(item.kind, *change.value) && !isModel(item, *change.value)) {
+            sorted.outcome.remarks.append(
+                u"%1 is %2, but was not, and is as it was."_s.arg(item.key, fittingValues(item.kind)));
+        }
+    }
+    return {sorted};
+}
+
+/// The settings of a blob or a state.
+Result<Sorted> parse(const QString &text)
+{
+    if (SettingsState::isState(text)) {
+        return parseState(text);
+    }
     if (!text.startsWith(blobPrefix)) {
         return {.failure = importError(u"This is not a settings text: it does not begin with \"%1\". "
                                        "Copy the settings again."_s.arg(blobPrefix))};
@@ -109,8 +135,7 @@ Result<Sorted> parseBlob(const QString &blob)
                                                      QByteArray::AbortOnBase64DecodingErrors);
     const QJsonDocument document = body ? QJsonDocument::fromJson(*body) : QJsonDocument();
     if (!document.isObject()) {
-        return {.failure =
-                    importError(u"The settings text is damaged or cut short. Copy the settings again."_s)};
+        return {.failure = damagedError()};
     }
     return {sort(document.object())};
 }
@@ -136,7 +161,7 @@ QString Prefs::exportBlob()
 
 Result<Prefs::Import> Prefs::importBlob(const QString &blob)
 {
-    const auto [sorted, misread] = parseBlob(blob);
+    const auto [sorted, misread] = parse(blob.trimmed());
     if (misread) {
         return {.failure = misread};
     }

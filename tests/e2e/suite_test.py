@@ -177,7 +177,7 @@ class Locked(SuiteTest):
         kavrin = self.session.start_kavrin()
         with Holder(self.path, "BEGIN IMMEDIATE", UNCOMMITTED):
             refused = [self.session.start(self.session.bin / "kavrinctl", *arguments, stderr=subprocess.PIPE)
-                       for arguments in (("set", "rowH", "61"), ("reset",), ("tools", "set", "gif,emoji", "gif"))]
+                       for arguments in (("set", "rowH", "61"), ("reset", "--all"), ("tools", "set", "gif,emoji", "gif"))]
             for write in refused:
                 _, message = write.communicate()
                 self.assertEqual(write.returncode, 1)

@@ -2,7 +2,11 @@
 #include "tools/kavrinctl/Console.h"
 #include "tools/kavrinctl/Setting.h"
 
+#include "store/SettingsState.h"
 #include "store/Shared.h"
+
+#include <QDateTime>
+#include <QFile>
 
 #include <algorithm>
 
@@ -10,6 +14,48 @@ namespace kavrin::ctl
 {
 
 using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// A file beside the suite that only the user may read.
+QString keepBesideSuite(const QString &state)
+{
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(u"yyyyMMdd'T'HHmmss.zzz'Z'"_s);
+    const QByteArray line = state.toUtf8() + '\n';
+    QFile file(Shared::d().path() + u".before-reset-"_s + stamp);
+    const bool isKept = file.open(QIODevice::NewOnly, QFile::ReadOwner | QFile::WriteOwner)
+        && file.write(line) == line.size() && file.flush();
+    if (!isKept) {
+        const QString reason = file.errorString();
+        file.remove();
+        throw Refusal{u"Nothing was reset, because the settings could not be kept in %1: %2."_s.arg(
+            file.fileName(), reason)};
+    }
+    return file.fileName();
+}
+
+void resetThese(const QStringList &keys)
+{
+    expectNoFailure(Prefs::store(Prefs::resetChanges(keys)), u"The settings could not be reset"_s);
+}
+
+void resetAll()
+{
+    const QStringList keys = Prefs::resettableKeys();
+    const auto [state, failure] = SettingsState::read(keys);
+    expectNoFailure(failure, u"The settings could not be read, so nothing was reset"_s);
+    const QString kept = keepBesideSuite(state);
+    try {
+        resetThese(keys);
+    } catch (const Refusal &) {
+        QFile::remove(kept);
+        throw;
+    }
+    print(u"What the settings were is kept. To put it back: kavrinctl import < '%1'"_s.arg(kept));
+}
+
+} // namespace
 
 void exportSettings(QStringList &arguments)
 {
@@ -43,12 +89,17 @@ void importSettings(QStringList &arguments)
 
 void reset(QStringList &arguments)
 {
+    const bool isAll = takeFlag(arguments, u"--all"_s);
     expectNoFlags(arguments);
+    expectCount(arguments, isAll ? 0 : 1, isAll ? 0 : arguments.size());
+    if (isAll) {
+        resetAll();
+        return;
+    }
     for (const QString &key : arguments) {
         findSetting(key);
     }
-    const QStringList keys = arguments.isEmpty() ? Prefs::resettableKeys() : arguments;
-    expectNoFailure(Prefs::store(Prefs::resetChanges(keys)), u"The settings could not be reset"_s);
+    resetThese(arguments);
 }
 
 } // namespace kavrin::ctl

@@ -36,10 +36,10 @@ constexpr std::array verbs = {
          "ORDER and HIDDEN are tools joined by commas; \"\" is an empty list.", tools},
     Verb{"export", "", "All settings and keys as one line of text", "Keep it to yourself: it holds API keys.",
          exportSettings},
-    Verb{"import", "[TEXT | -]", "Read back what export wrote; from standard input without TEXT",
+    Verb{"import", "[TEXT | -]", "Read back what export or reset kept; from standard input without TEXT",
          "A value that does not fit its setting is named and left as it was.", importSettings},
-    Verb{"reset", "[KEY...]", "Back to the defaults: these settings, or all but the texts (API keys)", "",
-         reset},
+    Verb{"reset", "KEY...\n--all", "Back to the defaults: these settings, or all but the texts (API keys)",
+         "With --all what the settings were is kept in a file, for kavrinctl import.", reset},
     Verb{"extract-code", "[TEXT | -]\n--lines", "The verification code in a message",
          "Reads standard input without TEXT. With --lines each line of it is a message and has a line as\n"
          "answer, null where there is no code.",

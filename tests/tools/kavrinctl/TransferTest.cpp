@@ -1,19 +1,49 @@
 // SPDX-License-Identifier: MIT
+#include "platform/PropertyList.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
 #include "support/Recordings.h"
 #include "support/ScriptedServer.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 using namespace kavrin;
 using namespace kavrin::test;
 using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// The files beside the suite that hold what settings were before a reset.
+QStringList keptStates()
+{
+    const QFileInfo suite(Shared::d().path());
+    QStringList paths;
+    for (const QFileInfo &file : suite.dir().entryInfoList({u"*.before-reset-*"_s})) {
+        paths.append(file.filePath());
+    }
+    return paths;
+}
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
+
+} // namespace
 
 TEST(Kavrinctl, ExportOfAFreshInstallIsTheEmptyBlob)
 {
@@ -65,7 +95,8 @@ TEST(Kavrinctl, ARemarkAboutAnImportIsNoFailure)
 TEST(Kavrinctl, ImportRefusesWhatIsNoBlob)
 {
     for (const QByteArray &input :
-         {QByteArray("nonsense"), QByteArray(), QByteArray("KAVRINCFG1:\xff\xfe")}) {
+         {QByteArray("nonsense"), QByteArray(), QByteArray("KAVRINCFG1:\xff\xfe"),
+          QByteArray("KAVRINSTATE1:"), QByteArray("KAVRINSTATE1:e30="), QByteArray("KAVRINSTATE1:*")}) {
         const Outcome outcome = kavrinctl({u"import"_s}, input);
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_FALSE(outcome.errors.isEmpty());
@@ -90,9 +121,79 @@ TEST(Kavrinctl, ResetRestoresOneSettingOrAllButTheTexts)
     EXPECT_EQ(kavrinctl({u"reset"_s, u"rowH"_s}).exitCode, 0);
     EXPECT_EQ(kavrinctl({u"get"_s, u"rowH"_s}).output, u"54\n");
     EXPECT_EQ(kavrinctl({u"get"_s, u"vGap"_s}).output, u"5\n");
-    EXPECT_EQ(kavrinctl({u"reset"_s}).exitCode, 0);
+    EXPECT_EQ(kavrinctl({u"reset"_s, u"--all"_s}).exitCode, 0);
     EXPECT_EQ(kavrinctl({u"get"_s, u"vGap"_s}).output, u"11\n");
     EXPECT_EQ(kavrinctl({u"get"_s, u"openaiKey"_s}).output, u"sk\n");
+}
+
+TEST(Kavrinctl, ResetOfAllKeepsWhatWasInAFileOfTheUsersAlone)
+{
+    Prefs::set(u"openaiKey"_s, u"sk"_s);
+    const mode_t before = umask(0);
+    const Outcome outcome = kavrinctl({u"reset"_s, u"--all"_s});
+    umask(before);
+    const QStringList kept = keptStates();
+    ASSERT_EQ(kept.size(), 1);
+    EXPECT_EQ(QFile::permissions(kept.first()) & ~(QFile::ReadUser | QFile::WriteUser),
+              QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_TRUE(outcome.output.contains(kept.first()));
+    EXPECT_FALSE(QByteArray::fromBase64(contentOf(kept.first()).mid(13)).contains("sk"));
+}
+
+TEST(Kavrinctl, ImportPutsBackValuesTypesAndWhatWasAbsentBeforeAResetOfAll)
+{
+    const PropertyListDictionary before = {
+        {u"rowH"_s, qint64(60)},
+        {u"capDark"_s, 0.1},
+        {u"numberRow"_s, true},
+        {u"hints"_s, u"all"_s},
+        {u"provider"_s, u"zzz"_s},
+        {u"vGap"_s, u"text"_s},
+        {u"hGap"_s, -1.18e21},
+        {u"glide"_s, Date{5.25}},
+        {u"trail"_s, QByteArray("\0x", 2)},
+        {u"popup"_s, PropertyListArray{qint64(-5), u"ş"_s}},
+        {u"openaiModel"_s, u"model-5"_s},
+    };
+    for (const auto &[key, value] : before) {
+        test::put(Shared::d(), key, value);
+    }
+    EXPECT_EQ(kavrinctl({u"reset"_s, u"--all"_s}).exitCode, 0);
+    EXPECT_EQ(kavrinctl({u"set"_s, u"radius"_s, u"20"_s}).exitCode, 0); // was absent
+    test::put(Shared::d(), u"openaiKey"_s, u"sk-new"_s); // is not part of it
+    const Outcome outcome = kavrinctl({u"import"_s}, contentOf(keptStates().first()));
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_TRUE(outcome.errors.contains(u"hGap is a number from 0 to 16, but was not, and is as it was."));
+    EXPECT_FALSE(outcome.errors.contains(u"openaiModel"));
+    PropertyListDictionary after = Shared::d().dictionaryRepresentation().value;
+    after.erase(u"settingsRevision"_s);
+    EXPECT_EQ(after.extract(u"openaiKey"_s).mapped(), PropertyListValue(u"sk-new"_s));
+    EXPECT_EQ(after, before);
+}
+
+TEST(Kavrinctl, ResetOfAllThatFailsLeavesNoFileAndEverySetting)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    const RefusedKey refused("settingsRevision");
+    EXPECT_EQ(kavrinctl({u"reset"_s, u"--all"_s}).exitCode, 1);
+    EXPECT_EQ(keptStates(), QStringList());
+    EXPECT_EQ(kavrinctl({u"get"_s, u"rowH"_s}).output, u"60\n");
+}
+
+TEST(Kavrinctl, ImportOfAStateTouchesNothingButWhatAResetOfAllDoes)
+{
+    const PropertyListDictionary state = {
+        {u"stored"_s,
+         PropertyListDictionary{{u"customURL"_s, u"http://x"_s}, {u"dictationCommand"_s, u"start"_s}}},
+        {u"absent"_s, PropertyListArray{u"openaiKey"_s, u"tStamp"_s, true}},
+    };
+    test::put(Shared::d(), u"openaiKey"_s, u"sk"_s);
+    const Outcome outcome =
+        kavrinctl({u"import"_s}, "KAVRINSTATE1:" + PropertyList::toBinary(state).toBase64());
+    EXPECT_EQ(outcome.output, u"0 settings imported.\n");
+    PropertyListDictionary after = Shared::d().dictionaryRepresentation().value;
+    after.erase(u"settingsRevision"_s);
+    EXPECT_EQ(after, (PropertyListDictionary{{u"openaiKey"_s, u"sk"_s}}));
 }
 
 TEST(Kavrinctl, ResetOfAnUnknownKeyResetsNothing)

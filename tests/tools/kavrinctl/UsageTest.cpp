@@ -27,6 +27,8 @@ TEST(Kavrinctl, WrongUsageIsExplainedOnStandardErrorWithCode2)
         {u"dictate"_s, u"wait"_s, u"--timeout"_s},
         {u"dictate"_s, u"wait"_s, u"--timeout"_s, u"-1"_s},
         {u"export"_s, u"now"_s},
+        {u"reset"_s},
+        {u"reset"_s, u"--all"_s, u"rowH"_s},
     };
     for (const QStringList &arguments : rows) {
         SCOPED_TRACE(arguments.join(u' ').toStdString());

@@ -41,6 +41,18 @@ QHash<QString, QString> lettersByLowerCase()
     return letters;
 }
 
+/// Matches a letter of a keyword in both spellings of Unicode: as one character, and as a letter with its
+/// mark after it. Composing the whole text would take a time that grows with the square of a run of marks.
+QString letterPattern(QChar letter, const QHash<QString, QString> &letters)
+{
+    const QString composed = u'[' + letters.value(QString(letter)) + u']';
+    const QString decomposed = letter.decomposition();
+    if (decomposed.isEmpty()) {
+        return composed;
+    }
+    return u"(?:%1|[%2]%3)"_s.arg(composed, letters.value(decomposed.first(1)), decomposed.sliced(1));
+}
+
 /// Matches every text that has a keyword as its lower-case form. Making the lower-case form of the whole text
 /// takes five times as long.
 QString keywordPattern()
@@ -50,7 +62,7 @@ QString keywordPattern()
     for (const QStringView keyword : keywords) {
         QString alternative;
         for (const QChar letter : keyword) {
-            alternative += u'[' + letters.value(QString(letter)) + u']';
+            alternative += letterPattern(letter, letters);
         }
         alternatives.append(alternative);
     }

@@ -24,9 +24,9 @@ struct Codes {
     ///
     /// If the text is a code and nothing else (4 to 8 digits, or two groups of three joined by a blank or a
     /// hyphen), that is the code. Any other text must contain a keyword ("code", "şifre", "pin" …) in its
-    /// lower-case form, perhaps within a word. Its code is the first two groups of three that touch no other
-    /// digit, or else the first 4 to 8 digits that touch no other digit. A text of 500 or more user-perceived
-    /// characters (Unicode's extended grapheme clusters) holds no code.
+    /// lower-case form, perhaps within a word and perhaps decomposed. Its code is the first two groups of
+    /// three that touch no other digit, or else the first 4 to 8 digits that touch no other digit. A text of
+    /// 500 or more user-perceived characters (Unicode's extended grapheme clusters) holds no code.
     ///
     /// Digits are those of ASCII. Half a surrogate pair counts as U+FFFD.
     static std::optional<Code> extract(const QString &text);

@@ -136,6 +136,18 @@ TEST(Codes, EveryKeywordCountsInAnyCaseAndWithinWords)
     }
 }
 
+TEST(Codes, AKeywordMayBeDecomposed)
+{
+    for (const QString &text :
+         {u"Şifre"_s, u"ŞiFRE"_s, u"şifreniz"_s, u"Doğrulama"_s, u"DOĞRULAMA"_s, u"doğrulamanız"_s}) {
+        SCOPED_TRACE(text.toStdString());
+        const QString decomposed = text.normalized(QString::NormalizationForm_D);
+        EXPECT_NE(decomposed, text);
+        EXPECT_EQ(Codes::extract(decomposed + u" 5521"_s), embedded(u"5521"_s));
+    }
+    EXPECT_EQ(Codes::extract(u"s\u0323ifre\u0327 5521"_s), none);
+}
+
 TEST(Codes, WhatOnlyLooksLikeAKeywordDoesNotCount)
 {
     for (const QString &text :

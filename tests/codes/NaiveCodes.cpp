@@ -82,7 +82,7 @@ bool hasKeyword(const QString &text)
                                         u"şifre"_s,     u"sifre"_s,     u"pin"_s};
     const QString lower = text.toLower();
     for (const QString &keyword : keywords) {
-        if (lower.contains(keyword)) {
+        if (lower.contains(keyword) || lower.contains(keyword.normalized(QString::NormalizationForm_D))) {
             return true;
         }
     }

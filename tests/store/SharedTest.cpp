@@ -196,6 +196,13 @@ TEST(Shared, AProfileThatCannotBeReadGrantsNothing)
         {"no entitlements", plist("<dict/>")},
         {"entitlements that are no dictionary", entitlements(array({"group.a"}))},
         {"no groups", entitlements("<dict/>")},
+        {"groups in an array that is not closed",
+         entitlements("<dict><key>" + key + "</key><array><string>group.a</string></dict>")},
+        {"groups beside what is no value",
+         entitlements("<dict><key>" + key + "</key><array><string>group.a</string>junk</array></dict>")},
+        {"groups beside a broken value",
+         entitlements("<dict><key>" + key + "</key>" + array({"group.a"})
+                      + "<key>other</key><integer>one</integer></dict>")},
         {"groups that are a string",
          entitlements("<dict><key>" + key + "</key><string>group.a</string></dict>")},
         {"groups that are not all strings",

@@ -2,6 +2,7 @@
 #include "platform/PropertyList.h"
 
 #include "platform/linux/storage/BinaryPropertyListBounds.h"
+#include "platform/linux/storage/XmlPropertyList.h"
 
 #include <plist/plist.h>
 
@@ -170,14 +171,14 @@ std::optional<PropertyListValue> parse(QByteArrayView data)
     if (data.isEmpty() || data.size() > std::numeric_limits<uint32_t>::max()) {
         return std::nullopt;
     }
-    const bool isBinary = data.startsWith(QByteArrayView("bplist"));
-    if (isBinary && !isWithinBounds(data)) {
+    if (!data.startsWith(QByteArrayView("bplist"))) {
+        return parseXmlPropertyList(data);
+    }
+    if (!isWithinBounds(data)) {
         return std::nullopt;
     }
     plist_t root = nullptr;
-    // Not plist_from_memory(): newer versions of the library accept other formats there, too.
-    const auto read = isBinary ? &plist_from_bin : &plist_from_xml;
-    read(data.data(), uint32_t(data.size()), &root);
+    plist_from_bin(data.data(), uint32_t(data.size()), &root);
     const Node node(root);
     return node ? toValue(node.get()) : std::nullopt;
 }

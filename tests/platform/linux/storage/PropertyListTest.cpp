@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 using namespace kavrin;
 using namespace Qt::StringLiterals;
 
@@ -59,8 +61,17 @@ TEST(PropertyList, ReadsEveryTypeOfTheXmlForm)
         {"<integer>-3</integer>", qint64(-3)},
         {"<real>1.5</real>", 1.5},
         {"<string>Türkçe &amp; more</string>", u"Türkçe & more"_s},
+        {"<integer> 0x1F\n</integer>", qint64(31)},
+        {"<integer>-9223372036854775808</integer>", std::numeric_limits<qint64>::min()},
+        {"<real>-1e300</real>", -1e300},
+        {"<string> a<!-- b --> <![CDATA[<c>]]></string>", u" a <c>"_s},
+        {"<string/>", QString()},
         {"<date>2026-11-21T09:30:00Z</date>", Date{1795253400}},
+        {"<date>9999-01-01T00:00:00Z</date>", Date{978307200.0 + std::numeric_limits<qint32>::max()}},
         {"<data>AP8B</data>", QByteArray("\0\xff\x01", 3)},
+        {"<data>\n\tAP\n\t8B\n</data>", QByteArray("\0\xff\x01", 3)},
+        {"<!-- a --> <true/> <!-- b -->", true},
+        {"<dict><key>k</key><true/><key>k</key><false/></dict>", PropertyListDictionary{{u"k"_s, false}}},
         {"<array><string>a</string><integer>1</integer></array>", PropertyListArray{u"a"_s, qint64(1)}},
         {"<dict><key>k</key><array/></dict>", PropertyListDictionary{{u"k"_s, PropertyListArray{}}}},
     };
@@ -68,6 +79,48 @@ TEST(PropertyList, ReadsEveryTypeOfTheXmlForm)
         SCOPED_TRACE(body.toStdString());
         EXPECT_EQ(PropertyList::parse(xml(body)), expected);
     }
+}
+
+TEST(PropertyList, ABrokenListOfTheXmlFormHasNoValue)
+{
+    const QByteArray bodies[] = {
+        "",
+        "true",
+        "<key>a</key>",
+        "<true/><true/>",
+        "<true/>junk",
+        "<true>yes</true>",
+        "<true><false/></true>",
+        "<integer/>",
+        "<integer>1.5</integer>",
+        "<integer>9223372036854775808</integer>",
+        "<real>one</real>",
+        "<real/>",
+        "<string>a<b/></string>",
+        "<string>a&unknown;b</string>",
+        "<date>2026-13-41T99:99:99Z</date>",
+        "<date>2026-11-21T09:30:00</date>",
+        "<data>A*</data>",
+        "<array>junk<true/></array>",
+        "<array><unknown/></array>",
+        "<array><true></array>",
+        "<array><true/>",
+        "<dict><key>a</key></dict>",
+        "<dict><true/></dict>",
+        "<dict><key>a</key><true/><true/></dict>",
+        "<dict><key>a</key>junk<true/></dict>",
+        "<dict><key>a</key><key>b</key><true/></dict>",
+        "<string>\xff</string>",
+        "</plist><plist><true/>",
+        QByteArray("<array>").repeated(10'000) + QByteArray("</array>").repeated(10'000),
+    };
+    for (const QByteArray &body : bodies) {
+        SCOPED_TRACE(body.left(60).toStdString());
+        EXPECT_EQ(PropertyList::parse(xml(body)), std::nullopt);
+    }
+    const QByteArray doctype = R"(<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://nowhere/">)";
+    const QByteArray list = xml("<string>&a;</string>").replace("<plist", doctype + "<plist");
+    EXPECT_EQ(PropertyList::parse(list), std::nullopt);
 }
 
 TEST(PropertyList, TheBinaryFormReadsBackAsItWasWritten)

@@ -226,9 +226,14 @@ void KavrinApp::finish()
     }
 }
 
+bool KavrinApp::isKnownUrl(const QString &url)
+{
+    return urlHost(url) == u"dictate"_s;
+}
+
 void KavrinApp::openUrl(const QString &url)
 {
-    if (urlHost(url) == u"dictate"_s) {
+    if (isKnownUrl(url)) {
         SuiteWriter::write({{dictation::commandKey, dictation::startCommand}});
     }
 }

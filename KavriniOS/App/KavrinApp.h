@@ -48,6 +48,9 @@ public:
     /// Stops serving. stopped() follows.
     void stop();
 
+    /// Whether openUrl() does something.
+    static bool isKnownUrl(const QString &url);
+
     /// Opens a URL of the application. The host "dictate" starts dictation, whatever follows; any other host
     /// does nothing. A process may call this while another one serves the keyboard.
     static void openUrl(const QString &url);

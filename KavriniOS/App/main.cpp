@@ -28,6 +28,12 @@ struct Launch {
     bool inBackground; ///< launched by a bus or a unit: there is no window until somebody wants one
 };
 
+[[noreturn]] void endWithWrongUsage(const QString &reason)
+{
+    std::fprintf(stderr, "kavrin: %s\nSee kavrin --help.\n", qUtf8Printable(reason));
+    std::exit(2);
+}
+
 /// Reads the arguments. Ends the process on --help, --version and wrong usage.
 Launch launchOf(const QCoreApplication &application)
 {
@@ -41,12 +47,15 @@ Launch launchOf(const QCoreApplication &application)
     parser.addOption(background);
     const bool isUnderstood = parser.parse(application.arguments());
     if (!isUnderstood || parser.positionalArguments().size() > 1) {
-        const QString reason = isUnderstood ? u"One URL at a time."_s : parser.errorText();
-        std::fprintf(stderr, "kavrin: %s\nSee kavrin --help.\n", qUtf8Printable(reason));
-        std::exit(2);
+        endWithWrongUsage(isUnderstood ? u"One URL at a time."_s : parser.errorText());
     }
     parser.process(application); // --help and --version
-    return {.url = parser.positionalArguments().value(0), .inBackground = parser.isSet(background)};
+    const QString url = parser.positionalArguments().value(0);
+    if (!url.isEmpty() && !KavrinApp::isKnownUrl(url)) {
+        endWithWrongUsage(
+            u"There is nothing to open at \"%1\". kavrin://dictate starts a dictation."_s.arg(url));
+    }
+    return {.url = url, .inBackground = parser.isSet(background)};
 }
 
 /// Hands the launch over to the running instance. Returns the exit code of this process.

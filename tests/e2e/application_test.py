@@ -68,7 +68,8 @@ class Application(unittest.TestCase):
         self.assertIsNone(first.poll())
 
     def test_wrong_usage_is_explained(self):
-        for arguments in (["--nonsense"], ["kavrin://a", "kavrin://b"]):
+        for arguments in (["--nonsense"], ["kavrin://dictate", "kavrin://dictate"], ["kavrin:dictate"], ["dictate"],
+                          ["kavrin://Dictate"], ["kavrin://settings"]):
             with self.subTest(arguments):
                 done = self.session.run(self.session.bin / "kavrin", *arguments, check=False)
                 self.assertEqual(done.returncode, 2)

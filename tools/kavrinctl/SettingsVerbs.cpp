@@ -121,6 +121,11 @@ const Prefs::Item &findSetting(const QString &key)
     return *item;
 }
 
+void expectReadableSettings()
+{
+    expectNoFailure(Shared::d().objects({}).failure, u"The settings could not be read"_s);
+}
+
 QString displayValue(const Prefs::Item &item)
 {
     const PropertyListValue value = std::visit(ReadValue{item.key}, item.kind);
@@ -138,6 +143,7 @@ void get(QStringList &arguments)
     expectNoFlags(arguments);
     expectCount(arguments, 1, 1);
     const Prefs::Item &item = findSetting(arguments.first());
+    expectReadableSettings();
     const PropertyListValue value = std::visit(ReadValue{item.key}, item.kind);
     if (asJson) {
         print(toJson(value).value_or(QJsonValue()));

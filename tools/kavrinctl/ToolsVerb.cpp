@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/Setting.h"
 
 #include "store/Prefs.h"
 #include "store/Shared.h"
@@ -74,6 +75,7 @@ void tools(QStringList &arguments)
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
     expectCount(arguments, 0, 0);
+    expectReadableSettings();
     show(asJson);
 }
 

@@ -61,7 +61,7 @@ void exportSettings(QStringList &arguments)
 {
     expectNoFlags(arguments);
     expectCount(arguments, 0, 0);
-    expectNoFailure(Shared::d().dictionaryRepresentation().failure, u"The settings could not be read"_s);
+    expectReadableSettings();
     const QString blob = Prefs::exportBlob();
     if (blob.isEmpty()) {
         throw Refusal{

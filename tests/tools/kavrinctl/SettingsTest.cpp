@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "store/BrokenSuite.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
@@ -153,6 +154,24 @@ TEST(Kavrinctl, SetRefusesWhatNoControlCouldEnterAndWritesNothing)
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_TRUE(outcome.errors.contains(key));
         EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
+    }
+}
+
+TEST(Kavrinctl, SettingsThatCannotBeReadAreNotPrintedAsTheirDefaults)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    // Neither the shared suite nor the private defaults can be read.
+    const BrokenSuite broken;
+    QFile blocker(qEnvironmentVariable("XDG_DATA_HOME") + u"/app.kavrin.Kavrin"_s);
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    for (const QStringList &arguments :
+         {QStringList{u"get"_s, u"rowH"_s}, QStringList{u"get"_s, u"rowH"_s, u"--json"_s},
+          QStringList{u"catalogue"_s}, QStringList{u"tools"_s}, QStringList{u"export"_s}}) {
+        SCOPED_TRACE(arguments.join(u' ').toStdString());
+        const Outcome outcome = kavrinctl(arguments);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.output, u"");
+        EXPECT_TRUE(outcome.errors.contains(u"The settings could not be read"));
     }
 }
 

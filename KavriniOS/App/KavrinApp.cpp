@@ -233,9 +233,16 @@ bool KavrinApp::isKnownUrl(const QString &url)
 
 void KavrinApp::openUrl(const QString &url)
 {
+    storeUrl(url);
+}
+
+QFuture<std::optional<Error>> KavrinApp::storeUrl(const QString &url)
+{
+    Changes changes;
     if (isKnownUrl(url)) {
-        SuiteWriter::write({{dictation::commandKey, dictation::startCommand}});
+        changes = {{dictation::commandKey, dictation::startCommand}};
     }
+    return SuiteWriter::write(changes);
 }
 
 SettingsModel *KavrinApp::settings()

@@ -5,6 +5,7 @@
 #include "screens/SettingsModel.h"
 
 #include <QColor>
+#include <QFuture>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
@@ -52,8 +53,11 @@ public:
     static bool isKnownUrl(const QString &url);
 
     /// Opens a URL of the application. The host "dictate" starts dictation, whatever follows; any other host
-    /// does nothing. A process may call this while another one serves the keyboard.
+    /// does nothing.
     static void openUrl(const QString &url);
+
+    /// Stores what a URL asks for, for the process that serves the keyboard. The result says what went wrong.
+    static QFuture<std::optional<Error>> storeUrl(const QString &url);
 
     [[nodiscard]] SettingsModel *settings();
     [[nodiscard]] DictateModelFactory *dictateModels();

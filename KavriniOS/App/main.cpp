@@ -80,6 +80,23 @@ bool anotherProcessServes(QLockFile &lock, ApplicationBus::Claim claim)
     return !lock.tryLock(limit) && lock.error() == QLockFile::LockFailedError;
 }
 
+/// Hands the launch over to a process that no bus reaches: what a URL asks for goes through the suite, and
+/// nothing else can. Returns the exit code of this process.
+int handOverThroughSuite(const Launch &launch)
+{
+    if (launch.url.isEmpty()) {
+        std::fputs("Kavrin is already running.\n", stderr);
+        return 0;
+    }
+    const std::optional<Error> failure = KavrinApp::storeUrl(launch.url).result();
+    if (failure) {
+        std::fprintf(stderr,
+                     "kavrin: Kavrin is already running, and could not be told to open the address: %s\n",
+                     qUtf8Printable(failure->localizedDescription));
+    }
+    return failure ? 1 : 0;
+}
+
 /// Whether there is no display. The desktop, or the program that starts this process, would name one.
 bool lacksDisplay()
 {
@@ -137,11 +154,7 @@ int main(int argc, char **argv)
     }
     QLockFile lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
     if (anotherProcessServes(lock, claim)) {
-        KavrinApp::openUrl(launch.url);
-        if (urls.isEmpty()) {
-            std::fputs("Kavrin is already running.\n", stderr);
-        }
-        return 0;
+        return handOverThroughSuite(launch);
     }
 
     KavrinApp app;

@@ -1,12 +1,14 @@
 # SPDX-License-Identifier: MIT
 """The application's process: how it starts, hands over, beats and ends."""
 
+import json
 import signal
 import socket
 import time
 import unittest
 
 from support.private_session import PORT, PrivateSession, enter_private_namespaces, wait_until
+from support.suite_case import Holder
 
 
 class Application(unittest.TestCase):
@@ -55,6 +57,17 @@ class Application(unittest.TestCase):
         self.assertEqual(self.session.run(self.session.bin / "kavrin").returncode, 0)
         self.assertIsNone(first.poll())
         self.assertEqual(self.session.suite().get("probeApp"), started)
+
+    def test_a_url_that_neither_bus_nor_suite_takes_is_a_failure(self):
+        self.session.env["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.session.folder}/run/no-session-bus"
+        self.session.start_kavrin()
+        command = (self.session.bin / "kavrin", "kavrin://dictate")
+        self.session.run(*command)
+        self.session.suite().wait_for("dictationState", "starting")
+        with Holder(json.loads(self.session.ctl("where", "--json"))["suite"], "BEGIN IMMEDIATE"):
+            done = self.session.run(*command, check=False)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("could not be told to open the address: ", done.stderr)
 
     def test_without_a_display_it_tells_who_wants_its_window_so(self):
         del self.session.env["QT_QPA_PLATFORM"]

@@ -2,6 +2,7 @@
 #include "App/KavrinApp.h"
 #include "platform/Logging.h"
 #include "platform/linux/desktop/ApplicationBus.h"
+#include "platform/linux/desktop/InstanceLock.h"
 #include "platform/linux/desktop/TerminationSignals.h"
 #include "store/Shared.h"
 
@@ -9,7 +10,6 @@
 #include <QFileInfo>
 #include <QFont>
 #include <QGuiApplication>
-#include <QLockFile>
 #include <QQuickWindow>
 
 #include <algorithm>
@@ -22,6 +22,9 @@ namespace
 {
 
 using namespace kavrin;
+
+/// Qt's platform that draws where nobody sees it.
+constexpr const char *noDisplay = "offscreen";
 
 struct Launch {
     QString url; ///< to open; may be empty
@@ -69,24 +72,24 @@ int handOver(const Launch &launch, const QStringList &urls)
     return failure.isEmpty() ? 0 : 1;
 }
 
-/// One process serves a suite, even if no session bus connects the processes. If the lock cannot be made at
-/// all, serving goes on without it. This function waits for a process that has already released its name on
-/// the bus, because that one is about to end.
-bool anotherProcessServes(QLockFile &lock, ApplicationBus::Claim claim)
+/// One process serves a suite, even if no session bus connects the processes. This function waits for a
+/// process that has already released its name on the bus, because that one is about to end.
+bool anotherProcessServes(InstanceLock &lock, ApplicationBus::Claim claim)
 {
     constexpr std::chrono::milliseconds patience(3000);
-    lock.setStaleLockTime(0);
-    const int limit = claim == ApplicationBus::Claim::First ? int(patience.count()) : 0;
-    return !lock.tryLock(limit) && lock.error() == QLockFile::LockFailedError;
+    return !lock.take(claim == ApplicationBus::Claim::First ? patience : std::chrono::milliseconds(0));
 }
 
 /// Hands the launch over to a process that no bus reaches: what a URL asks for goes through the suite, and
 /// nothing else can. Returns the exit code of this process.
-int handOverThroughSuite(const Launch &launch)
+int handOverThroughSuite(const Launch &launch, const InstanceLock &lock)
 {
     if (launch.url.isEmpty()) {
-        std::fputs("Kavrin is already running.\n", stderr);
-        return 0;
+        std::fprintf(stderr,
+                     "kavrin: Another process holds %s, so Kavrin is already running where it cannot be reached "
+                     "from here. End that process and try again.\n",
+                     qUtf8Printable(lock.path()));
+        return 1;
     }
     const std::optional<Error> failure = KavrinApp::storeUrl(launch.url).result();
     if (failure) {
@@ -97,11 +100,30 @@ int handOverThroughSuite(const Launch &launch)
     return failure ? 1 : 0;
 }
 
-/// Whether there is no display. The desktop, or the program that starts this process, would name one.
-bool lacksDisplay()
+/// The platforms of Qt that reach the display: those that the environment asks for, or else those that Qt
+/// would try by itself. None if there is no display.
+QByteArrayList platformsWithDisplay()
 {
-    return !qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY")
-        && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+    if (const QByteArray wanted = qgetenv("QT_QPA_PLATFORM"); !wanted.isEmpty()) {
+        return wanted.split(';');
+    }
+    const bool hasX = qEnvironmentVariableIsSet("DISPLAY");
+    const bool isWaylandSession = hasX && qgetenv("XDG_SESSION_TYPE") == "wayland";
+    QByteArrayList platforms;
+    if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY") || isWaylandSession) {
+        platforms.append("wayland");
+    }
+    if (hasX) {
+        platforms.append("xcb");
+    }
+    return platforms;
+}
+
+/// Makes Qt go without a display if it can reach none. It would end the process otherwise.
+void neverNeedDisplay(QByteArrayList platforms)
+{
+    platforms.append(noDisplay);
+    qputenv("QT_QPA_PLATFORM", platforms.join(';'));
 }
 
 /// The settings are drawn as fast without OpenGL. Its driver would take 40 ms and 80 MB at every start.
@@ -125,12 +147,12 @@ void useInterfaceFont()
 int main(int argc, char **argv)
 {
     Logging::setUp();
-    const bool isUnseen = lacksDisplay();
-    if (isUnseen) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    }
+    const QByteArrayList platforms = platformsWithDisplay();
+    neverNeedDisplay(platforms);
     drawWithoutOpenGl();
     const QGuiApplication application(argc, argv);
+    const bool isUnseen =
+        QGuiApplication::platformName() == QLatin1String(noDisplay) && !platforms.contains(noDisplay);
     QGuiApplication::setApplicationName(u"kavrin"_s);
     QGuiApplication::setApplicationDisplayName(u"Kavrin"_s);
     QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
@@ -152,9 +174,9 @@ int main(int argc, char **argv)
         bus.refuseToActivate(u"Kavrin is already running, but was started where there is no display. "
                              "End that process and try again."_s);
     }
-    QLockFile lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
+    InstanceLock lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
     if (anotherProcessServes(lock, claim)) {
-        return handOverThroughSuite(launch);
+        return handOverThroughSuite(launch, lock);
     }
 
     KavrinApp app;

@@ -1,9 +1,13 @@
 # SPDX-License-Identifier: MIT
 """The application's process: how it starts, hands over, beats and ends."""
 
+import fcntl
 import json
+import os
+import pathlib
 import signal
 import socket
+import sys
 import time
 import unittest
 
@@ -39,7 +43,7 @@ class Application(unittest.TestCase):
         self.assertEqual(addresses, {f"127.0.0.1:{PORT}", f"[::1]:{PORT}"})
 
     def test_a_termination_ends_it_with_code_0(self):
-        for number in (signal.SIGTERM, signal.SIGINT):
+        for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
             with self.subTest(number):
                 kavrin = self.session.start_kavrin()
                 kavrin.send_signal(number)
@@ -79,6 +83,51 @@ class Application(unittest.TestCase):
         self.session.run(self.session.bin / "kavrin", "kavrin://dictate")
         self.session.suite().wait_for("dictationState", "starting")
         self.assertIsNone(first.poll())
+
+    def test_it_serves_where_the_display_cannot_be_reached(self):
+        for display in ({"WAYLAND_DISPLAY": "wayland-gone"}, {"DISPLAY": ":65000"},
+                        {"WAYLAND_DISPLAY": "wayland-gone", "DISPLAY": ":65000"},
+                        {"WAYLAND_DISPLAY": "wayland-gone", "QT_QPA_PLATFORM": "wayland"}):
+            with self.subTest(display):
+                self.session.env.pop("QT_QPA_PLATFORM", None)
+                self.session.env.update(display)
+                kavrin = self.session.start_kavrin("--background")
+                second = self.session.run(self.session.bin / "kavrin", check=False)
+                self.assertEqual(second.returncode, 1)
+                self.assertIn("was started where there is no display", second.stderr)
+                self.session.end(kavrin)
+                for name in display:
+                    del self.session.env[name]
+
+    def hold_lock(self):
+        """Locks as another process does that serves the suite; returns the path of the file."""
+        path = pathlib.Path(json.loads(self.session.ctl("where", "--json"))["suite"]).parent / "application.lock"
+        file = self.enterContext(open(path, "w", encoding="ascii"))
+        fcntl.flock(file, fcntl.LOCK_EX)  # as version 0.1.0 does
+        return path
+
+    def test_where_it_is_out_of_reach_a_second_launch_fails_and_names_the_lock(self):
+        path = self.hold_lock()
+        for bus in (self.session.env["DBUS_SESSION_BUS_ADDRESS"], "unix:path=/nowhere"):
+            for arguments in ([], ["--background"]):
+                with self.subTest(bus=bus, arguments=arguments):
+                    self.session.env["DBUS_SESSION_BUS_ADDRESS"] = bus
+                    second = self.session.run(self.session.bin / "kavrin", *arguments, check=False)
+                    self.assertEqual(second.returncode, 1)
+                    self.assertIn(str(path), second.stderr)
+
+    def test_where_it_is_out_of_reach_a_url_goes_through_the_suite(self):
+        self.hold_lock()
+        self.session.run(self.session.bin / "kavrin", "kavrin://dictate")
+        self.assertEqual(self.session.suite().get("dictationCommand"), "start")
+
+    def test_it_starts_again_after_a_kill_whatever_the_lock_says(self):
+        first = self.session.start_kavrin()
+        self.session.end(first)
+        path = next(self.session.folder.rglob("application.lock"))
+        program = pathlib.Path(sys.executable).name
+        path.write_text(f"{os.getpid()}\n{program}\n{socket.gethostname()}\n", encoding="ascii")
+        self.session.start_kavrin()
 
     def test_wrong_usage_is_explained(self):
         for arguments in (["--nonsense"], ["kavrin://dictate", "kavrin://dictate"], ["kavrin:dictate"], ["dictate"],

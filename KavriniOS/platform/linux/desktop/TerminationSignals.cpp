@@ -37,6 +37,12 @@ TerminationSignals::TerminationSignals() : m_notifier(wakeDescriptor, QSocketNot
     action.sa_flags = SA_RESTART;
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
+    // nohup(1) starts a program that ignores this signal, so that it outlives its terminal.
+    struct sigaction inherited = {};
+    sigaction(SIGHUP, nullptr, &inherited);
+    if (inherited.sa_handler != SIG_IGN) {
+        sigaction(SIGHUP, &action, nullptr);
+    }
 }
 
 } // namespace kavrin

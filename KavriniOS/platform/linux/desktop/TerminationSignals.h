@@ -7,7 +7,8 @@
 namespace kavrin
 {
 
-/// Turns SIGTERM and SIGINT into a signal in the main thread's event loop. One for the process.
+/// Turns SIGTERM, SIGINT and SIGHUP into a signal in the main thread's event loop; SIGHUP unless the process
+/// ignored it before. One for the process.
 class TerminationSignals : public QObject
 {
     Q_OBJECT

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <optional>
 
 namespace kavrin::test
 {
@@ -15,10 +16,12 @@ class TerminationSignalsTest : public testing::TestWithParam<int>
 protected:
     TerminationSignalsTest()
     {
-        QObject::connect(&m_signals, &TerminationSignals::requested, [this] { ++m_requests; });
+        std::signal(SIGHUP, SIG_DFL); // whatever started the tests
+        m_signals.emplace();
+        QObject::connect(&*m_signals, &TerminationSignals::requested, [this] { ++m_requests; });
     }
 
-    TerminationSignals m_signals;
+    std::optional<TerminationSignals> m_signals;
     int m_requests = 0;
 };
 
@@ -37,7 +40,18 @@ TEST_P(TerminationSignalsTest, AreTakenEachTime)
     EXPECT_TRUE(waitUntil([&] { return m_requests == 2; }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, TerminationSignalsTest, testing::Values(SIGTERM, SIGINT),
-                         [](const auto &signal) { return signal.param == SIGTERM ? "SIGTERM" : "SIGINT"; });
+INSTANTIATE_TEST_SUITE_P(Signals, TerminationSignalsTest, testing::Values(SIGTERM, SIGINT, SIGHUP),
+                         [](const auto &signal) {
+                             return signal.param == SIGTERM ? "SIGTERM"
+                                 : signal.param == SIGINT   ? "SIGINT"
+                                                            : "SIGHUP";
+                         });
+
+TEST(TerminationSignals, LeaveAHangUpIgnoredThatWasIgnoredBefore)
+{
+    std::signal(SIGHUP, SIG_IGN);
+    const TerminationSignals termination;
+    EXPECT_EQ(std::signal(SIGHUP, SIG_DFL), SIG_IGN);
+}
 
 } // namespace kavrin::test

@@ -32,6 +32,8 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 
+#include <cstdio>
+
 namespace kavrin
 {
 
@@ -112,10 +114,14 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->dictationTray, &DictationTray::openRequested, this, [this] { activate({}); });
     connect(&m_services->dictationTray, &DictationTray::quitRequested, this, &KavrinApp::stop);
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
+    UserDefaults::onDamage([this](const QString &text) {
+        QMetaObject::invokeMethod(this, [this, text] { reportDamage(text); });
+    });
 }
 
 KavrinApp::~KavrinApp()
 {
+    UserDefaults::onDamage({});
     if (m_services->window) {
         m_services->window->disconnect(this);
     }
@@ -195,6 +201,13 @@ void KavrinApp::reportScreenFailure(const QString &message)
     if (!isDictationScreenSeen()) {
         m_services->failureNotices.report(message);
     }
+}
+
+void KavrinApp::reportDamage(const QString &text)
+{
+    // Not every desktop shows notifications.
+    std::fprintf(stderr, "kavrin: %s\n", qUtf8Printable(text));
+    m_services->notifications.show(u"Settings"_s, text, u"Open Kavrin"_s);
 }
 
 void KavrinApp::performAction(const QString &action, const QVariantList &parameters)

@@ -79,6 +79,7 @@ private:
     void openVoiceTyping(const QString &activationToken);
     [[nodiscard]] bool isDictationScreenSeen() const;
     void reportScreenFailure(const QString &message);
+    void reportDamage(const QString &text);
     static void onAppear();
 
     struct Services;

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -50,6 +51,11 @@ public:
     static UserDefaults &standard();
 
     ~UserDefaults();
+
+    /// Calls `listener` with a text for the user whenever a damaged file was set aside, which says where its
+    /// copy is; first for those that nobody was told of. Any thread may make the call. The listener must not
+    /// call this function. There is one listener at a time; an empty one ends that.
+    static void onDamage(std::function<void(const QString &text)> listener);
 
     /// The stored value. None if there is none, or if reading failed.
     [[nodiscard]] std::optional<PropertyListValue> object(const QString &key) const;

@@ -15,6 +15,7 @@ import threading
 import time
 import unittest
 
+from support.desktop import Bus, Notifications
 from support.private_session import Failure, Suite, enter_private_namespaces, wait_until
 from support.suite_case import SETTINGS, Holder, SuiteTest
 
@@ -144,6 +145,34 @@ class Damage(SuiteTest):
                 self.expect_service(kavrin)
                 keyboard.set("org.example.keyboard", "string", "still here")
                 self.assertEqual(self.session.ctl("defaults", "read", "org.example.keyboard"), '"still here"')
+
+    def test_the_user_is_told_where_the_copy_is(self):
+        notifications = Notifications(self.session, Bus(self.session))
+        kavrin = self.session.start_kavrin()
+        self.overwrite(RUBBISH[0], kavrin)
+        wait_until(notifications.shown, "a notification")
+        (title, text), = notifications.shown()
+        self.assertEqual(title, "Settings")
+        self.assertIn(str(self.copies()[0]), text)
+
+        self.session.end(kavrin)
+        before = self.copies()
+        self.path.write_bytes(RUBBISH[0])
+        said = self.session.run(self.session.bin / "kavrinctl", "get", "rowH").stderr
+        copy, = set(self.copies()) - set(before)
+        self.assertIn(str(copy), said)
+
+    def test_a_log_that_is_removed_under_kavrin_takes_nothing_along(self):
+        self.store_settings()
+        kavrin = self.session.start_kavrin()
+        for height in ("56", "57", "58", "59", "60"):
+            with self.subTest(height):
+                self.session.ctl("set", "rowH", height)
+                self.log.unlink()
+                self.assertEqual(self.session.ctl("get", "rowH"), height)
+        self.expect_settings()
+        self.expect_service(kavrin)
+        self.assertEqual(self.copies(), [])
 
     def test_a_file_of_another_format_is_left_alone_and_kavrin_serves_http(self):
         self.store_settings()

@@ -103,6 +103,7 @@ int run(const Verb &verb, QStringList arguments)
         return Done;
     }
     const auto fail = [](const QString &message) { write(stderr, u"kavrinctl: %1\n"_s.arg(message)); };
+    UserDefaults::onDamage(fail);
     if (Shared::group() && !Shared::isShared()) {
         fail(u"The suite shared with the keyboard cannot be opened; these are the private settings."_s);
     }

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <optional>
 
@@ -49,11 +50,11 @@ bool tableIsSound(sqlite3 *handle)
 class WholeFileLock
 {
 public:
-    explicit WholeFileLock(sqlite3_file *file) : m_file(file)
+    explicit WholeFileLock(sqlite3_file *file, std::chrono::milliseconds patience = lockLimit) : m_file(file)
     {
         m_held = io().xLock(m_file, SQLITE_LOCK_SHARED) == SQLITE_OK
             && io().xShmMap(m_file, 0, indexSize, 1, &m_index) == SQLITE_OK
-            && succeedsInTime([this] { return changeLocks(SQLITE_SHM_LOCK) == SQLITE_OK; });
+            && succeedsInTime([this] { return changeLocks(SQLITE_SHM_LOCK) == SQLITE_OK; }, patience);
     }
     ~WholeFileLock()
     {
@@ -102,20 +103,46 @@ QString nameAside(const QString &path)
     return path + u".damaged-"_s + stamp;
 }
 
-/// Copies the database and its log unchanged. Reads the database through SQLite's descriptor: closing a
-/// descriptor of our own would drop all of the process's locks on the file.
-bool copyAside(sqlite3_file *file, const QString &path, const QString &aside)
+/// A file that SQLite has open: SQLITE_FCNTL_FILE_POINTER is the database, SQLITE_FCNTL_JOURNAL_POINTER the
+/// log.
+sqlite3_file *fileOf(sqlite3 *handle, int which)
+{
+    sqlite3_file *file = nullptr;
+    sqlite3_file_control(handle, "main", which, static_cast<void *>(&file));
+    return file;
+}
+
+/// Reads through SQLite's descriptor: closing a descriptor of our own would drop all of the process's locks
+/// on the file. None if the file cannot be read.
+std::optional<QByteArray> contentOf(sqlite3_file *file)
 {
     sqlite3_int64 size = 0;
-    file->pMethods->xFileSize(file, &size);
-    QByteArray content(qsizetype(size), '\0');
-    if (file->pMethods->xRead(file, content.data(), int(size), 0) != SQLITE_OK) {
-        return false;
+    if (file == nullptr || file->pMethods == nullptr || file->pMethods->xFileSize(file, &size) != SQLITE_OK) {
+        return std::nullopt;
     }
-    QFile copy(aside);
+    QByteArray content(qsizetype(size), '\0');
+    return file->pMethods->xRead(file, content.data(), int(size), 0) == SQLITE_OK ? std::optional(content)
+                                                                                  : std::nullopt;
+}
+
+/// Writes a file that only the user may read. Leaves an empty one if it fails.
+bool writePrivately(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    const bool isOpen = file.open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner);
+    const bool isWritten = isOpen && file.write(content) == content.size() && file.flush();
+    if (isOpen && !isWritten) {
+        file.resize(0);
+    }
+    return isWritten;
+}
+
+/// Copies the database and its log unchanged.
+bool copyAside(sqlite3_file *file, const QString &path, const QString &aside)
+{
+    const std::optional<QByteArray> content = contentOf(file);
     const QString log = logOf(path);
-    return copy.open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner)
-        && copy.write(content) == content.size() && copy.flush()
+    return content && writePrivately(aside, *content)
         && (QFileInfo(log).size() == 0 || QFile::copy(log, logOf(aside)));
 }
 
@@ -171,12 +198,13 @@ QByteArray freshContent()
 /// (SQLITE_DBCONFIG_RESET_DATABASE and VACUUM) suffices only if nobody else has the file open. It fails on a
 /// log that was cut short, and on a missing header, while other processes have the file open. Those cases
 /// need this way, so there is no other.
-void beginAnew(const QString &path)
+/// Returns the path of the copy, if it was made.
+std::optional<QString> beginAnew(const QString &path)
 {
     const QByteArray content = freshContent();
+    std::optional<QString> copied;
     withPlainHandle(path, [&](sqlite3 *handle) {
-        sqlite3_file *file = nullptr;
-        sqlite3_file_control(handle, "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void *>(&file));
+        sqlite3_file *file = fileOf(handle, SQLITE_FCNTL_FILE_POINTER);
         const WholeFileLock lock(file);
         if (!lock.isHeld() || content.isEmpty()) {
             return;
@@ -191,6 +219,37 @@ void beginAnew(const QString &path)
         file->pMethods->xTruncate(file, content.size());
         ::truncate(QFile::encodeName(logOf(path)).constData(), 0);
         lock.clearIndex();
+        copied = aside;
+    });
+    return copied;
+}
+
+/// Whether the log ends before the place where its index says that it does.
+bool logIsShort(const QString &path)
+{
+    int result = SQLITE_OK;
+    withPlainHandle(path,
+                    [&](sqlite3 *handle) { firstText(handle, "SELECT count(value) FROM defaults", result); });
+    return result == SQLITE_IOERR_SHORT_READ;
+}
+
+/// Another process that still has a removed log open puts it back when it next uses the file; Kavrin does
+/// that several times a second.
+void awaitLog(const QString &path)
+{
+    constexpr std::chrono::milliseconds patience(1000);
+    succeedsInTime([&] { return !logIsShort(path); }, patience);
+}
+
+/// Makes the index tell what is in the log that is there. It still tells of a log that was removed or cut
+/// short.
+void rebuildIndex(const QString &path)
+{
+    withPlainHandle(path, [](sqlite3 *handle) {
+        const WholeFileLock lock(fileOf(handle, SQLITE_FCNTL_FILE_POINTER));
+        if (lock.isHeld()) {
+            lock.clearIndex();
+        }
     });
 }
 
@@ -228,12 +287,30 @@ bool keyIsSound(sqlite3 *handle)
     return !isDamage(result);
 }
 
-void setAsideIfDamaged(const QString &path)
+bool putLogBack(sqlite3 *reader, const QString &path)
+{
+    bool isInPlace = false;
+    withPlainHandle(path, [&](sqlite3 *handle) {
+        const WholeFileLock lock(fileOf(handle, SQLITE_FCNTL_FILE_POINTER), std::chrono::milliseconds(0));
+        if (!lock.isHeld()) {
+            return;
+        }
+        const bool isReplaced = QFileInfo(logOf(path)).size() > 0;
+        const std::optional<QByteArray> log = contentOf(fileOf(reader, SQLITE_FCNTL_JOURNAL_POINTER));
+        isInPlace = isReplaced || !log || writePrivately(logOf(path), *log);
+    });
+    return isInPlace;
+}
+
+std::optional<QString> setAsideIfDamaged(const QString &path)
 {
     const SetUpLock setUp(path);
-    if (setUp.isHeld() && isDamaged(path)) {
-        beginAnew(path);
+    if (!setUp.isHeld() || !isDamaged(path)) {
+        return std::nullopt;
     }
+    awaitLog(path);
+    rebuildIndex(path);
+    return isDamaged(path) ? beginAnew(path) : std::nullopt;
 }
 
 } // namespace kavrin

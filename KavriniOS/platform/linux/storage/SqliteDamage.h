@@ -5,6 +5,8 @@
 
 #include <sqlite3.h>
 
+#include <optional>
+
 namespace kavrin
 {
 
@@ -22,10 +24,17 @@ bool headerIsSound(sqlite3 *handle, const QString &path);
 /// Whether the table has one row for each key. Does not write.
 bool keyIsSound(sqlite3 *handle);
 
+/// Puts the log back in its place that somebody has removed while `reader`, a connection to `path`, had it
+/// open. Nothing is lost then; otherwise, every process that opens the file would miss what was only in the
+/// log. Does nothing if another log is in use there. False if that is not possible now: `reader` can still be
+/// used.
+bool putLogBack(sqlite3 *reader, const QString &path);
+
 /// If the file is damaged, copies it to FILE.damaged-TIME beside it and makes it a fresh one in place.
 /// Processes that have it open continue with the new content. (If it were renamed, they would write to a file
 /// that nobody reads.) If that is not possible now, the file does not change. The calling process must not
-/// have it open.
-void setAsideIfDamaged(const QString &path);
+/// have it open. A file that only lacks its log is not damaged: it is as it was before the log. Returns the
+/// path of the copy, if there is one.
+std::optional<QString> setAsideIfDamaged(const QString &path);
 
 } // namespace kavrin

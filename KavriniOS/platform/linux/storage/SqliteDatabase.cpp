@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/storage/SqliteDatabase.h"
 
+#include "platform/linux/storage/DamageReports.h"
 #include "platform/linux/storage/SqliteDamage.h"
 #include "platform/linux/storage/SqliteLayout.h"
 
@@ -11,6 +12,7 @@
 #include <QUrl>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -88,6 +90,15 @@ constexpr std::array explanations = {
                 "the file was made by a newer version of Kavrin. Install that version, or move the file "
                 "away."},
 };
+
+/// Which file has the name at present. None if there is none.
+std::optional<std::pair<dev_t, ino_t>> identityOf(const QString &path)
+{
+    struct stat named = {};
+    return ::stat(QFile::encodeName(path).constData(), &named) == 0
+        ? std::optional(std::pair(named.st_dev, named.st_ino))
+        : std::nullopt;
+}
 
 std::chrono::milliseconds remaining(QDeadlineTimer limit)
 {
@@ -180,7 +191,7 @@ SqliteConnection::~SqliteConnection()
 
 int SqliteConnection::open(const QString &path, std::chrono::milliseconds patience)
 {
-    if (m_handle != nullptr && hasMoved()) {
+    if (m_handle != nullptr && (hasMoved() || (hasLostLog(path) && putLogBack(m_handle, path)))) {
         // A normal close would clean up by name, but the log of that name belongs to the new file.
         closeAsItIs();
     }
@@ -194,6 +205,7 @@ int SqliteConnection::open(const QString &path, std::chrono::milliseconds patien
     }
     if (result == SQLITE_OK) {
         sqlite3_exec(m_handle, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
+        m_log = isSnapshot() ? std::nullopt : identityOf(path + u"-wal"_s);
     } else {
         m_errorMessage = QString::fromUtf8(sqlite3_errmsg(m_handle));
         closeAsItIs();
@@ -339,6 +351,11 @@ bool SqliteConnection::hasMoved() const
     return moved != 0;
 }
 
+bool SqliteConnection::hasLostLog(const QString &path) const
+{
+    return m_log && identityOf(path + u"-wal"_s) != m_log;
+}
+
 SqliteDatabase::SqliteDatabase(QString path) : m_path(std::move(path)) { }
 
 bool SqliteDatabase::open()
@@ -416,10 +433,18 @@ std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, QDead
 
 void SqliteDatabase::setAsideIfDamaged()
 {
-    const std::scoped_lock lock(m_reader.mutex(), m_writer.mutex());
-    m_reader.closeAsItIs();
-    m_writer.closeAsItIs();
-    kavrin::setAsideIfDamaged(m_path);
+    std::optional<QString> copy;
+    {
+        const std::scoped_lock lock(m_reader.mutex(), m_writer.mutex());
+        m_reader.closeAsItIs();
+        m_writer.closeAsItIs();
+        copy = kavrin::setAsideIfDamaged(m_path);
+    }
+    if (copy) {
+        DamageReports::add(
+            u"%1 was damaged and has been begun anew, so that all settings have their defaults. "
+            "What it held is kept as %2."_s.arg(m_path, *copy));
+    }
 }
 
 } // namespace kavrin

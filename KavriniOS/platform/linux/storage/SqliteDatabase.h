@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <sqlite3.h>
+#include <sys/types.h>
 
 #include <atomic>
 #include <chrono>
@@ -46,8 +47,8 @@ private:
     sqlite3_stmt *m_statement;
 };
 
-/// One connection to a database file. It is opened on first use, and again if the file was deleted or
-/// replaced. Not thread-safe: hold mutex().
+/// One connection to a database file. It is opened on first use, and again if the file or its log was deleted
+/// or replaced. Not thread-safe: hold mutex().
 class SqliteConnection
 {
 public:
@@ -85,17 +86,21 @@ public:
     [[nodiscard]] int writeError() const { return m_writeError; }
 
 private:
+    using FileIdentity = std::pair<dev_t, ino_t>;
+
     int openFile(const QString &path, int flags, std::chrono::milliseconds patience);
     int openAndProbe(const QString &path, int flags, std::chrono::milliseconds patience);
     sqlite3_stmt *prepare(const char *sql, int &result);
     int writeErrorFor(const QString &path, int result) const;
     int probe(const QString &path);
     [[nodiscard]] bool hasMoved() const;
+    [[nodiscard]] bool hasLostLog(const QString &path) const;
 
     std::mutex m_mutex;
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
     int m_writeError = SQLITE_OK;
+    std::optional<FileIdentity> m_log; ///< the log that it has open
     QString m_errorMessage;
 };
 

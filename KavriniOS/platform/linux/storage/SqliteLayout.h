@@ -19,9 +19,10 @@ constexpr std::chrono::milliseconds lockLimit(5000);
 constexpr const char *formatVersion = "1";
 
 /// Repeats an attempt that other processes may block, until it succeeds or the limit has passed.
-template <typename Attempt> bool succeedsInTime(Attempt attempt)
+template <typename Attempt>
+bool succeedsInTime(Attempt attempt, std::chrono::milliseconds patience = lockLimit)
 {
-    const auto limit = std::chrono::steady_clock::now() + lockLimit;
+    const auto limit = std::chrono::steady_clock::now() + patience;
     bool succeeded = attempt();
     while (!succeeded && std::chrono::steady_clock::now() < limit) {
         sqlite3_sleep(5);

@@ -5,6 +5,7 @@
 #include "platform/Logging.h"
 #include "platform/PropertyList.h"
 #include "platform/linux/storage/BinaryPropertyListBounds.h"
+#include "platform/linux/storage/DamageReports.h"
 #include "platform/linux/storage/SqliteDatabase.h"
 
 #include <QJsonArray>
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 namespace kavrin
 {
@@ -251,6 +253,11 @@ UserDefaults &UserDefaults::standard()
         return new UserDefaults(std::move(database));
     }();
     return *defaults;
+}
+
+void UserDefaults::onDamage(std::function<void(const QString &)> listener)
+{
+    DamageReports::listen(std::move(listener));
 }
 
 Result<std::optional<PropertyListValue>> UserDefaults::read(const QString &key) const

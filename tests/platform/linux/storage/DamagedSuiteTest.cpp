@@ -10,6 +10,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <functional>
+#include <thread>
+#include <tuple>
+
 using namespace kavrin;
 using namespace Qt::StringLiterals;
 
@@ -255,7 +259,7 @@ TEST(DamagedSuite, AProgramThatHasTheFileOpenGoesOnWithTheFreshOne)
     }
 }
 
-TEST(DamagedSuite, ALogThatIsCutShortUnderItsReadersIsDamage)
+TEST(DamagedSuite, ALogThatIsCutShortUnderItsReadersIsLostAndNothingElse)
 {
     const QString path = makeFile();
     Keyboard keyboard(path);
@@ -266,7 +270,77 @@ TEST(DamagedSuite, ALogThatIsCutShortUnderItsReadersIsDamage)
 
     EXPECT_EQ(test::failureOf(suite->set(u"key1"_s, u"new"_s)), u"");
     EXPECT_EQ(keyboard.text("SELECT value FROM defaults WHERE key = 'key1'"), "new");
-    EXPECT_EQ(setAside(path).size(), 2);
+    EXPECT_EQ(suite->string(u"key2"_s), u"value 2"_s);
+    EXPECT_TRUE(setAside(path).isEmpty());
+}
+
+TEST(DamagedSuite, ALogThatIsRemovedUnderAProgramIsPutBackByIt)
+{
+    const QString path = makeFile();
+    const auto suite = makeSuite();
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        const QString value = u"in the log %1"_s.arg(round);
+        test::put(*suite, u"key1"_s, value);
+        ASSERT_TRUE(QFile::remove(path + u"-wal"_s));
+
+        EXPECT_EQ(suite->string(u"key1"_s), value);
+        EXPECT_EQ(QFileInfo(path + u"-wal"_s).permissions(), QFileInfo(path).permissions());
+        EXPECT_EQ(makeSuite()->string(u"key1"_s), value);
+        EXPECT_EQ(Keyboard(path).text("PRAGMA integrity_check"), "ok");
+    }
+    EXPECT_TRUE(setAside(path).isEmpty());
+}
+
+TEST(DamagedSuite, AProgramThatMissesARemovedLogWaitsForTheOneThatHasIt)
+{
+    const QString path = makeFile();
+    const auto suite = makeSuite();
+    test::put(*suite, u"key1"_s, u"in the log"_s);
+    ASSERT_TRUE(QFile::remove(path + u"-wal"_s));
+    Keyboard(path).text("SELECT 1"); // makes an empty one
+
+    const std::jthread poll([&](const std::stop_token &stop) {
+        while (!stop.stop_requested()) {
+            std::ignore = suite->string(u"key1"_s);
+            std::this_thread::yield();
+        }
+    });
+    EXPECT_EQ(makeSuite()->string(u"key1"_s), u"in the log"_s);
+    EXPECT_TRUE(setAside(path).isEmpty());
+}
+
+TEST(DamagedSuite, AFileWhoseLogIsGoneForGoodIsAsItWasBefore)
+{
+    const QString path = makeFile();
+    const Keyboard keyboard(path); // which does not know that it should put the log back
+    test::put(*makeSuite(), u"key1"_s, u"in the log"_s);
+    ASSERT_TRUE(QFile::remove(path + u"-wal"_s));
+
+    const auto suite = makeSuite();
+    ASSERT_NE(suite, nullptr);
+    EXPECT_EQ(suite->string(u"key1"_s), u"value 1"_s);
+    EXPECT_EQ(test::failureOf(suite->set(u"key2"_s, u"new"_s)), u"");
+    EXPECT_EQ(makeSuite()->string(u"key2"_s), u"new"_s);
+    EXPECT_TRUE(setAside(path).isEmpty());
+}
+
+TEST(DamagedSuite, TheUserIsToldWhereTheCopyIs)
+{
+    QStringList told;
+    const auto tell = [&](const QString &text) { told.append(text); };
+    const QString path = makeFile();
+    for (const bool isListening : {false, true}) {
+        SCOPED_TRACE(isListening);
+        UserDefaults::onDamage(isListening ? tell : std::function<void(const QString &)>());
+        told.clear();
+        replace(path, "this is no database");
+        makeSuite();
+        UserDefaults::onDamage(tell);
+        ASSERT_EQ(told.size(), 1);
+        EXPECT_TRUE(told.first().contains(setAside(path).last().filePath()));
+    }
+    UserDefaults::onDamage({});
 }
 
 TEST(DamagedSuite, TheFreshFileIsWhatTheContractSays)

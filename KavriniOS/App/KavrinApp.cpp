@@ -219,6 +219,8 @@ void KavrinApp::performAction(const QString &action, const QVariantList &paramet
         saveCode(parameters.first().toString());
     } else if (action == u"save-code") {
         m_services->pasteboard.text().then(&saveCode);
+    } else if (action == u"reload-settings") {
+        m_services->settings.reload();
     }
 }
 

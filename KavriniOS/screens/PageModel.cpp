@@ -15,6 +15,7 @@ SectionModel::SectionModel(const Prefs::Sect &section, QObject *parent)
         }
         auto *setting = new SettingModel(item, this);
         connect(setting, &SettingModel::changed, this, &SectionModel::changed);
+        connect(setting, &SettingModel::visibleChanged, this, &SectionModel::visibleChanged);
         m_settings.append(setting);
     }
 }
@@ -32,7 +33,6 @@ bool SectionModel::isVisible() const
 void SectionModel::refresh()
 {
     std::ranges::for_each(m_settings, &SettingModel::refresh);
-    Q_EMIT visibleChanged();
 }
 
 PageModel::PageModel(const Prefs::Page &page, QObject *parent) : QObject(parent), m_title(page.title)
@@ -51,6 +51,12 @@ QObjectList PageModel::sections() const
 void PageModel::changed()
 {
     std::ranges::for_each(m_sections, &SectionModel::refresh);
+}
+
+void PageModel::reload()
+{
+    changed();
+    Q_EMIT reloaded();
 }
 
 } // namespace kavrin

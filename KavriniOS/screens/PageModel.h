@@ -66,6 +66,12 @@ public:
     /// Reads every value again, and checks which rows are visible.
     Q_INVOKABLE void changed();
 
+    /// changed(), after another process has changed settings.
+    void reload();
+
+Q_SIGNALS:
+    void reloaded();
+
 private:
     QString m_title;
     QList<SectionModel *> m_sections;

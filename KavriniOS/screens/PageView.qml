@@ -19,7 +19,9 @@ TitledPage {
     Component {
         id: toolbarOrderView
 
-        ToolbarOrderView { }
+        ToolbarOrderView {
+            page: view.page
+        }
     }
 
     Repeater {

@@ -73,6 +73,7 @@ CardRow {
             stepSize: control.setting.step
             value: control.setting.number
             onMoved: value => control.setting.number = value
+            onDraggedChanged: control.setting.held = dragged
         }
     }
     Component {
@@ -97,6 +98,7 @@ CardRow {
             footer: control.setting.footer
             text: control.setting.text
             onEdited: text => control.setting.text = text
+            onEditingChanged: control.setting.held = editing
         }
     }
     Component {

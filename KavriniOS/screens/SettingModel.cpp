@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kavrin
 {
@@ -42,8 +43,24 @@ void SettingModel::setNote(const QString &note)
     }
 }
 
+void SettingModel::setHeld(bool held)
+{
+    if (held == m_isHeld) {
+        return;
+    }
+    m_isHeld = held;
+    Q_EMIT heldChanged();
+    if (!held && std::exchange(m_isBehind, false)) {
+        refresh();
+    }
+}
+
 void SettingModel::refresh()
 {
+    if (m_isHeld) {
+        m_isBehind = true;
+        return;
+    }
     reread();
     Q_EMIT textChanged();
     const bool visible = Prefs::isVisible(m_item.key);

@@ -26,6 +26,7 @@ class SettingModel : public QObject
     Q_PROPERTY(bool visible READ isVisible NOTIFY visibleChanged)
     Q_PROPERTY(int tick READ tick NOTIFY ticked)
     Q_PROPERTY(QString note READ note WRITE setNote NOTIFY noteChanged)
+    Q_PROPERTY(bool held READ isHeld WRITE setHeld NOTIFY heldChanged)
 
     Q_PROPERTY(bool on READ isOn WRITE setOn NOTIFY ticked)
 
@@ -66,7 +67,11 @@ public:
     [[nodiscard]] QString note() const { return m_note; }
     void setNote(const QString &note);
 
-    /// Reads value and visibility again.
+    /// Whether the user types in the field or drags the slider.
+    [[nodiscard]] bool isHeld() const { return m_isHeld; }
+    void setHeld(bool held);
+
+    /// Reads value and visibility again; those of a control that is held when the user lets go of it.
     Q_INVOKABLE void refresh();
 
     // A toggle.
@@ -99,6 +104,7 @@ Q_SIGNALS:
     void textChanged();
     void visibleChanged();
     void noteChanged();
+    void heldChanged();
 
     /// The change may show or hide other rows.
     void changed();
@@ -113,6 +119,8 @@ private:
     bool m_visible;
     int m_tick = 0;
     QString m_note;
+    bool m_isHeld = false;
+    bool m_isBehind = false; ///< whether it was to read again while it was held
     /// The field keeps a text that is not stored yet, or could not be stored: no other copy of it may exist.
     std::optional<QString> m_unsavedText;
 };

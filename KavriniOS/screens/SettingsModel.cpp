@@ -28,7 +28,18 @@ QVariantList SettingsModel::pages() const
 PageModel *SettingsModel::makePage(const QString &id) const
 {
     const auto page = std::ranges::find(m_catalogue, id, &Prefs::Page::id);
-    return page == m_catalogue.end() ? nullptr : new PageModel(*page);
+    if (page == m_catalogue.end()) {
+        return nullptr;
+    }
+    auto *made = new PageModel(*page);
+    connect(this, &SettingsModel::reloaded, made, &PageModel::reload);
+    return made;
+}
+
+void SettingsModel::reload()
+{
+    Prefs::forget();
+    Q_EMIT reloaded();
 }
 
 } // namespace kavrin

@@ -37,6 +37,12 @@ public:
     /// The page with this id. Each call makes a new one, which belongs to the caller. Null if there is none.
     [[nodiscard]] Q_INVOKABLE kavrin::PageModel *makePage(const QString &id) const;
 
+    /// Reads everything again that is open, because another process has changed settings.
+    void reload();
+
+Q_SIGNALS:
+    void reloaded();
+
 private:
     const std::vector<Prefs::Page> &m_catalogue;
     SettingActions m_actions;

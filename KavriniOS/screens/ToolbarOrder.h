@@ -59,6 +59,9 @@ public:
     /// Shows a tool in the toolbar, or hides it. "settings" cannot be hidden.
     Q_INVOKABLE void setVisible(int row, bool visible);
 
+    /// Shows what is stored.
+    Q_INVOKABLE void reload();
+
 Q_SIGNALS:
     void shownCountChanged();
     void noteChanged();
@@ -67,7 +70,6 @@ private:
     [[nodiscard]] QList<int> shownRows() const;
     QCoro::Task<> store();
     void setNote(const QString &note);
-    void reload();
     void sortLike(const QStringList &order);
     void changed(Role role);
 

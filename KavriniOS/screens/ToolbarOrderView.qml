@@ -8,9 +8,29 @@ import Kavrin.Theme
 TitledPage {
     id: view
 
+    /// The page that this one was opened from; null if there is none.
+    property PageModel page
     readonly property ToolbarOrder tools: ToolbarOrder { }
+    /// Another process has changed settings, and the user holds no row.
+    readonly property bool isBehind: changedElsewhere && list.held === null
+    property bool changedElsewhere: false
 
     title: "Toolbar icons"
+
+    onIsBehindChanged: {
+        if (isBehind) {
+            changedElsewhere = false;
+            tools.reload();
+        }
+    }
+
+    Connections {
+        target: view.page
+
+        function onReloaded() {
+            view.changedElsewhere = true;
+        }
+    }
 
     Column {
         width: parent.width

@@ -153,6 +153,11 @@ std::optional<Error> Prefs::store(const Changes &settings)
     return failure;
 }
 
+void Prefs::forget()
+{
+    PrefsCache::shared().clear();
+}
+
 bool Prefs::isVisible(const QString &key)
 {
     const auto item = items().find(key);

@@ -17,8 +17,8 @@ namespace kavrin
 /// The keyboard's settings: typed reading and writing of the shared suite, with the catalogue's defaults and
 /// a cache in this process. Any thread may call every function.
 ///
-/// This process keeps a value that it has read until it sets or resets it: it does not see what other
-/// processes write to the same key later. A change can be read back at once, before it is stored. If it
+/// This process keeps a value that it has read until it sets, resets or forgets it: it does not see what
+/// other processes write to the same key later. A change can be read back at once, before it is stored. If it
 /// cannot be stored, the value in the suite is read again. Every change is stored together with
 /// "settingsRevision", the time that tells the keyboard of the change.
 class Prefs
@@ -106,6 +106,10 @@ public:
 
     /// reset() with resettableKeys().
     static QFuture<std::optional<Error>> resetAll();
+
+    /// Forgets all values, so that they are read again: another process has changed some, and has stamped
+    /// "settingsRevision".
+    static void forget();
 };
 
 template <> bool Prefs::get<bool>(const QString &key);

@@ -11,6 +11,8 @@ Item {
     property bool secret: false
     property alias text: field.text
     property string footer
+    /// Whether what the user types goes here.
+    readonly property bool editing: field.activeFocus
 
     /// The user has changed the text.
     signal edited(string text)

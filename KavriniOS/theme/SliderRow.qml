@@ -14,6 +14,7 @@ Item {
     property alias to: slider.to
     property alias stepSize: slider.stepSize
     property real value
+    readonly property bool dragged: slider.pressed
 
     /// The user has moved the slider, or a screen reader has.
     signal moved(real value)

@@ -7,6 +7,7 @@ import plistlib
 import shutil
 import unittest
 
+from support.desktop import Bus
 from support.private_session import PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import WindowSession
 
@@ -235,6 +236,28 @@ class Controls(Screens):
             for other in sections.keys() - {shown}:
                 self.window.wait_until_gone(other, "panel")
                 self.window.wait_until_gone(other, "heading")
+
+    def test_what_kavrinctl_changes_is_shown_at_once(self):
+        self.session.ctl("set", "rowH", "50")
+        blob = self.session.ctl("export")
+        self.open()
+        self.window.open_page("Layout")
+        slider = self.window.find("Key height", "slider")
+        for command, shown in ((("set", "rowH", "70"), "70 pt"), (("import", blob), "50 pt"),
+                               (("reset", "rowH"), "54 pt")):
+            with self.subTest(command[0]):
+                self.session.ctl(*command)
+                self.wait_for_description(slider, shown)
+
+    def test_settings_that_are_read_again_are_not_stamped(self):
+        self.session.ctl("set", "rowH", "50")
+        self.open()
+        self.window.open_page("Layout")
+        before = self.suite.get("settingsRevision")
+        self.suite.set("rowH", "double", 60.0)
+        Bus(self.session).act("reload-settings")
+        self.wait_for_description(self.window.find("Key height", "slider"), "60 pt")
+        self.assertEqual(self.suite.get("settingsRevision"), before)
 
     def test_what_was_changed_is_there_after_a_restart(self):
         self.open()

@@ -36,6 +36,12 @@ QStringList rowNames(const Prefs::Page &page)
     return names;
 }
 
+/// Stores a value as another process does.
+void change(const QString &key, const PropertyListValue &value)
+{
+    EXPECT_FALSE(Shared::d().set(key, value));
+}
+
 TEST_F(PageViewTest, ShowsEveryVisibleItemOfEveryPageInItsOrder)
 {
     for (const Prefs::Page &page : Prefs::pages()) {
@@ -279,6 +285,51 @@ TEST_F(PageViewTest, MasksKeysUntilTheUserAsksToSeeThem)
     EXPECT_EQ(found->textInterface()->text(0, 99), u"••••••••••"_s);
     window().click(u"Show API key"_s);
     EXPECT_EQ(found->textInterface()->text(0, 99), u"hidden key"_s);
+}
+
+TEST_F(PageViewTest, ShowsWhatAnotherProcessHasChangedOnceItIsTold)
+{
+    openPage(u"dictation"_s);
+    const QStringList before = window().names();
+    change(u"provider"_s, u"gemini"_s);
+    EXPECT_EQ(window().names(), before);
+    settings().reload();
+    const QStringList after = window().names();
+    EXPECT_NE(after, before);
+    openPage(u"dictation"_s);
+    EXPECT_EQ(after, window().names());
+}
+
+TEST_F(PageViewTest, LeavesAFieldInWhichTheUserTypesUntilTheyLeaveIt)
+{
+    Prefs::set(u"provider"_s, u"custom"_s);
+    openPage(u"dictation"_s);
+    window().click(u"Endpoint URL"_s);
+    window().type(u"mine"_s);
+    change(u"customURL"_s, u"theirs"_s);
+    change(u"provider"_s, u"gemini"_s);
+    settings().reload();
+    ASSERT_NE(window().item(u"Endpoint URL"_s), nullptr);
+    EXPECT_EQ(window().item(u"Endpoint URL"_s)->property("text"), u"mine"_s);
+    change(u"provider"_s, u"custom"_s);
+    settings().reload();
+    window().item(u"Source"_s)->forceActiveFocus();
+    EXPECT_EQ(window().item(u"Endpoint URL"_s)->property("text"), u"theirs"_s);
+}
+
+TEST_F(PageViewTest, LeavesASliderThatIsDraggedUntilItIsLetGo)
+{
+    openPage(u"layout"_s);
+    QQuickItem *slider = window().item(u"Key height"_s);
+    const QPoint middle = slider->mapToScene(QPointF(slider->width() / 2, slider->height() / 2)).toPoint();
+    QTest::mousePress(&window().view(), Qt::LeftButton, Qt::NoModifier, middle);
+    const QVariant dragged = slider->property("value");
+    change(u"rowH"_s, 70.0);
+    settings().reload();
+    EXPECT_EQ(slider->property("value"), dragged);
+    EXPECT_TRUE(window().find(u"Key height"_s)->text(QAccessible::Description) != u"70 pt"_s);
+    QTest::mouseRelease(&window().view(), Qt::LeftButton, Qt::NoModifier, middle);
+    EXPECT_EQ(slider->property("value"), 70.0);
 }
 
 TEST_F(PageViewTest, ShowsWhatIsStoredAgainWhenItIsOpenedAgain)

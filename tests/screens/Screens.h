@@ -56,6 +56,7 @@ protected:
 
     QmlWindow &window() { return *m_window; }
     PageModel &page() { return *m_page; }
+    SettingsModel &settings() { return *m_settings; }
 
     static std::optional<PropertyListValue> stored(const QString &key) { return Shared::d().object(key); }
 

@@ -112,6 +112,20 @@ TEST(SettingModel, StampsTheRevisionWithEveryChange)
     EXPECT_GT(std::get<double>(*stored(u"settingsRevision"_s)), std::get<double>(*first));
 }
 
+TEST(SettingModel, ReadsAgainOnlyWhenTheUserHasLetGo)
+{
+    SettingModel setting({u"key"_s, u"Title"_s, catalogue::Text{{}, false}});
+    const QSignalSpy read(&setting, &SettingModel::textChanged);
+    setting.setHeld(true);
+    setting.refresh();
+    EXPECT_EQ(read.size(), 0);
+    setting.setHeld(false);
+    EXPECT_EQ(read.size(), 1);
+    setting.setHeld(true);
+    setting.setHeld(false);
+    EXPECT_EQ(read.size(), 1);
+}
+
 TEST(SettingModel, HasNoChosenOptionWhereTheStoredOneIsUnknown)
 {
     Prefs::set(u"key"_s, u"gone"_s);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/SettingsNotice.h"
 #include "tools/kavrinctl/Verb.h"
 
 #include "platform/Error.h"
@@ -96,6 +97,13 @@ void write(std::FILE *stream, const QString &text)
     std::fputs(text.toUtf8().constData(), stream);
 }
 
+/// Whether a running application may know a setting that the verb has changed.
+bool mayChangeSettings(const Verb &verb)
+{
+    constexpr std::array names = {"set"_L1, "tools"_L1, "import"_L1, "reset"_L1};
+    return std::ranges::find(names, QLatin1String(verb.name)) != names.end();
+}
+
 int run(const Verb &verb, QStringList arguments)
 {
     if (arguments.value(0) == u"--help") {
@@ -148,5 +156,9 @@ int main(int argc, char **argv)
               u"kavrinctl: There is no \"%1\". \"kavrinctl --help\" lists what there is.\n"_s.arg(name));
         return WrongUsage;
     }
-    return run(*verb, arguments);
+    const int code = run(*verb, arguments);
+    if (mayChangeSettings(*verb)) {
+        tellOfSettings();
+    }
+    return code;
 }

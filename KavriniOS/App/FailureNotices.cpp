@@ -99,6 +99,11 @@ void FailureNotices::rememberKeys()
     m_keys = keysInForce();
 }
 
+void FailureNotices::forgetKeys()
+{
+    m_keys.clear();
+}
+
 void FailureNotices::report(const QString &message)
 {
     QStringList keys = m_keys + keysInForce();

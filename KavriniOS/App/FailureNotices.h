@@ -26,6 +26,9 @@ public:
     /// settings may hold other keys by then.
     void rememberKeys();
 
+    /// Call this when all that was sent is answered, and a failure is reported.
+    void forgetKeys();
+
 Q_SIGNALS:
     /// The user wants to deal with the failure in the settings of dictation.
     void activated(const QString &activationToken);

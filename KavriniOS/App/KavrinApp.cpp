@@ -23,6 +23,7 @@
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "screens/SymbolImageProvider.h"
 #include "store/DictationKeys.h"
+#include "store/Prefs.h"
 #include "store/SuiteWriter.h"
 #include "transcription/Transcriber.h"
 
@@ -31,6 +32,7 @@
 #include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
+#include <QScopeGuard>
 
 #include <cstdio>
 
@@ -71,6 +73,7 @@ struct KavrinApp::Services {
     DesktopNotifications notifications;
     StatusNotifierTray tray = StatusNotifierTray(trayBus());
     FailureNotices failureNotices = FailureNotices(notifications);
+    int transcriptions = 0; // that are running
     std::shared_ptr<SoundServer> soundServer = std::make_shared<SoundServer>();
     PulseAudioSession audioSession = PulseAudioSession(soundServer);
     PulseSystemSound sounds = PulseSystemSound(soundServer);
@@ -89,6 +92,24 @@ struct KavrinApp::Services {
     std::unique_ptr<QQmlApplicationEngine> engine;
     QPointer<QQuickWindow> window;
 
+    QCoro::Task<QString> transcribe(QString path)
+    {
+        failureNotices.rememberKeys();
+        ++transcriptions;
+        const auto end = qScopeGuard([this] { --transcriptions; });
+        // Later, because a failure is reported after this returns.
+        const auto forget = qScopeGuard([this] {
+            const auto forgetIfLast = [this] {
+                if (transcriptions == 0) {
+                    failureNotices.forgetKeys();
+                }
+            };
+            QMetaObject::invokeMethod(&failureNotices, forgetIfLast, Qt::QueuedConnection);
+        });
+        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, urlSession);
+        co_return co_await transcription;
+    }
+
     Recorder::Platform recorderPlatform(std::function<void(const QString &)> reportFailure)
     {
         return {
@@ -98,11 +119,7 @@ struct KavrinApp::Services {
             .backgroundTasks = backgroundTasks,
             .pasteboard = pasteboard,
             .clock = clock,
-            .transcribe =
-                [this](const QString &path) {
-                    failureNotices.rememberKeys();
-                    return Transcriber::transcribe(path, urlSession);
-                },
+            .transcribe = [this](const QString &path) { return transcribe(path); },
             .reportFailure = std::move(reportFailure),
         };
     }
@@ -158,6 +175,7 @@ void KavrinApp::openWindow()
 void KavrinApp::onWindowClosed()
 {
     m_services->window = nullptr;
+    Prefs::forgetKeys();
     // Not at once, because the window is still sending its signal.
     m_services->engine.release()->deleteLater();
     if (!m_services->tray.isAvailable()) {

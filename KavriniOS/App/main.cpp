@@ -2,6 +2,7 @@
 #include "App/KavrinApp.h"
 #include "platform/Logging.h"
 #include "platform/linux/desktop/ApplicationBus.h"
+#include "platform/linux/desktop/CoreFiles.h"
 #include "platform/linux/desktop/InstanceLock.h"
 #include "platform/linux/desktop/TerminationSignals.h"
 #include "store/Shared.h"
@@ -146,6 +147,7 @@ void useInterfaceFont()
 
 int main(int argc, char **argv)
 {
+    leaveNoCoreFiles();
     Logging::setUp();
     const QByteArrayList platforms = platformsWithDisplay();
     neverNeedDisplay(platforms);

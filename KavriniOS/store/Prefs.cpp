@@ -158,6 +158,16 @@ void Prefs::forget()
     PrefsCache::shared().clear();
 }
 
+void Prefs::forgetKeys()
+{
+    for (const Item &item : items()) {
+        const auto *text = std::get_if<catalogue::Text>(&item.kind);
+        if (text != nullptr && text->secret) {
+            PrefsCache::shared().forget(item.key);
+        }
+    }
+}
+
 bool Prefs::isVisible(const QString &key)
 {
     const auto item = items().find(key);

@@ -110,6 +110,9 @@ public:
     /// Forgets all values, so that they are read again: another process has changed some, and has stamped
     /// "settingsRevision".
     static void forget();
+
+    /// Forgets the keys of services, which are read again when they are shown again.
+    static void forgetKeys();
 };
 
 template <> bool Prefs::get<bool>(const QString &key);

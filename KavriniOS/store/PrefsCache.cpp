@@ -57,6 +57,19 @@ void PrefsCache::settle(const Changes &changes, bool stored)
     }
 }
 
+void PrefsCache::forget(const QString &key)
+{
+    const std::scoped_lock lock(m_mutex);
+    const auto known = m_entries.find(key);
+    if (known == m_entries.end()) {
+        return;
+    }
+    known->isForgotten = true;
+    if (known->unsettled == 0) {
+        m_entries.erase(known);
+    }
+}
+
 void PrefsCache::clear()
 {
     const std::scoped_lock lock(m_mutex);

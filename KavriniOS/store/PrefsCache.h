@@ -26,6 +26,9 @@ public:
     void show(const Changes &changes);
     void settle(const Changes &changes, bool stored);
 
+    /// Forgets one key: a change of it that is not stored yet as soon as it is settled.
+    void forget(const QString &key);
+
     /// Forgets everything: changes that are not stored yet as soon as they are settled.
     void clear();
 

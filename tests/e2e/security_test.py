@@ -4,7 +4,9 @@
 import contextlib
 import http.client
 import os
+import pathlib
 import re
+import resource
 import stat
 import subprocess
 import unittest
@@ -64,6 +66,18 @@ def mode(path):
 
 
 class Files(unittest.TestCase):
+    def test_a_crash_leaves_no_core_file(self):
+        limit = resource.getrlimit(resource.RLIMIT_CORE)
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_CORE, limit)
+        resource.setrlimit(resource.RLIMIT_CORE, (limit[1], limit[1]))
+        session = self.enterContext(PrivateSession(sound=False))
+        kavrin = session.start_kavrin()
+        kavrinctl = session.start(session.bin / "kavrinctl", "dictate", "wait")
+        for process in (kavrin, kavrinctl):
+            with self.subTest(process.args[0]):
+                wait_until(lambda pid=process.pid: resource.prlimit(pid, resource.RLIMIT_CORE) == (0, 0), "no core file")
+                self.assertEqual(pathlib.Path(f"/proc/{process.pid}").stat().st_uid, os.getuid())
+
     def test_what_holds_secrets_is_the_users_alone_under_any_umask(self):
         for mask in (0o022, 0o000):
             with self.subTest(f"{mask:03o}"), umask(mask), PrivateSession() as session:

@@ -235,6 +235,26 @@ TEST(Prefs, AValueOnceReadStaysAsReadUntilItIsSetHere)
     EXPECT_EQ(Prefs::get<double>(u"rowH"_s), 61);
 }
 
+TEST(Prefs, WhatIsForgottenIsReadAgain)
+{
+    const auto change = [](const QString &value) {
+        for (const QString &key : {u"openaiKey"_s, u"customURL"_s}) {
+            EXPECT_FALSE(Shared::d().set(key, value));
+        }
+    };
+    const auto values = [] {
+        return QStringList{Prefs::get<QString>(u"openaiKey"_s), Prefs::get<QString>(u"customURL"_s)};
+    };
+    change(u"1"_s);
+    EXPECT_EQ(values(), QStringList({u"1"_s, u"1"_s}));
+    change(u"2"_s);
+    Prefs::forgetKeys();
+    EXPECT_EQ(values(), QStringList({u"2"_s, u"1"_s}));
+    change(u"3"_s);
+    Prefs::forget();
+    EXPECT_EQ(values(), QStringList({u"3"_s, u"3"_s}));
+}
+
 TEST(Prefs, AThreadReadsWhatAnotherHasSet)
 {
     const QString key = u"rowH"_s;

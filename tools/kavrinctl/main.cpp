@@ -4,6 +4,7 @@
 
 #include "platform/Error.h"
 #include "platform/Logging.h"
+#include "platform/linux/desktop/CoreFiles.h"
 #include "store/Shared.h"
 
 #include <QCoreApplication>
@@ -133,6 +134,7 @@ int run(const Verb &verb, QStringList arguments)
 
 int main(int argc, char **argv)
 {
+    leaveNoCoreFiles();
     Logging::setUp();
     const QCoreApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);

@@ -13,6 +13,7 @@
 #include "platform/linux/audio/PulseAudioRecorder.h"
 #include "platform/linux/audio/PulseAudioSession.h"
 #include "platform/linux/audio/PulseSystemSound.h"
+#include "platform/linux/audio/SendableRecording.h"
 #include "platform/linux/desktop/AddressBookContacts.h"
 #include "platform/linux/desktop/DesktopNotifications.h"
 #include "platform/linux/desktop/DesktopPasteboard.h"
@@ -106,7 +107,8 @@ struct KavrinApp::Services {
             };
             QMetaObject::invokeMethod(&failureNotices, forgetIfLast, Qt::QueuedConnection);
         });
-        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, urlSession);
+        const SendableRecording recording(path);
+        const QCoro::Task<QString> transcription = Transcriber::transcribe(recording.path(), urlSession);
         co_return co_await transcription;
     }
 

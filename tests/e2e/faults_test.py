@@ -6,7 +6,8 @@ import signal
 import threading
 import unittest
 
-from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, make_read_only, undo_mount
+from support.private_session import (SPEECH, PrivateSession, enter_private_namespaces, make_read_only, undo_mount,
+                                     wait_until)
 from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
@@ -129,6 +130,24 @@ class Faults(unittest.TestCase):
             recording = session.folder / "run" / "kavrin" / "dict.m4a"
             self.assertEqual(session.ctl("transcribe", recording), SPOKEN)
 
+    def test_services_get_ordinary_files_also_of_what_a_killed_process_has_recorded(self):
+        with PrivateSession() as session, HangingService() as service:
+            service.release.set()
+            session.ctl("set", "provider", "custom")
+            session.ctl("set", "customURL", service.url)
+            kavrin = session.start_kavrin()
+            recording = session.folder / "run" / "kavrin" / "dict.m4a"
+            session.ctl("dictate", "start")
+            session.play(CLIP)
+            session.ctl("dictate", "stop")
+            session.suite().wait_for("dictationState", "idle")
+            session.ctl("dictate", "start")
+            wait_until(lambda: b"moof" in recording.read_bytes(), "a fragment")
+            session.end(kavrin)
+            session.run(session.bin / "kavrinctl", "transcribe", recording, check=False)
+            self.assertIn(b"moof", recording.read_bytes())
+        self.assertEqual([(body.count(b"moov"), body.count(b"moof")) for body in service.received], [(1, 0), (1, 0)])
+
     def test_a_damaged_suite_is_set_aside_and_the_dictation_goes_on(self):
         with PrivateSession() as session:
             session.start_speech_service()
@@ -143,15 +162,16 @@ class Faults(unittest.TestCase):
 
 
 class HangingService:
-    """A speech service that answers with an error, and only when it is released."""
+    """A speech service that answers with an error, and only when it is released. Keeps what it received."""
 
     def __init__(self, body=b'{"error":{"message":"no"}}', status=500):
         self.release = threading.Event()
         release = self.release
+        self.received = received = []
 
         class Handler(http.server.BaseHTTPRequestHandler):
             def do_POST(self):
-                self.rfile.read(int(self.headers["Content-Length"]))
+                received.append(self.rfile.read(int(self.headers["Content-Length"])))
                 release.wait()
                 self.send_response(status)
                 self.send_header("Content-Length", str(len(body)))

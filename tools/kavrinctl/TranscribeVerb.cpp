@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
 
+#include "platform/linux/audio/SendableRecording.h"
 #include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "transcription/Transcriber.h"
@@ -33,7 +34,9 @@ QCoro::Task<Result> textOf(QString path, UrlSession &session)
 {
     Result result;
     try {
-        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, session, expectSound);
+        const SendableRecording recording(path);
+        const QCoro::Task<QString> transcription =
+            Transcriber::transcribe(recording.path(), session, expectSound);
         result.text = co_await transcription;
     } catch (const Error &error) {
         result.failure = u"%1: %2"_s.arg(error.domain, error.localizedDescription);

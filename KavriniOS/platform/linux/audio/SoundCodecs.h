@@ -49,10 +49,10 @@ public:
 
     virtual ~SoundCodecs() = default;
 
-    /// Begins an MPEG-4 file of AAC. Removes the file at `path` and makes a new one that only its owner may
-    /// read and write. A writer that still has the old file open continues to write that one, which has no
-    /// name any more. Throws Error "file" if the file cannot be made, "audio" if the encoder refuses the
-    /// format.
+    /// Begins an MPEG-4 file of AAC: fragmented while it is written, ordinary when it is finished. Removes
+    /// the file at `path` and makes a new one that only its owner may read and write. A writer that still has
+    /// the old file open continues to write that one, which has no name any more. Throws Error "file" if the
+    /// file cannot be made, "audio" if the encoder refuses the format.
     [[nodiscard]] virtual std::unique_ptr<SoundFileWriter> createAac(const QString &path, int sampleRate,
                                                                      int channels) const = 0;
 
@@ -62,6 +62,9 @@ public:
 
     /// Throws Error "audio" unless a file held in memory is a recording with some sound in it (checkSound()).
     virtual void check(const QByteArray &file) const = 0;
+
+    /// The sound of an MPEG-4 file, unchanged, as an ordinary MPEG-4 file: see libav/OrdinaryMpeg4.h.
+    [[nodiscard]] virtual QByteArray ordinaryMpeg4(const QByteArray &file) const = 0;
 };
 
 /// The module's only function, named kavrin_sound_codecs. Its result lives as long as the process.

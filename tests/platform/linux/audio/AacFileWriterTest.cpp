@@ -124,6 +124,40 @@ TEST(AacFileWriter, BeginsWithAnOrdinaryBrand)
     EXPECT_EQ(contentsOf(written(tone(440, 1, rate))).mid(4, 8), "ftypM4A ");
 }
 
+TEST(AacFileWriter, WritesFragmentsUntilTheEndAndLeavesAnOrdinaryFile)
+{
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+    writer->write(tone(440, 2.5, rate));
+    EXPECT_TRUE(boxes(contentsOf(recordingPath())).contains(QStringLiteral("moof")));
+    writer->finish();
+    const QByteArray ordinary = contentsOf(recordingPath());
+    EXPECT_EQ(boxes(ordinary).join(u' '), QStringLiteral("ftyp moov free free mdat"));
+    EXPECT_FALSE(boxes(ordinary, "moov").contains(QStringLiteral("mvex")));
+}
+
+TEST(AacFileWriter, SaysHowLongTheRecordingIsWithTheEncodersLead)
+{
+    for (const double seconds : {0.25, 3.1415}) {
+        EXPECT_NEAR(duration(written(tone(440, seconds, rate))), seconds + 1024.0 / rate, 0.001);
+    }
+}
+
+TEST(AacFileWriter, StaysFragmentedAndWholeWhereThereIsNoPlaceForTheOrdinaryFile)
+{
+    ASSERT_TRUE(QDir::home().mkdir(QStringLiteral("recording.m4a.new")));
+    const QByteArray fragmented = contentsOf(written(tone(440, 2, rate)));
+    EXPECT_TRUE(boxes(fragmented).contains(QStringLiteral("moof")));
+    EXPECT_GT(decoded(recordingPath()).size(), 2U * rate);
+}
+
+TEST(AacFileWriter, ReplacesAnOrdinaryFileThatWasNotFinished)
+{
+    fileOf(QStringLiteral("recording.m4a.new"), QByteArray(1000000, 'x'));
+    const QByteArray ordinary = contentsOf(written(tone(440, 1, rate)));
+    EXPECT_FALSE(boxes(ordinary).contains(QStringLiteral("moof")));
+    EXPECT_EQ(QDir::home().entryList(QDir::Files), QStringList{QStringLiteral("recording.m4a")});
+}
+
 TEST(AacFileWriter, LetsOnlyTheOwnerRead)
 {
     umask(0);
@@ -193,9 +227,8 @@ TEST(AacFileWriter, RefusesFormatsThatCannotBeEncoded)
 
 TEST(AacFileWriter, PlaysUpToAnyByteItWasCutAt)
 {
-    const QString path = written(tone(440, 10, rate, 0.5));
-    const QByteArray whole = contentsOf(path);
-    const auto wholeLength = static_cast<double>(decoded(path).size());
+    const QByteArray whole = unfinishedRecording(tone(440, 10, rate, 0.5));
+    const auto wholeLength = static_cast<double>(decoded(fileOf(QStringLiteral("whole.m4a"), whole)).size());
     for (const double share : {0.3, 0.47, 0.5, 0.731, 0.9, 0.99}) {
         SCOPED_TRACE(share);
         const auto bytes = static_cast<qsizetype>(share * static_cast<double>(whole.size()));

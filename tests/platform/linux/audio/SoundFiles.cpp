@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "SoundFiles.h"
 
+#include "platform/linux/audio/SoundCodecs.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -86,6 +88,35 @@ std::vector<float> decoded(const QString &path)
     return samples;
 }
 
+QStringList boxes(const QByteArray &mpeg4)
+{
+    QStringList types;
+    for (qsizetype begin = 0; begin + 8 <= mpeg4.size();) {
+        types.append(QString::fromLatin1(mpeg4.mid(begin + 4, 4)));
+        begin += std::max<qsizetype>(8, qFromBigEndian<quint32>(mpeg4.constData() + begin));
+    }
+    return types;
+}
+
+QStringList boxes(const QByteArray &mpeg4, const QByteArray &within)
+{
+    const qsizetype begin = mpeg4.indexOf(within) - 4;
+    return begin < 0 ? QStringList()
+                     : boxes(mpeg4.mid(begin + 8, qFromBigEndian<quint32>(mpeg4.constData() + begin) - 8));
+}
+
+QByteArray unfinishedRecording(const std::vector<float> &samples)
+{
+    const QString path = QDir::home().filePath(QStringLiteral("unfinished.m4a"));
+    const auto writer = SoundCodecs::load().createAac(path, 16000, 1);
+    writer->write(samples);
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw std::runtime_error(file.errorString().toStdString());
+    }
+    return file.readAll();
+}
+
 QString probed(const QString &path)
 {
     const QByteArray line =
@@ -93,6 +124,15 @@ QString probed(const QString &path)
                  {QStringLiteral("-show_entries"), QStringLiteral("stream=codec_name,sample_rate,channels"),
                   QStringLiteral("-of"), QStringLiteral("csv=p=0"), path});
     return QString::fromUtf8(line.trimmed());
+}
+
+double duration(const QString &path)
+{
+    return outputOf(QStringLiteral("ffprobe"),
+                    {QStringLiteral("-show_entries"), QStringLiteral("format=duration"),
+                     QStringLiteral("-of"), QStringLiteral("csv=p=0"), path})
+        .trimmed()
+        .toDouble();
 }
 
 double shareOf(double frequency, const std::vector<float> &samples, int sampleRate)

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/libav/AacFileWriter.h"
 
-#include <algorithm>
+#include "platform/Logging.h"
+#include "platform/linux/audio/libav/OrdinaryMpeg4.h"
+
+#include <cstdio>
+#include <sys/stat.h>
 
 namespace kavrin
 {
@@ -17,19 +21,7 @@ constexpr const char *FragmentMicroseconds = "1000000";
 // the recording.
 constexpr const char *Fragmented = "empty_moov+default_base_moof+skip_trailer";
 
-Error formatError(int error)
-{
-    return Error(u"audio"_s, error,
-                 u"Sound cannot be encoded in this format (%1). Check that libavcodec and "
-                 "libavformat are installed whole."_s.arg(libav::describe(error)));
-}
-
-void require(int result)
-{
-    if (result < 0) {
-        throw formatError(result);
-    }
-}
+constexpr QFile::Permissions ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
 
 } // namespace
 
@@ -54,8 +46,7 @@ void AacFileWriter::openFile()
         throw fileError(m_file.errorString());
     }
     // NewOnly makes the file or fails. It does not follow a link that someone has put there in the meantime.
-    if (!m_file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered,
-                     QFile::ReadOwner | QFile::WriteOwner)) {
+    if (!m_file.open(QIODevice::ReadWrite | QIODevice::NewOnly | QIODevice::Unbuffered, ownerOnly)) {
         throw fileError(m_file.errorString());
     }
 }
@@ -63,12 +54,8 @@ void AacFileWriter::openFile()
 void AacFileWriter::openEncoder(int sampleRate, int channels)
 {
     const AVCodec *codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
-    if (!codec) {
-        throw formatError(AVERROR_ENCODER_NOT_FOUND);
-    }
-    if (channels < 1) {
-        throw formatError(AVERROR(EINVAL));
-    }
+    libav::require(codec ? 0 : AVERROR_ENCODER_NOT_FOUND);
+    libav::require(channels < 1 ? AVERROR(EINVAL) : 0);
     m_encoder = libav::owned<libav::Codec>(avcodec_alloc_context3(codec));
     m_encoder->sample_fmt = AV_SAMPLE_FMT_FLTP;
     m_encoder->sample_rate = sampleRate;
@@ -77,21 +64,21 @@ void AacFileWriter::openEncoder(int sampleRate, int channels)
     // words: of 92 that PocketSphinx hears in ten recordings, 4 change at 69000, 16 at 48000, 26 at 32000.
     m_encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
     av_channel_layout_default(&m_encoder->ch_layout, channels);
-    require(avcodec_open2(m_encoder.get(), codec, nullptr));
+    libav::require(avcodec_open2(m_encoder.get(), codec, nullptr));
 
     m_packet = libav::owned<libav::Packet>(av_packet_alloc());
     m_frame = libav::owned<libav::Frame>(av_frame_alloc());
     m_frame->format = m_encoder->sample_fmt;
     m_frame->sample_rate = sampleRate;
     m_frame->nb_samples = m_encoder->frame_size;
-    require(av_channel_layout_copy(&m_frame->ch_layout, &m_encoder->ch_layout));
-    require(av_frame_get_buffer(m_frame.get(), 0));
+    libav::require(av_channel_layout_copy(&m_frame->ch_layout, &m_encoder->ch_layout));
+    libav::require(av_frame_get_buffer(m_frame.get(), 0));
 }
 
 void AacFileWriter::openContainer()
 {
     AVFormatContext *container = nullptr;
-    require(avformat_alloc_output_context2(&container, nullptr, "ipod", nullptr));
+    libav::require(avformat_alloc_output_context2(&container, nullptr, "ipod", nullptr));
     m_container.reset(container);
 
     // The bytes are const from FFmpeg 7 on.
@@ -107,7 +94,7 @@ void AacFileWriter::openContainer()
         throw std::bad_alloc();
     }
     track->time_base = m_encoder->time_base;
-    require(avcodec_parameters_from_context(track->codecpar, m_encoder.get()));
+    libav::require(avcodec_parameters_from_context(track->codecpar, m_encoder.get()));
 
     AVDictionary *options = nullptr;
     av_dict_set(&options, "movflags", Fragmented, 0);
@@ -117,7 +104,7 @@ void AacFileWriter::openContainer()
     if (m_failure) {
         throw *m_failure;
     }
-    require(result);
+    libav::require(result);
 }
 
 void AacFileWriter::write(std::span<const float> samples)
@@ -152,7 +139,52 @@ void AacFileWriter::finish()
             fail(libav::describe(result));
         }
     }
+    makeOrdinary();
     m_file.close();
+}
+
+/// Puts an ordinary file in the place of the fragmented one, which some decoders of services refuse. If that
+/// fails, the fragmented one stays, which is whole, too.
+void AacFileWriter::makeOrdinary()
+{
+    try {
+        m_file.seek(0);
+        const QByteArray ordinary = ordinaryMpeg4(m_file.readAll());
+        if (!ordinary.isEmpty() && isInPlace()) {
+            replaceBy(ordinary);
+        }
+    } catch (const std::exception &error) {
+        qCWarning(Logging::sound) << "The recording stays fragmented:" << error.what();
+    }
+}
+
+/// Whether the path still names the file of this writer.
+bool AacFileWriter::isInPlace() const
+{
+    struct stat own{};
+    struct stat named{};
+    return ::fstat(m_file.handle(), &own) == 0
+        && ::lstat(QFile::encodeName(m_file.fileName()).constData(), &named) == 0
+        && own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+}
+
+void AacFileWriter::replaceBy(const QByteArray &ordinary) const
+{
+    QFile file(m_file.fileName() + u".new"_s);
+    file.remove();
+    const bool isWritten =
+        file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered, ownerOnly)
+        && file.write(ordinary) == ordinary.size();
+    const Error failure = fileError(file.errorString());
+    file.close();
+    // Unlike QFile::rename(), this replaces the other file in one step.
+    if (!isWritten
+        || std::rename(QFile::encodeName(file.fileName()).constData(),
+                       QFile::encodeName(m_file.fileName()).constData())
+            != 0) {
+        file.remove();
+        throw failure;
+    }
 }
 
 /// Encodes a frame and hands the packets to the container. Without a frame, encodes what the encoder still

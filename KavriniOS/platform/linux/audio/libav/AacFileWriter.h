@@ -14,8 +14,8 @@
 namespace kavrin
 {
 
-/// Writes sound as AAC-LC (ISO/IEC 14496-3) into a fragmented MPEG-4 file (ISO/IEC 14496-12) with the brand
-/// "M4A ".
+/// Writes sound as AAC-LC (ISO/IEC 14496-3) into an MPEG-4 file (ISO/IEC 14496-12) with the brand "M4A ". The
+/// file is fragmented until finish() puts an ordinary one in its place (OrdinaryMpeg4.h).
 ///
 /// A fragment holds one second and is written when it is full. If the writer is killed, or the disk is full,
 /// the file plays up to the last whole fragment, and usually further. Memory does not grow with the length.
@@ -45,6 +45,9 @@ private:
     void openEncoder(int sampleRate, int channels);
     void openContainer();
     void encode(AVFrame *frame);
+    void makeOrdinary();
+    [[nodiscard]] bool isInPlace() const;
+    void replaceBy(const QByteArray &ordinary) const;
     void fail(const QString &reason);
     [[nodiscard]] Error fileError(const QString &reason) const;
 

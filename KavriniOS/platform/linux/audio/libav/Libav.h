@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QString>
 
 extern "C" {
@@ -12,7 +14,8 @@ extern "C" {
 #include <memory>
 #include <new>
 
-/// What the decoder and the writer of sound files share: owners of libav's objects, and texts for its errors.
+/// What the decoder and the writers of sound files share: owners of libav's objects, opening of files, and
+/// texts for errors.
 namespace kavrin::libav
 {
 
@@ -45,7 +48,15 @@ template <typename Owner> Owner owned(typename Owner::pointer object)
 Stream makeStream(void *self, decltype(AVIOContext::read_packet) read,
                   decltype(AVIOContext::write_packet) write, decltype(AVIOContext::seek) seek);
 
+/// Opens a sound file in one of the containers that the list names, joined by commas. Null if it is none of
+/// them, or damaged. `stream` must live as long as the result.
+Input openInput(AVIOContext *stream, const char *containers);
+
 /// The meaning of an error number of libav.
 QString describe(int error);
+
+/// Throws Error "audio" if `result`, which a call of libav that writes sound has returned, is an error
+/// number.
+void require(int result);
 
 } // namespace kavrin::libav

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/audio/libav/AacFileWriter.h"
+#include "platform/linux/audio/libav/OrdinaryMpeg4.h"
 #include "platform/linux/audio/libav/SoundDecoder.h"
 
 extern "C" {
@@ -39,6 +40,11 @@ public:
     void check(const QByteArray &file) const override
     {
         checkSound({file.constData(), std::size_t(file.size())});
+    }
+
+    [[nodiscard]] QByteArray ordinaryMpeg4(const QByteArray &file) const override
+    {
+        return kavrin::ordinaryMpeg4(file);
     }
 };
 

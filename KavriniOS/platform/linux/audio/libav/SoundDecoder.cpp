@@ -32,17 +32,11 @@ libav::Input openContainer(const MemoryFile &file, const char *containers)
     if (file.isEmpty()) {
         throw unreadable(u"The file is empty."_s);
     }
-    av_log_set_level(AV_LOG_QUIET);
-    AVFormatContext *format = libav::owned<libav::Input>(avformat_alloc_context()).release();
-    format->pb = file.stream();
-    format->flags |= AVFMT_FLAG_CUSTOM_IO;
-    format->format_whitelist = av_strdup(containers);
-    // avformat_open_input() frees the context if it fails.
-    if (avformat_open_input(&format, nullptr, nullptr, nullptr) < 0) {
+    libav::Input opened = libav::openInput(file.stream(), containers);
+    if (!opened) {
         throw unknownFile();
     }
-    libav::Input opened(format);
-    if (avformat_find_stream_info(format, nullptr) < 0) {
+    if (avformat_find_stream_info(opened.get(), nullptr) < 0) {
         throw unreadable(u"The file is damaged: its sound could not be found."_s);
     }
     return opened;

@@ -25,6 +25,8 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds meterInterval = 50ms;
 
+const QString listening = u"Listening… tap the keyboard mic again to stop."_s;
+
 /// -50 dB and below gives 0, full scale gives 1.
 double levelOf(float decibels)
 {
@@ -79,7 +81,7 @@ QCoro::Task<> Recorder::start()
     }
     setState(S::recording);
     DictationState::publish(dictation::recording);
-    setMessage(u"Listening… tap the keyboard mic again to stop."_s);
+    setMessage(listening);
     startMeter();
 }
 
@@ -111,16 +113,19 @@ void Recorder::stop()
     DictationState::publish(dictation::working);
     setMessage(u"Transcribing…"_s);
     const BackgroundTasks::Identifier task = m_platform.backgroundTasks.begin(u"transcribe"_s, [] { });
-    finish(this, m_platform, task);
+    finish(this, m_platform, task, emptiness());
 }
 
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
-                               BackgroundTasks::Identifier task)
+                               BackgroundTasks::Identifier task, std::optional<Error> emptiness)
 {
     S state = S::idle;
     QString message;
     QString failure;
     try {
+        if (emptiness) {
+            throw Error(*emptiness);
+        }
         const QCoro::Task<QString> transcription = platform.transcribe(url());
         message = co_await transcription;
         const QCoro::Task<QString> handingOver = handOver(platform, message);
@@ -177,14 +182,29 @@ void Recorder::updateMeter()
     setLevel(levelOf(m_recorder->averagePower(0)));
 }
 
-/// Reports a failure at once, while the user still speaks and can react.
+/// Reports a failure at once, while the user still speaks and can react. Sound that comes late ends it.
 void Recorder::checkRecording()
 {
     const std::optional<Error> failure = m_recorder ? m_recorder->failure() : std::nullopt;
     const bool isNew = failure && m_message != recordingFailed(*failure);
     if (isNew) {
         fail(recordingFailed(*failure));
+    } else if (!failure && m_state == S::recording) {
+        setMessage(listening);
     }
+}
+
+/// Why there is no sound to transcribe. None if there is some, or if this recorder has not recorded. A
+/// recording without sound is not sent, because services invent words from silence.
+std::optional<Error> Recorder::emptiness() const
+{
+    if (!m_recorder || m_recorder->hasSound()) {
+        return std::nullopt;
+    }
+    const Error nothing(u"audio"_s, 6,
+                        u"Nothing was recorded, because no sound came from the microphone. Check that one "
+                        "is connected, then try again."_s);
+    return m_recorder->failure().value_or(nothing);
 }
 
 void Recorder::fail(const QString &message)

@@ -62,8 +62,9 @@ public:
     /// user has refused it; `message` then says so. The caller must check `state` first.
     QCoro::Task<> start();
 
-    /// Ends the recording and transcribes it. Returns at once. The caller must check `state` first. The
-    /// transcription completes and hands its text over, even if this recorder no longer exists.
+    /// Ends the recording and transcribes it, unless it holds no sound. Returns at once. The caller must
+    /// check `state` first. The transcription completes and hands its text over, even if this recorder no
+    /// longer exists.
     void stop();
 
 Q_SIGNALS:
@@ -76,11 +77,12 @@ private:
     void startMeter();
     void updateMeter();
     void checkRecording();
+    [[nodiscard]] std::optional<Error> emptiness() const;
     void fail(const QString &message);
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
-                                BackgroundTasks::Identifier task);
+                                BackgroundTasks::Identifier task, std::optional<Error> emptiness);
     static QCoro::Task<QString> handOver(const Platform &platform, QString transcript);
 
     Platform m_platform;

@@ -41,9 +41,13 @@ public:
 
     [[nodiscard]] virtual bool isRecording() const = 0;
 
-    /// Why the recorder no longer records: the file cannot be written any more, or the sound has stopped
-    /// coming. None while it records. The file keeps what was recorded before.
+    /// Why the recorder does not record: no sound has come although it should have by now, or it has stopped
+    /// coming, or the file cannot be written any more. None while it records, also if the sound comes late.
+    /// The file keeps what was recorded before.
     [[nodiscard]] virtual std::optional<Error> failure() const = 0;
+
+    /// Whether the file holds any sound. Only after stop().
+    [[nodiscard]] virtual bool hasSound() const = 0;
 
     /// Metering costs nothing until it is enabled.
     virtual void setMeteringEnabled(bool enabled) = 0;

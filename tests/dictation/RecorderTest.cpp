@@ -350,6 +350,62 @@ TEST_F(RecorderTest, AFailureThatShowsWhenTheRecordingEndsIsSaid)
     waitUntil([&] { return recorder.state() != Recorder::S::working; });
 }
 
+TEST_F(RecorderTest, SoundThatComesLateIsListenedTo)
+{
+    start();
+    const std::shared_ptr<FakeAudioRecorder> recording = machine.recorders.back().lock();
+    recording->recordingFailure.emplace(u"audio"_s, 1, u"No sound comes."_s);
+    EXPECT_TRUE(waitUntil([&] { return recorder.message() == u"Recording failed: No sound comes."; }));
+    recording->recordingFailure.reset();
+    EXPECT_TRUE(waitUntil([&] { return recorder.message() == listening; }));
+    EXPECT_EQ(machine.failures, QStringList{u"Recording failed: No sound comes."_s});
+}
+
+TEST_F(RecorderTest, ARecordingWithoutSoundIsNotSentAndLeavesTheLastTranscriptAlone)
+{
+    dictate(u"first"_s);
+    const auto stamp = Shared::d().object(u"tStamp"_s);
+    machine.clock.time += 10;
+    start();
+    machine.recorders.back().lock()->holdsSound = false;
+    machine.journal.clear();
+    recorder.stop();
+    EXPECT_EQ(machine.journal, (Journal{u"stop"_s, u"sound 1114"_s, u"begin transcribe"_s, u"end 2"_s}));
+    EXPECT_EQ(recorder.state(), Recorder::S::idle);
+    EXPECT_EQ(sharedState(), u"idle");
+    EXPECT_EQ(Shared::d().string(u"transcript"_s), u"first"_s);
+    EXPECT_EQ(Shared::d().object(u"tStamp"_s), stamp);
+    EXPECT_EQ(machine.pasteboard.string, u"first");
+    const QString message =
+        u"Error: Nothing was recorded, because no sound came from the microphone. Check that "
+        "one is connected, then try again."_s;
+    EXPECT_EQ(recorder.message(), message);
+    EXPECT_EQ(machine.failures, QStringList{message});
+}
+
+TEST_F(RecorderTest, ARecordingWithoutSoundIsWorkedOnBeforeItIsIdle)
+{
+    start();
+    machine.recorders.back().lock()->holdsSound = false;
+    QStringList states;
+    QObject::connect(&recorder, &Recorder::messageChanged, &recorder, [&] { states.append(sharedState()); });
+    recorder.stop();
+    EXPECT_EQ(states, (QStringList{u"working"_s, u"idle"_s}));
+}
+
+TEST_F(RecorderTest, WhyThereIsNoSoundIsSaidAtTheStartAndAtTheStop)
+{
+    start();
+    const std::shared_ptr<FakeAudioRecorder> recording = machine.recorders.back().lock();
+    recording->holdsSound = false;
+    recording->recordingFailure.emplace(u"audio"_s, 1, u"No sound comes."_s);
+    EXPECT_TRUE(waitUntil([&] { return !machine.failures.isEmpty(); }));
+    EXPECT_EQ(sharedState(), u"recording");
+    recorder.stop();
+    EXPECT_EQ(machine.failures,
+              (QStringList{u"Recording failed: No sound comes."_s, u"Error: No sound comes."_s}));
+}
+
 TEST_F(RecorderTest, ATranscriptIsHandedOverInFull)
 {
     machine.clock.time = 1'800'000'123.25;

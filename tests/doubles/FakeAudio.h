@@ -71,6 +71,7 @@ public:
     ~FakeAudioRecorder() override { m_journal.append(QStringLiteral("release")); }
 
     bool firstSamplesCome = true;
+    bool holdsSound = true;
     float power = -160;
     std::optional<Error> recordingFailure;
     std::optional<Error> failureAtStop;
@@ -92,6 +93,7 @@ public:
     }
 
     [[nodiscard]] bool isRecording() const override { return m_isRecording; }
+    [[nodiscard]] bool hasSound() const override { return holdsSound; }
     [[nodiscard]] std::optional<Error> failure() const override { return recordingFailure; }
     void setMeteringEnabled(bool enabled) override { m_isMetering = enabled; }
     void updateMeters() override { m_measured = m_isMetering ? power : -160; }

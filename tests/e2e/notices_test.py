@@ -2,6 +2,7 @@
 """What the user is told where no window tells it: failed dictations as notifications, and nothing that is secret."""
 
 import json
+import signal
 import subprocess
 import unittest
 
@@ -64,6 +65,42 @@ class InTheBackground(unittest.TestCase):
         title, text = notifications.shown()[0]
         self.assertEqual(title, TITLE)
         self.assertTrue(text.startswith("Recording failed: The sound server cannot be reached"), text)
+
+    def test_a_recording_without_a_sound_is_not_sent_and_told_at_its_start_and_its_stop(self):
+        def take_microphone_away():
+            for module in ("module-remap-source", "module-null-sink"):
+                self.session.run("pactl", "unload-module", module)
+
+        def freeze_sound_server():
+            self.session.ctl("dictate", "start")  # so that Kavrin is connected
+            self.session.ctl("dictate", "stop")
+            self.suite.wait_for("dictationState", "done")
+            self.session.sound_server.send_signal(signal.SIGSTOP)
+
+        for break_sound in (freeze_sound_server, take_microphone_away):
+            with self.subTest(break_sound.__name__), RefusingService('{"text":"invented"}') as service:
+                notifications = Notifications(self.session, self.bus)
+                kavrin = self.session.start_kavrin("--background")
+                choose(self.session, service)
+                break_sound()
+                told, sent = len(notifications.shown()), len(service.received)
+                for key, kind, value in (("transcript", "string", "old"), ("tStamp", "double", 1.5)):
+                    self.suite.set(key, kind, value)
+                self.suite.set("dictationCommand", "string", "start")
+                wait_until(lambda: len(notifications.shown()) == told + 1, "the notification at the start")
+                self.assertEqual(self.suite.get("dictationState"), "recording")
+                self.suite.set("dictationCommand", "string", "stop")
+                wait_until(lambda: len(notifications.shown()) == told + 2, "the notification at the stop")
+                texts = [text.partition(": ")[::2] for _, text in notifications.shown()[told:]]
+                self.assertEqual([text[0] for text in texts], ["Recording failed", "Error"])
+                self.assertTrue(all(text[1].startswith("No sound comes from the microphone.") for text in texts), texts)
+                self.suite.wait_for("dictationState", "idle")
+                self.assertEqual((self.suite.get("transcript"), self.suite.get("tStamp")), ("old", 1.5))
+                self.assertEqual(len(service.received), sent)
+                self.session.end(kavrin)
+                notifications.end()
+                self.session.end(self.session.sound_server)
+                self.session.start_sound_server()
 
     def test_each_failure_takes_the_place_of_the_one_before(self):
         notifications = Notifications(self.session, self.bus)

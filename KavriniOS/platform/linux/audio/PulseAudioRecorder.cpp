@@ -21,6 +21,7 @@ namespace
 {
 
 constexpr auto patience = 500ms;
+constexpr auto patienceWithMicrophones = 2s;
 
 // Short enough to be ready within a few hundredths of a second, and long enough to wake the machine rarely.
 constexpr pa_usec_t fragmentDuration = 20 * PA_USEC_PER_MSEC;
@@ -81,6 +82,7 @@ QCoro::Task<bool> PulseAudioRecorder::record()
 {
     const bool first = !m_stream && !m_stopped;
     if (first) {
+        m_soundIsDue.setRemainingTime(patienceWithMicrophones);
         openStream();
         m_patience.start();
     }
@@ -106,7 +108,7 @@ void PulseAudioRecorder::openStream()
     } catch (const Error &error) {
         qCWarning(Logging::sound) << "No microphone:" << error.localizedDescription;
         const SoundServer::Lock lock(*m_server);
-        answer(false);
+        end();
     }
 }
 
@@ -128,10 +130,21 @@ bool PulseAudioRecorder::isRecording() const
     return m_stream && m_stream->isAlive();
 }
 
+bool PulseAudioRecorder::hasSound() const
+{
+    const SoundServer::Lock lock(*m_server);
+    return m_writer->hasSound();
+}
+
 std::optional<Error> PulseAudioRecorder::failure() const
 {
     const SoundServer::Lock lock(*m_server);
-    if (m_endedEarly) {
+    if (!m_isHearing && (m_hasEnded || m_soundIsDue.hasExpired())) {
+        return Error(u"audio"_s, 5,
+                     u"No sound comes from the microphone. Check that one is connected and that the "
+                     "sound server answers, then stop, and start again."_s);
+    }
+    if (m_hasEnded) {
         return Error(u"audio"_s, 3,
                      u"The microphone or the sound server went away. What was said before is "
                      "kept; stop, and start again once it is back."_s);
@@ -166,6 +179,7 @@ void PulseAudioRecorder::read(pa_stream *stream)
     while (pa_stream_peek(stream, &data, &bytes) == 0 && bytes > 0) {
         const std::size_t samples = bytes / sizeof(float);
         if (data) {
+            m_isHearing = true;
             take(std::span(static_cast<const float *>(data), samples));
         } else {
             // Samples that the server left out become silence, so that the rest keeps its place in time.
@@ -189,7 +203,7 @@ void PulseAudioRecorder::take(std::span<const float> samples)
 /// The stream has ended by itself.
 void PulseAudioRecorder::end()
 {
-    m_endedEarly = m_answered;
+    m_hasEnded = true;
     answer(false);
 }
 

@@ -7,6 +7,7 @@
 #include "platform/linux/audio/SoundServer.h"
 #include "platform/linux/audio/SoundStream.h"
 
+#include <QDeadlineTimer>
 #include <QPromise>
 #include <QTimer>
 
@@ -41,6 +42,9 @@ public:
     QCoro::Task<bool> record() override;
     void stop() override;
     [[nodiscard]] bool isRecording() const override;
+    [[nodiscard]] bool hasSound() const override;
+
+    /// Sound should have come after two seconds. Some headsets need one to switch their microphone on.
     [[nodiscard]] std::optional<Error> failure() const override;
     void setMeteringEnabled(bool enabled) override;
     void updateMeters() override;
@@ -57,6 +61,7 @@ private:
     int m_sampleRate;
     int m_channels;
     QTimer m_patience; ///< waits for the first samples
+    QDeadlineTimer m_soundIsDue = QDeadlineTimer(QDeadlineTimer::Forever);
     std::vector<float> m_averagePower; ///< of each channel, at the last update
 
     // The members below need the server's lock.
@@ -66,7 +71,8 @@ private:
     bool m_stopped = false;
     QPromise<bool> m_firstSamples; ///< the result of record()
     bool m_answered = false;
-    bool m_endedEarly = false;
+    bool m_isHearing = false; ///< samples have come
+    bool m_hasEnded = false; ///< the stream, by itself
     std::unique_ptr<SoundStream> m_stream;
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/SendableRecording.h"
 
+#include "platform/Error.h"
 #include "platform/Logging.h"
 #include "platform/linux/audio/SoundCodecs.h"
 
@@ -63,7 +64,10 @@ SendableRecording::SendableRecording(const QString &path) : m_path(path)
 {
     const QByteArray fragmented = fragmentedFile(path);
     const std::optional<QByteArray> copy = fragmented.isEmpty() ? std::nullopt : ordinaryCopy(fragmented);
-    if (copy && !copy->isEmpty()
+    if (copy && copy->isEmpty()) {
+        throw Error(u"audio"_s, 5, u"There is no sound in the recording."_s);
+    }
+    if (copy
         && m_copy.open(::memfd_create("recording", MFD_CLOEXEC), QFile::ReadWrite | QFile::Unbuffered,
                        QFile::AutoCloseHandle)
         && m_copy.write(*copy) == copy->size()) {

@@ -13,6 +13,7 @@ namespace kavrin
 class SendableRecording
 {
 public:
+    /// Throws Error "audio" if the recording is fragmented and holds no sound.
     explicit SendableRecording(const QString &path);
 
     /// The file to send: the copy, as long as this object lives; or the recording itself, whatever it is, if

@@ -29,6 +29,9 @@ public:
     /// Writes what is left and closes the file. Does nothing the second time.
     virtual void finish() = 0;
 
+    /// Whether the file holds any sound. Only after finish().
+    [[nodiscard]] virtual bool hasSound() const = 0;
+
     /// The first failure since the file was opened; none if there was none.
     [[nodiscard]] virtual std::optional<Error> failure() const = 0;
 };

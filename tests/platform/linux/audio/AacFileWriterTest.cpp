@@ -275,6 +275,27 @@ TEST(AacFileWriter, SaysSoWhenNotEvenTheHeaderFits)
     EXPECT_THROW(createAac(recordingPath(), rate, 1), Error);
 }
 
+TEST(AacFileWriter, HasSoundWhereSamplesWereWritten)
+{
+    for (const std::size_t samples : {0U, 1U, 1024U, 100000U}) {
+        SCOPED_TRACE(samples);
+        const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+        writer->write(std::vector<float>(samples));
+        writer->finish();
+        EXPECT_EQ(writer->hasSound(), samples > 0);
+    }
+}
+
+TEST(AacFileWriter, HasNoSoundWhereTheDiskIsFullBeforeTheFirstFragment)
+{
+    const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);
+    limitFilesTo(rlim_t(QFileInfo(recordingPath()).size()));
+    writer->write(tone(440, 5, rate));
+    writer->finish();
+    EXPECT_TRUE(writer->failure());
+    EXPECT_FALSE(writer->hasSound());
+}
+
 TEST(AacFileWriter, FinishesOnce)
 {
     const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);

@@ -22,6 +22,10 @@ namespace
 
 constexpr int rate = 16000;
 
+const QString noSound = QStringLiteral(
+    "No sound comes from the microphone. Check that one is connected and that the sound server "
+    "answers, then stop, and start again.");
+
 /// A running sound server, a connection to it and a place for the recording.
 class PulseAudioRecorderTest : public testing::Test
 {
@@ -237,7 +241,21 @@ TEST_F(PulseAudioRecorderTest, SaysNoWhereThereIsNoMicrophone)
     const auto recorder = makeRecorder();
     EXPECT_FALSE(await(recorder->record()));
     EXPECT_FALSE(recorder->isRecording());
-    EXPECT_FALSE(recorder->failure());
+    EXPECT_EQ(failure(*recorder), noSound);
+    recorder->stop();
+    EXPECT_FALSE(recorder->hasSound());
+}
+
+TEST_F(PulseAudioRecorderTest, SaysSoWhereTheServerHangs)
+{
+    m_server->connect();
+    m_machine.freeze();
+    const auto recorder = makeRecorder();
+    EXPECT_FALSE(await(recorder->record()));
+    EXPECT_EQ(failure(*recorder), u""); // it may still come
+    EXPECT_TRUE(waitUntil([&] { return failure(*recorder) == noSound; }));
+    recorder->stop();
+    EXPECT_FALSE(recorder->hasSound());
 }
 
 TEST_F(PulseAudioRecorderTest, GoesOnWaitingForAMicrophoneThatIsSilentAtFirst)
@@ -246,9 +264,12 @@ TEST_F(PulseAudioRecorderTest, GoesOnWaitingForAMicrophoneThatIsSilentAtFirst)
     const auto recorder = makeRecorder();
     EXPECT_FALSE(await(recorder->record()));
     EXPECT_TRUE(recorder->isRecording());
+    EXPECT_TRUE(waitUntil([&] { return failure(*recorder) == noSound; }));
     suspendMicrophone(false);
     speakTone(*recorder, 440, 0.5);
+    EXPECT_EQ(failure(*recorder), u"");
     recorder->stop();
+    EXPECT_TRUE(recorder->hasSound());
     EXPECT_GT(shareOf(440, withoutSilence(decoded(m_path)), rate), 0.9);
 }
 

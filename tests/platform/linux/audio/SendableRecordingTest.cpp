@@ -2,6 +2,7 @@
 #include "platform/linux/audio/SendableRecording.h"
 
 #include "SoundFiles.h"
+#include "platform/Error.h"
 #include "platform/linux/audio/SoundCodecs.h"
 
 #include <QDir>
@@ -70,6 +71,17 @@ TEST(SendableRecording, IsAnyOtherFileItself)
     for (const auto &[name, path] : files) {
         SCOPED_TRACE(name);
         EXPECT_EQ(SendableRecording(path).path(), path);
+    }
+}
+
+TEST(SendableRecording, RefusesOneWithoutSound)
+{
+    const QString path = fileOf(u"recording.m4a"_s, unfinishedRecording({}));
+    try {
+        const SendableRecording recording(path);
+        FAIL() << "nothing was thrown";
+    } catch (const Error &error) {
+        EXPECT_EQ(error.localizedDescription, u"There is no sound in the recording."_s);
     }
 }
 

@@ -147,10 +147,12 @@ void AacFileWriter::finish()
 /// fails, the fragmented one stays, which is whole, too.
 void AacFileWriter::makeOrdinary()
 {
+    m_hasSound = m_position > 0;
     try {
         m_file.seek(0);
         const QByteArray ordinary = ordinaryMpeg4(m_file.readAll());
-        if (!ordinary.isEmpty() && isInPlace()) {
+        m_hasSound = !ordinary.isEmpty();
+        if (m_hasSound && isInPlace()) {
             replaceBy(ordinary);
         }
     } catch (const std::exception &error) {

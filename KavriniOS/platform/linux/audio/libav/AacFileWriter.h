@@ -36,6 +36,7 @@ public:
 
     void write(std::span<const float> samples) override;
     void finish() override;
+    [[nodiscard]] bool hasSound() const override { return m_hasSound; }
     [[nodiscard]] std::optional<Error> failure() const override { return m_failure; }
 
 private:
@@ -60,6 +61,7 @@ private:
     libav::Output m_container;
     int m_filled = 0; ///< samples of each channel in m_frame
     std::int64_t m_position = 0; ///< number of samples of each channel encoded so far
+    bool m_hasSound = false;
 };
 
 } // namespace kavrin

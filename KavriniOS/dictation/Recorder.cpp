@@ -155,7 +155,8 @@ QCoro::Task<QString> Recorder::handOver(const Platform &platform, QString transc
     const QFuture<std::optional<Error>> written = SuiteWriter::write(
         {{dictation::transcriptKey, transcript}, {dictation::stampKey, platform.clock.now()}});
     const std::optional<Error> failure = co_await written;
-    platform.pasteboard.setString(transcript);
+    const QCoro::Task<> pasting = platform.pasteboard.setString(transcript);
+    co_await pasting;
     DictationState::publish(failure ? dictation::idle : dictation::done);
     co_return failure
         ? u"Error: the text is on the clipboard only, not at the keyboard: "_s + failure->localizedDescription

@@ -450,6 +450,20 @@ TEST_F(RecorderTest, TheTextIsOnThePasteboardOnceItIsStoredAndBeforeTheStateRead
     EXPECT_EQ(sharedState(), u"done");
 }
 
+TEST_F(RecorderTest, TheStateReadsDoneOnceOtherProgramsCanReadThePasteboard)
+{
+    machine.pasteboard.servesAtOnce = false;
+    start();
+    recorder.stop();
+    machine.finishTranscription(u"text"_s);
+    ASSERT_TRUE(waitUntil([&] { return machine.pasteboard.string == u"text"; }));
+    EXPECT_EQ(Shared::d().string(u"transcript"_s), u"text"_s); // a keyboard need not wait for the pasteboard
+    EXPECT_EQ(sharedState(), u"working");
+    machine.pasteboard.serve();
+    EXPECT_TRUE(waitUntil([] { return sharedState() == u"done"; }));
+    EXPECT_TRUE(waitUntil([&] { return recorder.state() == Recorder::S::done; }));
+}
+
 TEST_F(RecorderTest, AFailedTranscriptionIsSaidAndLeavesTheLastTranscriptAlone)
 {
     dictate(u"first"_s);

@@ -13,13 +13,24 @@ namespace kavrin::test
 class FakePasteboard : public Pasteboard
 {
 public:
-    explicit FakePasteboard(Journal &journal) : m_journal(journal) { }
+    explicit FakePasteboard(Journal &journal) : m_journal(journal) { m_serving.start(); }
 
     QString string;
     bool isSecret = false;
     std::function<void()> onSet = [] { }; ///< called with each new text, before it is there
+    bool servesAtOnce = true; ///< otherwise nobody can read the text until serve()
 
-    void setString(const QString &text) override { set(text, false); }
+    QCoro::Task<> setString(QString text) override
+    {
+        set(text, false);
+        if (!servesAtOnce) {
+            const QFuture<void> serving = m_serving.future();
+            co_await qCoro(serving).waitForFinished();
+        }
+    }
+
+    void serve() { m_serving.finish(); }
+
     void setSecret(const QString &text) override { set(text, true); }
     QCoro::Task<QString> text() override { co_return string; }
 
@@ -33,6 +44,7 @@ private:
     }
 
     Journal &m_journal;
+    QPromise<void> m_serving;
 };
 
 class FakeBackgroundTasks : public BackgroundTasks

@@ -2,11 +2,15 @@
 #include "platform/linux/desktop/DesktopPasteboard.h"
 
 #include <QClipboard>
+#include <QCoroFuture>
 #include <QCoroProcess>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QPromise>
+#include <QTimer>
 
 #include <chrono>
+#include <memory>
 
 namespace kavrin
 {
@@ -20,6 +24,9 @@ using namespace std::chrono_literals;
 
 /// How long the clipboard's owner may take to hand it over.
 constexpr std::chrono::milliseconds patience = 5s;
+
+/// How long the desktop may take to accept a text. Some accept none before the user presses a key.
+constexpr std::chrono::milliseconds patienceToSet = 2s;
 
 void setOwnClipboard(const QString &text)
 {
@@ -47,11 +54,12 @@ QCoro::Task<QString> textFromWlPaste()
 
 } // namespace
 
-void DesktopPasteboard::setString(const QString &text)
+QCoro::Task<> DesktopPasteboard::setString(QString text)
 {
     // Not even a window that has the focus may set the clipboard before it has had a click or a key.
     if (isUnderWayland()) {
-        setThroughWlCopy(text);
+        const QFuture<void> isSet = setThroughWlCopy(text);
+        co_await isSet;
     } else {
         setOwnClipboard(text);
     }
@@ -75,16 +83,24 @@ QCoro::Task<QString> DesktopPasteboard::text()
     co_return co_await text;
 }
 
-void DesktopPasteboard::setThroughWlCopy(const QString &text)
+/// The result is there when wl-copy has set the clipboard, or takes too long; then it may still set it.
+QFuture<void> DesktopPasteboard::setThroughWlCopy(const QString &text)
 {
     endWlCopy();
     auto *process = new QProcess(qGuiApp);
     m_wlCopy = process;
-    QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+    const auto promise = std::make_shared<QPromise<void>>();
+    promise->start();
+    QTimer::singleShot(patienceToSet, process, [promise] { promise->finish(); });
+    QObject::connect(process, &QProcess::finished, process, [promise, process] {
+        promise->finish();
+        process->deleteLater();
+    });
     QObject::connect(process, &QProcess::errorOccurred, process,
-                     [process, text](QProcess::ProcessError error) {
+                     [promise, process, text](QProcess::ProcessError error) {
                          if (error == QProcess::FailedToStart) {
                              setOwnClipboard(text);
+                             promise->finish();
                              process->deleteLater();
                          }
                      });
@@ -94,6 +110,7 @@ void DesktopPasteboard::setThroughWlCopy(const QString &text)
     process->start(u"wl-copy"_s, {u"--type"_s, u"text/plain;charset=utf-8"_s});
     process->write(text.toUtf8());
     process->closeWriteChannel();
+    return promise->future();
 }
 
 /// Ends the process of the previous text: it must not set that text after the next one.

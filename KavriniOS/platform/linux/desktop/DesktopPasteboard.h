@@ -3,6 +3,7 @@
 
 #include "platform/Pasteboard.h"
 
+#include <QFuture>
 #include <QPointer>
 #include <QProcess>
 
@@ -18,12 +19,12 @@ namespace kavrin
 class DesktopPasteboard : public Pasteboard
 {
 public:
-    void setString(const QString &text) override;
+    QCoro::Task<> setString(QString text) override;
     void setSecret(const QString &text) override;
     QCoro::Task<QString> text() override;
 
 private:
-    void setThroughWlCopy(const QString &text);
+    QFuture<void> setThroughWlCopy(const QString &text);
     void endWlCopy();
 
     QPointer<QProcess> m_wlCopy; ///< until it has set the clipboard

@@ -60,7 +60,16 @@ protected:
         return isRead ? QString::fromUtf8(file.readAll()) : u"nothing was read"_s;
     }
 
-    QString clipboard(const QString &type) { return m_display->clipboard(type); }
+    /// Whether it says that other programs can read it.
+    bool setAndAwait(const QString &text)
+    {
+        const QString told = QDir::home().filePath(u"told"_s);
+        QFile::remove(told);
+        m_display->show(owner, {u"--tell"_s, told, text});
+        return waitUntil([&] { return QFile::exists(told); });
+    }
+
+    QString clipboard(const QString &type = {}) { return m_display->clipboard(type); }
 
 private:
     std::unique_ptr<PrivateDisplay> m_display = makeDisplay(GetParam());
@@ -70,6 +79,15 @@ TEST_P(DesktopPasteboardTest, GivesTheTextToOtherPrograms)
 {
     set({u"hello world"_s});
     EXPECT_TRUE(holds(u"hello world"_s));
+}
+
+TEST_P(DesktopPasteboardTest, SaysWhenOtherProgramsCanReadTheText)
+{
+    for (int round = 0; round < 12; ++round) {
+        const QString text = u"text %1"_s.arg(round);
+        ASSERT_TRUE(setAndAwait(text));
+        EXPECT_EQ(clipboard(), text);
+    }
 }
 
 TEST_P(DesktopPasteboardTest, KeepsEveryCharacter)
@@ -135,6 +153,25 @@ TEST(DesktopPasteboard, GivesTheTextOfAWaylandWindowThatHasTheFocusButHadNoKey)
     PrivateWaylandDisplay display;
     display.show(owner, {u"--window"_s, u"hello world"_s});
     EXPECT_TRUE(waitUntil([&] { return display.clipboard() == u"hello world"_s; }));
+}
+
+TEST(DesktopPasteboard, SaysSoAlsoWhereWlCopyHangsOrIsMissing)
+{
+    PrivateWaylandDisplay display;
+    const QDir home = QDir::home();
+    qputenv("PATH", QFile::encodeName(home.path()) + ":/bin");
+    QFile wlCopy(home.filePath(u"wl-copy"_s));
+    ASSERT_TRUE(wlCopy.open(QIODevice::WriteOnly));
+    wlCopy.write("#!/bin/sh\nexec sleep 20\n");
+    wlCopy.close();
+    ASSERT_TRUE(wlCopy.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    display.show(owner, {u"--tell"_s, home.filePath(u"hangs"_s), u"hello world"_s});
+    EXPECT_TRUE(waitUntil([&] { return home.exists(u"hangs"_s); }));
+
+    ASSERT_TRUE(wlCopy.remove());
+    qputenv("PATH", QFile::encodeName(home.path()));
+    display.show(owner, {u"--tell"_s, home.filePath(u"is missing"_s), u"hello world"_s});
+    EXPECT_TRUE(waitUntil([&] { return home.exists(u"is missing"_s); }));
 }
 
 } // namespace kavrin::test

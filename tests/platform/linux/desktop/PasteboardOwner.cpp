@@ -2,6 +2,8 @@
 // Puts each of its arguments on the clipboard, one after the other, and stays to serve the last of them. The
 // file that an argument beginning with "@" names is put there in the argument's place.
 //
+// "--tell FILE TEXT" makes the file once the text is there for others.
+//
 // "--window TEXT" puts the text there once a window of it has the focus. "--secret TEXT" puts it there as a
 // secret, at once and with each key that the window gets. "--read FILE" writes what is on the clipboard to
 // the file.
@@ -36,6 +38,13 @@ void set(const QStringList &texts)
         const bool isFile = text.startsWith(u'@') && file.open(QIODevice::ReadOnly);
         pasteboard.setString(isFile ? QString::fromUtf8(file.readAll()) : text);
     }
+}
+
+int setAndTell(const QString &path, const QString &text)
+{
+    QCoro::waitFor(pasteboard.setString(text));
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) ? QGuiApplication::exec() : 1;
 }
 
 int setWithFocus(const QString &text)
@@ -76,6 +85,9 @@ int main(int argc, char **argv)
 {
     const QGuiApplication application(argc, argv);
     const QStringList arguments = QGuiApplication::arguments().sliced(1);
+    if (arguments.value(0) == u"--tell") {
+        return setAndTell(arguments.value(1), arguments.value(2));
+    }
     if (arguments.value(0) == u"--window") {
         return setWithFocus(arguments.value(1));
     }

@@ -77,16 +77,6 @@ QString cut(const QString &line)
     return line;
 }
 
-/// One line without the keys.
-QString line(const QString &message, const QStringList &keys)
-{
-    QString masked = message;
-    for (const QString &key : keys) {
-        masked.replace(keyExpression(key), u"•••"_s);
-    }
-    return cut(masked.simplified());
-}
-
 } // namespace
 
 FailureNotices::FailureNotices(Notifications &notifications) : m_notifications(notifications)
@@ -106,10 +96,19 @@ void FailureNotices::forgetKeys()
 
 void FailureNotices::report(const QString &message)
 {
+    m_notifications.show(u"Voice typing"_s, line(message), u"Open voice typing"_s);
+}
+
+QString FailureNotices::line(const QString &message) const
+{
     QStringList keys = m_keys + keysInForce();
     // The longest key first: one key may be part of another.
     std::ranges::stable_sort(keys, std::greater(), &QString::size);
-    m_notifications.show(u"Voice typing"_s, line(message, keys), u"Open voice typing"_s);
+    QString masked = message;
+    for (const QString &key : std::as_const(keys)) {
+        masked.replace(keyExpression(key), u"•••"_s);
+    }
+    return cut(masked.simplified());
 }
 
 } // namespace kavrin

@@ -122,6 +122,7 @@ struct KavrinApp::Services {
             .pasteboard = pasteboard,
             .clock = clock,
             .transcribe = [this](const QString &path) { return transcribe(path); },
+            .line = [this](const QString &message) { return failureNotices.line(message); },
             .reportFailure = std::move(reportFailure),
         };
     }

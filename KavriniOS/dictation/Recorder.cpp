@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Recorder.h"
 
+#include "dictation/DictationError.h"
 #include "dictation/DictationSession.h"
 #include "dictation/DictationState.h"
 #include "platform/FileManager.h"
@@ -33,12 +34,23 @@ double levelOf(float decibels)
     return double(std::clamp((decibels + 50.0F) / 50.0F, 0.0F, 1.0F));
 }
 
+/// One word: an error's domain.
+QString codeOf(const std::exception &failure)
+{
+    const auto *const error = dynamic_cast<const Error *>(&failure);
+    return error ? error->domain : u"other"_s;
+}
+
 /// Leaves out the description, which may be a service's answer.
 void logFailure(const std::exception &failure)
 {
     const auto *const error = dynamic_cast<const Error *>(&failure);
-    qCInfo(Logging::dictation) << "Transcription failed:" << (error ? error->domain : QString())
-                               << (error ? error->code : 0);
+    qCInfo(Logging::dictation) << "Transcription failed:" << codeOf(failure) << (error ? error->code : 0);
+}
+
+void publishError(const Recorder::Platform &platform, const QString &code, const QString &message)
+{
+    DictationError::publish(code, platform.line(message), platform.clock.now());
 }
 
 QString recordingFailed(const std::exception &error)
@@ -58,14 +70,15 @@ QString Recorder::url()
 QCoro::Task<> Recorder::start()
 {
     const QPointer<Recorder> self(this);
+    DictationError::clear();
     const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
     const bool granted = co_await permission;
     if (!self) {
         co_return;
     }
     if (!granted) {
+        fail(u"permission"_s, u"Microphone permission denied."_s);
         DictationState::publish(dictation::idle);
-        fail(u"Microphone permission denied."_s);
         co_return;
     }
     DictationState::publish(dictation::starting);
@@ -93,7 +106,7 @@ bool Recorder::prepare()
         activateForDictation(m_platform.session);
         m_recorder = m_platform.makeRecorder(url(), AudioRecorderSettings());
     } catch (const std::exception &error) {
-        fail(recordingFailed(error));
+        fail(codeOf(error), recordingFailed(error));
         return false;
     }
     m_recorder->setMeteringEnabled(true);
@@ -134,6 +147,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     } catch (const std::exception &error) {
         logFailure(error);
         message = u"Error: "_s + QString::fromUtf8(error.what());
+        publishError(platform, codeOf(error), message);
         DictationState::publish(dictation::idle);
         failure = message;
     }
@@ -157,10 +171,15 @@ QCoro::Task<QString> Recorder::handOver(const Platform &platform, QString transc
     const std::optional<Error> failure = co_await written;
     const QCoro::Task<> pasting = platform.pasteboard.setString(transcript);
     co_await pasting;
-    DictationState::publish(failure ? dictation::idle : dictation::done);
-    co_return failure
-        ? u"Error: the text is on the clipboard only, not at the keyboard: "_s + failure->localizedDescription
-        : QString();
+    if (!failure) {
+        DictationState::publish(dictation::done);
+        co_return QString();
+    }
+    const QString message =
+        u"Error: the text is on the clipboard only, not at the keyboard: "_s + failure->localizedDescription;
+    publishError(platform, failure->domain, message);
+    DictationState::publish(dictation::idle);
+    co_return message;
 }
 
 void Recorder::startMeter()
@@ -189,7 +208,7 @@ void Recorder::checkRecording()
     const std::optional<Error> failure = m_recorder ? m_recorder->failure() : std::nullopt;
     const bool isNew = failure && m_message != recordingFailed(*failure);
     if (isNew) {
-        fail(recordingFailed(*failure));
+        fail(failure->domain, recordingFailed(*failure));
     } else if (!failure && m_state == S::recording) {
         setMessage(listening);
     }
@@ -208,9 +227,10 @@ std::optional<Error> Recorder::emptiness() const
     return m_recorder->failure().value_or(nothing);
 }
 
-void Recorder::fail(const QString &message)
+void Recorder::fail(const QString &code, const QString &message)
 {
     setMessage(message);
+    publishError(m_platform, code, message);
     m_platform.reportFailure(message);
 }
 

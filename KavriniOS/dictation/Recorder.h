@@ -37,6 +37,8 @@ public:
         Clock &clock;
         /// The text of the audio file at a path. Throws Error.
         std::function<QCoro::Task<QString>(const QString &path)> transcribe;
+        /// What the keyboard may show of a message: a short line without keys.
+        std::function<QString(const QString &message)> line = [](const QString &message) { return message; };
         /// Gets every failure in the words of `message`, even if the recorder no longer exists.
         std::function<void(const QString &message)> reportFailure = [](const QString &) { };
     };
@@ -78,7 +80,7 @@ private:
     void updateMeter();
     void checkRecording();
     [[nodiscard]] std::optional<Error> emptiness() const;
-    void fail(const QString &message);
+    void fail(const QString &code, const QString &message);
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,

@@ -12,6 +12,7 @@ inline const QString commandKey = QStringLiteral("dictationCommand"); ///< what 
 inline const QString aliveKey =
     QStringLiteral("dictationAlive"); ///< when the application was last seen alive
 inline const QString stateKey = QStringLiteral("dictationState");
+inline const QString errorKey = QStringLiteral("dictationError"); ///< why the last dictation failed
 inline const QString transcriptKey = QStringLiteral("transcript");
 inline const QString stampKey = QStringLiteral("tStamp"); ///< when the transcript was stored
 inline const QString usedKey = QStringLiteral("tUsed"); ///< stamp of the last used transcript

@@ -10,6 +10,9 @@
 #include "support/Wait.h"
 #include "support/WriteLog.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include <gmock/gmock.h>
 
 using namespace kavrin;
@@ -24,6 +27,14 @@ const QString listening = u"Listening… tap the keyboard mic again to stop."_s;
 QString sharedState()
 {
     return Shared::d().string(u"dictationState"_s).value_or(u"none"_s);
+}
+
+/// What the keyboard reads of a failure, without its time; empty if there is none.
+QString sharedError()
+{
+    const QString json = Shared::d().string(u"dictationError"_s).value_or(u""_s);
+    const QJsonObject error = QJsonDocument::fromJson(json.toUtf8()).object();
+    return error.isEmpty() ? json : error[u"code"].toString() + u'|' + error[u"message"].toString();
 }
 
 /// Whose first samples come when the test says so, and which has nothing on its second channel.
@@ -499,6 +510,85 @@ TEST_F(RecorderTest, ATranscriptThatCannotBeStoredIsOnThePasteboardAndItsFailure
                   QStringList{u"Error: the text is on the clipboard only, not at the keyboard: "_s
                               + Shared::d().path() + u": no room"_s});
     }
+}
+
+TEST_F(RecorderTest, AFailureIsThereForTheKeyboardAsJson)
+{
+    machine.clock.time = 1'800'000'123.25;
+    machine.session.permission = false;
+    start();
+    EXPECT_EQ(
+        Shared::d().string(u"dictationError"_s),
+        u"{\"at\":1800000123.25,\"code\":\"permission\",\"message\":\"Microphone permission denied.\"}"_s);
+}
+
+TEST_F(RecorderTest, TheKeyboardReadsWhatKindOfFailureItWas)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    start();
+    EXPECT_EQ(sharedError(), u"audio|Recording failed: No sound server."_s);
+
+    machine.session.activationFailure.reset();
+    machine.recorderFailure = Error(u"file"_s, 1, u"No room."_s);
+    start();
+    EXPECT_EQ(sharedError(), u"file|Recording failed: No room."_s);
+
+    machine.recorderFailure.reset();
+    start();
+    machine.recorders.back().lock()->recordingFailure.emplace(u"file"_s, 1, u"No more room."_s);
+    EXPECT_TRUE(waitUntil([] { return sharedError() == u"file|Recording failed: No more room."_s; }));
+    recorder.stop();
+    machine.failTranscription(Error(u"network"_s, 28, u"No answer."_s));
+    EXPECT_TRUE(waitUntil([] { return sharedError() == u"network|Error: No answer."_s; }));
+
+    const RefusedKey refused("tStamp");
+    dictate(u"text"_s);
+    EXPECT_EQ(sharedError(),
+              u"store|Error: the text is on the clipboard only, not at the keyboard: "_s + Shared::d().path()
+                  + u": no room"_s);
+}
+
+TEST_F(RecorderTest, TheKeyboardReadsTheLineThatIsMeantForIt)
+{
+    Recorder::Platform platform = machine.platform();
+    platform.line = [](const QString &message) { return message.toUpper(); };
+    machine.session.permission = false;
+    Recorder other(platform);
+    QCoro::waitFor(other.start());
+    EXPECT_EQ(sharedError(), u"permission|MICROPHONE PERMISSION DENIED."_s);
+    EXPECT_EQ(machine.failures, QStringList{u"Microphone permission denied."_s});
+}
+
+TEST_F(RecorderTest, TheNextStartRemovesTheFailureBeforeItAsksForThePermission)
+{
+    machine.session.permission = false;
+    start();
+    machine.session.permission = true;
+    machine.session.answersAtOnce = false;
+    const QCoro::Task<> starting = recorder.start();
+    EXPECT_FALSE(Shared::d().object(u"dictationError"_s).has_value());
+    machine.session.answer();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+}
+
+TEST_F(RecorderTest, ADictationThatSucceedsStoresNoFailure)
+{
+    dictate(u"text"_s);
+    EXPECT_FALSE(Shared::d().object(u"dictationError"_s).has_value());
+}
+
+TEST_F(RecorderTest, TheFailureIsStoredBeforeTheStateReadsIdle)
+{
+    start();
+    recorder.stop();
+    WriteLog log;
+    machine.failTranscription(Error(u"stt"_s, 1, u"no"_s));
+    ASSERT_TRUE(waitUntil([this] { return recorder.state() == Recorder::S::idle; }));
+    machine.session.permission = false;
+    start();
+    EXPECT_EQ(log.keys(),
+              (QStringList{u"dictationError"_s, u"dictationState"_s, u"dictationError"_s, u"dictationError"_s,
+                           u"dictationState"_s}));
 }
 
 TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)

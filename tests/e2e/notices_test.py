@@ -130,6 +130,8 @@ class InTheBackground(unittest.TestCase):
                 notifications = Notifications(self.session, self.bus)
                 fail_with(self.session, service)
                 self.expect_notice(notifications, shown)
+                error = json.loads(self.suite.get("dictationError"))
+                self.assertEqual((error["code"], error["message"]), ("stt", shown))
                 notifications.end()
 
     def test_the_key_that_was_sent_is_masked_though_it_has_been_changed_since(self):

@@ -71,6 +71,14 @@ TEST_F(LoopbackAnswers, AnswersEveryRequestWithStatus200)
     }
 }
 
+TEST_F(LoopbackAnswers, ReportsNoOtherKey)
+{
+    for (const QString &key : {u"dictationError"_s, u"dictationCommand"_s, u"probeApp"_s, u"openaiKey"_s}) {
+        test::put(Shared::d(), key, u"text"_s);
+    }
+    EXPECT_EQ(answerTo(port(), "GET /get HTTP/1.1\r\n\r\n"), answerWith(nothing));
+}
+
 TEST_F(LoopbackAnswers, ReportsTheFiveDictationKeysAsTheyAreStored)
 {
     test::put(Shared::d(), u"dictationAlive"_s, 1700000000.25);

@@ -6,6 +6,7 @@
 
 #include <QRegularExpression>
 #include <QTextBoundaryFinder>
+#include <QTimer>
 
 #include <algorithm>
 #include <functional>
@@ -90,14 +91,15 @@ void FailureNotices::rememberKeys()
     m_keys = keysInForce();
 }
 
-void FailureNotices::forgetKeys()
+void FailureNotices::forgetKeysSoon()
 {
-    m_keys.clear();
+    QTimer::singleShot(0, this, [this] { m_keys.clear(); });
 }
 
 void FailureNotices::report(const QString &message)
 {
     m_notifications.show(u"Voice typing"_s, line(message), u"Open voice typing"_s);
+    forgetKeysSoon();
 }
 
 QString FailureNotices::line(const QString &message) const

@@ -29,8 +29,9 @@ public:
     /// settings may hold other keys by then.
     void rememberKeys();
 
-    /// Call this when all that was sent is answered, and a failure is reported.
-    void forgetKeys();
+    /// Call this when the answer has come. The keys are kept until the event loop runs again, because a
+    /// failure is reported next.
+    void forgetKeysSoon();
 
 Q_SIGNALS:
     /// The user wants to deal with the failure in the settings of dictation.
@@ -38,7 +39,11 @@ Q_SIGNALS:
 
 private:
     Notifications &m_notifications;
+<<<<<<< ours
     QStringList m_keys; ///< those of the last rememberKeys()
+=======
+    QStringList m_keys; ///< to be masked, besides those in the settings
+>>>>>>> theirs
 };
 
 } // namespace kavrin

@@ -74,7 +74,6 @@ struct KavrinApp::Services {
     DesktopNotifications notifications;
     StatusNotifierTray tray = StatusNotifierTray(trayBus());
     FailureNotices failureNotices = FailureNotices(notifications);
-    int transcriptions = 0; // that are running
     std::shared_ptr<SoundServer> soundServer = std::make_shared<SoundServer>();
     PulseAudioSession audioSession = PulseAudioSession(soundServer);
     PulseSystemSound sounds = PulseSystemSound(soundServer);
@@ -96,6 +95,7 @@ struct KavrinApp::Services {
     QCoro::Task<QString> transcribe(QString path)
     {
         failureNotices.rememberKeys();
+<<<<<<< ours
         ++transcriptions;
         const auto end = qScopeGuard([this] { --transcriptions; });
         // Later, because a failure is reported after this returns.
@@ -109,6 +109,10 @@ struct KavrinApp::Services {
         });
         const SendableRecording recording(path);
         const QCoro::Task<QString> transcription = Transcriber::transcribe(recording.path(), urlSession);
+=======
+        const auto forget = qScopeGuard([this] { failureNotices.forgetKeysSoon(); });
+        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, urlSession);
+>>>>>>> theirs
         co_return co_await transcription;
     }
 

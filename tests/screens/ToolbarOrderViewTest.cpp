@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "screens/ToolbarOrder.h"
 
+#include "screens/PageModel.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/QmlWindow.h"
@@ -36,6 +37,12 @@ protected:
     {
         m_window =
             std::make_unique<QmlWindow>(u"Kavrin.Screens"_s, u"ToolbarOrderView"_s, QVariantMap(), size);
+    }
+
+    void open(PageModel &page)
+    {
+        const QVariantMap properties = {{u"page"_s, QVariant::fromValue(&page)}};
+        m_window = std::make_unique<QmlWindow>(u"Kavrin.Screens"_s, u"ToolbarOrderView"_s, properties);
     }
 
     QmlWindow &window() { return *m_window; }
@@ -447,6 +454,28 @@ TEST_F(ToolbarOrderViewTest, FitsIntoNarrowWindowsWithLargeTypeInBothDirections)
             }
         }
     }
+}
+
+TEST_F(ToolbarOrderViewTest, ShowsWhatAnotherProcessHasChangedUnlessARowIsHeld)
+{
+    PageModel page({u"look"_s, u"Look"_s, {}, {}});
+    open(page);
+    const QStringList first = tools().order();
+    QStringList changed = first;
+    changed.move(0, 3);
+    const auto changeElsewhere = [&](const QStringList &order) {
+        test::put(Shared::d(), u"toolOrder"_s, order.join(u','));
+        Prefs::forget();
+        page.reload();
+    };
+    changeElsewhere(changed);
+    EXPECT_EQ(tools().order(), changed);
+
+    pressHandle(u"Emoji"_s);
+    changeElsewhere(first);
+    EXPECT_EQ(tools().order(), changed);
+    release();
+    EXPECT_EQ(tools().order(), first);
 }
 
 } // namespace kavrin::test

@@ -176,8 +176,9 @@ class Locked(SuiteTest):
     def test_a_lock_held_beyond_the_limit_is_explained_and_nothing_is_lost(self):
         kavrin = self.session.start_kavrin()
         with Holder(self.path, "BEGIN IMMEDIATE", UNCOMMITTED):
+            commands = ("set", "rowH", "61"), ("reset", "--all"), ("tools", "set", "gif,emoji", "gif")
             refused = [self.session.start(self.session.bin / "kavrinctl", *arguments, stderr=subprocess.PIPE)
-                       for arguments in (("set", "rowH", "61"), ("reset", "--all"), ("tools", "set", "gif,emoji", "gif"))]
+                       for arguments in commands]
             for write in refused:
                 _, message = write.communicate()
                 self.assertEqual(write.returncode, 1)

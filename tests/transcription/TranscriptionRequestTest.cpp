@@ -111,9 +111,9 @@ TEST(MultipartRequest, NeedsAnAddressThatIsAUrl)
 
 TEST(MultipartRequest, TakesAnyAddressThatIsAUrlAsItStands)
 {
-    for (const QString &endpoint :
-         {u"http://127.0.0.1:49732/v1/audio/transcriptions"_s, u"https://[::1]/"_s,
-          u"HTTPS://Example.invalid"_s, u"http://127.0.0.1/%7Ea%20%41%c3%bc"_s, u"ftp://127.0.0.1/"_s, u"nothing"_s}) {
+    for (const QString &endpoint : {u"http://127.0.0.1:49732/v1/audio/transcriptions"_s, u"https://[::1]/"_s,
+                                    u"HTTPS://Example.invalid"_s, u"http://127.0.0.1/%7Ea%20%41%c3%bc"_s,
+                                    u"ftp://127.0.0.1/"_s, u"nothing"_s}) {
         SCOPED_TRACE(endpoint.toStdString());
         const UrlRequest request = transcriptionRequest(MultipartService{endpoint, {}, {}}, u"B"_s, "sound");
         EXPECT_EQ(request.url, endpoint.toUtf8());

@@ -29,14 +29,14 @@ struct Received {
 /// Takes some of the unpacked body. Any other result than its length ends the exchange.
 std::size_t takeBody(char *bytes, std::size_t size, std::size_t count, void *into)
 {
-    const auto length = qsizetype(size * count);
+    const std::size_t length = size * count;
     auto *received = static_cast<Received *>(into);
-    received->isTooLarge = length > largestBody - received->body.size();
+    received->isTooLarge = qsizetype(length) > largestBody - received->body.size();
     if (received->isTooLarge) {
         return 0;
     }
-    received->body.append(bytes, length);
-    return std::size_t(length);
+    received->body.append(bytes, qsizetype(length));
+    return length;
 }
 
 /// Takes a line of a head. The line may also belong to a proxy's answer before the real one, or follow the
@@ -72,8 +72,8 @@ CURLcode resultOf(CURLcode result, const Received &received)
     return result == CURLE_OK && !received.headIsWhole ? CURLE_GOT_NOTHING : result;
 }
 
-/// Its server as QUrl reads it, so that nobody reads another one there. QUrl would decode the %7E of the rest.
-/// Of that, only bytes that no address holds are escaped (RFC 3986, 2.1).
+/// Its server as QUrl reads it, so that nobody reads another one there. QUrl would decode the %7E of the
+/// rest. Of that, only bytes that no address holds are escaped (RFC 3986, 2.1).
 QByteArray addressToSend(const QByteArray &url)
 {
     constexpr auto allButServer = QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment;
@@ -121,8 +121,7 @@ template <typename Value> Value get(CURL *transfer, CURLINFO info)
 class Patience
 {
 public:
-    explicit Patience(const UrlRequest &request)
-        : m_silence(request.timeout), m_answer(request.answerTimeout)
+    explicit Patience(const UrlRequest &request) : m_silence(request.timeout), m_answer(request.answerTimeout)
     {
     }
 

@@ -29,9 +29,9 @@ struct CurlAnswer {
     QByteArray body;
 };
 
-/// Sends the request through `proxy` (CURLOPT_PROXY); none if it is empty. Blocks until the answer has come or
-/// cannot come. The result is CURLE_ABORTED_BY_CALLBACK after a request to stop `givenUp`. Only one exchange at a
-/// time may use `connections`.
+/// Sends the request through `proxy` (CURLOPT_PROXY); none if it is empty. Blocks until the answer has come
+/// or cannot come. The result is CURLE_ABORTED_BY_CALLBACK after a request to stop `givenUp`. Only one
+/// exchange at a time may use `connections`.
 CurlAnswer exchange(const UrlRequest &request, const QByteArray &proxy, CURLM *connections,
                     const std::stop_token &givenUp);
 

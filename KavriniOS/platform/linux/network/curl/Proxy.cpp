@@ -69,8 +69,7 @@ bool environmentExcepts(const QString &host, const QHostAddress &address)
     static const QRegularExpression separators(u"[,\\s]+"_s);
     const QString list = QString::fromLocal8Bit(environment({"no_proxy", "NO_PROXY"})).toLower();
     const QStringList entries = list.split(separators, Qt::SkipEmptyParts);
-    return std::ranges::any_of(entries,
-                               [&](const QString &entry) { return covers(entry, host, address); });
+    return std::ranges::any_of(entries, [&](const QString &entry) { return covers(entry, host, address); });
 }
 
 QByteArray systemsProxy(const QUrl &url)

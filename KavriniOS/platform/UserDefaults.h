@@ -78,6 +78,12 @@ public:
     [[nodiscard]] std::optional<Error> write(const Changes &changes,
                                              QDeadlineTimer limit = QDeadlineTimer(patience));
 
+    /// Stores the text that `edit` makes of the key's value. No other thread or process can change it
+    /// between. If it stored none, returns why.
+    using TextEdit = std::function<QString(const std::optional<PropertyListValue> &stored)>;
+    [[nodiscard]] std::optional<Error> edit(const QString &key, const TextEdit &edit,
+                                            QDeadlineTimer limit = QDeadlineTimer(patience));
+
     /// write() with one change that stores a value.
     [[nodiscard]] std::optional<Error> set(const QString &key, const PropertyListValue &value);
 

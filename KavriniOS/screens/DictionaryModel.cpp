@@ -1,54 +1,145 @@
 // SPDX-License-Identifier: MIT
 #include "screens/DictionaryModel.h"
 
+#include "screens/Difference.h"
 #include "screens/StoreNote.h"
+#include "screens/TextMerge.h"
 #include "store/Shared.h"
 #include "store/SuiteWriter.h"
 
 #include <QCoroFuture>
-#include <QPointer>
+#include <QScopedValueRollback>
+#include <QTextCursor>
+#include <QTextDocument>
+
+#include <chrono>
+#include <utility>
 
 namespace kavrin
 {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
+
+constexpr std::chrono::milliseconds followInterval = 500ms;
 
 QString key()
 {
     return u"userDict"_s;
 }
 
-QString storedText()
+using Stored = std::optional<PropertyListValue>;
+
+/// Null if there is none.
+const QString *textIn(const Stored &value)
 {
-    const auto value = Shared::d().object(key());
-    const QString *text = value ? std::get_if<QString>(&*value) : nullptr;
-    return text != nullptr ? *text : QString();
+    return value ? std::get_if<QString>(&*value) : nullptr;
+}
+
+/// Unlike QTextDocument::toPlainText(), keeps no-break spaces.
+QString textIn(const QTextDocument &editor)
+{
+    return editor.toRawText().replace(QChar(QChar::ParagraphSeparator), u'\n');
 }
 
 } // namespace
 
-DictionaryModel::DictionaryModel(QObject *parent) : QObject(parent), m_userDict(storedText()) { }
-
-void DictionaryModel::setUserDict(const QString &userDict)
+DictionaryModel::DictionaryModel(QObject *parent) : QObject(parent)
 {
-    if (userDict == m_userDict) {
+    connect(&m_followTimer, &QTimer::timeout, this, &DictionaryModel::follow);
+}
+
+void DictionaryModel::edit(QQuickTextDocument *editor)
+{
+    m_editor = editor->textDocument();
+    connect(m_editor, &QTextDocument::contentsChanged, this, &DictionaryModel::edited);
+    follow();
+    m_followTimer.start(followInterval);
+}
+
+void DictionaryModel::edited()
+{
+    const QString now = textIn(*m_editor);
+    if (m_isShowing || !m_isReadable || now == m_shown) {
         return;
     }
-    m_userDict = userDict;
-    Q_EMIT userDictChanged();
+    const QString before = std::exchange(m_shown, now);
+    m_text = withEdit(m_text, before, now);
     store();
+}
+
+/// Shows the stored text, unless the editor has edits that are not stored.
+void DictionaryModel::follow()
+{
+    if (m_pending > 0 || *m_saved != m_text || !m_editor) {
+        return;
+    }
+    const Result<Stored> stored = Shared::d().read(key());
+    if (stored.failure && !m_isReadable) {
+        setNote(unreadableNote(*stored.failure));
+    }
+    if (stored.failure) {
+        return;
+    }
+    if (!std::exchange(m_isReadable, true)) {
+        setNote({});
+        Q_EMIT readableChanged();
+    }
+    const QString *const text = textIn(stored.value);
+    const QString shared = text != nullptr ? *text : QString();
+    if (shared != m_text) {
+        show(shared);
+    }
+}
+
+/// Changes only the part of the editor's text that differs, so that the cursor stays where it is.
+void DictionaryModel::show(const QString &text)
+{
+    const Difference<QString> change = difference(textIn(*m_editor), shownText(text));
+    m_text = text;
+    *m_saved = text;
+    const QScopedValueRollback showing(m_isShowing, true);
+    QTextCursor cursor(m_editor);
+    cursor.setPosition(int(change.from));
+    cursor.setPosition(int(change.end), QTextCursor::KeepAnchor);
+    cursor.insertText(change.now);
+    // Undo is for what the user has typed.
+    m_editor->clearUndoRedoStacks();
+    m_shown = textIn(*m_editor);
+    if (change.now.startsWith(u'\n')) {
+        Q_EMIT linesAdded(int(change.from), int(change.from + change.now.size()));
+    }
 }
 
 QCoro::Task<> DictionaryModel::store()
 {
     const QPointer self(this);
-    const QFuture<std::optional<Error>> written = SuiteWriter::write({{key(), m_userDict}});
+    ++m_pending;
+    const QFuture<std::optional<Error>> written = SuiteWriter::edit(
+        key(),
+        [saved = m_saved, mine = m_text](const Stored &stored) {
+            const QString *const theirs = textIn(stored);
+            return theirs != nullptr ? mergedText(*saved, mine, *theirs) : mine;
+        },
+        [saved = m_saved, mine = m_text](bool isStored) {
+            if (isStored) {
+                *saved = mine;
+            }
+        });
     const std::optional<Error> failure = co_await written;
     if (self) {
-        m_note = failure ? storeNote(*failure) : QString();
+        --m_pending;
+        setNote(failure ? storeNote(*failure) : QString());
+    }
+}
+
+void DictionaryModel::setNote(const QString &note)
+{
+    if (note != m_note) {
+        m_note = note;
         Q_EMIT noteChanged();
     }
 }

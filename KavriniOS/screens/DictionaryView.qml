@@ -28,7 +28,7 @@ TitledPage {
                 width: parent.width
                 height: Math.max(220, implicitHeight)
                 padding: Theme.margin
-                text: view.dictionary.userDict
+                readOnly: !view.dictionary.readable
                 textFormat: TextEdit.PlainText
                 wrapMode: TextEdit.Wrap
                 color: Theme.text
@@ -39,13 +39,17 @@ TitledPage {
                 selectByMouse: true
                 activeFocusOnTab: true
                 inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
-                onTextChanged: view.dictionary.userDict = text
                 onCursorRectangleChanged: {
                     if (activeFocus) {
                         const top = mapToItem(view.contentColumn, 0, cursorRectangle.y).y;
                         view.showRange(top, top + cursorRectangle.height);
                     }
                 }
+                Component.onCompleted: {
+                    view.dictionary.edit(textDocument);
+                    cursorPosition = 0;
+                }
+
                 // Tab leaves the editor, as it does everywhere else.
                 Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
                 Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
@@ -53,6 +57,18 @@ TitledPage {
                 Accessible.name: view.title
                 Accessible.description: view.footer
                 Accessible.multiLine: true
+                Accessible.readOnly: readOnly
+
+                Connections {
+                    target: view.dictionary
+
+                    // What the user types next still belongs to their own line.
+                    function onLinesAdded(from: int, end: int) {
+                        if (editor.cursorPosition === end) {
+                            editor.cursorPosition = from;
+                        }
+                    }
+                }
             }
             FocusRing {
                 visible: editor.activeFocus

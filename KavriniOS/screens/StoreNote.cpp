@@ -12,4 +12,10 @@ QString storeNote(const Error &failure)
         .arg(failure.localizedDescription);
 }
 
+QString unreadableNote(const Error &failure)
+{
+    return QCoreApplication::translate("StoreNote", "This could not be read. %1")
+        .arg(failure.localizedDescription);
+}
+
 } // namespace kavrin

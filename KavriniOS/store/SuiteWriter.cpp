@@ -68,10 +68,22 @@ void SuiteWriter::run()
 QFuture<std::optional<Error>> SuiteWriter::write(const Changes &changes,
                                                  const std::function<void(bool isStored)> &settled)
 {
+    return perform([changes](QDeadlineTimer limit) { return Shared::d().write(changes, limit); }, settled);
+}
+
+QFuture<std::optional<Error>> SuiteWriter::edit(const QString &key, const UserDefaults::TextEdit &edit,
+                                                const std::function<void(bool isStored)> &settled)
+{
+    return perform([key, edit](QDeadlineTimer limit) { return Shared::d().edit(key, edit, limit); }, settled);
+}
+
+QFuture<std::optional<Error>> SuiteWriter::perform(const Work &work,
+                                                   const std::function<void(bool isStored)> &settled)
+{
     const auto promise = std::make_shared<QPromise<std::optional<Error>>>();
     promise->start();
-    const auto job = [promise, changes, settled, limit = QDeadlineTimer(UserDefaults::patience)] {
-        const std::optional<Error> failure = Shared::d().write(changes, limit);
+    const auto job = [promise, work, settled, limit = QDeadlineTimer(UserDefaults::patience)] {
+        const std::optional<Error> failure = work(limit);
         settled(!failure);
         promise->addResult(failure);
         promise->finish();

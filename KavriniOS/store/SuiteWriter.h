@@ -36,7 +36,14 @@ public:
     static QFuture<std::optional<Error>>
     write(const Changes &changes, const std::function<void(bool isStored)> &settled = [](bool) { });
 
+    /// Like write(), but stores the text that `edit` makes of the key's value: see UserDefaults::edit().
+    static QFuture<std::optional<Error>> edit(const QString &key, const UserDefaults::TextEdit &edit,
+                                              const std::function<void(bool isStored)> &settled);
+
 private:
+    using Work = std::function<std::optional<Error>(QDeadlineTimer limit)>;
+    static QFuture<std::optional<Error>> perform(const Work &work,
+                                                 const std::function<void(bool isStored)> &settled);
     void start(std::function<void()> job);
     void run();
 

@@ -13,6 +13,9 @@ from support.speech import SPOKEN
 CLIP = SPEECH / "cards" / "001.wav"
 
 
+DICTIONARY = ("Personal dictionary & shortcuts", "Dictionary")  # the page's row, and its title
+
+
 class Hardship(unittest.TestCase):
     def open_window(self, session, beats=True):
         self.session = session
@@ -120,15 +123,22 @@ class Home(Hardship):
         self.window.go_back("Layout")
         self.window.go_back()
 
-    def assert_what_is_typed_is_kept(self):
-        for page, title, name in (("Extensions", "Extensions", "Search engine ID (cx)"),
-                                  ("Personal dictionary & shortcuts", "Dictionary", "Dictionary")):
-            self.window.open_page(page, title)
-            field = self.window.find(name, "text")
-            self.window.fill(field, "abc")
-            wait_until(self.notes, "a note says that it could not be saved")
-            wait_until(lambda: field.text == "abc", "the text is kept")
-            self.window.go_back()
+    def assert_what_is_typed_is_kept(self, page, name):
+        self.window.open_page(*page)
+        field = self.window.find(name, "text")
+        self.window.fill(field, "abc")
+        wait_until(self.notes, "a note says that it could not be saved")
+        wait_until(lambda: field.text == "abc", "the text is kept")
+        self.window.go_back()
+
+    def assert_the_dictionary_takes_no_text(self):
+        """Nobody knows what is in it, so an edit could lose that."""
+        self.window.open_page(*DICTIONARY)
+        field = self.window.find("Dictionary", "text")
+        wait_until(lambda: any(label.startswith("This could not be read. ") for label in self.labels()), "a note says so")
+        self.window.fill(field, "abc")
+        self.assertEqual((field.text, self.notes()), ("", []))
+        self.window.go_back()
 
     def assert_reset_is_refused(self):
         self.window.open_page("Backup & reset")
@@ -150,7 +160,8 @@ class Home(Hardship):
         self.assertEqual(self.window.find("Key height", "slider").description, "61 pt")
         self.window.go_back()
         self.assert_controls_go_back()
-        self.assert_what_is_typed_is_kept()
+        self.assert_what_is_typed_is_kept(("Extensions",), "Search engine ID (cx)")
+        self.assert_what_is_typed_is_kept(DICTIONARY, "Dictionary")
         self.assert_reset_is_refused()
         self.assertEqual(session.ctl("get", "rowH"), "61")
 
@@ -172,7 +183,8 @@ class Home(Hardship):
         self.open_window(session, beats=False)
         self.assert_every_page_opens()
         self.assert_controls_go_back()
-        self.assert_what_is_typed_is_kept()
+        self.assert_what_is_typed_is_kept(("Extensions",), "Search engine ID (cx)")
+        self.assert_the_dictionary_takes_no_text()
         self.assert_reset_is_refused()
         self.open_dictation()
         self.window.find("Stop", "push button")

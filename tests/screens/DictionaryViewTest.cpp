@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
+#include "store/BrokenSuite.h"
+#include "store/SuiteWriter.h"
+#include "support/OtherProgram.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
 
 namespace kavrin::test
@@ -55,24 +59,181 @@ TEST_F(DictionaryViewTest, TypesNoTabs)
     EXPECT_EQ(userDict(), PropertyListValue(u"word"_s));
 }
 
-using DictionaryViewAlone = Screens;
-
-TEST_F(DictionaryViewAlone, ShowsWhatIsStored)
+/// The page over a dictionary that was there before it.
+class StoredDictionary : public Screens
 {
-    test::put(Shared::d(), u"userDict"_s, u"one\n=\n\nthree"_s);
-    const QmlWindow window(u"Kavrin.Screens"_s, u"DictionaryView"_s);
-    bool shown = false;
-    for (const QQuickItem *item : window.top()->findChildren<QQuickItem *>()) {
-        shown = shown || item->property("text").toString() == u"one\n=\n\nthree"_s;
+protected:
+    static void put(const PropertyListValue &value) { test::put(Shared::d(), u"userDict"_s, value); }
+    static PropertyListValue userDict() { return stored(u"userDict"_s).value_or(u"none"_s); }
+
+    void open()
+    {
+        m_view = std::make_unique<QmlWindow>(u"Kavrin.Screens"_s, u"DictionaryView"_s);
+        m_editor =
+            qobject_cast<QQuickItem *>(m_view->find(u"Dictionary"_s, QAccessible::EditableText)->object());
+        m_editor->forceActiveFocus();
     }
-    EXPECT_TRUE(shown);
+
+    void openAtTheEnd()
+    {
+        open();
+        view().press(Qt::Key_End, Qt::ControlModifier);
+    }
+
+    QmlWindow &view() { return *m_view; }
+    [[nodiscard]] QQuickItem &editor() const { return *m_editor; }
+    [[nodiscard]] QString shown() const { return m_editor->property("text").toString(); }
+
+    /// Waits until the page has followed a change.
+    void expectToShow(const QString &text)
+    {
+        EXPECT_TRUE(waitUntil([&] { return shown() == text; })) << shown().toStdString();
+    }
+
+private:
+    std::unique_ptr<QmlWindow> m_view;
+    QQuickItem *m_editor = nullptr;
+};
+
+/// Characters that an editor may take for others.
+const QString unusual = u"bjr=Bonjour\u00a0!\r\none\u2028line\r\u202f\u2029\t end \r\n"_s;
+
+TEST_F(StoredDictionary, IsShownFromItsBeginning)
+{
+    put(u"one\n=\n\nthree"_s);
+    open();
+    EXPECT_EQ(shown(), u"one\n=\n\nthree"_s);
+    view().type(u"x"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"xone\n=\n\nthree"_s));
 }
 
-TEST_F(DictionaryViewAlone, IsEmptyWhereWhatIsStoredIsNoText)
+TEST_F(StoredDictionary, StaysAsItIsUntilItIsEdited)
 {
-    test::put(Shared::d(), u"userDict"_s, 4.5);
-    const QmlWindow window(u"Kavrin.Screens"_s, u"DictionaryView"_s);
-    EXPECT_EQ(stored(u"userDict"_s), PropertyListValue(4.5));
+    for (const PropertyListValue &value : {PropertyListValue(unusual), PropertyListValue(4.5)}) {
+        put(value);
+        open();
+        view().press(Qt::Key_Right);
+        EXPECT_EQ(userDict(), value);
+    }
+}
+
+TEST_F(StoredDictionary, ChangesOnlyWhereItIsEdited)
+{
+    put(unusual);
+    openAtTheEnd();
+    view().type(u"x"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(unusual + u'x'));
+    view().press(Qt::Key_Home, Qt::ControlModifier);
+    view().type(u"y"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u'y' + unusual + u'x'));
+}
+
+TEST_F(StoredDictionary, TakesAPastedNoBreakSpace)
+{
+    open();
+    QMetaObject::invokeMethod(&editor(), "insert", Q_ARG(int, 0), Q_ARG(QString, u"non\u00a0!"_s));
+    EXPECT_EQ(userDict(), PropertyListValue(u"non\u00a0!"_s));
+}
+
+TEST_F(StoredDictionary, FollowsWhatIsStored)
+{
+    put(u"one"_s);
+    open();
+    for (const QString &text : {u"one\ntwo"_s, u"😀\ntwo"_s, u"😁\r\ntwo"_s, u""_s, unusual}) {
+        put(text);
+        expectToShow(QString(text)
+                         .replace(u"\r\n"_s, u"\n"_s)
+                         .replace(u'\r', u'\n')
+                         .replace(QChar(0x2028), u'\n')
+                         .replace(QChar(0x2029), u'\n')
+                         .replace(QChar(0xa0), u' '));
+        EXPECT_EQ(userDict(), PropertyListValue(text));
+    }
+}
+
+TEST_F(StoredDictionary, KeepsTheCursorInItsLineWhenAnotherIsAdded)
+{
+    put(u"a\nb"_s);
+    openAtTheEnd();
+    put(u"a\nb\nnew"_s);
+    expectToShow(u"a\nb\nnew"_s);
+    view().type(u"c"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"a\nbc\nnew"_s));
+    put(u"first\na\nbc\nnew"_s);
+    expectToShow(u"first\na\nbc\nnew"_s);
+    view().type(u"d"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"first\na\nbcd\nnew"_s));
+}
+
+TEST_F(StoredDictionary, UndoTakesBackOnlyWhatWasTyped)
+{
+    put(u"a"_s);
+    openAtTheEnd();
+    view().press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(userDict(), PropertyListValue(u"a"_s));
+    view().type(u"b"_s);
+    view().press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(userDict(), PropertyListValue(u"a"_s));
+}
+
+TEST_F(StoredDictionary, KeepsWhatAnotherProgramAddsBeforeItIsShown)
+{
+    put(u"a\n"_s);
+    openAtTheEnd();
+    put(u"a\nnew\n"_s);
+    view().type(u"b"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"a\nnew\nb"_s));
+    expectToShow(u"a\nnew\nb"_s);
+    view().type(u"c"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"a\nnew\nbc"_s));
+}
+
+TEST_F(StoredDictionary, KeepsWhatAnotherProgramAddsWhileEditsWaitForIt)
+{
+    const SuiteWriter writer;
+    put(u"a\n"_s);
+    openAtTheEnd();
+    OtherProgram keyboard;
+    keyboard.execute("BEGIN IMMEDIATE");
+    view().type(u"bc"_s);
+    keyboard.execute(
+        "UPDATE defaults SET value = 'a' || char(10) || 'new' || char(10) WHERE key = 'userDict'");
+    view().type(u"d"_s);
+    keyboard.execute("COMMIT");
+    expectToShow(u"a\nnew\nbcd"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"a\nnew\nbcd"_s));
+}
+
+TEST_F(StoredDictionary, KeepsWhatIsTypedWhileItCannotBeStored)
+{
+    put(u"a"_s);
+    openAtTheEnd();
+    {
+        const RefusedKey refused("userDict");
+        view().type(u"bc"_s);
+        EXPECT_FALSE(view().names().filter(u"This could not be saved. "_s).isEmpty());
+    }
+    put(u"a\nnew"_s);
+    view().type(u"d"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"abcd\nnew"_s));
+    EXPECT_TRUE(view().names().filter(u"This could not be saved. "_s).isEmpty());
+}
+
+TEST_F(StoredDictionary, CannotBeEditedUntilItCanBeRead)
+{
+    const auto notes = [&] { return view().names().filter(u"This could not be read. "_s); };
+    {
+        const BrokenSuite broken;
+        open();
+        view().type(u"x"_s);
+        EXPECT_EQ(shown(), u"");
+        EXPECT_EQ(notes().size(), 1);
+    }
+    put(u"word"_s);
+    expectToShow(u"word"_s);
+    EXPECT_EQ(notes().size(), 0);
+    view().type(u"x"_s);
+    EXPECT_EQ(userDict(), PropertyListValue(u"wordx"_s));
 }
 
 } // namespace

@@ -71,6 +71,39 @@ TEST(SuiteWriter, SaysWhatCouldNotBeStored)
     EXPECT_TRUE(outcome.contains(u"no room")) << outcome.toStdString();
 }
 
+TEST(SuiteWriter, EditsTheTextThatIsThereWhenItsTurnComes)
+{
+    const SuiteWriter writer;
+    put(Shared::d(), key, u"a"_s);
+    OtherProgram other;
+    other.execute("BEGIN IMMEDIATE");
+    bool settledAsStored = false;
+    const Written edited = SuiteWriter::edit(
+        key,
+        [](const std::optional<PropertyListValue> &stored) {
+            return std::get<QString>(stored.value_or(u"nothing"_s)) + u'c';
+        },
+        [&](bool isStored) { settledAsStored = isStored; });
+    other.execute("UPDATE defaults SET value = 'ab' WHERE key = 'rowH'");
+    other.execute("COMMIT");
+    EXPECT_EQ(outcomeOf(edited), u"");
+    EXPECT_TRUE(settledAsStored);
+    EXPECT_EQ(Shared::d().object(key), PropertyListValue(u"abc"_s));
+}
+
+TEST(SuiteWriter, EditsNothingWhereTheTextCannotBeStored)
+{
+    const SuiteWriter writer;
+    const RefusedKey refused("rowH");
+    bool settledAsStored = true;
+    const Written edited = SuiteWriter::edit(
+        key, [](const auto &stored) { return stored ? u"something"_s : u"nothing"_s; },
+        [&](bool isStored) { settledAsStored = isStored; });
+    EXPECT_NE(outcomeOf(edited), u"");
+    EXPECT_FALSE(settledAsStored);
+    EXPECT_EQ(Shared::d().object(key), std::nullopt);
+}
+
 TEST(SuiteWriter, EndsWhenEverythingIsWritten)
 {
     {

@@ -133,6 +133,14 @@ Decoded decode(const SqliteStatement &row)
                            : decodePropertyList<PropertyListDictionary>(row);
 }
 
+int readValue(SqliteStatement &statement, const QString &key, Decoded &value)
+{
+    statement.bindText(1, key.toUtf8());
+    const int result = statement.step();
+    value = result == SQLITE_ROW ? decode(statement) : std::nullopt;
+    return result;
+}
+
 /// Collects all remaining rows.
 int collect(SqliteStatement &statement, PropertyListDictionary &values)
 {
@@ -217,6 +225,13 @@ int makeAll(const Changes &changes, SqliteConnection &connection)
     return SQLITE_DONE;
 }
 
+void logFailure(const QStringList &keys, const std::optional<Error> &failure)
+{
+    if (failure) {
+        qCWarning(Logging::store) << "Not stored:" << keys << failure->localizedDescription;
+    }
+}
+
 QStringList keysOf(const Changes &changes)
 {
     QStringList keys;
@@ -263,12 +278,8 @@ void UserDefaults::onDamage(std::function<void(const QString &)> listener)
 Result<std::optional<PropertyListValue>> UserDefaults::read(const QString &key) const
 {
     Result<Decoded> result;
-    result.failure = m_database->read(readSql, [&](SqliteStatement &statement) {
-        statement.bindText(1, key.toUtf8());
-        const int step = statement.step();
-        result.value = step == SQLITE_ROW ? decode(statement) : std::nullopt;
-        return step;
-    });
+    result.failure = m_database->read(
+        readSql, [&](SqliteStatement &statement) { return readValue(statement, key, result.value); });
     return result;
 }
 
@@ -327,9 +338,22 @@ std::optional<Error> UserDefaults::write(const Changes &changes, QDeadlineTimer 
         failure = m_database->write(
             [&](SqliteConnection &connection) { return makeAll(changes, connection); }, limit);
     }
-    if (failure) {
-        qCWarning(Logging::store) << "Not stored:" << keysOf(changes) << failure->localizedDescription;
-    }
+    logFailure(keysOf(changes), failure);
+    return failure;
+}
+
+std::optional<Error> UserDefaults::edit(const QString &key, const TextEdit &edit, QDeadlineTimer limit)
+{
+    const std::optional<Error> failure = m_database->write(
+        [&](SqliteConnection &connection) {
+            Decoded stored;
+            const int result = connection.run(
+                readSql, [&](SqliteStatement &statement) { return readValue(statement, key, stored); });
+            const bool isRead = result == SQLITE_ROW || result == SQLITE_DONE;
+            return isRead ? make({key, edit(stored)}, connection) : result;
+        },
+        limit);
+    logFailure({key}, failure);
     return failure;
 }
 

@@ -17,9 +17,18 @@ namespace
 /// For an image without a sourceSize.
 constexpr int defaultPixels = 20;
 
-QImage symbol(const QString &name, int pixels)
+/// Without `points`, each pixel is a point.
+QImage sticker(int points, int pixels)
 {
-    return name == u"custom.sticker" ? ToolIcon::sticker(pixels) : Symbols::image(name, pixels);
+    const double scale = points > 0 ? double(pixels) / points : 1;
+    QImage image = ToolIcon::sticker(pixels / scale, scale);
+    image.setDevicePixelRatio(1);
+    return image;
+}
+
+QImage symbol(const QString &name, int points, int pixels)
+{
+    return name == u"custom.sticker" ? sticker(points, pixels) : Symbols::image(name, pixels);
 }
 
 void tint(QImage &image, const QColor &color)
@@ -35,7 +44,8 @@ QImage SymbolImageProvider::requestImage(const QString &id, QSize *size, const Q
 {
     const int largerSide = std::max(requestedSize.width(), requestedSize.height());
     const int pixels = largerSide > 0 ? largerSide : defaultPixels;
-    QImage image = symbol(id.section(u'?', 0, 0), pixels);
+    const QString symbolId = id.section(u'?', 0, 0);
+    QImage image = symbol(symbolId.section(u'@', 0, 0), symbolId.section(u'@', 1).toInt(), pixels);
     if (image.isNull()) {
         // Qt Quick would print a warning for a null image.
         image = QImage(pixels, pixels, QImage::Format_ARGB32_Premultiplied);

@@ -6,9 +6,10 @@
 namespace kavrin
 {
 
-/// Symbols in a colour, for QML: "image://symbol/NAME?RRGGBB" or "image://symbol/NAME?AARRGGBB". The size is
-/// the image's sourceSize, which counts the screen's own pixels. NAME is a system symbol or "custom.sticker";
-/// any other name gives an empty picture. Safe from any thread.
+/// Symbols in a colour, for QML: "image://symbol/NAME@POINTS?RRGGBB", or with AARRGGBB. NAME is a system
+/// symbol or "custom.sticker"; any other name gives an empty picture. The size is the image's sourceSize,
+/// which counts the screen's own pixels. POINTS says how many points that is; without it, each pixel is a
+/// point. Safe from any thread.
 class SymbolImageProvider : public QQuickImageProvider
 {
 public:

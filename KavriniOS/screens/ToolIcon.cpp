@@ -89,7 +89,7 @@ ToolIcon::StickerGeometry ToolIcon::stickerGeometry(double size)
 QImage ToolIcon::sticker(double size, double devicePixelRatio)
 {
     const StickerGeometry g = stickerGeometry(size);
-    const int pixels = int(std::ceil(size * devicePixelRatio));
+    const int pixels = int(std::lround(size * devicePixelRatio));
     QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(devicePixelRatio);
     image.fill(Qt::transparent);

@@ -23,7 +23,7 @@ Item {
         width: pixels / Screen.devicePixelRatio
         height: width
         sourceSize: Qt.size(pixels, pixels)
-        source: symbol.name ? "image://symbol/" + symbol.name + "?" + String(symbol.color).slice(1) : ""
+        source: symbol.name ? "image://symbol/" + symbol.name + "@" + symbol.size + "?" + String(symbol.color).slice(1) : ""
         Accessible.ignored: true
     }
 }

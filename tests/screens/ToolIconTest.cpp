@@ -241,6 +241,21 @@ TEST(SymbolImageProvider, IsAsLargeAsAsked)
     }
 }
 
+TEST(SymbolImageProvider, DrawsTheSameStickerWithMorePixelsOnAFinerScreen)
+{
+    const std::pair<int, int> rows[] = {{23, 46}, {23, 35}, {23, 29}, {13, 13}, {13, 39}};
+    for (const auto &[points, pixels] : rows) {
+        SCOPED_TRACE(pixels);
+        const QString id = u"custom.sticker@%1?000000"_s.arg(points);
+        QSize size;
+        const QImage image = SymbolImageProvider().requestImage(id, &size, QSize(pixels, pixels));
+        QImage expected = ToolIcon::sticker(points, double(pixels) / points);
+        expected.setDevicePixelRatio(1);
+        EXPECT_EQ(size, QSize(pixels, pixels));
+        EXPECT_EQ(image, expected);
+    }
+}
+
 TEST(SymbolImageProvider, GivesAnEmptyPictureForAnUnknownSymbolWithoutAWarning)
 {
     QQmlEngine engine;

@@ -168,6 +168,18 @@ TEST_F(ToolbarOrderViewTest, ShowsBothRowsOfAToolThatIsStoredTwice)
     EXPECT_EQ(window().names().count(u"Move Emoji"_s), 1);
 }
 
+TEST_F(ToolbarOrderViewTest, DrawsTheStickerForItsSizeInPoints)
+{
+    open();
+    QStringList images;
+    for (const QQuickItem *item : row(u"Stickers"_s)->findChildren<QQuickItem *>()) {
+        if (item->inherits("QQuickImage")) {
+            images.append(item->property("source").toUrl().fileName());
+        }
+    }
+    EXPECT_TRUE(images.contains(u"custom.sticker@23"_s)) << images.join(u' ').toStdString();
+}
+
 TEST_F(ToolbarOrderViewTest, MovesARowThatIsDraggedDown)
 {
     open();

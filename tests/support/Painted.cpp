@@ -19,7 +19,7 @@ namespace
 QString contentOf(const QQuickItem *item)
 {
     if (item->inherits("QQuickImage")) {
-        const QString symbol = item->property("source").toUrl().fileName();
+        const QString symbol = item->property("source").toUrl().fileName().section(u'@', 0, 0);
         return symbol.isEmpty() ? symbol : u'(' + symbol + u')';
     }
     if (item->inherits("QQuickTextInput")) {

@@ -9,12 +9,12 @@ Item {
     property string title
     property string placeholder
     property bool secret: false
-    property alias text: field.text
+    property string text
     property string footer
     /// Whether what the user types goes here.
     readonly property bool editing: field.activeFocus
 
-    /// The user has changed the text.
+    /// The user has changed the text, or a screen reader has.
     signal edited(string text)
 
     width: parent.width
@@ -55,6 +55,7 @@ Item {
 
             property bool revealed: false
 
+            text: row.text
             width: parent.width
             height: Math.ceil(contentHeight) + topPadding + bottomPadding
             topPadding: 3
@@ -72,7 +73,12 @@ Item {
             passwordCharacter: "•"
             inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
                               | (row.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : 0)
-            onTextEdited: row.edited(text)
+            // A screen reader that sets the text causes no textEdited().
+            onTextChanged: {
+                if (text !== row.text) {
+                    row.edited(text);
+                }
+            }
             Accessible.ignored: row.secret
             Accessible.role: Accessible.EditableText
             Accessible.name: row.title || row.placeholder

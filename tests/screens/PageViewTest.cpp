@@ -277,6 +277,30 @@ TEST_F(PageViewTest, TakesNoLineBreakOfAPastedText)
     }
 }
 
+TEST_F(PageViewTest, StoresATextSetByAScreenReader)
+{
+    Prefs::set(u"provider"_s, u"custom"_s);
+    openPage(u"dictation"_s);
+    window().find(u"Endpoint URL"_s)->setText(QAccessible::Value, u"https://one"_s);
+    EXPECT_EQ(window().item(u"Endpoint URL"_s)->property("text"), u"https://one"_s);
+    EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"https://one"_s));
+    window().click(u"Endpoint URL"_s);
+    window().press(Qt::Key_End);
+    window().type(u"2"_s);
+    EXPECT_EQ(stored(u"customURL"_s), PropertyListValue(u"https://one2"_s));
+}
+
+TEST_F(PageViewTest, StoresNoTextThatItOnlyShows)
+{
+    Prefs::set(u"provider"_s, u"custom"_s);
+    openPage(u"dictation"_s);
+    change(u"customURL"_s, u"theirs"_s);
+    const auto revision = stored(u"settingsRevision"_s);
+    settings().reload();
+    EXPECT_EQ(window().item(u"Endpoint URL"_s)->property("text"), u"theirs"_s);
+    EXPECT_EQ(stored(u"settingsRevision"_s), revision);
+}
+
 TEST_F(PageViewTest, MasksKeysUntilTheUserAsksToSeeThem)
 {
     Prefs::set(u"openaiKey"_s, u"hidden key"_s);

@@ -52,6 +52,7 @@ TitledPage {
         CardRow {
             FieldRow {
                 placeholder: "Try the keyboard here"
+                prose: true
             }
         }
     }

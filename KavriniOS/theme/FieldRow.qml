@@ -2,13 +2,15 @@
 import QtQuick
 
 /// A row with a line of text to edit, under its title. If `secret`, the text is masked unless the user asks to see it.
-/// Nothing is capitalised or corrected.
+/// Nothing is capitalised or corrected unless `prose`.
 Item {
     id: row
 
     property string title
     property string placeholder
     property bool secret: false
+    /// Whether a keyboard may capitalise, correct and suggest.
+    property bool prose: false
     property string text
     property string footer
     /// Whether what the user types goes here.
@@ -71,7 +73,7 @@ Item {
             selectByMouse: true
             echoMode: row.secret && !revealed ? TextInput.Password : TextInput.Normal
             passwordCharacter: "•"
-            inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
+            inputMethodHints: (row.prose ? Qt.ImhNone : Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText)
                               | (row.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : 0)
             // A screen reader that sets the text causes no textEdited().
             onTextChanged: {

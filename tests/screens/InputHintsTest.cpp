@@ -45,6 +45,13 @@ TEST_F(InputHintsTest, SecretFieldsAreHiddenAndNotLearntFromEvenWhileTheyAreShow
     EXPECT_EQ(hintsIn(window()) & secret, secret);
 }
 
+TEST_F(InputHintsTest, TheFieldToTryTheKeyboardForbidsItNothing)
+{
+    openSettings();
+    window().click(u"Try the keyboard here"_s);
+    EXPECT_EQ(hintsIn(window()), Qt::ImhNone);
+}
+
 TEST_F(InputHintsTest, TheDictionaryIsNeitherCapitalisedNorPredicted)
 {
     QmlWindow dictionary(u"Kavrin.Screens"_s, u"DictionaryView"_s);

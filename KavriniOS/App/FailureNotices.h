@@ -39,11 +39,7 @@ Q_SIGNALS:
 
 private:
     Notifications &m_notifications;
-<<<<<<< ours
-    QStringList m_keys; ///< those of the last rememberKeys()
-=======
     QStringList m_keys; ///< to be masked, besides those in the settings
->>>>>>> theirs
 };
 
 } // namespace kavrin

@@ -95,24 +95,9 @@ struct KavrinApp::Services {
     QCoro::Task<QString> transcribe(QString path)
     {
         failureNotices.rememberKeys();
-<<<<<<< ours
-        ++transcriptions;
-        const auto end = qScopeGuard([this] { --transcriptions; });
-        // Later, because a failure is reported after this returns.
-        const auto forget = qScopeGuard([this] {
-            const auto forgetIfLast = [this] {
-                if (transcriptions == 0) {
-                    failureNotices.forgetKeys();
-                }
-            };
-            QMetaObject::invokeMethod(&failureNotices, forgetIfLast, Qt::QueuedConnection);
-        });
+        const auto forget = qScopeGuard([this] { failureNotices.forgetKeysSoon(); });
         const SendableRecording recording(path);
         const QCoro::Task<QString> transcription = Transcriber::transcribe(recording.path(), urlSession);
-=======
-        const auto forget = qScopeGuard([this] { failureNotices.forgetKeysSoon(); });
-        const QCoro::Task<QString> transcription = Transcriber::transcribe(path, urlSession);
->>>>>>> theirs
         co_return co_await transcription;
     }
 

@@ -5,6 +5,7 @@
 #include "store/SettingValue.h"
 
 #include <QCoroFuture>
+#include <QHash>
 #include <QPointer>
 #include <QVariantMap>
 
@@ -28,11 +29,23 @@ template <typename Kind> const Kind &kindOf(const Prefs::Item &item)
     return kind != nullptr ? *kind : otherKind;
 }
 
+using Written = QFuture<std::optional<Error>>;
+
+/// By key, the last change of which no row has shown the outcome. The page may be closed before it is known.
+QHash<QString, Written> &unseenChanges()
+{
+    static QHash<QString, Written> changes;
+    return changes;
+}
+
 } // namespace
 
 SettingModel::SettingModel(Prefs::Item item, QObject *parent)
     : QObject(parent), m_item(std::move(item)), m_visible(Prefs::isVisible(m_item.key))
 {
+    if (unseenChanges().contains(m_item.key)) {
+        showOutcome(unseenChanges().value(m_item.key));
+    }
 }
 
 void SettingModel::setNote(const QString &note)
@@ -76,23 +89,37 @@ void SettingModel::reread()
     Q_EMIT ticked();
 }
 
-/// Shows the new value at once. If storing it fails, shows what the suite holds.
-QCoro::Task<> SettingModel::store(PropertyListValue value)
+/// Shows the new value at once.
+void SettingModel::store(const PropertyListValue &value)
 {
-    const QPointer self(this);
+    ++m_changes;
     setNote({});
-    const QFuture<std::optional<Error>> written = Prefs::submit({{m_item.key, value}});
+    const Written written = Prefs::submit({{m_item.key, value}});
+    unseenChanges().insert(m_item.key, written);
     Q_EMIT textChanged();
     showValue();
+    showOutcome(written);
+}
+
+/// If the row's last change could not be stored, shows what the suite holds.
+QCoro::Task<> SettingModel::showOutcome(QFuture<std::optional<Error>> written)
+{
+    const QPointer self(this);
+    const int change = m_changes;
     const std::optional<Error> failure = co_await written;
     if (!self) {
         co_return;
     }
+    const bool isLast = change == m_changes;
+    if (isLast) {
+        unseenChanges().remove(m_item.key);
+    }
+    if (isLast && !failure) {
+        m_unsavedText.reset();
+    }
     setNote(failure ? storeNote(*failure) : QString());
     if (failure) {
         showValue();
-    } else if (m_unsavedText && value == entered(*m_unsavedText)) {
-        m_unsavedText.reset();
     }
 }
 

@@ -63,7 +63,8 @@ public:
     /// How often the row has read its value again.
     [[nodiscard]] int tick() const { return m_tick; }
 
-    /// What an action has done, or why a change could not be stored.
+    /// What an action has done, or why a change could not be stored: the last one, or one made on a page that
+    /// was closed before its outcome was known.
     [[nodiscard]] QString note() const { return m_note; }
     void setNote(const QString &note);
 
@@ -110,7 +111,8 @@ Q_SIGNALS:
     void changed();
 
 private:
-    QCoro::Task<> store(PropertyListValue value);
+    void store(const PropertyListValue &value);
+    QCoro::Task<> showOutcome(QFuture<std::optional<Error>> written);
     [[nodiscard]] PropertyListValue entered(const QString &line) const;
     void showValue();
     void reread();
@@ -118,6 +120,7 @@ private:
     Prefs::Item m_item;
     bool m_visible;
     int m_tick = 0;
+    int m_changes = 0; ///< how often the user has changed the value
     QString m_note;
     bool m_isHeld = false;
     bool m_isBehind = false; ///< whether it was to read again while it was held

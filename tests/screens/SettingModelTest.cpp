@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "screens/SettingModel.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
+#include "support/RefusedKey.h"
+#include "support/Wait.h"
 
 #include <QSignalSpy>
 
@@ -124,6 +127,61 @@ TEST(SettingModel, ReadsAgainOnlyWhenTheUserHasLetGo)
     setting.setHeld(true);
     setting.setHeld(false);
     EXPECT_EQ(read.size(), 1);
+}
+
+const Prefs::Item line = {u"key"_s, u"Title"_s, catalogue::Text{{}, false}};
+
+TEST(SettingModel, TellsTheNextRowOfAChangeThatFailedAfterItsPageWasClosed)
+{
+    const SuiteWriter writer;
+    const RefusedKey refused("key");
+    const auto change = [] { std::make_unique<SettingModel>(line)->setText(u"a"_s); };
+    for (const bool isKnown : {false, true}) {
+        SCOPED_TRACE(isKnown);
+        change();
+        if (isKnown) {
+            // The writer makes changes in their order.
+            const auto next = SuiteWriter::write({{u"other"_s, true}});
+            EXPECT_TRUE(waitUntil([&] { return next.isFinished(); }));
+        }
+        const SettingModel reopened(line);
+        EXPECT_TRUE(waitUntil([&] { return reopened.note().contains(u"no room"); }));
+        EXPECT_EQ(reopened.text(), u"");
+        EXPECT_EQ(SettingModel(line).note(), u"");
+    }
+}
+
+TEST(SettingModel, TellsNoRowOfAChangeThatWasStoredAfterItsPageWasClosed)
+{
+    const SuiteWriter writer;
+    OtherProgram other;
+    other.execute("BEGIN IMMEDIATE");
+    std::make_unique<SettingModel>(line)->setText(u"a"_s);
+    const SettingModel reopened(line);
+    other.execute("COMMIT");
+    const auto next = SuiteWriter::write({{u"other"_s, true}});
+    EXPECT_TRUE(waitUntil([&] { return next.isFinished(); }));
+    EXPECT_EQ(reopened.text(), u"a");
+    EXPECT_EQ(reopened.note(), u"");
+}
+
+TEST(SettingModel, KeepsATextThatCouldNotBeStoredAlsoWhereAnEarlierEditStoredTheSame)
+{
+    const SuiteWriter writer;
+    OtherProgram other;
+    other.execute(
+        "CREATE TRIGGER refused BEFORE INSERT ON defaults WHEN NEW.key = 'key' AND "
+        "(SELECT value FROM defaults WHERE key = 'key') = 'ab' BEGIN SELECT RAISE(ABORT, 'no room'); END");
+    other.execute("BEGIN IMMEDIATE");
+    SettingModel setting(line);
+    setting.setText(u"a"_s);
+    setting.setText(u"ab"_s);
+    setting.setText(u"a"_s);
+    other.execute("COMMIT");
+    EXPECT_TRUE(waitUntil([&] { return setting.note().contains(u"no room"); }));
+    EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"ab"_s));
+    EXPECT_EQ(setting.text(), u"a");
+    other.execute("DROP TRIGGER refused");
 }
 
 TEST(SettingModel, HasNoChosenOptionWhereTheStoredOneIsUnknown)

@@ -17,7 +17,8 @@ namespace kavrin
 ///
 /// It listens on 127.0.0.1 and, where the machine has IPv6, on ::1, and answers only the user that runs this
 /// process: the connection of another user, or of another machine wherever its packets get through, is closed
-/// unanswered. One connection carries one request, of at most 8192 bytes received at once, and one answer.
+/// unanswered. So is that of a browser, which acts for a web page (LoopbackSender.h). One connection carries
+/// one request, of at most 8192 bytes received at once, and one answer.
 ///
 /// It has two threads of its own, which use nothing but the shared suite: one serves all connections, the
 /// other stores, one after the other, what they ask to have stored, and may have to wait for another process

@@ -76,6 +76,15 @@ std::optional<LoopbackWrite> loopbackWrite(const std::optional<LoopbackRequest> 
     return request && request->path == usedPath ? used(*request) : std::nullopt;
 }
 
+std::optional<LoopbackRequest> withoutEffect(std::optional<LoopbackRequest> request)
+{
+    if (!request || request->path == getPath) {
+        return std::nullopt;
+    }
+    request->query.clear();
+    return request;
+}
+
 std::string loopbackAnswer(const std::optional<LoopbackRequest> &request)
 {
     const std::string body = request ? bodyFor(*request) : std::string(nothing);

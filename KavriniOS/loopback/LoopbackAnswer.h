@@ -22,6 +22,9 @@ struct LoopbackWrite {
 /// docs/loopback.md.
 std::optional<LoopbackWrite> loopbackWrite(const std::optional<LoopbackRequest> &request);
 
+/// The request that is answered in the same form as `request`, but stores nothing and learns nothing.
+std::optional<LoopbackRequest> withoutEffect(std::optional<LoopbackRequest> request);
+
 /// The whole HTTP answer to a request, which is the same whether what it asked for could be stored or not. No
 /// request is one that makes no sense. Reads the shared suite (Shared::d()). Safe from any thread.
 std::string loopbackAnswer(const std::optional<LoopbackRequest> &request);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/LoopbackService.h"
 
+#include "loopback/LoopbackSender.h"
 #include "platform/Logging.h"
 #include "store/Shared.h"
 
@@ -96,7 +97,15 @@ asio::awaitable<void> LoopbackService::serve(tcp::socket socket, tcp::endpoint p
     }
     Buffer buffer;
     const std::string_view received = co_await receive(socket, buffer);
-    const std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
+    const LoopbackSender sender = loopbackSender(received, buffer.size());
+    if (sender == LoopbackSender::Browser) {
+        qCInfo(Logging::loopback) << "A browser's connection closed";
+        co_return;
+    }
+    std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
+    if (sender == LoopbackSender::Unknown) {
+        request = withoutEffect(std::move(request));
+    }
     const std::optional<LoopbackWrite> write = loopbackWrite(request);
     if (write) {
         co_await asio::co_spawn(m_writer, store(*write, QDeadlineTimer(UserDefaults::patience)),

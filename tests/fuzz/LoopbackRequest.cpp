@@ -3,6 +3,7 @@
 #include "loopback/LoopbackRequest.h"
 #include "fuzz/FuzzTarget.h"
 #include "loopback/LoopbackAnswer.h"
+#include "loopback/LoopbackSender.h"
 #include "store/Shared.h"
 
 #include <QJsonDocument>
@@ -75,6 +76,20 @@ void checkWrite(const std::optional<LoopbackWrite> &write)
     }
 }
 
+/// The judgement rests on whole headers above the empty line: what follows that changes nothing.
+void checkSender(std::string_view received)
+{
+    const std::string request = std::string(received) + "\r\n\r\n";
+    require(loopbackSender(request, request.size()) == loopbackSender(request + "Origin: x\r\n", 0),
+            "a body is no header");
+}
+
+void checkHarmless(const std::optional<LoopbackRequest> &request)
+{
+    require(!loopbackWrite(request), "a request without effect stores nothing");
+    require(loopbackAnswer(request).find("transcript") == std::string::npos, "and learns nothing");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -85,6 +100,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::optional<LoopbackRequest> request = LoopbackRequest::parse(received);
     checkWrite(loopbackWrite(request));
     checkAnswer(loopbackAnswer(request));
+    checkSender(received);
+    checkHarmless(withoutEffect(request));
     require(Shared::d().dictionaryRepresentation().value == suite, "answering stores nothing");
     return 0;
 }

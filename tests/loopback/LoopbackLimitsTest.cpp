@@ -40,10 +40,28 @@ TEST_F(LoopbackLimits, AnswersALineOfAMebibyteFromItsBeginning)
 
 TEST_F(LoopbackLimits, ReceivesNoMoreThan8192Bytes)
 {
-    const std::string head = "GET /cmd?v=stop&v=";
-    const std::string padding(8192 - std::string_view("&v=start").size() - head.size(), 'x');
-    EXPECT_EQ(answerTo(port(), head + padding + "&v=starting HTTP/1.1\r\n\r\n"), answerWith(done));
+    const std::string head = "GET /cmd?v=start HTTP/1.1\r\nX: ";
+    const std::string end = "\r\n\r\n";
+    const std::string padding(8192 - head.size() - end.size(), 'x');
+    EXPECT_EQ(answerTo(port(), head + padding + end), answerWith(done));
     EXPECT_EQ(stored(u"dictationCommand"_s), PropertyListValue(u"start"_s));
+
+    test::drop(Shared::d(), u"dictationCommand"_s);
+    EXPECT_EQ(answerTo(port(), head + padding + "x" + end), answerWith(done));
+    EXPECT_EQ(stored(u"dictationCommand"_s), std::nullopt);
+}
+
+TEST_F(LoopbackLimits, NeitherStoresNorTellsAnythingWhereTheHeadersDoNotFit)
+{
+    test::put(Shared::d(), u"transcript"_s, u"text"_s);
+    const std::string padding(8192, 'x');
+    for (const auto &[target, body] : std::vector<std::pair<std::string, std::string>>{
+             {"/get?", nothing}, {"/cmd?v=start&", done}, {"/used?t=1.5&", done}, {"/other?", nothing}}) {
+        SCOPED_TRACE(target);
+        EXPECT_EQ(answerTo(port(), "GET " + target + padding + " HTTP/1.1\r\n\r\n"), answerWith(body));
+    }
+    const PropertyListDictionary expected = {{u"transcript"_s, u"text"_s}};
+    EXPECT_EQ(Shared::d().dictionaryRepresentation().value, expected);
 }
 
 TEST_F(LoopbackLimits, OutlivesClientsThatLeaveWithoutAWord)

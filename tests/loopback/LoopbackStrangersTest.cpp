@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <new>
+#include <string>
 
 namespace kavrin::test
 {
@@ -70,6 +71,17 @@ TEST(LoopbackStrangers, LeavesAnotherUserUnanswered)
     // The connection may be closed before all is sent.
     static_cast<void>(client.send("GET /cmd?v=start HTTP/1.1\r\n\r\n"));
     EXPECT_EQ(client.receiveToEnd().value_or(""), "");
+    EXPECT_EQ(stored(u"dictationCommand"_s), std::nullopt);
+}
+
+TEST(LoopbackStrangers, LeavesABrowserUnanswered)
+{
+    Loopback loopback(0);
+    const std::uint16_t port = portOf(loopback);
+    for (const std::string header : {"Origin: null", "Sec-Fetch-Site: none", "Host: page.example"}) {
+        SCOPED_TRACE(header);
+        EXPECT_EQ(answerTo(port, "GET /cmd?v=start HTTP/1.1\r\n" + header + "\r\n\r\n"), "");
+    }
     EXPECT_EQ(stored(u"dictationCommand"_s), std::nullopt);
 }
 

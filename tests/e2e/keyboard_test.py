@@ -14,15 +14,35 @@ from support.private_session import PrivateSession, enter_private_namespaces, wa
 
 CODE = "482913"
 
+# What goes before the program to hold back its first write under a key until the test lets it go on.
+HELD_BACK = """
+import os, sqlite3, time
+
+
+class HeldBack(sqlite3.Connection):
+    was_held_back = False
+
+    def execute(self, statement, values=()):
+        if not self.was_held_back and statement.startswith("INSERT") and {key!r} in values:
+            self.was_held_back = True
+            open({reached!r}, "w").close()
+            while os.path.exists({reached!r}):
+                time.sleep(0.01)
+        return super().execute(statement, values)
+
+
+sqlite3.connect = lambda *names, connect=sqlite3.connect, **options: connect(*names, factory=HeldBack, **options)
+"""
+
 
 class Keyboard:
     """The program, with what it draws and what it types."""
 
-    def __init__(self, session, name):
+    def __init__(self, session, name, before=""):
         self._drawn = session.folder / f"{name}.drawn"
         self._typed = session.folder / f"{name}.typed"
         with open(self._drawn, "wb") as drawn, open(self._typed, "wb") as typed:
-            self._process = subprocess.Popen([sys.executable, "-c", example("docs/keyboard.md", "python")],
+            self._process = subprocess.Popen([sys.executable, "-c", before + example("docs/keyboard.md", "python")],
                                              env=session.env, stdin=subprocess.PIPE, stdout=typed, stderr=drawn)
 
     def drawn(self):
@@ -58,10 +78,15 @@ class KeyboardGuide(unittest.TestCase):
         self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
         self.suite = self.session.suite()
 
-    def start_keyboard(self, name="keyboard"):
-        keyboard = Keyboard(self.session, name)
+    def start_keyboard(self, name="keyboard", before=""):
+        keyboard = Keyboard(self.session, name, before)
         self.addCleanup(keyboard.kill)
         return keyboard
+
+    def start_slow_keyboard(self, key):
+        """A keyboard that is held back before it writes under the key, and the file that is there while it is."""
+        reached = self.session.folder / "reached"
+        return self.start_keyboard("slow", HELD_BACK.format(key=key, reached=str(reached))), reached
 
     def start_kavrin(self):
         self.session.start_speech_service()
@@ -121,6 +146,35 @@ class KeyboardGuide(unittest.TestCase):
         wait_until(lambda: self.suite.get("tUsed") == self.suite.get("tStamp"), "the transcript is marked as used")
         self.assertEqual([keyboard.end() for keyboard in keyboards], [0, 0])
         self.assertEqual(sum((keyboard.typed() for keyboard in keyboards), []), ["ten of clubs"])
+
+    def test_a_late_claim_of_an_older_transcript_does_not_win(self):
+        slow, reached = self.start_slow_keyboard("tUsed")
+        self.store_transcript("ten of clubs", age=2)
+        wait_until(reached.exists, "the slow keyboard has read the first transcript")
+        quick = self.start_keyboard()
+        quick.wait_for_text("ten of clubs")
+        self.store_transcript("jack of spades", age=1)
+        quick.wait_for_text("jack of spades")
+        reached.unlink()
+        self.assertEqual([slow.end(), quick.end()], [0, 0])
+        self.assertEqual((slow.typed(), quick.typed()), ([], ["ten of clubs", "jack of spades"]))
+        self.assertEqual(self.suite.get("tUsed"), self.suite.get("tStamp"))
+
+    def test_a_late_claim_of_an_older_code_does_not_take_the_newer(self):
+        self.store_code()
+        slow, reached = self.start_slow_keyboard("otpUsed")
+        slow.enter("code")
+        wait_until(reached.exists, "the slow keyboard has read the first code")
+        quick = self.start_keyboard()
+        quick.enter("code")
+        quick.wait_for_text(CODE)
+        self.session.ctl("save-code", "Your code is 271828")
+        reached.unlink()
+        self.assertEqual(slow.end(), 0)
+        self.assertEqual(slow.typed(), [])
+        quick.enter("code")
+        self.assertEqual(quick.end(), 0)
+        self.assertEqual(quick.typed(), [CODE, "271828"])
 
     def test_it_inserts_what_was_dictated_while_it_was_away_unless_that_is_old(self):
         for age, typed in ((30, ["ten of clubs"]), (90, [])):

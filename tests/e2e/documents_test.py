@@ -1,15 +1,23 @@
 # SPDX-License-Identifier: MIT
 """The examples of the documents, run as they stand against the real application; and where the documents lead."""
 
+import contextlib
+import http.server
+import itertools
+import json
 import os
+import pathlib
 import re
+import socketserver
 import subprocess
 import sys
 import textwrap
+import threading
 import unittest
 
-from support.private_session import ROOT, SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.private_session import PORT, ROOT, SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.speech import SPOKEN
+from support.suite_case import Holder
 
 CLIP = SPEECH / "cards" / "001.wav"
 DOCUMENTS = [*sorted(ROOT.glob("*.md")), *sorted((ROOT / "docs").glob("*.md"))]
@@ -41,6 +49,17 @@ def anchors(text):
     return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
 
+SUITE_EXAMPLE = (sys.executable, "-c", example("docs/shared-suite.md", "python"))
+LOOPBACK_EXAMPLE = ("sh", "-eu", "-c", example("docs/loopback.md", "sh"))
+
+
+def overwrite(path):
+    """Damages a suite that programs have open, all of it."""
+    for part in (path, f"{path}-wal"):
+        with open(part, "r+b") as file:
+            file.write(b"no database " * (os.path.getsize(part) // 12))
+
+
 class Examples(unittest.TestCase):
     def setUp(self):
         self.session = self.enterContext(PrivateSession())
@@ -48,25 +67,62 @@ class Examples(unittest.TestCase):
         self.session.start_kavrin()
         self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
 
-    def dictate_with(self, *command):
-        """Runs an example, speaks when it records, and tells it on its standard input that the user is done."""
-        process = subprocess.Popen(command, env=self.session.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                   text=True)
-        self.session.suite().wait_for("dictationState", "recording")
+    def dictate_with(self, command, meanwhile=lambda: None):
+        """Runs an example, speaks when it asks for that, and tells it on its standard input that the user is done. What
+        it has printed, its exit code and its complaints."""
+        process = self.enterContext(subprocess.Popen(command, env=self.session.env, stdin=subprocess.PIPE,
+                                                     stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True))
+        self.assertEqual(process.stderr.readline(), "Speak, then press Enter.\n")
         self.session.play(CLIP)
-        output, _ = process.communicate("\n", timeout=60)
-        self.assertEqual(process.returncode, 0)
-        return output
+        meanwhile()
+        output, complaints = process.communicate("\n", timeout=150)
+        return output.strip(), process.returncode, complaints
 
-    def test_the_python_example_of_the_shared_suite(self):
-        self.assertIn(SPOKEN, self.dictate_with(sys.executable, "-c", example("docs/shared-suite.md", "python")))
+    def test_that_of_the_shared_suite_and_that_of_the_loopback_server(self):
         suite = self.session.suite()
-        self.assertEqual(suite.get("tUsed"), suite.get("tStamp"))
+        for command in (SUITE_EXAMPLE, LOOPBACK_EXAMPLE):
+            with self.subTest(command[0]):
+                self.assertEqual(self.dictate_with(command), (SPOKEN, 0, ""))
+                self.assertEqual(suite.get("tUsed"), suite.get("tStamp"))
 
-    def test_the_shell_example_of_the_loopback_server(self):
-        self.assertIn(SPOKEN, self.dictate_with("sh", "-eu", "-c", example("docs/loopback.md", "sh")))
+    def test_they_dictate_whatever_state_was_left_over(self):
         suite = self.session.suite()
-        self.assertEqual(suite.get("tUsed"), suite.get("tStamp"))
+        for command, state in itertools.product((SUITE_EXAMPLE, LOOPBACK_EXAMPLE), ("recording", "working")):
+            with self.subTest(command[0], state=state):
+                suite.set("dictationState", "string", state)
+                self.assertEqual(self.dictate_with(command), (SPOKEN, 0, ""))
+
+    def test_they_wait_for_a_suite_that_is_locked_for_seconds(self):
+        path = json.loads(self.session.ctl("where", "--json"))["suite"]
+        for command, seconds in ((SUITE_EXAMPLE, 6), (LOOPBACK_EXAMPLE, 3)):
+            with self.subTest(command[0]), contextlib.ExitStack() as lock:
+                def keep_locked():
+                    lock.enter_context(Holder(path, "BEGIN IMMEDIATE"))
+                    threading.Timer(seconds, lock.close).start()
+                self.assertEqual(self.dictate_with(command, keep_locked), (SPOKEN, 0, ""))
+
+    def expect_complaint_about_damage(self, command):
+        path = json.loads(self.session.ctl("where", "--json"))["suite"]
+        output, code, complaints = self.dictate_with(command, lambda: overwrite(path))
+        self.assertEqual((output, code), ("", 1))
+        self.assertRegex(complaints, r"\A[A-Z][^\n]*\.\n\Z")
+
+    def test_that_of_the_shared_suite_says_that_it_was_damaged(self):
+        self.expect_complaint_about_damage(SUITE_EXAMPLE)
+
+    def test_that_of_the_loopback_server_says_that_nothing_came_of_a_damaged_suite(self):
+        self.expect_complaint_about_damage(LOOPBACK_EXAMPLE)
+
+    def test_that_of_the_shared_suite_says_that_the_file_was_replaced(self):
+        path = json.loads(self.session.ctl("where", "--json"))["suite"]
+
+        def replace():
+            for file in pathlib.Path(path).parent.glob("defaults.sqlite*"):
+                file.unlink()
+            self.session.ctl("set", "rowH", "60")
+
+        self.assertEqual(self.dictate_with(SUITE_EXAMPLE, replace),
+                         ("", 1, "The suite was replaced by another. Try again.\n"))
 
     def test_the_dictation_of_the_read_me_and_the_recording_sent_again(self):
         block, = (block for block in blocks(read("README.md"), "sh") if "dictate wait" in block)
@@ -77,6 +133,44 @@ class Examples(unittest.TestCase):
         self.assertEqual(self.session.run("sh", "-c", wait).stdout.strip(), SPOKEN)
         again, = blocks(section("docs/troubleshooting.md", "The service does not transcribe"), "sh")
         self.assertEqual(self.session.run("sh", "-c", again).stdout.strip(), SPOKEN)
+
+
+class SlowKavrin(http.server.BaseHTTPRequestHandler):
+    """Answers as a Kavrin that takes a command only when it was asked three times since. A "recording" is left over."""
+
+    keys = {"dictationState": "recording", "dictationAlive": 1.5}
+    command = ""
+    replaced = []
+    asked = 0
+
+    def do_GET(self):
+        cls = type(self)
+        if self.path.startswith("/cmd?v="):
+            cls.replaced += [cls.command] if cls.command else []
+            cls.command, cls.asked = self.path[7:], 0
+        cls.asked += 1
+        if cls.asked % 3 == 0:
+            cls.keys["dictationAlive"] += 1
+            if cls.command == "stop":
+                cls.keys |= {"dictationState": "done", "tStamp": 2.5, "transcript": SPOKEN}
+            cls.command = ""
+        body = json.dumps(cls.keys).encode()
+        self.send_response(200)
+        self.send_header("Content-Length", str(len(body)))
+        self.end_headers()
+        self.wfile.write(body)
+
+    def log_message(self, *_):
+        pass
+
+
+class OrderOfCommands(unittest.TestCase):
+    def test_the_example_of_the_loopback_server_replaces_no_command_that_was_not_taken(self):
+        with socketserver.TCPServer(("127.0.0.1", PORT), SlowKavrin) as server:
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            done = subprocess.run(LOOPBACK_EXAMPLE, input="\n", capture_output=True, text=True, check=False)
+            server.shutdown()
+        self.assertEqual((done.stdout.strip(), SlowKavrin.replaced), (SPOKEN, []))
 
 
 class Commands(unittest.TestCase):

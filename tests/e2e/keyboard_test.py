@@ -4,6 +4,7 @@ to run."""
 
 import json
 import os
+import pathlib
 import subprocess
 import sys
 import time
@@ -11,6 +12,7 @@ import unittest
 
 from documents_test import CLIP, SPOKEN, blocks, example, read
 from support.private_session import PrivateSession, enter_private_namespaces, wait_until
+from support.suite_case import Holder
 
 CODE = "482913"
 
@@ -77,6 +79,7 @@ class KeyboardGuide(unittest.TestCase):
         self.session = self.enterContext(PrivateSession())
         self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
         self.suite = self.session.suite()
+        self.path = pathlib.Path(json.loads(self.session.ctl("where", "--json"))["suite"])
 
     def start_keyboard(self, name="keyboard", before=""):
         keyboard = Keyboard(self.session, name, before)
@@ -264,6 +267,46 @@ class KeyboardGuide(unittest.TestCase):
                 self.assertEqual(keyboard.end(), 0)
                 self.session.ctl("dictate", "stop")
                 self.suite.wait_for("dictationState", "done")
+
+    def test_it_endures_a_suite_that_is_locked(self):
+        nothing = "[strip] Nothing is recorded. Kavrin may need a microphone, or the permission to use it."
+        self.store_code()
+        keyboard = self.start_keyboard()
+        wait_until(lambda: self.beat() or "[microphone] idle" in keyboard.drawn(), "the keyboard sees a heartbeat")
+        with Holder(self.path, "BEGIN IMMEDIATE"):
+            keyboard.enter("code")
+            keyboard.enter()
+            keyboard.wait_for(nothing)  # after some seconds
+            self.assertEqual(keyboard.typed(), [])
+        keyboard.enter("code")
+        keyboard.wait_for_text(CODE)
+        self.assertEqual(keyboard.end(), 0)
+        self.assertIn(self.suite.get("dictationCommand"), (None, ""))
+
+    def test_it_goes_on_with_a_suite_that_was_damaged_and_made_anew(self):
+        keyboard = self.start_keyboard()
+        keyboard.wait_for("[keys] 54 points high")
+        for file in self.path.parent.glob("defaults.sqlite-*"):
+            file.unlink()
+        rubbish = self.path.with_name("rubbish")
+        rubbish.write_bytes(b"no database " * 500)
+        rubbish.replace(self.path)
+        keyboard.wait_for("[suite] not available")
+        self.session.ctl("set", "rowH", "60")
+        keyboard.wait_for("[keys] 60 points high")
+        self.assertEqual(keyboard.end(), 0)
+
+    def test_it_goes_on_with_a_suite_that_was_deleted_and_made_anew(self):
+        keyboard = self.start_keyboard()
+        keyboard.wait_for("[keys] 54 points high")
+        for file in self.path.parent.glob("defaults.sqlite*"):
+            file.unlink()
+        keyboard.wait_for("[suite] not available")
+        self.assertFalse(self.path.exists())
+        self.session.ctl("set", "rowH", "60")
+        keyboard.wait_for("[keys] 60 points high")
+        wait_until(lambda: self.session.suite().get("probeKb"), "the keyboard announces itself again")
+        self.assertEqual(keyboard.end(), 0)
 
     def test_it_leaves_a_suite_alone_that_kavrin_does_not_share(self):
         self.suite.database.execute("PRAGMA user_version = 2")

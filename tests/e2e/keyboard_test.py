@@ -5,6 +5,7 @@ to run."""
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import time
@@ -200,9 +201,50 @@ class KeyboardGuide(unittest.TestCase):
         self.session.ctl("reset", "rowH")
         wait_until(lambda: keyboard.drawn()[-1] == "[keys] 54 points high", "the default is back")
 
-    def test_it_takes_a_value_of_another_kind_for_the_default(self):
-        self.suite.set("rowH", "string", "60")
-        self.assertIn("[keys] 54 points high", self.whole_life().drawn())
+    def test_it_takes_a_value_of_another_kind_for_the_default_and_one_beyond_the_range_for_its_end(self):
+        cases = (("string", "60", "54"), ("date", 60.0, "54"), ("int", 60, "60"), ("double", 1e21, "80"),
+                 ("double", -5.0, "36"))
+        for kind, value, drawn in cases:
+            with self.subTest(kind, value=value):
+                self.suite.set("rowH", kind, value)
+                self.assertIn(f"[keys] {drawn} points high", self.whole_life().drawn())
+
+    def test_it_offers_codes_as_a_toggle_of_any_kind_says(self):
+        self.store_code()
+        for kind, value, offered in (("bool", 0, False), ("int", 0, False), ("double", 0.0, False), ("int", 2, True),
+                                     ("string", "false", True)):
+            with self.subTest(kind, value=value):
+                self.suite.set("codeChips", kind, value)
+                self.assertEqual(f"[code] {CODE}" in self.whole_life().drawn(), offered)
+                self.assertEqual(self.session.ctl("get", "codeChips"), str(offered).lower())
+
+    def test_it_marks_an_empty_transcript_as_used_and_inserts_nothing(self):
+        self.store_transcript("", age=0)
+        self.assertEqual(self.whole_life().typed(), [])
+        self.assertEqual(self.suite.get("tUsed"), self.suite.get("tStamp"))
+
+    def test_it_waits_for_a_file_that_is_just_being_made(self):
+        keyboard = self.start_keyboard()
+        keyboard.wait_for("[keys] 54 points high")
+        for file in self.path.parent.glob("defaults.sqlite*"):
+            file.unlink()
+        self.path.touch(mode=0o600)  # as it is before it has its version
+        keyboard.wait_for("[suite] not available")
+        self.assertEqual(self.path.stat().st_size, 0)
+        self.session.ctl("set", "rowH", "60")
+        keyboard.wait_for("[keys] 60 points high")
+
+    def test_the_catalogue_and_the_state_are_printed_in_the_documented_form(self):
+        page, = json.loads(example("docs/keyboard.md", "json"))
+        real = next(other for other in json.loads(self.session.ctl("catalogue", "--json")) if other["id"] == page["id"])
+        section, item = page["sections"][0], page["sections"][0]["items"][0]
+        self.assertIn(item, real["sections"][0]["items"])
+        self.assertEqual({**section, "items": []}, {**real["sections"][0], "items": []})
+        self.assertEqual({**page, "sections": []}, {**real, "sections": []})
+        self.suite.set("dictationState", "string", "idle")
+        self.beat()
+        documented = re.search(r'`(\{"running".*?\})`', read("docs/keyboard.md"))[1]
+        self.assertEqual(json.loads(self.session.ctl("dictate", "status", "--json")), json.loads(documented))
 
     def test_it_tells_kavrin_that_it_shares_the_suite(self):
         start = time.time()

@@ -60,7 +60,8 @@ QIcon icon(const Appearance &appearance)
 
 } // namespace
 
-DictationTray::DictationTray(Tray &tray, Dictations &dictations) : m_tray(tray), m_dictations(dictations)
+DictationTray::DictationTray(Tray &tray, DictationBridge &bridge, const Dictations &dictations)
+    : m_tray(tray), m_bridge(bridge), m_dictations(dictations)
 {
     connect(&tray, &Tray::changed, this, &DictationTray::update);
     connect(&tray, &Tray::activated, this, &DictationTray::openRequested);
@@ -85,6 +86,16 @@ void DictationTray::update()
     });
 }
 
+/// A recorder that fails reports that itself.
+void DictationTray::toggle()
+{
+    m_bridge.toggle().then([self = QPointer(this)](const std::optional<Error> &failure) {
+        if (self && failure && failure->code == DictationBridge::refused) {
+            Q_EMIT self->refused(failure->localizedDescription);
+        }
+    });
+}
+
 void DictationTray::choose(int entry)
 {
     switch (entry) {
@@ -92,7 +103,7 @@ void DictationTray::choose(int entry)
         Q_EMIT openRequested();
         break;
     case Dictate:
-        m_dictations.toggle();
+        toggle();
         break;
     case Quit:
         Q_EMIT quitRequested();

@@ -2,13 +2,17 @@
 #pragma once
 
 #include "dictation/DictateModel.h"
+#include "platform/Error.h"
 #include "screens/SettingsModel.h"
 
 #include <QColor>
+#include <QCoroTask>
+#include <QFuture>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
 #include <memory>
+#include <optional>
 
 namespace kavrin
 {
@@ -42,15 +46,18 @@ public:
     /// Runs an action that desktops offer without opening a window, and that programs ask for on the bus.
     /// "dictate" ends the recording that is running, or begins one. "save-code" stores the verification code
     /// in its parameter, a text; without a parameter, the code in the text on the clipboard. Any other action
-    /// does nothing.
-    void performAction(const QString &action, const QVariantList &parameters);
+    /// does nothing. Resumes when it is done, with what went wrong, if anything.
+    QCoro::Task<std::optional<Error>> performAction(QString action, QVariantList parameters);
 
     /// Stops serving. stopped() follows.
     void stop();
 
     /// Opens a URL of the application. The host "dictate" starts dictation, whatever follows; any other host
-    /// does nothing. A process may call this while another one serves the keyboard.
-    static void openUrl(const QString &url);
+    /// does nothing.
+    void openUrl(const QString &url);
+
+    /// Stores what a URL asks for, for the process that serves the keyboard. The result says what went wrong.
+    static QFuture<std::optional<Error>> storeUrl(const QString &url);
 
     [[nodiscard]] SettingsModel *settings();
     [[nodiscard]] DictateModelFactory *dictateModels();
@@ -66,6 +73,7 @@ Q_SIGNALS:
     void stopped();
 
 private:
+    void obey(const QString &command);
     void finish();
     void openWindow();
     void onWindowClosed();

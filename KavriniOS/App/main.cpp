@@ -99,6 +99,7 @@ void useInterfaceFont()
 int main(int argc, char **argv)
 {
     Logging::setUp();
+    UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
     const bool isUnseen = lacksDisplay();
     if (isUnseen) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -128,7 +129,7 @@ int main(int argc, char **argv)
     }
     QLockFile lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
     if (anotherProcessServes(lock, claim)) {
-        KavrinApp::openUrl(launch.url);
+        KavrinApp::storeUrl(launch.url);
         if (urls.isEmpty()) {
             std::fputs("Kavrin is already running.\n", stderr);
         }
@@ -142,14 +143,18 @@ int main(int argc, char **argv)
     QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
     QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
     // The window does not come to the front: the user wants the text in the application that has the focus.
-    QObject::connect(&bus, &ApplicationBus::openRequested, &app,
-                     [](const QStringList &opened) { std::ranges::for_each(opened, &KavrinApp::openUrl); });
-    QObject::connect(&bus, &ApplicationBus::actionRequested, &app, &KavrinApp::performAction);
+    QObject::connect(&bus, &ApplicationBus::openRequested, &app, [&app](const QStringList &opened) {
+        std::ranges::for_each(opened, [&app](const QString &url) { app.openUrl(url); });
+    });
+    QObject::connect(
+        &bus, &ApplicationBus::actionRequested, &app,
+        [&app](const QString &action, const QVariantList &parameters, const QString &,
+               const ApplicationBus::Answer &answer) { app.performAction(action, parameters).then(answer); });
     const bool showsWindow = !launch.inBackground && !isUnseen;
     if (showsWindow) {
         app.activate({});
     }
     app.start();
-    KavrinApp::openUrl(launch.url);
+    app.openUrl(launch.url);
     return QGuiApplication::exec();
 }

@@ -2,6 +2,7 @@
 #include "dictation/DictationBridge.h"
 
 #include "dictation/DictationState.h"
+#include "dictation/Dictations.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
@@ -15,6 +16,7 @@ namespace kavrin
 namespace
 {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds pollInterval = 120ms;
@@ -47,25 +49,33 @@ QString takeCommand(TakenCommand &taken)
     return isKept ? QString() : *command;
 }
 
+Error refusal(const QString &reason)
+{
+    return {u"dictation"_s, DictationBridge::refused, reason};
+}
+
 } // namespace
 
 DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
                                  std::function<void()> startLoopback)
-    : m_clock(platform.clock), m_startLoopback(std::move(startLoopback)),
+    : m_clock(platform.clock), m_dictations(platform.dictations), m_startLoopback(std::move(startLoopback)),
       m_keyboard(std::make_shared<Keyboard>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
     m_keyboard->recorder.autoReset = true;
 }
 
-QCoro::Task<> DictationBridge::start()
+QCoro::Task<std::optional<Error>> DictationBridge::start()
 {
     return start(m_keyboard);
 }
 
-QCoro::Task<> DictationBridge::start(std::shared_ptr<Keyboard> keyboard)
+QCoro::Task<std::optional<Error>> DictationBridge::start(std::shared_ptr<Keyboard> keyboard)
 {
     Recorder &recorder = keyboard->recorder;
+    if (recorder.state() == Recorder::S::working) {
+        co_return refusal(u"The last dictation is still being transcribed."_s);
+    }
     if (recorder.state() == Recorder::S::done) {
         recorder.setState(Recorder::S::idle);
     }
@@ -74,12 +84,30 @@ QCoro::Task<> DictationBridge::start(std::shared_ptr<Keyboard> keyboard)
         const QCoro::Task<> start = recorder.start();
         co_await start;
         keyboard->isStarting = false;
+        if (recorder.state() != Recorder::S::recording) {
+            co_return Error(u"dictation"_s, 1, recorder.message());
+        }
     }
+    co_return std::nullopt;
 }
 
-void DictationBridge::stop()
+std::optional<Error> DictationBridge::stop()
 {
-    stop(*m_keyboard);
+    Recorder *const recorder = m_dictations.recording();
+    if (recorder == nullptr) {
+        return refusal(u"There is no recording to stop."_s);
+    }
+    recorder->stop();
+    return std::nullopt;
+}
+
+QCoro::Task<std::optional<Error>> DictationBridge::toggle()
+{
+    if (m_dictations.recording() != nullptr) {
+        co_return stop();
+    }
+    const QCoro::Task<std::optional<Error>> starting = start(m_keyboard);
+    co_return co_await starting;
 }
 
 void DictationBridge::stop(Keyboard &keyboard)
@@ -105,7 +133,7 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {
-            const QCoro::Task<> starting = start(keyboard);
+            const QCoro::Task<std::optional<Error>> starting = start(keyboard);
             co_await starting;
         } else if (command == dictation::stopCommand) {
             DictationBridge::stop(*keyboard);

@@ -27,13 +27,23 @@ public:
     /// The recorder that serves the keyboard.
     [[nodiscard]] const Recorder &recorder() const { return m_keyboard->recorder; }
 
-    /// The commands "start" and "stop". start() begins a recording unless one begins, runs or is being
-    /// transcribed. stop() ends the running one.
-    QCoro::Task<> start();
-    void stop();
+    /// Begins a recording, unless one begins or runs. Resumes when it runs, with nothing, or with why there
+    /// is none.
+    QCoro::Task<std::optional<Error>> start();
+
+    /// Ends the recording that runs, whichever recorder it is. Returns why there is nothing to end.
+    std::optional<Error> stop();
+
+    /// Ends the recording that runs. If there is none, begins one.
+    QCoro::Task<std::optional<Error>> toggle();
+
+    /// The code of an Error "dictation" that no recorder has reported, because the state permits no such
+    /// command.
+    static constexpr qint64 refused = 2;
 
 private:
     Clock &m_clock;
+    Dictations &m_dictations;
     struct Keyboard {
         explicit Keyboard(const Recorder::Platform &platform) : recorder(platform) { }
 
@@ -41,7 +51,7 @@ private:
         bool isStarting = false;
     };
 
-    static QCoro::Task<> start(std::shared_ptr<Keyboard> keyboard);
+    static QCoro::Task<std::optional<Error>> start(std::shared_ptr<Keyboard> keyboard);
     static void stop(Keyboard &keyboard);
 
     const std::function<void()> m_startLoopback;

@@ -3,6 +3,7 @@
 
 #include "dictation/DictationSession.h"
 #include "dictation/DictationState.h"
+#include "dictation/Dictations.h"
 #include "platform/FileManager.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
@@ -39,6 +40,21 @@ void logFailure(const std::exception &failure)
                                << (error ? error->code : 0);
 }
 
+/// What the application no longer begins once it ends.
+Error isEnding()
+{
+    return {u"dictation"_s, 1, u"Kavrin is ending."_s};
+}
+
+/// Throws Error.
+QCoro::Task<QString> transcribe(const Recorder::Platform &platform)
+{
+    if (platform.dictations.isClosed()) {
+        throw isEnding();
+    }
+    return platform.transcribe(Recorder::url());
+}
+
 QString recordingFailed(const std::exception &error)
 {
     return u"Recording failed: "_s + QString::fromUtf8(error.what());
@@ -46,7 +62,10 @@ QString recordingFailed(const std::exception &error)
 
 } // namespace
 
-Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_platform(std::move(platform)) { }
+Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_platform(std::move(platform))
+{
+    m_platform.dictations.add(*this);
+}
 
 QString Recorder::url()
 {
@@ -55,6 +74,10 @@ QString Recorder::url()
 
 QCoro::Task<> Recorder::start()
 {
+    if (m_platform.dictations.isClosed()) {
+        fail(recordingFailed(isEnding()));
+        co_return;
+    }
     const QPointer<Recorder> self(this);
     const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
     const bool granted = co_await permission;
@@ -110,6 +133,7 @@ void Recorder::stop()
     setState(S::working);
     DictationState::publish(dictation::working);
     setMessage(u"Transcribing…"_s);
+    m_platform.dictations.beginTranscription();
     const BackgroundTasks::Identifier task = m_platform.backgroundTasks.begin(u"transcribe"_s, [] { });
     finish(this, m_platform, task);
 }
@@ -121,7 +145,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     QString message;
     QString failure;
     try {
-        const QCoro::Task<QString> transcription = platform.transcribe(url());
+        const QCoro::Task<QString> transcription = transcribe(platform);
         message = co_await transcription;
         const QCoro::Task<QString> handingOver = handOver(platform, message);
         failure = co_await handingOver;
@@ -140,6 +164,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
         platform.reportFailure(failure);
     }
     platform.backgroundTasks.end(task);
+    platform.dictations.endTranscription();
 }
 
 /// The state comes last: a keyboard that sees "done" finds the transcript and its stamp. Both are stored

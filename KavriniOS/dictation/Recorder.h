@@ -15,6 +15,8 @@
 namespace kavrin
 {
 
+class Dictations;
+
 /// Records one dictation at a time and transcribes it. It hands the text over to a screen in its own
 /// properties, and to the keyboard under the dictation keys of the shared suite and on the pasteboard. Main
 /// thread only.
@@ -29,6 +31,7 @@ public:
     /// What a recorder needs from the machine. All of it must outlive the recorder and its last
     /// transcription.
     struct Platform {
+        Dictations &dictations;
         AudioSession &session;
         MakeAudioRecorder makeRecorder;
         SystemSound &sounds;

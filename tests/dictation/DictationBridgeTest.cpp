@@ -297,6 +297,41 @@ TEST_F(DictationBridgeTest, AFailedSetUpLeavesTheStateStartingUntilTheNextAttemp
     EXPECT_EQ(shared(u"dictationState"_s), u"recording");
 }
 
+TEST_F(DictationBridgeTest, StartTellsWhyThereIsNoRecording)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    EXPECT_EQ(failureOf(await(bridge.start())), u"Recording failed: No sound server.");
+    machine.session.activationFailure.reset();
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+}
+
+TEST_F(DictationBridgeTest, StartTellsThatTheLastDictationIsStillTranscribed)
+{
+    await(bridge.start());
+    bridge.stop();
+    EXPECT_EQ(failureOf(await(bridge.start())), u"The last dictation is still being transcribed.");
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
+TEST_F(DictationBridgeTest, StopTellsThatThereIsNothingToStop)
+{
+    EXPECT_EQ(failureOf(bridge.stop()), u"There is no recording to stop.");
+    EXPECT_TRUE(machine.journal.isEmpty());
+}
+
+TEST_F(DictationBridgeTest, ToggleStartsAndStops)
+{
+    EXPECT_EQ(failureOf(await(bridge.toggle())), u"");
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::recording);
+    EXPECT_EQ(failureOf(await(bridge.toggle())), u"");
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::working);
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
 TEST_F(DictationBridgeTest, StoppingTheLoopDuringASleepEndsItWithoutAnotherPass)
 {
     run();

@@ -4,7 +4,9 @@
 
 #include "doubles/FakeRecorderPlatform.h"
 #include "platform/FileManager.h"
+#include "store/LockedSuite.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
 #include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
@@ -429,6 +431,38 @@ TEST_F(RecorderTest, ATranscriptThatCannotBeStoredIsOnThePasteboardAndItsFailure
                   QStringList{u"Error: the text is on the clipboard only, not at the keyboard: "_s
                               + Shared::d().path() + u": no room"_s});
     }
+}
+
+TEST_F(RecorderTest, ItIsTranscribingUntilTheSuiteHasTakenTheText)
+{
+    const SuiteWriter writer;
+    start();
+    recorder.stop();
+    ASSERT_TRUE(waitUntil([] { return sharedState() == u"working"; }));
+    LockedSuite locked;
+    machine.finishTranscription(u"text"_s);
+    recorder.autoReset = true;
+    EXPECT_FALSE(waitUntil([this] { return !machine.dictations.isTranscribing(); }, std::chrono::seconds(1)));
+    EXPECT_EQ(machine.dictations.state(), Recorder::S::working);
+    locked.unlock();
+    EXPECT_TRUE(waitUntil([this] { return !machine.dictations.isTranscribing(); }));
+    EXPECT_EQ(machine.pasteboard.string, u"text");
+    EXPECT_EQ(machine.dictations.state(), Recorder::S::idle);
+}
+
+TEST_F(RecorderTest, NothingBeginsOnceTheApplicationEnds)
+{
+    start();
+    machine.dictations.close();
+    machine.journal.clear();
+    recorder.stop();
+    EXPECT_EQ(machine.journal, (Journal{u"stop"_s, u"sound 1114"_s, u"begin transcribe"_s, u"end 1"_s}));
+    EXPECT_EQ(recorder.message(), u"Error: Kavrin is ending.");
+    EXPECT_EQ(sharedState(), u"idle");
+    machine.journal.clear();
+    start();
+    EXPECT_EQ(machine.journal, Journal());
+    EXPECT_EQ(recorder.message(), u"Recording failed: Kavrin is ending.");
 }
 
 TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)

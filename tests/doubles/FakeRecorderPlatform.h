@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "dictation/Dictations.h"
 #include "dictation/Recorder.h"
 #include "doubles/FakeAudio.h"
 #include "doubles/FakeClock.h"
@@ -19,6 +20,7 @@ class FakeRecorderPlatform
 {
 public:
     Journal journal;
+    Dictations dictations;
     FakeAudioSession session{journal};
     FakeSystemSound sounds{journal};
     FakeBackgroundTasks backgroundTasks{journal};
@@ -33,6 +35,7 @@ public:
     Recorder::Platform platform()
     {
         return {
+            .dictations = dictations,
             .session = session,
             .makeRecorder =
                 [this](const QString &path, const AudioRecorderSettings &wanted) {

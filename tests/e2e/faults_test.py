@@ -28,7 +28,7 @@ class Faults(unittest.TestCase):
             suite.wait_for("dictationState", "starting")
             refused = session.run(session.bin / "kavrinctl", "dictate", "start", check=False)
             self.assertEqual(refused.returncode, 1)
-            self.assertIn("microphone could not be opened", refused.stderr)
+            self.assertIn("The sound server cannot be reached", refused.stderr)
             session.start_sound_server()
             self.assertEqual(self.dictate(session), SPOKEN)
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/RunningKavrin.h"
 
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
@@ -7,6 +8,8 @@
 #include <QDeadlineTimer>
 #include <QJsonObject>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <functional>
@@ -25,6 +28,8 @@ using namespace std::chrono_literals;
 // The application beats once a second and looks for commands eight times a second.
 constexpr double aliveLimit = 3;
 constexpr std::chrono::seconds answerLimit = 3s;
+// While the application is asked for a recording, the desktop may ask the user for the microphone.
+constexpr std::chrono::seconds permissionLimit = 60s;
 constexpr std::chrono::milliseconds pollInterval = 10ms;
 
 QString storedString(const QString &key)
@@ -129,6 +134,33 @@ void toggle()
     }
 }
 
+/// An action on a running application: over the session bus or, where the application is not there, over the
+/// shared suite.
+struct Action {
+    QString name;
+    QString method; ///< of the application on the bus
+    void (*overSuite)();
+};
+
+const Action *findAction(const QString &name)
+{
+    static const std::array actions = {
+        Action{u"start"_s, u"Start"_s, start},
+        Action{u"stop"_s, u"Stop"_s, stop},
+        Action{u"toggle"_s, u"Toggle"_s, toggle},
+    };
+    const auto *const found = std::ranges::find(actions, name, &Action::name);
+    return found == actions.end() ? nullptr : found;
+}
+
+void run(const Action &action)
+{
+    if (!askForDictation(action.method, permissionLimit)) {
+        expectRunning();
+        action.overSuite();
+    }
+}
+
 void status(bool asJson)
 {
     const QString current = state();
@@ -218,10 +250,9 @@ void dictate(QStringList &arguments)
         const QDeadlineTimer limit = parseLimit(arguments);
         expectCount(arguments, 0, 0);
         waitForTranscript(limit);
-    } else if (action == u"start" || action == u"stop" || action == u"toggle") {
+    } else if (const Action *const known = findAction(action)) {
         expectCount(arguments, 0, 0);
-        expectRunning();
-        (action == u"start" ? start : action == u"stop" ? stop : toggle)();
+        run(*known);
     } else {
         throw UsageError{u"\"%1\" is none of start, stop, toggle, status and wait."_s.arg(action)};
     }

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#include "App/DictationBus.h"
+
+#include <QDBusMessage>
+
+#include <utility>
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
+
+} // namespace
+
+DictationBus::DictationBus(DictationBridge &bridge, QDBusConnection bus)
+    : m_bridge(bridge), m_bus(std::move(bus))
+{
+    m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
+}
+
+void DictationBus::Start()
+{
+    answer(m_bridge.start());
+}
+
+void DictationBus::Stop()
+{
+    if (const std::optional<Error> failure = m_bridge.stop()) {
+        sendErrorReply(refusal, failure->localizedDescription);
+    }
+}
+
+void DictationBus::Toggle()
+{
+    answer(m_bridge.toggle());
+}
+
+void DictationBus::answer(QCoro::Task<std::optional<Error>> outcome)
+{
+    setDelayedReply(true);
+    outcome.then([bus = m_bus, call = message()](const std::optional<Error> &failure) {
+        bus.send(failure ? call.createErrorReply(refusal, failure->localizedDescription)
+                         : call.createReply());
+    });
+}
+
+} // namespace kavrin

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#include "dictation/Dictations.h"
+
+#include <algorithm>
+
+namespace kavrin
+{
+
+namespace
+{
+
+using S = Recorder::S;
+
+} // namespace
+
+void Dictations::add(Recorder &recorder)
+{
+    m_recorders.removeAll(nullptr);
+    m_recorders.append(&recorder);
+    connect(&recorder, &Recorder::stateChanged, this, &Dictations::stateChanged);
+    // Queued, because the pointer is null only then.
+    connect(&recorder, &QObject::destroyed, this, &Dictations::stateChanged, Qt::QueuedConnection);
+}
+
+Recorder *Dictations::recording() const
+{
+    const auto found = std::ranges::find_if(
+        m_recorders, [](const auto &recorder) { return recorder && recorder->state() == S::recording; });
+    return found == m_recorders.end() ? nullptr : found->data();
+}
+
+S Dictations::state() const
+{
+    return recording() != nullptr ? S::recording : isTranscribing() ? S::working : S::idle;
+}
+
+void Dictations::beginTranscription()
+{
+    ++m_transcriptions;
+    Q_EMIT stateChanged();
+}
+
+void Dictations::endTranscription()
+{
+    --m_transcriptions;
+    Q_EMIT stateChanged();
+}
+
+} // namespace kavrin

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "dictation/Recorder.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+
+namespace kavrin
+{
+
+/// All dictations of the process: what its recorders record, and what is being transcribed, even if its
+/// recorder no longer exists. Main thread only.
+class Dictations : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Every recorder adds itself, for as long as it lives.
+    void add(Recorder &recorder);
+
+    /// The recorder that records. Null if there is none.
+    [[nodiscard]] Recorder *recording() const;
+
+    /// The state that matters most to the user: a recording comes before a transcription, and a transcription
+    /// before `idle`.
+    [[nodiscard]] Recorder::S state() const;
+
+    /// Recorders call these when a transcription begins, and when its text is handed over or it has failed.
+    void beginTranscription();
+    void endTranscription();
+    [[nodiscard]] bool isTranscribing() const { return m_transcriptions > 0; }
+
+    /// From now on, nothing is recorded or transcribed any more, because the application ends. Transcriptions
+    /// that have begun go on.
+    void close() { m_isClosed = true; }
+    [[nodiscard]] bool isClosed() const { return m_isClosed; }
+
+Q_SIGNALS:
+    void stateChanged();
+
+private:
+    QList<QPointer<Recorder>> m_recorders;
+    int m_transcriptions = 0;
+    bool m_isClosed = false;
+};
+
+} // namespace kavrin

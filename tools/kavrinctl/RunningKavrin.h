@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+
+namespace kavrin::ctl
+{
+
+/// Asks the running application for dictation over the session bus, which works whatever the shared suite
+/// does: `method` is one of app.kavrin.Dictation. Waits for the answer. Returns false if no application is
+/// there: none runs, or it has no bus. Throws Refusal with the reason if it refuses, or if no answer comes
+/// within `limit`.
+bool askForDictation(const QString &method, std::chrono::milliseconds limit);
+
+} // namespace kavrin::ctl

@@ -120,6 +120,7 @@ void DictationBridge::stop(Keyboard &keyboard)
 QCoro::Task<> DictationBridge::run(std::stop_token stop)
 {
     m_startLoopback();
+    DictationState::clearStale();
     Clock &clock = m_clock;
     const std::shared_ptr<Keyboard> keyboard = m_keyboard;
     TakenCommand taken;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
+#include "dictation/DictationState.h"
 
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
@@ -226,6 +227,39 @@ TEST_F(DictationBridgeTest, AStateThatCouldNotBeStoredIsStoredWithABeat)
         pass();
     }
     EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+}
+
+TEST_F(DictationBridgeTest, WhatAKilledProcessHasLeftIsIdleFromTheStart)
+{
+    const std::pair<QString, QString> rows[] = {
+        {u"starting"_s, u"idle"_s}, {u"recording"_s, u"idle"_s}, {u"working"_s, u"idle"_s},
+        {u"done"_s, u"done"_s},     {u"idle"_s, u"idle"_s},      {u"something else"_s, u"something else"_s}};
+    for (const auto &[left, expected] : rows) {
+        put(Shared::d(), u"dictationState"_s, left);
+        DictationState::clearStale();
+        EXPECT_EQ(shared(u"dictationState"_s), expected);
+    }
+    put(Shared::d(), u"dictationState"_s, u"recording"_s);
+    run();
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+}
+
+TEST_F(DictationBridgeTest, WhatAKilledProcessHasLeftIsClearedLaterWhereTheSuiteTakesNothingAtFirst)
+{
+    put(Shared::d(), u"dictationState"_s, u"recording"_s);
+    {
+        const RefusedKey refused("dictationState");
+        DictationState::clearStale();
+        EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+    }
+    DictationState::republishIfFailed();
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+}
+
+TEST_F(DictationBridgeTest, WithoutAStateNoneIsPublishedAtTheStart)
+{
+    run();
+    EXPECT_EQ(shared(u"dictationState"_s), u"none");
 }
 
 TEST_F(DictationBridgeTest, AStopWhileIdleIsSwallowed)

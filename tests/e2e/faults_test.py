@@ -97,6 +97,8 @@ class Faults(unittest.TestCase):
                 session.sound_server.send_signal(signal.SIGCONT)
                 session.ctl("set", "customURL", url)
                 session.start_kavrin()
+                left = {"idle": None, "done": "done"}.get(state, "idle")
+                self.assertEqual(session.suite().get("dictationState"), left)
                 self.assertEqual(self.dictate(session), SPOKEN)
 
     def bring_into(self, state, session, service):

@@ -17,8 +17,8 @@ const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 } // namespace
 
-DictationBus::DictationBus(DictationBridge &bridge, QDBusConnection bus)
-    : m_bridge(bridge), m_bus(std::move(bus))
+DictationBus::DictationBus(DictationBridge &bridge, const Dictations &dictations, QDBusConnection bus)
+    : m_bridge(bridge), m_dictations(dictations), m_bus(std::move(bus))
 {
     m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
 }
@@ -38,6 +38,11 @@ void DictationBus::Stop()
 void DictationBus::Toggle()
 {
     answer(m_bridge.toggle());
+}
+
+QString DictationBus::State() const
+{
+    return m_dictations.activity();
 }
 
 void DictationBus::answer(QCoro::Task<std::optional<Error>> outcome)

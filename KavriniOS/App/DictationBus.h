@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dictation/DictationBridge.h"
+#include "dictation/Dictations.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -22,18 +23,21 @@ public:
     /// The object's path below the application's name.
     static QString path() { return QStringLiteral("/app/kavrin/Kavrin/Dictation"); }
 
-    /// `bridge` must outlive this object.
-    explicit DictationBus(DictationBridge &bridge, QDBusConnection bus = QDBusConnection::sessionBus());
+    /// Both must outlive this object.
+    explicit DictationBus(DictationBridge &bridge, const Dictations &dictations,
+                          QDBusConnection bus = QDBusConnection::sessionBus());
 
     /// The interface as other programs call it.
     Q_SCRIPTABLE Q_SLOT void Start();
     Q_SCRIPTABLE Q_SLOT void Stop();
     Q_SCRIPTABLE Q_SLOT void Toggle();
+    Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
 
 private:
     void answer(QCoro::Task<std::optional<Error>> outcome);
 
     DictationBridge &m_bridge;
+    const Dictations &m_dictations;
     QDBusConnection m_bus;
 };
 

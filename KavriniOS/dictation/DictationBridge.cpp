@@ -59,41 +59,45 @@ Error refusal(const QString &reason)
 DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
                                  std::function<void()> startLoopback)
     : m_clock(platform.clock), m_dictations(platform.dictations), m_startLoopback(std::move(startLoopback)),
-      m_keyboard(std::make_shared<Keyboard>(platform)),
+      m_recorder(std::make_shared<Recorder>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
-    m_keyboard->recorder.autoReset = true;
+    m_recorder->autoReset = true;
 }
 
 QCoro::Task<std::optional<Error>> DictationBridge::start()
 {
-    return start(m_keyboard);
+    return start(m_recorder, m_dictations);
 }
 
-QCoro::Task<std::optional<Error>> DictationBridge::start(std::shared_ptr<Keyboard> keyboard)
+QCoro::Task<std::optional<Error>> DictationBridge::start(std::shared_ptr<Recorder> recorder,
+                                                         const Dictations &dictations)
 {
-    Recorder &recorder = keyboard->recorder;
-    if (recorder.state() == Recorder::S::working) {
+    if (dictations.active() != nullptr) {
+        co_return std::nullopt;
+    }
+    if (recorder->state() == Recorder::S::working) {
         co_return refusal(u"The last dictation is still being transcribed."_s);
     }
-    if (recorder.state() == Recorder::S::done) {
-        recorder.setState(Recorder::S::idle);
+    if (recorder->state() == Recorder::S::done) {
+        recorder->setState(Recorder::S::idle);
     }
-    if (recorder.state() == Recorder::S::idle && !keyboard->isStarting) {
-        keyboard->isStarting = true;
-        const QCoro::Task<> start = recorder.start();
-        co_await start;
-        keyboard->isStarting = false;
-        if (recorder.state() != Recorder::S::recording) {
-            co_return Error(u"dictation"_s, 1, recorder.message());
-        }
+    const QCoro::Task<> start = recorder->start();
+    co_await start;
+    if (recorder->state() != Recorder::S::recording) {
+        co_return Error(u"dictation"_s, 1, recorder->message());
     }
     co_return std::nullopt;
 }
 
 std::optional<Error> DictationBridge::stop()
 {
-    Recorder *const recorder = m_dictations.recording();
+    return stop(m_dictations);
+}
+
+std::optional<Error> DictationBridge::stop(const Dictations &dictations)
+{
+    Recorder *const recorder = dictations.recording();
     if (recorder == nullptr) {
         return refusal(u"There is no recording to stop."_s);
     }
@@ -106,15 +110,8 @@ QCoro::Task<std::optional<Error>> DictationBridge::toggle()
     if (m_dictations.recording() != nullptr) {
         co_return stop();
     }
-    const QCoro::Task<std::optional<Error>> starting = start(m_keyboard);
+    const QCoro::Task<std::optional<Error>> starting = start();
     co_return co_await starting;
-}
-
-void DictationBridge::stop(Keyboard &keyboard)
-{
-    if (keyboard.recorder.state() == Recorder::S::recording) {
-        keyboard.recorder.stop();
-    }
 }
 
 QCoro::Task<> DictationBridge::run(std::stop_token stop)
@@ -122,7 +119,8 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
     m_startLoopback();
     DictationState::clearStale();
     Clock &clock = m_clock;
-    const std::shared_ptr<Keyboard> keyboard = m_keyboard;
+    const std::shared_ptr<Recorder> recorder = m_recorder;
+    const Dictations &dictations = m_dictations;
     TakenCommand taken;
     QFuture<std::optional<Error>> beat;
     for (qint64 pass = 1; !stop.stop_requested(); ++pass) {
@@ -134,10 +132,10 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {
-            const QCoro::Task<std::optional<Error>> starting = start(keyboard);
+            const QCoro::Task<std::optional<Error>> starting = start(recorder, dictations);
             co_await starting;
         } else if (command == dictation::stopCommand) {
-            DictationBridge::stop(*keyboard);
+            DictationBridge::stop(dictations);
         }
         const QCoro::Task<> sleep = clock.sleep(pollInterval, stop);
         co_await sleep;

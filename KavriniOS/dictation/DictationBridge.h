@@ -25,10 +25,10 @@ public:
     QCoro::Task<> run(std::stop_token stop);
 
     /// The recorder that serves the keyboard.
-    [[nodiscard]] const Recorder &recorder() const { return m_keyboard->recorder; }
+    [[nodiscard]] const Recorder &recorder() const { return *m_recorder; }
 
-    /// Begins a recording, unless one begins or runs. Resumes when it runs, with nothing, or with why there
-    /// is none.
+    /// Begins a recording, unless one begins or runs, whichever recorder it is. Resumes when it runs, with
+    /// nothing, or with why there is none.
     QCoro::Task<std::optional<Error>> start();
 
     /// Ends the recording that runs, whichever recorder it is. Returns why there is nothing to end.
@@ -44,19 +44,14 @@ public:
 private:
     Clock &m_clock;
     Dictations &m_dictations;
-    struct Keyboard {
-        explicit Keyboard(const Recorder::Platform &platform) : recorder(platform) { }
 
-        Recorder recorder;
-        bool isStarting = false;
-    };
-
-    static QCoro::Task<std::optional<Error>> start(std::shared_ptr<Keyboard> keyboard);
-    static void stop(Keyboard &keyboard);
+    static QCoro::Task<std::optional<Error>> start(std::shared_ptr<Recorder> recorder,
+                                                   const Dictations &dictations);
+    static std::optional<Error> stop(const Dictations &dictations);
 
     const std::function<void()> m_startLoopback;
     // Shared with run(), which may still wait when the bridge is destroyed.
-    std::shared_ptr<Keyboard> m_keyboard;
+    std::shared_ptr<Recorder> m_recorder;
     std::shared_ptr<Standby> m_standby;
 };
 

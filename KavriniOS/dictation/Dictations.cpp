@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Dictations.h"
 
+#include "store/DictationKeys.h"
+
 #include <algorithm>
 
 namespace kavrin
@@ -24,14 +26,29 @@ void Dictations::add(Recorder &recorder)
 
 Recorder *Dictations::recording() const
 {
-    const auto found = std::ranges::find_if(
-        m_recorders, [](const auto &recorder) { return recorder && recorder->state() == S::recording; });
+    Recorder *const recorder = active();
+    return recorder != nullptr && recorder->state() == S::recording ? recorder : nullptr;
+}
+
+Recorder *Dictations::active() const
+{
+    const auto found = std::ranges::find_if(m_recorders, [](const auto &recorder) {
+        return recorder && (recorder->state() == S::recording || recorder->isStarting());
+    });
     return found == m_recorders.end() ? nullptr : found->data();
 }
 
 S Dictations::state() const
 {
     return recording() != nullptr ? S::recording : isTranscribing() ? S::working : S::idle;
+}
+
+QString Dictations::activity() const
+{
+    if (active() != nullptr) {
+        return recording() != nullptr ? dictation::recording : dictation::starting;
+    }
+    return isTranscribing() ? dictation::working : dictation::idle;
 }
 
 void Dictations::beginTranscription()

@@ -23,9 +23,15 @@ public:
     /// The recorder that records. Null if there is none.
     [[nodiscard]] Recorder *recording() const;
 
+    /// The recorder that records or is about to. There is never more than one. Null if there is none.
+    [[nodiscard]] Recorder *active() const;
+
     /// The state that matters most to the user: a recording comes before a transcription, and a transcription
     /// before `idle`.
     [[nodiscard]] Recorder::S state() const;
+
+    /// What the process does: "starting", "recording", "working" or "idle", as in docs/shared-suite.md.
+    [[nodiscard]] QString activity() const;
 
     /// Recorders call these when a transcription begins, and when its text is handed over or it has failed.
     void beginTranscription();

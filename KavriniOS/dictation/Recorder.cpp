@@ -72,12 +72,36 @@ QString Recorder::url()
     return FileManager::temporaryDirectory() + u"/dict.m4a"_s;
 }
 
-QCoro::Task<> Recorder::start()
+/// Why there can be no recording now, whatever the machine permits.
+std::optional<Error> Recorder::obstacle() const
 {
     if (m_platform.dictations.isClosed()) {
-        fail(recordingFailed(isEnding()));
+        return isEnding();
+    }
+    const Recorder *const active = m_platform.dictations.active();
+    if (active != nullptr && active != this) {
+        return Error(u"dictation"_s, 2, u"Another recording is running. Stop it and try again."_s);
+    }
+    return std::nullopt;
+}
+
+QCoro::Task<> Recorder::start()
+{
+    if (const std::optional<Error> found = obstacle()) {
+        fail(recordingFailed(*found));
         co_return;
     }
+    const QPointer<Recorder> self(this);
+    m_isStarting = true;
+    const QCoro::Task<> beginning = begin();
+    co_await beginning;
+    if (self) {
+        m_isStarting = false;
+    }
+}
+
+QCoro::Task<> Recorder::begin()
+{
     const QPointer<Recorder> self(this);
     const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
     const bool granted = co_await permission;

@@ -52,6 +52,9 @@ public:
     [[nodiscard]] S state() const { return m_state; }
     void setState(S state);
 
+    /// Whether start() has not resumed yet.
+    [[nodiscard]] bool isStarting() const { return m_isStarting; }
+
     /// A line for the user: what happens, what went wrong, or the transcript.
     [[nodiscard]] QString message() const { return m_message; }
 
@@ -62,7 +65,8 @@ public:
     static QString url();
 
     /// Asks for the microphone and records. Resumes when the recording runs, or when it has failed or the
-    /// user has refused it; `message` then says so. The caller must check `state` first.
+    /// user has refused it; `message` then says so. The caller must check `state` first. It fails while
+    /// another recorder records.
     QCoro::Task<> start();
 
     /// Ends the recording and transcribes it. Returns at once. The caller must check `state` first. The
@@ -75,6 +79,8 @@ Q_SIGNALS:
     void levelChanged();
 
 private:
+    [[nodiscard]] std::optional<Error> obstacle() const;
+    QCoro::Task<> begin();
     bool prepare();
     void startMeter();
     void updateMeter();
@@ -88,6 +94,7 @@ private:
 
     Platform m_platform;
     S m_state = S::idle;
+    bool m_isStarting = false;
     QString m_message = QStringLiteral("Starting…");
     double m_level = 0;
     QPointer<QTimer> m_meter;

@@ -356,6 +356,38 @@ TEST_F(DictationBridgeTest, StopTellsThatThereIsNothingToStop)
     EXPECT_TRUE(machine.journal.isEmpty());
 }
 
+TEST_F(DictationBridgeTest, AStopEndsTheRecordingOfAnotherRecorderToo)
+{
+    run();
+    for (const bool overSuite : {true, false}) {
+        SCOPED_TRACE(overSuite);
+        Recorder screen(machine.platform());
+        QCoro::waitFor(screen.start());
+        if (overSuite) {
+            command(u"stop"_s);
+            pass();
+        } else {
+            EXPECT_EQ(failureOf(bridge.stop()), u"");
+        }
+        EXPECT_EQ(screen.state(), Recorder::S::working);
+        machine.finishTranscription(u""_s);
+        waitUntil([&] { return screen.state() == Recorder::S::done; });
+    }
+}
+
+TEST_F(DictationBridgeTest, AStartWhileAnotherRecorderRecordsIsSwallowed)
+{
+    run();
+    Recorder screen(machine.platform());
+    QCoro::waitFor(screen.start());
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    EXPECT_TRUE(machine.failures.isEmpty());
+}
+
 TEST_F(DictationBridgeTest, ToggleStartsAndStops)
 {
     EXPECT_EQ(failureOf(await(bridge.toggle())), u"");

@@ -450,6 +450,40 @@ TEST_F(RecorderTest, ItIsTranscribingUntilTheSuiteHasTakenTheText)
     EXPECT_EQ(machine.dictations.state(), Recorder::S::idle);
 }
 
+TEST_F(RecorderTest, TwoNeverRecordAtOnce)
+{
+    start();
+    Recorder other(machine.platform());
+    QCoro::waitFor(other.start());
+    EXPECT_EQ(other.state(), Recorder::S::idle);
+    EXPECT_EQ(other.message(), u"Recording failed: Another recording is running. Stop it and try again.");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, TellsWhatTheProcessDoesWhateverTheSuiteSays)
+{
+    EXPECT_EQ(machine.dictations.activity(), u"idle");
+    machine.session.answersAtOnce = false;
+    auto screen = std::make_unique<Recorder>(machine.platform());
+    const QCoro::Task<> starting = screen->start();
+    EXPECT_EQ(machine.dictations.activity(), u"starting");
+    machine.session.answer();
+    ASSERT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(machine.dictations.activity(), u"recording");
+    screen->stop();
+    screen.reset();
+    EXPECT_EQ(machine.dictations.activity(), u"working");
+    machine.finishTranscription(u""_s);
+    EXPECT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
+
+    screen = std::make_unique<Recorder>(machine.platform());
+    QCoro::waitFor(screen->start());
+    screen.reset();
+    EXPECT_EQ(sharedState(), u"recording");
+    EXPECT_EQ(machine.dictations.activity(), u"idle");
+}
+
 TEST_F(RecorderTest, NothingBeginsOnceTheApplicationEnds)
 {
     start();

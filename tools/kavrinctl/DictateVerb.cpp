@@ -161,13 +161,23 @@ void run(const Action &action)
     }
 }
 
+/// What the application does, and "done" once it does nothing after a transcript. From the shared suite if
+/// the application is not there.
+QString activity(const std::optional<QString> &running)
+{
+    const bool hasDone = running == dictation::idle && state() == dictation::done;
+    return hasDone ? dictation::done : running.value_or(state());
+}
+
 void status(bool asJson)
 {
-    const QString current = state();
+    const std::optional<QString> running = runningState();
+    const bool runs = running || isRunning();
+    const QString current = activity(running);
     if (asJson) {
-        print(QJsonObject{{u"running"_s, isRunning()},
+        print(QJsonObject{{u"running"_s, runs},
                           {u"state"_s, current.isEmpty() ? QJsonValue() : QJsonValue(current)}});
-    } else if (!isRunning()) {
+    } else if (!runs) {
         print(u"not running"_s);
     } else {
         print(current.isEmpty() ? u"idle"_s : current);

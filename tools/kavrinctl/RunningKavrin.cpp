@@ -26,9 +26,8 @@ bool isUnanswered(const QDBusConnection &bus, const QDBusError &error)
     return isMissing && bus.interface()->isServiceRegistered(service);
 }
 
-} // namespace
-
-bool askForDictation(const QString &method, std::chrono::milliseconds limit)
+/// The application's answer. An error if no application is there.
+QDBusMessage ask(const QString &method, std::chrono::milliseconds limit)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(service, u"/app/kavrin/Kavrin/Dictation"_s,
                                                        u"app.kavrin.Dictation"_s, method);
@@ -43,7 +42,22 @@ bool askForDictation(const QString &method, std::chrono::milliseconds limit)
             u"Kavrin runs but has not answered. Look whether the desktop asks you for the microphone; "
             "otherwise restart Kavrin."_s};
     }
-    return answer.type() == QDBusMessage::ReplyMessage;
+    return answer;
+}
+
+} // namespace
+
+bool askForDictation(const QString &method, std::chrono::milliseconds limit)
+{
+    return ask(method, limit).type() == QDBusMessage::ReplyMessage;
+}
+
+std::optional<QString> runningState()
+{
+    constexpr std::chrono::seconds limit(3);
+    const QDBusMessage answer = ask(u"State"_s, limit);
+    const bool isThere = answer.type() == QDBusMessage::ReplyMessage;
+    return isThere ? std::optional(answer.arguments().value(0).toString()) : std::nullopt;
 }
 
 } // namespace kavrin::ctl

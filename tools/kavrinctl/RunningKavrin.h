@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <chrono>
+#include <optional>
 
 namespace kavrin::ctl
 {
@@ -13,5 +14,9 @@ namespace kavrin::ctl
 /// there: none runs, or it has no bus. Throws Refusal with the reason if it refuses, or if no answer comes
 /// within `limit`.
 bool askForDictation(const QString &method, std::chrono::milliseconds limit);
+
+/// What the running application does, whatever the shared suite says: "starting", "recording", "working" or
+/// "idle". None if no application is there. Throws Refusal if no answer comes.
+std::optional<QString> runningState();
 
 } // namespace kavrin::ctl

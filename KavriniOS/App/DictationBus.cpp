@@ -17,8 +17,9 @@ const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 } // namespace
 
-DictationBus::DictationBus(DictationBridge &bridge, const Dictations &dictations, QDBusConnection bus)
-    : m_bridge(bridge), m_dictations(dictations), m_bus(std::move(bus))
+DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, const FailureNotices &notices,
+                           QDBusConnection bus)
+    : m_bridge(bridge), m_dictations(dictations), m_notices(notices), m_bus(std::move(bus))
 {
     m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
 }
@@ -43,6 +44,11 @@ void DictationBus::Toggle()
 QString DictationBus::State() const
 {
     return m_dictations.activity();
+}
+
+QString DictationBus::TakeFailure()
+{
+    return m_notices.line(m_dictations.takeFailure());
 }
 
 void DictationBus::answer(QCoro::Task<std::optional<Error>> outcome)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "App/FailureNotices.h"
 #include "dictation/DictationBridge.h"
 #include "dictation/Dictations.h"
 
@@ -23,8 +24,8 @@ public:
     /// The object's path below the application's name.
     static QString path() { return QStringLiteral("/app/kavrin/Kavrin/Dictation"); }
 
-    /// Both must outlive this object.
-    explicit DictationBus(DictationBridge &bridge, const Dictations &dictations,
+    /// All must outlive this object. `notices` leaves out keys from what the bus is told.
+    explicit DictationBus(DictationBridge &bridge, Dictations &dictations, const FailureNotices &notices,
                           QDBusConnection bus = QDBusConnection::sessionBus());
 
     /// The interface as other programs call it.
@@ -32,12 +33,14 @@ public:
     Q_SCRIPTABLE Q_SLOT void Stop();
     Q_SCRIPTABLE Q_SLOT void Toggle();
     Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
+    Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure(), with every key masked
 
 private:
     void answer(QCoro::Task<std::optional<Error>> outcome);
 
     DictationBridge &m_bridge;
-    const Dictations &m_dictations;
+    Dictations &m_dictations;
+    const FailureNotices &m_notices;
     QDBusConnection m_bus;
 };
 

@@ -25,13 +25,14 @@ public:
     /// settings may hold other keys by then.
     void rememberKeys();
 
+    /// A message as report() shows it.
+    [[nodiscard]] QString line(const QString &message) const;
+
 Q_SIGNALS:
     /// The user wants to deal with the failure in the settings of dictation.
     void activated(const QString &activationToken);
 
 private:
-    [[nodiscard]] QString line(const QString &message) const;
-
     Notifications &m_notifications;
     QStringList m_keys; ///< all keys that are known to have been set at any time
 };

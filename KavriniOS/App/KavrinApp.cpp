@@ -100,7 +100,7 @@ struct KavrinApp::Services {
     DictateModelFactory dictateModels = DictateModelFactory(
         recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
-    DictationBus dictationBus = DictationBus(dictationBridge, dictations);
+    DictationBus dictationBus = DictationBus(dictationBridge, dictations, failureNotices);
     std::stop_source stop;
     bool hasServed = false;
     // Exists only as long as the window: without Qt Quick, the process takes a quarter of the memory.

@@ -6,6 +6,9 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QString>
+
+#include <utility>
 
 namespace kavrin
 {
@@ -33,6 +36,12 @@ public:
     /// What the process does: "starting", "recording", "working" or "idle", as in docs/shared-suite.md.
     [[nodiscard]] QString activity() const;
 
+    /// Recorders say here why the last dictation brought no text, and forget it when the next one begins.
+    void setFailure(const QString &reason) { m_failure = reason; }
+
+    /// Why the last dictation brought no text. Each failure is returned once. Empty if there is none.
+    QString takeFailure() { return std::exchange(m_failure, QString()); }
+
     /// Recorders call these when a transcription begins, and when its text is handed over or it has failed.
     void beginTranscription();
     void endTranscription();
@@ -50,6 +59,7 @@ private:
     QList<QPointer<Recorder>> m_recorders;
     int m_transcriptions = 0;
     bool m_isClosed = false;
+    QString m_failure;
 };
 
 } // namespace kavrin

@@ -91,12 +91,14 @@ QCoro::Task<> Recorder::start()
         fail(recordingFailed(*found));
         co_return;
     }
+    m_platform.dictations.setFailure({});
     const QPointer<Recorder> self(this);
     m_isStarting = true;
     const QCoro::Task<> beginning = begin();
     co_await beginning;
     if (self) {
         m_isStarting = false;
+        m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_message);
     }
 }
 
@@ -184,6 +186,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
         recorder->setState(state);
         recorder->setMessage(message);
     }
+    platform.dictations.setFailure(failure);
     if (!failure.isEmpty()) {
         platform.reportFailure(failure);
     }

@@ -12,6 +12,7 @@ import unittest
 
 from gi.repository import GLib
 
+from faults_test import HangingService
 from support.desktop import APPLICATION, Bus
 from support.private_session import PrivateSession, enter_private_namespaces, wait_until
 
@@ -159,6 +160,71 @@ class Failures(Commands):
         self.session.start_kavrin("--background")
         with locked(self.suite), self.assertRaisesRegex(GLib.Error, "keeps the file locked"):
             self.bus.act("save-code", "Your code is 482913")
+
+
+class Waiting(Commands):
+    """What "dictate wait" comes to, where there is a transcript of before that nobody has used."""
+
+    def setUp(self):
+        super().setUp()
+        self.session.ctl("set", "provider", "custom")
+        self.session.ctl("set", "customKey", "sk-secret-4711")
+        self.session.ctl("defaults", "write", "transcript", "--string", "of before")
+        self.session.ctl("defaults", "write", "tStamp", "--double", "1000.5")
+        self.session.ctl("defaults", "write", "dictationState", "--string", "done")
+        self.kavrin = self.session.start_kavrin("--background")
+
+    def use(self, service):
+        self.session.ctl("set", "customURL", service.url)
+
+    def dictate(self):
+        self.session.ctl("dictate", "start")
+        self.session.ctl("dictate", "stop")
+
+    def test_a_failure_is_told_once_with_every_key_masked_however_late_it_is_asked_for(self):
+        service = self.enterContext(HangingService(b'["bad sk-secret-4711"]', status=401))
+        service.release.set()
+        self.use(service)
+        self.dictate()
+        self.suite.wait_for("dictationState", "idle")
+        self.assertEqual(self.refused("dictate", "wait"), 'kavrinctl: Error: ["bad •••"]')
+        self.assertEqual(self.session.ctl("dictate", "wait"), "of before")
+
+    def test_a_failure_that_is_waited_for(self):
+        service = self.enterContext(HangingService())
+        self.use(service)
+        self.dictate()
+        waiting = self.session.start(self.session.bin / "kavrinctl", "dictate", "wait", stderr=subprocess.PIPE)
+        with self.assertRaises(subprocess.TimeoutExpired):
+            waiting.wait(0.5)
+        service.release.set()
+        self.assertIn("Error: ", waiting.communicate(timeout=10)[1])
+        self.assertEqual(waiting.returncode, 1)
+
+    def test_a_recording_that_cannot_begin(self):
+        self.session.end(self.session.sound_server)
+        self.refused("dictate", "start")
+        self.assertIn("The sound server cannot be reached", self.refused("dictate", "wait"))
+
+    def test_a_text_after_a_failure(self):
+        service = self.enterContext(HangingService())
+        service.release.set()
+        self.use(service)
+        self.dictate()
+        self.suite.wait_for("dictationState", "idle")
+        self.use(self.enterContext(Service()))
+        self.dictate()
+        self.assertEqual(self.session.ctl("dictate", "wait"), "said")
+
+    def test_a_kavrin_that_ends(self):
+        self.use(self.enterContext(HangingService()))
+        self.dictate()
+        waiting = self.session.start(self.session.bin / "kavrinctl", "dictate", "wait", stderr=subprocess.PIPE)
+        with self.assertRaises(subprocess.TimeoutExpired):
+            waiting.wait(0.5)
+        self.session.end(self.kavrin)
+        self.assertIn("Kavrin is not running", waiting.communicate(timeout=10)[1])
+        self.assertEqual(waiting.returncode, 1)
 
 
 class Ending(Commands):

@@ -31,6 +31,10 @@ constexpr std::chrono::seconds answerLimit = 3s;
 // While the application is asked for a recording, the desktop may ask the user for the microphone.
 constexpr std::chrono::seconds permissionLimit = 60s;
 constexpr std::chrono::milliseconds pollInterval = 10ms;
+constexpr std::chrono::milliseconds waitInterval = 50ms;
+constexpr std::chrono::minutes transcriptLimit = 5min;
+
+const QString notRunning = u"Kavrin is not running. Start it with \"kavrin\"."_s;
 
 QString storedString(const QString &key)
 {
@@ -63,17 +67,18 @@ bool isRunning()
 void expectRunning()
 {
     if (!isRunning()) {
-        throw Refusal{u"Kavrin is not running. Start it with \"kavrin\"."_s};
+        throw Refusal{notRunning};
     }
 }
 
-bool waitUntil(const std::function<bool()> &condition, QDeadlineTimer limit)
+bool waitUntil(const std::function<bool()> &condition, QDeadlineTimer limit,
+               std::chrono::milliseconds interval = pollInterval)
 {
     while (!condition()) {
         if (limit.hasExpired()) {
             return false;
         }
-        std::this_thread::sleep_for(pollInterval);
+        std::this_thread::sleep_for(interval);
     }
     return true;
 }
@@ -202,30 +207,63 @@ void takeTranscript()
     }
 }
 
-void waitForTranscript(QDeadlineTimer limit)
+bool hasNewTranscript()
 {
-    const std::optional<double> before = storedTime(dictation::stampKey);
-    const bool isAwaited = isRunning() && (isUnderWay() || command() == dictation::startCommand);
-    if (!isAwaited && before && before != storedTime(dictation::usedKey)) {
-        takeTranscript();
-        return;
+    const std::optional<double> stamp = storedTime(dictation::stampKey);
+    return stamp && stamp != storedTime(dictation::usedKey);
+}
+
+/// Whether a dictation has ended, by now or since it was asked last, with a transcript. Throws Refusal if it
+/// ended without one, or if the application has gone.
+bool hasTranscribed()
+{
+    const bool isAwaited = command() == dictation::startCommand || command() == dictation::stopCommand;
+    const std::optional<QString> running = runningState();
+    if (!running) {
+        throw Refusal{notRunning};
     }
-    bool wasUnderWay = isUnderWay();
-    const auto hasEnded = [&] {
+    if (isAwaited || running != dictation::idle) {
+        return false;
+    }
+    if (const QString reason = takeRunningFailure(); !reason.isEmpty()) {
+        throw Refusal{reason};
+    }
+    return hasNewTranscript();
+}
+
+[[noreturn]] void refuseFailed()
+{
+    throw Refusal{u"The dictation failed, and there is no transcript. "
+                  "\"kavrinctl transcribe\" with the recording that \"kavrinctl where\" names says why."_s};
+}
+
+/// Like hasTranscribed() again and again, by the keys of the shared suite alone.
+std::function<bool()> followSuite()
+{
+    const bool isAwaited = isRunning() && (isUnderWay() || command() == dictation::startCommand);
+    if (!isAwaited && hasNewTranscript()) {
+        if (state() == dictation::idle) {
+            refuseFailed();
+        }
+        return [] { return true; };
+    }
+    return [before = storedTime(dictation::stampKey), wasUnderWay = isUnderWay()]() mutable {
         const bool hasFailed = wasUnderWay && !isUnderWay() && state() == dictation::idle;
         if (storedTime(dictation::stampKey) != before) {
             return true;
         }
         if (hasFailed) {
-            throw Refusal{
-                u"The dictation failed, and there is no transcript. "
-                "\"kavrinctl transcribe\" with the recording that \"kavrinctl where\" names says why."_s};
+            refuseFailed();
         }
         wasUnderWay = isUnderWay();
         expectRunning();
         return false;
     };
-    if (!waitUntil(hasEnded, limit)) {
+}
+
+void waitForTranscript(QDeadlineTimer limit)
+{
+    if (!waitUntil(runningState() ? hasTranscribed : followSuite(), limit, waitInterval)) {
         throw Refusal{u"No transcript has come."_s};
     }
     takeTranscript();
@@ -235,7 +273,7 @@ QDeadlineTimer parseLimit(QStringList &arguments)
 {
     const qsizetype flag = arguments.indexOf(u"--timeout"_s);
     if (flag < 0) {
-        return QDeadlineTimer(QDeadlineTimer::Forever);
+        return QDeadlineTimer(transcriptLimit);
     }
     const std::optional<double> seconds = toNumber(arguments.value(flag + 1));
     constexpr double longest = 1e9;

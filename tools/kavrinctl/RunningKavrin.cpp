@@ -19,6 +19,8 @@ using namespace Qt::StringLiterals;
 const QString service = u"app.kavrin.Kavrin"_s;
 const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
+constexpr std::chrono::seconds readLimit(3);
+
 /// Whether the application is there and gives no answer. One that ends meanwhile gives none, either.
 bool isUnanswered(const QDBusConnection &bus, const QDBusError &error)
 {
@@ -54,10 +56,14 @@ bool askForDictation(const QString &method, std::chrono::milliseconds limit)
 
 std::optional<QString> runningState()
 {
-    constexpr std::chrono::seconds limit(3);
-    const QDBusMessage answer = ask(u"State"_s, limit);
+    const QDBusMessage answer = ask(u"State"_s, readLimit);
     const bool isThere = answer.type() == QDBusMessage::ReplyMessage;
     return isThere ? std::optional(answer.arguments().value(0).toString()) : std::nullopt;
+}
+
+QString takeRunningFailure()
+{
+    return ask(u"TakeFailure"_s, readLimit).arguments().value(0).toString();
 }
 
 } // namespace kavrin::ctl

@@ -19,4 +19,8 @@ bool askForDictation(const QString &method, std::chrono::milliseconds limit);
 /// "idle". None if no application is there. Throws Refusal if no answer comes.
 std::optional<QString> runningState();
 
+/// Why the last dictation of the running application brought no text. The application tells each failure
+/// once. Empty if there is none. Throws Refusal if no answer comes.
+QString takeRunningFailure();
+
 } // namespace kavrin::ctl

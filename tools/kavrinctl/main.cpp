@@ -51,7 +51,9 @@ constexpr std::array verbs = {
          "Dictate with the running application",
          "start and stop return when the application has obeyed. toggle is for a hotkey: it starts, or "
          "stops.\n"
-         "wait prints the transcript when a new one arrives, and marks it as used.",
+         "wait prints the transcript when a new one arrives, and marks it as used. It fails when the "
+         "dictation\n"
+         "has failed, and after SECONDS, or five minutes.",
          dictate},
     Verb{"watch-messages", "[--containing WORD]",
          "Save the verification codes of text messages as they arrive",

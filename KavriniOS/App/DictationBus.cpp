@@ -31,9 +31,12 @@ void DictationBus::Start()
 
 void DictationBus::Stop()
 {
-    if (const std::optional<Error> failure = m_bridge.stop()) {
-        sendErrorReply(refusal, failure->localizedDescription);
-    }
+    answer(m_bridge.stop());
+}
+
+void DictationBus::Cancel()
+{
+    answer(m_bridge.cancel());
 }
 
 void DictationBus::Toggle()
@@ -49,6 +52,13 @@ QString DictationBus::State() const
 QString DictationBus::TakeFailure()
 {
     return m_notices.line(m_dictations.takeFailure());
+}
+
+void DictationBus::answer(const std::optional<Error> &failure)
+{
+    if (failure) {
+        sendErrorReply(refusal, failure->localizedDescription);
+    }
 }
 
 void DictationBus::answer(QCoro::Task<std::optional<Error>> outcome)

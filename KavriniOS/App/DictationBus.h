@@ -32,10 +32,12 @@ public:
     Q_SCRIPTABLE Q_SLOT void Start();
     Q_SCRIPTABLE Q_SLOT void Stop();
     Q_SCRIPTABLE Q_SLOT void Toggle();
+    Q_SCRIPTABLE Q_SLOT void Cancel();
     Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
     Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure(), with every key masked
 
 private:
+    void answer(const std::optional<Error> &failure);
     void answer(QCoro::Task<std::optional<Error>> outcome);
 
     DictationBridge &m_bridge;

@@ -31,7 +31,7 @@ constexpr std::array appearances = {
     Appearance{S::working, "ellipsis", 0xff1a73c8, "Kavrin: transcribing"},
 };
 
-enum Entry { Open, Dictate, Quit };
+enum Entry { Open, Dictate, Cancel, Quit };
 
 /// Draws the symbol white on its own disc, so that it stands out from light and dark panels.
 QPixmap disc(const Appearance &appearance, int size)
@@ -82,18 +82,26 @@ void DictationTray::update()
     m_tray.show({
         .icon = icon(*appearance),
         .toolTip = QString::fromLatin1(appearance->toolTip),
-        .menu = {u"Open"_s, records ? u"Stop dictation"_s : u"Start dictation"_s, u"Quit"_s},
+        .menu = {u"Open"_s, records ? u"Stop dictation"_s : u"Start dictation"_s,
+                 state == S::idle ? QString() : u"Cancel dictation"_s, u"Quit"_s},
+    });
+}
+
+void DictationTray::toggle()
+{
+    m_bridge.toggle().then([self = QPointer(this)](const std::optional<Error> &failure) {
+        if (self) {
+            self->tell(failure);
+        }
     });
 }
 
 /// A recorder that fails reports that itself.
-void DictationTray::toggle()
+void DictationTray::tell(const std::optional<Error> &failure)
 {
-    m_bridge.toggle().then([self = QPointer(this)](const std::optional<Error> &failure) {
-        if (self && failure && failure->code == DictationBridge::refused) {
-            Q_EMIT self->refused(failure->localizedDescription);
-        }
-    });
+    if (failure && failure->code == DictationBridge::refused) {
+        Q_EMIT refused(failure->localizedDescription);
+    }
 }
 
 void DictationTray::choose(int entry)
@@ -104,6 +112,9 @@ void DictationTray::choose(int entry)
         break;
     case Dictate:
         toggle();
+        break;
+    case Cancel:
+        tell(m_bridge.cancel());
         break;
     case Quit:
         Q_EMIT quitRequested();

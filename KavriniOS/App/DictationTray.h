@@ -31,6 +31,7 @@ private:
     void update();
     void choose(int entry);
     void toggle();
+    void tell(const std::optional<Error> &failure);
 
     Tray &m_tray;
     DictationBridge &m_bridge;

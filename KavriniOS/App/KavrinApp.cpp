@@ -4,6 +4,7 @@
 #include "App/DictationBus.h"
 #include "App/DictationTray.h"
 #include "App/FailureNotices.h"
+#include "App/SlowTranscription.h"
 #include "App/UrlHost.h"
 #include "codes/SaveVerificationCode.h"
 #include "dictation/DictationBridge.h"
@@ -100,6 +101,7 @@ struct KavrinApp::Services {
     DictateModelFactory dictateModels = DictateModelFactory(
         recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
+    SlowTranscription slowTranscription = SlowTranscription(dictationBridge, dictations, notifications);
     DictationBus dictationBus = DictationBus(dictationBridge, dictations, failureNotices);
     std::stop_source stop;
     bool hasServed = false;
@@ -123,6 +125,7 @@ struct KavrinApp::Services {
                     return Transcriber::transcribe(path, urlSession);
                 },
             .reportFailure = std::move(reportFailure),
+            .endTranscriptions = [this] { urlSession.endExchanges(); },
         };
     }
 };

@@ -59,7 +59,7 @@ Error refusal(const QString &reason)
 DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
                                  std::function<void()> startLoopback)
     : m_clock(platform.clock), m_dictations(platform.dictations), m_startLoopback(std::move(startLoopback)),
-      m_recorder(std::make_shared<Recorder>(platform)),
+      m_endTranscriptions(platform.endTranscriptions), m_recorder(std::make_shared<Recorder>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
     m_recorder->autoReset = true;
@@ -102,6 +102,19 @@ std::optional<Error> DictationBridge::stop(const Dictations &dictations)
         return refusal(u"There is no recording to stop."_s);
     }
     recorder->stop();
+    return std::nullopt;
+}
+
+std::optional<Error> DictationBridge::cancel()
+{
+    if (Recorder *const recorder = m_dictations.active()) {
+        recorder->cancel();
+        return std::nullopt;
+    }
+    if (!m_dictations.giveUpTranscriptions()) {
+        return refusal(u"There is no dictation to cancel."_s);
+    }
+    m_endTranscriptions();
     return std::nullopt;
 }
 

@@ -37,6 +37,10 @@ public:
     /// Ends the recording that runs. If there is none, begins one.
     QCoro::Task<std::optional<Error>> toggle();
 
+    /// Gives up the recording that runs or begins. If there is none, gives up the transcriptions. Neither
+    /// transcript, stamp, clipboard nor "done" is written then. Returns why there is nothing to give up.
+    std::optional<Error> cancel();
+
     /// The code of an Error "dictation" that no recorder has reported, because the state permits no such
     /// command.
     static constexpr qint64 refused = 2;
@@ -50,6 +54,7 @@ private:
     static std::optional<Error> stop(const Dictations &dictations);
 
     const std::function<void()> m_startLoopback;
+    const std::function<void()> m_endTranscriptions;
     // Shared with run(), which may still wait when the bridge is destroyed.
     std::shared_ptr<Recorder> m_recorder;
     std::shared_ptr<Standby> m_standby;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Dictations.h"
 
+#include "dictation/DictationState.h"
 #include "store/DictationKeys.h"
 
 #include <algorithm>
@@ -51,16 +52,34 @@ QString Dictations::activity() const
     return isTranscribing() ? dictation::working : dictation::idle;
 }
 
-void Dictations::beginTranscription()
+void Dictations::begin(const std::shared_ptr<Transcription> &transcription)
 {
-    ++m_transcriptions;
+    m_transcriptions.append(transcription);
     Q_EMIT stateChanged();
 }
 
-void Dictations::endTranscription()
+void Dictations::end(const std::shared_ptr<Transcription> &transcription)
 {
-    --m_transcriptions;
+    m_transcriptions.removeAll(transcription);
     Q_EMIT stateChanged();
+}
+
+bool Dictations::giveUpTranscriptions()
+{
+    bool hasGivenUp = false;
+    const auto running = m_transcriptions;
+    for (const auto &transcription : running) {
+        if (!transcription->isHandingOver) {
+            hasGivenUp = transcription->isGivenUp = true;
+            transcription->tellRecorder();
+            end(transcription);
+        }
+    }
+    if (hasGivenUp) {
+        DictationState::publish(dictation::idle);
+        setFailure(Recorder::cancelled());
+    }
+    return hasGivenUp;
 }
 
 } // namespace kavrin

@@ -8,10 +8,19 @@
 #include <QPointer>
 #include <QString>
 
+#include <functional>
+#include <memory>
 #include <utility>
 
 namespace kavrin
 {
+
+/// A transcription that is running: from the end of its recording until its text is handed over.
+struct Transcription {
+    std::function<void()> tellRecorder; ///< called when it is given up
+    bool isGivenUp = false; ///< whatever the service answers is dropped
+    bool isHandingOver = false; ///< the text has come, so it is too late to give up
+};
 
 /// All dictations of the process: what its recorders record, and what is being transcribed, even if its
 /// recorder no longer exists. Main thread only.
@@ -43,9 +52,13 @@ public:
     QString takeFailure() { return std::exchange(m_failure, QString()); }
 
     /// Recorders call these when a transcription begins, and when its text is handed over or it has failed.
-    void beginTranscription();
-    void endTranscription();
-    [[nodiscard]] bool isTranscribing() const { return m_transcriptions > 0; }
+    void begin(const std::shared_ptr<Transcription> &transcription);
+    void end(const std::shared_ptr<Transcription> &transcription);
+    [[nodiscard]] bool isTranscribing() const { return !m_transcriptions.isEmpty(); }
+
+    /// Gives up all transcriptions. None of them writes or hands over anything from then on. False if there
+    /// is none, or if their texts have come already.
+    bool giveUpTranscriptions();
 
     /// From now on, nothing is recorded or transcribed any more, because the application ends. Transcriptions
     /// that have begun go on.
@@ -57,7 +70,7 @@ Q_SIGNALS:
 
 private:
     QList<QPointer<Recorder>> m_recorders;
-    int m_transcriptions = 0;
+    QList<std::shared_ptr<Transcription>> m_transcriptions;
     bool m_isClosed = false;
     QString m_failure;
 };

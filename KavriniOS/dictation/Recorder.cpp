@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace kavrin
 {
@@ -96,9 +97,13 @@ QCoro::Task<> Recorder::start()
     m_isStarting = true;
     const QCoro::Task<> beginning = begin();
     co_await beginning;
-    if (self) {
-        m_isStarting = false;
-        m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_message);
+    if (!self) {
+        co_return;
+    }
+    m_isStarting = false;
+    m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_message);
+    if (std::exchange(m_isGivenUp, false) && m_state == S::recording) {
+        cancel();
     }
 }
 
@@ -108,6 +113,10 @@ QCoro::Task<> Recorder::begin()
     const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
     const bool granted = co_await permission;
     if (!self) {
+        co_return;
+    }
+    if (m_isGivenUp) {
+        giveUp();
         co_return;
     }
     if (!granted) {
@@ -149,6 +158,32 @@ bool Recorder::prepare()
 
 void Recorder::stop()
 {
+    endRecording();
+    const auto transcription = std::make_shared<Transcription>();
+    transcription->tellRecorder = [self = QPointer(this)] {
+        if (self) {
+            self->settle(S::idle, cancelled());
+        }
+    };
+    m_platform.dictations.begin(transcription);
+    setState(S::working);
+    DictationState::publish(dictation::working);
+    setMessage(u"Transcribing…"_s);
+    finish(this, m_platform, transcription);
+}
+
+void Recorder::cancel()
+{
+    if (m_isStarting) {
+        m_isGivenUp = true;
+        return;
+    }
+    endRecording();
+    giveUp();
+}
+
+void Recorder::endRecording()
+{
     delete m_meter;
     setLevel(0);
     if (m_recorder) {
@@ -156,42 +191,58 @@ void Recorder::stop()
         checkRecording();
     }
     m_platform.sounds.play(SystemSound::Id::EndRecording);
-    setState(S::working);
-    DictationState::publish(dictation::working);
-    setMessage(u"Transcribing…"_s);
-    m_platform.dictations.beginTranscription();
-    const BackgroundTasks::Identifier task = m_platform.backgroundTasks.begin(u"transcribe"_s, [] { });
-    finish(this, m_platform, task);
+}
+
+void Recorder::giveUp()
+{
+    settle(S::idle, cancelled());
+    DictationState::publish(dictation::idle);
+    m_platform.dictations.setFailure(cancelled());
+}
+
+void Recorder::settle(S state, const QString &message)
+{
+    setState(state);
+    setMessage(message);
 }
 
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
-                               BackgroundTasks::Identifier task)
+                               std::shared_ptr<Transcription> transcription)
 {
-    S state = S::idle;
-    QString message;
-    QString failure;
+    const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] { });
+    Outcome outcome;
     try {
-        const QCoro::Task<QString> transcription = transcribe(platform);
-        message = co_await transcription;
-        const QCoro::Task<QString> handingOver = handOver(platform, message);
-        failure = co_await handingOver;
-        state = recorder && !recorder->autoReset ? S::done : S::idle;
+        const QCoro::Task<QString> transcribing = transcribe(platform);
+        outcome.message = co_await transcribing;
+        transcription->isHandingOver = !transcription->isGivenUp;
+        if (transcription->isHandingOver) {
+            const QCoro::Task<QString> handingOver = handOver(platform, outcome.message);
+            outcome.failure = co_await handingOver;
+        }
+        outcome.isDone = true;
     } catch (const std::exception &error) {
         logFailure(error);
-        message = u"Error: "_s + QString::fromUtf8(error.what());
-        DictationState::publish(dictation::idle);
-        failure = message;
+        outcome.message = outcome.failure = u"Error: "_s + QString::fromUtf8(error.what());
     }
-    if (recorder) {
-        recorder->setState(state);
-        recorder->setMessage(message);
-    }
-    platform.dictations.setFailure(failure);
-    if (!failure.isEmpty()) {
-        platform.reportFailure(failure);
+    if (!transcription->isGivenUp) {
+        conclude(recorder, platform, outcome);
     }
     platform.backgroundTasks.end(task);
-    platform.dictations.endTranscription();
+    platform.dictations.end(transcription);
+}
+
+void Recorder::conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome)
+{
+    if (!outcome.isDone) {
+        DictationState::publish(dictation::idle);
+    }
+    if (recorder != nullptr) {
+        recorder->settle(outcome.isDone && !recorder->autoReset ? S::done : S::idle, outcome.message);
+    }
+    platform.dictations.setFailure(outcome.failure);
+    if (!outcome.failure.isEmpty()) {
+        platform.reportFailure(outcome.failure);
+    }
 }
 
 /// The state comes last: a keyboard that sees "done" finds the transcript and its stamp. Both are stored

@@ -16,6 +16,7 @@ namespace kavrin
 {
 
 class Dictations;
+struct Transcription;
 
 /// Records one dictation at a time and transcribes it. It hands the text over to a screen in its own
 /// properties, and to the keyboard under the dictation keys of the shared suite and on the pasteboard. Main
@@ -42,6 +43,8 @@ public:
         std::function<QCoro::Task<QString>(const QString &path)> transcribe;
         /// Gets every failure in the words of `message`, even if the recorder no longer exists.
         std::function<void(const QString &message)> reportFailure = [](const QString &) { };
+        /// Ends every call of `transcribe` that is running, which then throws Error.
+        std::function<void()> endTranscriptions = [] { };
     };
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
@@ -73,6 +76,13 @@ public:
     /// transcription completes and hands its text over, even if this recorder no longer exists.
     void stop();
 
+    /// Ends the recording, or the start of one, and transcribes nothing. The file keeps what was recorded.
+    /// Returns at once. The caller must check `state` and isStarting() first.
+    void cancel();
+
+    /// `message` after a dictation that was given up.
+    static QString cancelled() { return QStringLiteral("The dictation was cancelled."); }
+
 Q_SIGNALS:
     void stateChanged();
     void messageChanged();
@@ -82,6 +92,9 @@ private:
     [[nodiscard]] std::optional<Error> obstacle() const;
     QCoro::Task<> begin();
     bool prepare();
+    void endRecording();
+    void giveUp();
+    void settle(S state, const QString &message);
     void startMeter();
     void updateMeter();
     void checkRecording();
@@ -89,12 +102,20 @@ private:
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
-                                BackgroundTasks::Identifier task);
+                                std::shared_ptr<Transcription> transcription);
+    /// What a transcription has come to.
+    struct Outcome {
+        bool isDone = false; ///< a text came
+        QString message; ///< the text, or why there is none
+        QString failure; ///< what went wrong, also after a text came; empty if nothing did
+    };
+    static void conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome);
     static QCoro::Task<QString> handOver(const Platform &platform, QString transcript);
 
     Platform m_platform;
     S m_state = S::idle;
     bool m_isStarting = false;
+    bool m_isGivenUp = false; ///< by cancel(), before the recording runs
     QString m_message = QStringLiteral("Starting…");
     double m_level = 0;
     QPointer<QTimer> m_meter;

@@ -388,6 +388,80 @@ TEST_F(DictationBridgeTest, AStartWhileAnotherRecorderRecordsIsSwallowed)
     EXPECT_TRUE(machine.failures.isEmpty());
 }
 
+TEST_F(DictationBridgeTest, ACancelledRecordingIsNotTranscribed)
+{
+    await(bridge.start());
+    machine.journal.clear();
+    EXPECT_EQ(failureOf(bridge.cancel()), u"");
+    EXPECT_EQ(machine.journal, (Journal{u"stop"_s, u"sound 1114"_s}));
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::idle);
+    EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    EXPECT_TRUE(machine.failures.isEmpty());
+    EXPECT_EQ(machine.dictations.takeFailure(), u"The dictation was cancelled.");
+}
+
+TEST_F(DictationBridgeTest, ACancelledTranscriptionChangesNothingWhenItsAnswerComesLater)
+{
+    for (const bool comes : {true, false}) {
+        SCOPED_TRACE(comes);
+        await(bridge.start());
+        bridge.stop();
+        EXPECT_EQ(failureOf(bridge.cancel()), u"");
+        EXPECT_EQ(bridge.recorder().state(), Recorder::S::idle);
+        EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+        EXPECT_EQ(machine.dictations.activity(), u"idle");
+
+        machine.journal.clear();
+        if (comes) {
+            machine.finishTranscription(u"late"_s);
+        } else {
+            machine.failTranscription(Error(u"network"_s, 42, u"It was given up."_s));
+        }
+        ASSERT_TRUE(waitUntil([this] { return !machine.journal.isEmpty(); }));
+        EXPECT_EQ(machine.journal.size(), 1); // the background task has ended, and nothing was pasted
+        EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+        EXPECT_EQ(shared(u"transcript"_s), u"none");
+        EXPECT_EQ(shared(u"tStamp"_s), u"none");
+        EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+        EXPECT_TRUE(machine.failures.isEmpty());
+    }
+}
+
+TEST_F(DictationBridgeTest, ACancelledTranscriptionDoesNotDisturbTheNextDictation)
+{
+    await(bridge.start());
+    bridge.stop();
+    bridge.cancel();
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    machine.finishTranscription(u"late"_s);
+    ASSERT_TRUE(waitUntil([this] { return machine.journal.contains(u"end 1"); }));
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::recording);
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+    bridge.stop();
+    machine.finishTranscription(u"next"_s);
+    ASSERT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"done"; }));
+    EXPECT_EQ(shared(u"transcript"_s), u"next");
+}
+
+TEST_F(DictationBridgeTest, AStartThatIsCancelledEndsWithoutARecording)
+{
+    machine.session.answersAtOnce = false;
+    const QCoro::Task<std::optional<Error>> starting = bridge.start();
+    EXPECT_EQ(failureOf(bridge.cancel()), u"");
+    machine.session.answer();
+    ASSERT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(machine.journal, Journal{u"ask permission"_s});
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+}
+
+TEST_F(DictationBridgeTest, CancelTellsThatThereIsNothingToCancel)
+{
+    EXPECT_EQ(failureOf(bridge.cancel()), u"There is no dictation to cancel.");
+    EXPECT_EQ(shared(u"dictationState"_s), u"none");
+}
+
 TEST_F(DictationBridgeTest, ToggleStartsAndStops)
 {
     EXPECT_EQ(failureOf(await(bridge.toggle())), u"");

@@ -13,7 +13,7 @@ import unittest
 from gi.repository import GLib
 
 from faults_test import HangingService
-from support.desktop import APPLICATION, Bus
+from support.desktop import APPLICATION, Bus, Notifications, Tray
 from support.private_session import PrivateSession, enter_private_namespaces, wait_until
 
 DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
@@ -68,8 +68,10 @@ def locked(suite):
 
 
 class Commands(unittest.TestCase):
+    display = False
+
     def setUp(self):
-        self.session = self.enterContext(PrivateSession())
+        self.session = self.enterContext(PrivateSession(display=self.display))
         self.bus = Bus(self.session)
         self.suite = self.session.suite()
 
@@ -160,6 +162,76 @@ class Failures(Commands):
         self.session.start_kavrin("--background")
         with locked(self.suite), self.assertRaisesRegex(GLib.Error, "keeps the file locked"):
             self.bus.act("save-code", "Your code is 482913")
+
+
+class WithoutAnAnswer(Commands):
+    def setUp(self):
+        super().setUp()
+        self.service = self.enterContext(HangingService(b'{"text": "late"}', status=200))
+        self.session.ctl("set", "provider", "custom")
+        self.session.ctl("set", "customURL", self.service.url)
+
+    def assert_nothing_comes(self):
+        self.suite.wait_for("dictationState", "idle")
+        self.service.release.set()
+        self.assertEqual(self.refused("dictate", "wait"), "kavrinctl: The dictation was cancelled.")
+        self.assertEqual([self.suite.get(key) for key in ("dictationState", "transcript", "tStamp")], ["idle", None, None])
+
+
+class Cancelling(WithoutAnAnswer):
+    def test_a_recording_is_given_up_and_kept(self):
+        self.session.start_kavrin("--background")
+        self.session.ctl("dictate", "start")
+        self.session.ctl("dictate", "cancel")
+        self.wait_until_the_microphone_is_free()
+        self.assert_nothing_comes()
+        self.assertTrue((self.session.folder / "run/kavrin/dict.m4a").exists())
+        self.assertEqual(self.refused("dictate", "cancel"), "kavrinctl: There is no dictation to cancel.")
+
+    def test_a_transcription_is_given_up(self):
+        self.session.start_kavrin("--background")
+        self.session.ctl("dictate", "start")
+        self.session.ctl("dictate", "stop")
+        self.session.ctl("dictate", "cancel")
+        self.assert_nothing_comes()
+
+    def test_a_notification_offers_it_when_it_takes_long(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        self.session.ctl("dictate", "start")
+        self.session.ctl("dictate", "stop")
+        wait_until(notifications.shown, "a notification")
+        self.assertEqual(notifications.shown(), [("Voice typing", "The service has not answered yet.")])
+        self.assertEqual(notifications.actions(), ["default", "Open voice typing", "button", "Cancel dictation"])
+        notifications.press_button()
+        self.assert_nothing_comes()
+        wait_until(lambda: notifications.calls("CloseNotification"), "the notification is taken back")
+
+
+class InTheTray(WithoutAnAnswer):
+    display = True
+
+    def test_the_tray_offers_it(self):
+        tray = Tray(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        self.session.ctl("dictate", "start")
+        item = tray.item()
+        wait_until(lambda: "Cancel dictation" in item.menu(), "the menu offers it")
+        item.choose("Cancel dictation")
+        self.assert_nothing_comes()
+        wait_until(lambda: "Cancel dictation" not in item.menu(), "the menu offers it no more")
+
+    def test_the_tray_tells_that_the_last_dictation_is_still_transcribed(self):
+        notifications = Notifications(self.session, self.bus)
+        tray = Tray(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        self.session.ctl("dictate", "start")
+        self.session.ctl("dictate", "stop")
+        reason = "The last dictation is still being transcribed."
+        self.assertEqual(self.refused("dictate", "start"), f"kavrinctl: {reason}")
+        tray.item().choose("Start dictation")
+        wait_until(notifications.shown, "a notification")
+        self.assertEqual(notifications.shown(), [("Voice typing", reason)])
 
 
 class Waiting(Commands):

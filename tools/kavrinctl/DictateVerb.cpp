@@ -139,6 +139,11 @@ void toggle()
     }
 }
 
+void cancel()
+{
+    throw Refusal{u"Only the session bus can cancel a dictation, and Kavrin is not there."_s};
+}
+
 /// An action on a running application: over the session bus or, where the application is not there, over the
 /// shared suite.
 struct Action {
@@ -153,6 +158,7 @@ const Action *findAction(const QString &name)
         Action{u"start"_s, u"Start"_s, start},
         Action{u"stop"_s, u"Stop"_s, stop},
         Action{u"toggle"_s, u"Toggle"_s, toggle},
+        Action{u"cancel"_s, u"Cancel"_s, cancel},
     };
     const auto *const found = std::ranges::find(actions, name, &Action::name);
     return found == actions.end() ? nullptr : found;
@@ -302,7 +308,7 @@ void dictate(QStringList &arguments)
         expectCount(arguments, 0, 0);
         run(*known);
     } else {
-        throw UsageError{u"\"%1\" is none of start, stop, toggle, status and wait."_s.arg(action)};
+        throw UsageError{u"\"%1\" is none of start, stop, toggle, cancel, status and wait."_s.arg(action)};
     }
 }
 

@@ -84,7 +84,7 @@ QCoro::Task<std::optional<Error>> DictationBridge::start(std::shared_ptr<Recorde
     }
     const QCoro::Task<> start = recorder->start();
     co_await start;
-    if (recorder->state() != Recorder::S::recording) {
+    if (recorder->state() == Recorder::S::idle) {
         co_return Error(u"dictation"_s, 1, recorder->message());
     }
     co_return std::nullopt;
@@ -97,7 +97,7 @@ std::optional<Error> DictationBridge::stop()
 
 std::optional<Error> DictationBridge::stop(const Dictations &dictations)
 {
-    Recorder *const recorder = dictations.recording();
+    Recorder *const recorder = dictations.active();
     if (recorder == nullptr) {
         return refusal(u"There is no recording to stop."_s);
     }
@@ -120,7 +120,7 @@ std::optional<Error> DictationBridge::cancel()
 
 QCoro::Task<std::optional<Error>> DictationBridge::toggle()
 {
-    if (m_dictations.recording() != nullptr) {
+    if (m_dictations.active() != nullptr) {
         co_return stop();
     }
     const QCoro::Task<std::optional<Error>> starting = start();
@@ -145,8 +145,7 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {
-            const QCoro::Task<std::optional<Error>> starting = start(recorder, dictations);
-            co_await starting;
+            start(recorder, dictations); // not awaited: the user may take long to permit the microphone
         } else if (command == dictation::stopCommand) {
             DictationBridge::stop(dictations);
         }

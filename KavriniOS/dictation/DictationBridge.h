@@ -31,10 +31,10 @@ public:
     /// nothing, or with why there is none.
     QCoro::Task<std::optional<Error>> start();
 
-    /// Ends the recording that runs, whichever recorder it is. Returns why there is nothing to end.
+    /// Ends the recording that runs or begins, whichever recorder it is. Returns why there is nothing to end.
     std::optional<Error> stop();
 
-    /// Ends the recording that runs. If there is none, begins one.
+    /// Ends the recording that runs or begins. If there is none, begins one.
     QCoro::Task<std::optional<Error>> toggle();
 
     /// Gives up the recording that runs or begins. If there is none, gives up the transcriptions. Neither

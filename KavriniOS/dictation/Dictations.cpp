@@ -44,6 +44,14 @@ S Dictations::state() const
     return recording() != nullptr ? S::recording : isTranscribing() ? S::working : S::idle;
 }
 
+void Dictations::close()
+{
+    m_isClosed = true;
+    if (Recorder *const recorder = active(); recorder != nullptr && recorder->isStarting()) {
+        recorder->cancel();
+    }
+}
+
 QString Dictations::activity() const
 {
     if (active() != nullptr) {

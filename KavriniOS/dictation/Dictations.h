@@ -61,8 +61,8 @@ public:
     bool giveUpTranscriptions();
 
     /// From now on, nothing is recorded or transcribed any more, because the application ends. Transcriptions
-    /// that have begun go on.
-    void close() { m_isClosed = true; }
+    /// that have begun go on. The question for the microphone is taken back.
+    void close();
     [[nodiscard]] bool isClosed() const { return m_isClosed; }
 
 Q_SIGNALS:

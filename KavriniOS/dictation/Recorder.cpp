@@ -68,6 +68,11 @@ Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_plat
     m_platform.dictations.add(*this);
 }
 
+Recorder::~Recorder()
+{
+    m_question.request_stop();
+}
+
 QString Recorder::url()
 {
     return FileManager::temporaryDirectory() + u"/dict.m4a"_s;
@@ -95,6 +100,7 @@ QCoro::Task<> Recorder::start()
     m_platform.dictations.setFailure({});
     const QPointer<Recorder> self(this);
     m_isStarting = true;
+    m_question = std::stop_source();
     const QCoro::Task<> beginning = begin();
     co_await beginning;
     if (!self) {
@@ -102,7 +108,10 @@ QCoro::Task<> Recorder::start()
     }
     m_isStarting = false;
     m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_message);
-    if (std::exchange(m_isGivenUp, false) && m_state == S::recording) {
+    const End end = std::exchange(m_end, End::None);
+    if (m_state == S::recording && end == End::Stop) {
+        stop();
+    } else if (m_state == S::recording && end == End::Cancel) {
         cancel();
     }
 }
@@ -110,12 +119,12 @@ QCoro::Task<> Recorder::start()
 QCoro::Task<> Recorder::begin()
 {
     const QPointer<Recorder> self(this);
-    const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
+    const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission(m_question.get_token());
     const bool granted = co_await permission;
     if (!self) {
         co_return;
     }
-    if (m_isGivenUp) {
+    if (m_end != End::None) {
         giveUp();
         co_return;
     }
@@ -156,8 +165,18 @@ bool Recorder::prepare()
     return true;
 }
 
+void Recorder::endStart(End end)
+{
+    m_end = end;
+    m_question.request_stop();
+}
+
 void Recorder::stop()
 {
+    if (m_isStarting) {
+        endStart(End::Stop);
+        return;
+    }
     endRecording();
     const auto transcription = std::make_shared<Transcription>();
     transcription->tellRecorder = [self = QPointer(this)] {
@@ -175,7 +194,7 @@ void Recorder::stop()
 void Recorder::cancel()
 {
     if (m_isStarting) {
-        m_isGivenUp = true;
+        endStart(End::Cancel);
         return;
     }
     endRecording();

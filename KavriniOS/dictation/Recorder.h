@@ -12,6 +12,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <stop_token>
+
 namespace kavrin
 {
 
@@ -49,6 +51,9 @@ public:
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
 
+    /// Ends a recording without a transcript, and takes back the question for the microphone.
+    ~Recorder() override;
+
     /// The state after a successful transcription: idle if true, done if false.
     bool autoReset = false;
 
@@ -72,8 +77,10 @@ public:
     /// another recorder records.
     QCoro::Task<> start();
 
-    /// Ends the recording and transcribes it. Returns at once. The caller must check `state` first. The
-    /// transcription completes and hands its text over, even if this recorder no longer exists.
+    /// Ends the recording and transcribes it. Returns at once. The caller must check `state` and isStarting()
+    /// first. While start() asks for the microphone, takes the question back; after that, the recording ends
+    /// as soon as it runs. The transcription completes and hands its text over, even if this recorder no
+    /// longer exists.
     void stop();
 
     /// Ends the recording, or the start of one, and transcribes nothing. The file keeps what was recorded.
@@ -89,8 +96,11 @@ Q_SIGNALS:
     void levelChanged();
 
 private:
+    enum class End { None, Stop, Cancel };
+
     [[nodiscard]] std::optional<Error> obstacle() const;
     QCoro::Task<> begin();
+    void endStart(End end);
     bool prepare();
     void endRecording();
     void giveUp();
@@ -115,7 +125,8 @@ private:
     Platform m_platform;
     S m_state = S::idle;
     bool m_isStarting = false;
-    bool m_isGivenUp = false; ///< by cancel(), before the recording runs
+    End m_end = End::None; ///< wanted before the recording runs
+    std::stop_source m_question; ///< for the microphone
     QString m_message = QStringLiteral("Starting…");
     double m_level = 0;
     QPointer<QTimer> m_meter;

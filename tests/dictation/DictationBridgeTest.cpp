@@ -444,14 +444,72 @@ TEST_F(DictationBridgeTest, ACancelledTranscriptionDoesNotDisturbTheNextDictatio
     EXPECT_EQ(shared(u"transcript"_s), u"next");
 }
 
+TEST_F(DictationBridgeTest, AStopOrCancelTakesBackTheQuestionForTheMicrophone)
+{
+    machine.session.answersAtOnce = false;
+    run();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(machine.dictations.activity(), u"starting");
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
+    EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    EXPECT_TRUE(machine.failures.isEmpty());
+}
+
+TEST_F(DictationBridgeTest, ItBeatsWhileTheUserIsAskedForTheMicrophone)
+{
+    machine.session.answersAtOnce = false;
+    run();
+    command(u"start"_s);
+    for (int number = 2; number <= 9; ++number) {
+        machine.clock.time += 0.12;
+        pass();
+    }
+    EXPECT_EQ(alive(), machine.clock.time);
+    machine.session.answer();
+    EXPECT_TRUE(waitUntil([this] { return bridge.recorder().state() == Recorder::S::recording; }));
+}
+
+TEST_F(DictationBridgeTest, ItEndsWhileTheUserIsAskedForTheMicrophone)
+{
+    machine.session.answersAtOnce = false;
+    run();
+    command(u"start"_s);
+    pass();
+    machine.dictations.close();
+    stop.request_stop();
+    EXPECT_TRUE(waitUntil([this] { return ended && machine.dictations.activity() == u"idle"; }));
+    EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
+}
+
+TEST_F(DictationBridgeTest, AStopBeforeTheFirstSamplesIsObeyedWhenTheyCome)
+{
+    QPromise<void> samples;
+    samples.start();
+    machine.firstSamples = samples.future();
+    run();
+    command(u"start"_s);
+    pass();
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"starting");
+    samples.finish();
+    EXPECT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"working"; }));
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
 TEST_F(DictationBridgeTest, AStartThatIsCancelledEndsWithoutARecording)
 {
     machine.session.answersAtOnce = false;
     const QCoro::Task<std::optional<Error>> starting = bridge.start();
     EXPECT_EQ(failureOf(bridge.cancel()), u"");
-    machine.session.answer();
     ASSERT_TRUE(waitUntil([&] { return starting.isReady(); }));
-    EXPECT_EQ(machine.journal, Journal{u"ask permission"_s});
+    EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
     EXPECT_EQ(shared(u"dictationState"_s), u"idle");
     EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
 }

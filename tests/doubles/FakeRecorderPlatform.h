@@ -31,6 +31,7 @@ public:
     QStringList openedFiles;
     QStringList failures; ///< that were reported
     std::vector<AudioRecorderSettings> settings;
+    std::optional<QFuture<void>> firstSamples; ///< of every recorder
 
     Recorder::Platform platform()
     {
@@ -73,6 +74,7 @@ private:
             throw Error(*recorderFailure);
         }
         auto recorder = std::make_shared<FakeAudioRecorder>(journal);
+        recorder->firstSamples = firstSamples;
         recorders.push_back(recorder);
         return recorder;
     }

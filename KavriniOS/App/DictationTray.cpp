@@ -31,7 +31,7 @@ constexpr std::array appearances = {
     Appearance{S::working, "ellipsis", 0xff1a73c8, "Kavrin: transcribing"},
 };
 
-enum Entry { Open, Dictate, Quit };
+enum Entry { Open, Dictate, Cancel, Quit };
 
 /// Draws the symbol white on its own disc, so that it stands out from light and dark panels.
 QPixmap disc(const Appearance &appearance, int size)
@@ -60,7 +60,8 @@ QIcon icon(const Appearance &appearance)
 
 } // namespace
 
-DictationTray::DictationTray(Tray &tray, Dictations &dictations) : m_tray(tray), m_dictations(dictations)
+DictationTray::DictationTray(Tray &tray, DictationBridge &bridge, const Dictations &dictations)
+    : m_tray(tray), m_bridge(bridge), m_dictations(dictations)
 {
     connect(&tray, &Tray::changed, this, &DictationTray::update);
     connect(&tray, &Tray::activated, this, &DictationTray::openRequested);
@@ -81,8 +82,26 @@ void DictationTray::update()
     m_tray.show({
         .icon = icon(*appearance),
         .toolTip = QString::fromLatin1(appearance->toolTip),
-        .menu = {u"Open"_s, records ? u"Stop dictation"_s : u"Start dictation"_s, u"Quit"_s},
+        .menu = {u"Open"_s, records ? u"Stop dictation"_s : u"Start dictation"_s,
+                 state == S::idle ? QString() : u"Cancel dictation"_s, u"Quit"_s},
     });
+}
+
+void DictationTray::toggle()
+{
+    m_bridge.toggle().then([self = QPointer(this)](const std::optional<Error> &failure) {
+        if (self) {
+            self->tell(failure);
+        }
+    });
+}
+
+/// A recorder that fails reports that itself.
+void DictationTray::tell(const std::optional<Error> &failure)
+{
+    if (failure && failure->code == DictationBridge::refused) {
+        Q_EMIT refused(failure->localizedDescription);
+    }
 }
 
 void DictationTray::choose(int entry)
@@ -92,7 +111,10 @@ void DictationTray::choose(int entry)
         Q_EMIT openRequested();
         break;
     case Dictate:
-        m_dictations.toggle();
+        toggle();
+        break;
+    case Cancel:
+        tell(m_bridge.cancel());
         break;
     case Quit:
         Q_EMIT quitRequested();

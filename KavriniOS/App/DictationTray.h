@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "App/Dictations.h"
+#include "dictation/DictationBridge.h"
+#include "dictation/Dictations.h"
 #include "platform/Tray.h"
 
 #include <QObject>
@@ -16,19 +17,25 @@ class DictationTray : public QObject
     Q_OBJECT
 
 public:
-    /// Both must outlive this object.
-    DictationTray(Tray &tray, Dictations &dictations);
+    /// All of them must outlive this object.
+    DictationTray(Tray &tray, DictationBridge &bridge, const Dictations &dictations);
 
 Q_SIGNALS:
     void openRequested();
     void quitRequested();
 
+    /// The user has chosen what the state does not permit.
+    void refused(const QString &reason);
+
 private:
     void update();
     void choose(int entry);
+    void toggle();
+    void tell(const std::optional<Error> &failure);
 
     Tray &m_tray;
-    Dictations &m_dictations;
+    DictationBridge &m_bridge;
+    const Dictations &m_dictations;
 };
 
 } // namespace kavrin

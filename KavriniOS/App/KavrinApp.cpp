@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "App/KavrinApp.h"
 
+#include "App/DictationBus.h"
 #include "App/DictationTray.h"
-#include "App/Dictations.h"
 #include "App/FailureNotices.h"
+#include "App/SlowTranscription.h"
 #include "App/UrlHost.h"
 #include "codes/SaveVerificationCode.h"
 #include "dictation/DictationBridge.h"
+#include "dictation/Dictations.h"
 #include "loopback/Loopback.h"
 #include "platform/Logging.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
@@ -28,6 +30,7 @@
 #include "store/SuiteWriter.h"
 #include "transcription/Transcriber.h"
 
+#include <QCoroFuture>
 #include <QDBusConnection>
 #include <QGuiApplication>
 #include <QPointer>
@@ -45,10 +48,22 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-void saveCode(const QString &message)
+using Outcome = QCoro::Task<std::optional<Error>>;
+
+/// Hands commands to the application, from any thread and at any time. A command that comes when there is no
+/// application any more is dropped.
+Loopback::CommandFunction relayTo(QObject *app, const std::function<void(const QString &)> &obey)
 {
-    qCInfo(Logging::application) << "Action: save-code";
-    SaveVerificationCode{message}.perform();
+    // Never destroyed, because the loopback server's threads run until the process has ended.
+    static auto *const mainThread = new QObject;
+    return [app = QPointer(app), obey](const QString &command) {
+        const auto relay = [app, obey, command] {
+            if (app) {
+                obey(command);
+            }
+        };
+        QMetaObject::invokeMethod(mainThread, relay, Qt::QueuedConnection);
+    };
 }
 
 /// The bus on which the application looks for a tray. Without a display it looks on none, because nobody
@@ -62,9 +77,13 @@ QDBusConnection trayBus()
 } // namespace
 
 struct KavrinApp::Services {
-    explicit Services(KavrinApp &owner) : app(owner) { }
+    explicit Services(KavrinApp &owner)
+        : app(owner), obey(relayTo(&owner, [&owner](const QString &command) { owner.obey(command); }))
+    {
+    }
 
     KavrinApp &app;
+    const Loopback::CommandFunction obey;
     SuiteWriter suiteWriter; // first, so that it ends last: it writes what the others still hand over
     PortalAppearance appearance;
     SystemClock clock;
@@ -77,17 +96,20 @@ struct KavrinApp::Services {
     std::shared_ptr<SoundServer> soundServer = std::make_shared<SoundServer>();
     PulseAudioSession audioSession = PulseAudioSession(soundServer);
     PulseSystemSound sounds = PulseSystemSound(soundServer);
+    Dictations dictations;
     // Destroyed before the members above, because the exchanges that it aborts still report to them.
     NetworkUrlSession urlSession;
     DictationBridge dictationBridge =
         DictationBridge(recorderPlatform([this](const QString &message) { failureNotices.report(message); }),
-                        PulseAudioPlayer::factory(soundServer), [] { Loopback::shared().start(); });
+                        PulseAudioPlayer::factory(soundServer), [this] { Loopback::shared().start(obey); });
     SettingsModel settings = SettingsModel(pasteboard, contacts);
     DictateModelFactory dictateModels = DictateModelFactory(
         recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
-    Dictations dictations = Dictations(dictationBridge, dictateModels);
-    DictationTray dictationTray = DictationTray(tray, dictations);
+    DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
+    SlowTranscription slowTranscription = SlowTranscription(dictationBridge, dictations, notifications);
+    DictationBus dictationBus = DictationBus(dictationBridge, dictations, failureNotices);
     std::stop_source stop;
+    bool hasServed = false;
     // Exists only as long as the window: without Qt Quick, the process takes a quarter of the memory.
     std::unique_ptr<QQmlApplicationEngine> engine;
     QPointer<QQuickWindow> window;
@@ -104,6 +126,7 @@ struct KavrinApp::Services {
     Recorder::Platform recorderPlatform(std::function<void(const QString &)> reportFailure)
     {
         return {
+            .dictations = dictations,
             .session = audioSession,
             .makeRecorder = PulseAudioRecorder::factory(soundServer),
             .sounds = sounds,
@@ -113,6 +136,7 @@ struct KavrinApp::Services {
             .transcribe = [this](const QString &path) { return transcribe(path); },
             .line = [this](const QString &message) { return failureNotices.line(message); },
             .reportFailure = std::move(reportFailure),
+            .endTranscriptions = [this] { urlSession.endExchanges(); },
         };
     }
 };
@@ -122,15 +146,20 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->appearance, &Appearance::changed, this, &KavrinApp::appearanceChanged);
     connect(&m_services->dictationTray, &DictationTray::openRequested, this, [this] { activate({}); });
     connect(&m_services->dictationTray, &DictationTray::quitRequested, this, &KavrinApp::stop);
+    connect(&m_services->dictationTray, &DictationTray::refused, &m_services->failureNotices,
+            &FailureNotices::report);
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
     UserDefaults::onDamage([this](const QString &text) {
         QMetaObject::invokeMethod(this, [this, text] { reportDamage(text); });
     });
+    connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);
+    connect(&m_services->dictations, &Dictations::stateChanged, this, &KavrinApp::finish);
 }
 
 KavrinApp::~KavrinApp()
 {
     UserDefaults::onDamage({});
+    m_services->dictations.disconnect(this);
     if (m_services->window) {
         m_services->window->disconnect(this);
     }
@@ -138,7 +167,10 @@ KavrinApp::~KavrinApp()
 
 void KavrinApp::start()
 {
-    m_services->dictationBridge.run(m_services->stop.get_token()).then([this] { finish(); });
+    m_services->dictationBridge.run(m_services->stop.get_token()).then([this] {
+        m_services->hasServed = true;
+        finish();
+    });
 }
 
 void KavrinApp::openWindow()
@@ -220,33 +252,44 @@ void KavrinApp::reportDamage(const QString &text)
     m_services->notifications.show(u"Settings"_s, text, u"Open Kavrin"_s);
 }
 
-void KavrinApp::performAction(const QString &action, const QVariantList &parameters)
+Outcome KavrinApp::performAction(QString action, QVariantList parameters)
 {
     if (action == u"dictate") {
         qCInfo(Logging::application) << "Action: dictate";
-        m_services->dictations.toggle();
-    } else if (action == u"save-code" && !parameters.isEmpty()) {
-        saveCode(parameters.first().toString());
-    } else if (action == u"save-code") {
-        m_services->pasteboard.text().then(&saveCode);
-    } else if (action == u"reload-settings") {
+        const Outcome toggling = m_services->dictationBridge.toggle();
+        co_return co_await toggling;
+    }
+    if (action == u"reload-settings") {
         m_services->settings.reload();
     }
+    if (action != u"save-code") {
+        co_return std::nullopt;
+    }
+    qCInfo(Logging::application) << "Action: save-code";
+    QString message = parameters.value(0).toString();
+    if (parameters.isEmpty()) {
+        const QCoro::Task<QString> clipboard = m_services->pasteboard.text();
+        message = co_await clipboard;
+    }
+    const QFuture<std::optional<Error>> stored = SaveVerificationCode{message}.store();
+    co_return co_await stored;
 }
 
 void KavrinApp::stop()
 {
     Q_EMIT stopping();
+    m_services->dictations.close();
     m_services->stop.request_stop();
     // A transcription that fails because of this still reports its failure.
     m_services->urlSession.endExchanges();
 }
 
+/// The application has stopped when it serves nobody any more, has handed over every transcript, and has told
+/// every failure.
 void KavrinApp::finish()
 {
-    if (m_services->notifications.isPending()) {
-        connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::stopped);
-    } else {
+    const bool isPending = m_services->dictations.isTranscribing() || m_services->notifications.isPending();
+    if (m_services->hasServed && !isPending) {
         Q_EMIT stopped();
     }
 }
@@ -258,7 +301,11 @@ bool KavrinApp::isKnownUrl(const QString &url)
 
 void KavrinApp::openUrl(const QString &url)
 {
-    storeUrl(url);
+    storeUrl(url).then(this, [this](const std::optional<Error> &failure) {
+        if (failure) {
+            obey(dictation::startCommand);
+        }
+    });
 }
 
 QFuture<std::optional<Error>> KavrinApp::storeUrl(const QString &url)
@@ -268,6 +315,17 @@ QFuture<std::optional<Error>> KavrinApp::storeUrl(const QString &url)
         changes = {{dictation::commandKey, dictation::startCommand}};
     }
     return SuiteWriter::write(changes);
+}
+
+/// A command that the suite did not take. Who sent it learns the outcome from the state, as with any command.
+void KavrinApp::obey(const QString &command)
+{
+    qCInfo(Logging::application) << "Not stored, so passed on:" << command;
+    if (command == dictation::startCommand) {
+        m_services->dictationBridge.start();
+    } else {
+        m_services->dictationBridge.stop();
+    }
 }
 
 SettingsModel *KavrinApp::settings()

@@ -2,14 +2,17 @@
 #pragma once
 
 #include "dictation/DictateModel.h"
+#include "platform/Error.h"
 #include "screens/SettingsModel.h"
 
 #include <QColor>
+#include <QCoroTask>
 #include <QFuture>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
 #include <memory>
+#include <optional>
 
 namespace kavrin
 {
@@ -43,9 +46,9 @@ public:
     /// Runs an action that desktops offer without opening a window, and that programs ask for on the bus.
     /// "dictate" ends the recording that is running, or begins one. "save-code" stores the verification code
     /// in its parameter, a text; without a parameter, the code in the text on the clipboard.
-    /// "reload-settings" reads settings again that another process has changed. Any other action does
-    /// nothing.
-    void performAction(const QString &action, const QVariantList &parameters);
+    /// "reload-settings" reads settings again that another process has changed. Any other action does nothing.
+    /// Resumes when it is done, with what went wrong, if anything.
+    QCoro::Task<std::optional<Error>> performAction(QString action, QVariantList parameters);
 
     /// Stops serving. stopped() follows.
     void stop();
@@ -55,7 +58,7 @@ public:
 
     /// Opens a URL of the application. The host "dictate" starts dictation, whatever follows; any other host
     /// does nothing.
-    static void openUrl(const QString &url);
+    void openUrl(const QString &url);
 
     /// Stores what a URL asks for, for the process that serves the keyboard. The result says what went wrong.
     static QFuture<std::optional<Error>> storeUrl(const QString &url);
@@ -74,6 +77,7 @@ Q_SIGNALS:
     void stopped();
 
 private:
+    void obey(const QString &command);
     void finish();
     void openWindow();
     void onWindowClosed();

@@ -149,6 +149,7 @@ int main(int argc, char **argv)
 {
     leaveNoCoreFiles();
     Logging::setUp();
+    UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
     const QByteArrayList platforms = platformsWithDisplay();
     neverNeedDisplay(platforms);
     drawWithoutOpenGl();
@@ -188,14 +189,18 @@ int main(int argc, char **argv)
     QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
     QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
     // The window does not come to the front: the user wants the text in the application that has the focus.
-    QObject::connect(&bus, &ApplicationBus::openRequested, &app,
-                     [](const QStringList &opened) { std::ranges::for_each(opened, &KavrinApp::openUrl); });
-    QObject::connect(&bus, &ApplicationBus::actionRequested, &app, &KavrinApp::performAction);
+    QObject::connect(&bus, &ApplicationBus::openRequested, &app, [&app](const QStringList &opened) {
+        std::ranges::for_each(opened, [&app](const QString &url) { app.openUrl(url); });
+    });
+    QObject::connect(
+        &bus, &ApplicationBus::actionRequested, &app,
+        [&app](const QString &action, const QVariantList &parameters, const QString &,
+               const ApplicationBus::Answer &answer) { app.performAction(action, parameters).then(answer); });
     const bool showsWindow = !launch.inBackground && !isUnseen;
     if (showsWindow) {
         app.activate({});
     }
     app.start();
-    KavrinApp::openUrl(launch.url);
+    app.openUrl(launch.url);
     return QGuiApplication::exec();
 }

@@ -23,9 +23,13 @@ QString SaveVerificationCode::textTitle()
 
 QCoro::Task<> SaveVerificationCode::perform() const
 {
-    const QFuture<std::optional<Error>> written =
-        SuiteWriter::write(Codes::changes(text, Codes::messageSource));
-    co_await written;
+    const QFuture<std::optional<Error>> stored = store();
+    co_await stored;
+}
+
+QFuture<std::optional<Error>> SaveVerificationCode::store() const
+{
+    return SuiteWriter::write(Codes::changes(text, Codes::messageSource));
 }
 
 } // namespace kavrin

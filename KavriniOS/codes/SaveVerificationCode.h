@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QCoroTask>
+#include <QFuture>
 #include <QString>
+
+#include <optional>
 
 namespace kavrin
 {
@@ -21,6 +26,9 @@ struct SaveVerificationCode {
     /// Stores the code of the message with the source "message" (Codes::changes()), through SuiteWriter.
     /// Succeeds whether or not there is a code, and never throws.
     QCoro::Task<> perform() const;
+
+    /// perform() for callers that must know whether that could be stored. The result says what went wrong.
+    [[nodiscard]] QFuture<std::optional<Error>> store() const;
 };
 
 } // namespace kavrin

@@ -10,13 +10,16 @@ namespace kavrin
 
 /// One presentation of the dictation screen. It has a recorder of its own, which keeps the transcript on the
 /// screen. Destroying the model during a recording ends the recording without a sound and without a
-/// transcript. A transcription that is running completes and hands its text over. Main thread only.
+/// transcript. A transcription that is running completes and hands its text over.
+///
+/// If another recorder records when the screen opens, the screen shows and stops that recording, and leaves
+/// it running when it closes. Main thread only.
 class DictateModel : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by a DictateModelFactory")
-    // The recorder's state. All of these are false while it is idle.
+    // The state of the recorder that is shown. All of these are false while it is idle.
     Q_PROPERTY(bool recording READ isRecording NOTIFY stateChanged)
     Q_PROPERTY(bool working READ isWorking NOTIFY stateChanged)
     Q_PROPERTY(bool done READ isDone NOTIFY stateChanged)
@@ -34,12 +37,11 @@ public:
     /// Ends the recording and transcribes it.
     Q_INVOKABLE void stop();
 
-    [[nodiscard]] bool isRecording() const { return m_recorder.state() == Recorder::S::recording; }
-    [[nodiscard]] bool isWorking() const { return m_recorder.state() == Recorder::S::working; }
-    [[nodiscard]] bool isDone() const { return m_recorder.state() == Recorder::S::done; }
-    [[nodiscard]] Recorder::S state() const { return m_recorder.state(); }
-    [[nodiscard]] QString message() const { return m_recorder.message(); }
-    [[nodiscard]] double level() const { return m_recorder.level(); }
+    [[nodiscard]] bool isRecording() const { return shown().state() == Recorder::S::recording; }
+    [[nodiscard]] bool isWorking() const { return shown().state() == Recorder::S::working; }
+    [[nodiscard]] bool isDone() const { return shown().state() == Recorder::S::done; }
+    [[nodiscard]] QString message() const { return shown().message(); }
+    [[nodiscard]] double level() const { return shown().level(); }
 
 Q_SIGNALS:
     void stateChanged();
@@ -47,7 +49,12 @@ Q_SIGNALS:
     void levelChanged();
 
 private:
+    [[nodiscard]] const Recorder &shown() const { return m_other ? *m_other : m_recorder; }
+    void follow(const Recorder &recorder);
+
+    Dictations &m_dictations;
     Recorder m_recorder;
+    QPointer<Recorder> m_other; ///< the one that is shown in place of the screen's own
 };
 
 /// Makes the model of each presentation. Main thread only.
@@ -63,9 +70,6 @@ public:
 
     /// A new idle model that lives as long as `screen`.
     Q_INVOKABLE kavrin::DictateModel *make(QObject *screen);
-
-Q_SIGNALS:
-    void made(kavrin::DictateModel *model);
 
 private:
     Recorder::Platform m_platform;

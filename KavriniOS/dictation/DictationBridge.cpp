@@ -2,6 +2,7 @@
 #include "dictation/DictationBridge.h"
 
 #include "dictation/DictationState.h"
+#include "dictation/Dictations.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
@@ -15,6 +16,7 @@ namespace kavrin
 namespace
 {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds pollInterval = 120ms;
@@ -47,53 +49,91 @@ QString takeCommand(TakenCommand &taken)
     return isKept ? QString() : *command;
 }
 
+Error refusal(const QString &reason)
+{
+    return {u"dictation"_s, DictationBridge::refused, reason};
+}
+
 } // namespace
 
 DictationBridge::DictationBridge(const Recorder::Platform &platform, MakeAudioPlayer makePlayer,
                                  std::function<void()> startLoopback)
-    : m_clock(platform.clock), m_startLoopback(std::move(startLoopback)),
-      m_keyboard(std::make_shared<Keyboard>(platform)),
+    : m_clock(platform.clock), m_dictations(platform.dictations), m_startLoopback(std::move(startLoopback)),
+      m_endTranscriptions(platform.endTranscriptions), m_recorder(std::make_shared<Recorder>(platform)),
       m_standby(std::make_shared<Standby>(platform.session, std::move(makePlayer)))
 {
-    m_keyboard->recorder.autoReset = true;
+    m_recorder->autoReset = true;
 }
 
-QCoro::Task<> DictationBridge::start()
+QCoro::Task<std::optional<Error>> DictationBridge::start()
 {
-    return start(m_keyboard);
+    return start(m_recorder, m_dictations);
 }
 
-QCoro::Task<> DictationBridge::start(std::shared_ptr<Keyboard> keyboard)
+QCoro::Task<std::optional<Error>> DictationBridge::start(std::shared_ptr<Recorder> recorder,
+                                                         const Dictations &dictations)
 {
-    Recorder &recorder = keyboard->recorder;
-    if (recorder.state() == Recorder::S::done) {
-        recorder.setState(Recorder::S::idle);
+    if (dictations.active() != nullptr) {
+        co_return std::nullopt;
     }
-    if (recorder.state() == Recorder::S::idle && !keyboard->isStarting) {
-        keyboard->isStarting = true;
-        const QCoro::Task<> start = recorder.start();
-        co_await start;
-        keyboard->isStarting = false;
+    if (recorder->state() == Recorder::S::working) {
+        co_return refusal(u"The last dictation is still being transcribed."_s);
     }
+    if (recorder->state() == Recorder::S::done) {
+        recorder->setState(Recorder::S::idle);
+    }
+    const QCoro::Task<> start = recorder->start();
+    co_await start;
+    if (recorder->state() == Recorder::S::idle) {
+        co_return Error(u"dictation"_s, 1, recorder->message());
+    }
+    co_return std::nullopt;
 }
 
-void DictationBridge::stop()
+std::optional<Error> DictationBridge::stop()
 {
-    stop(*m_keyboard);
+    return stop(m_dictations);
 }
 
-void DictationBridge::stop(Keyboard &keyboard)
+std::optional<Error> DictationBridge::stop(const Dictations &dictations)
 {
-    if (keyboard.recorder.state() == Recorder::S::recording) {
-        keyboard.recorder.stop();
+    Recorder *const recorder = dictations.active();
+    if (recorder == nullptr) {
+        return refusal(u"There is no recording to stop."_s);
     }
+    recorder->stop();
+    return std::nullopt;
+}
+
+std::optional<Error> DictationBridge::cancel()
+{
+    if (Recorder *const recorder = m_dictations.active()) {
+        recorder->cancel();
+        return std::nullopt;
+    }
+    if (!m_dictations.giveUpTranscriptions()) {
+        return refusal(u"There is no dictation to cancel."_s);
+    }
+    m_endTranscriptions();
+    return std::nullopt;
+}
+
+QCoro::Task<std::optional<Error>> DictationBridge::toggle()
+{
+    if (m_dictations.active() != nullptr) {
+        co_return stop();
+    }
+    const QCoro::Task<std::optional<Error>> starting = start();
+    co_return co_await starting;
 }
 
 QCoro::Task<> DictationBridge::run(std::stop_token stop)
 {
     m_startLoopback();
+    DictationState::clearStale();
     Clock &clock = m_clock;
-    const std::shared_ptr<Keyboard> keyboard = m_keyboard;
+    const std::shared_ptr<Recorder> recorder = m_recorder;
+    const Dictations &dictations = m_dictations;
     TakenCommand taken;
     QFuture<std::optional<Error>> beat;
     for (qint64 pass = 1; !stop.stop_requested(); ++pass) {
@@ -105,10 +145,9 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {
-            const QCoro::Task<> starting = start(keyboard);
-            co_await starting;
+            start(recorder, dictations); // not awaited: the user may take long to permit the microphone
         } else if (command == dictation::stopCommand) {
-            DictationBridge::stop(*keyboard);
+            DictationBridge::stop(dictations);
         }
         const QCoro::Task<> sleep = clock.sleep(pollInterval, stop);
         co_await sleep;

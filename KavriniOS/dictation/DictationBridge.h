@@ -25,28 +25,38 @@ public:
     QCoro::Task<> run(std::stop_token stop);
 
     /// The recorder that serves the keyboard.
-    [[nodiscard]] const Recorder &recorder() const { return m_keyboard->recorder; }
+    [[nodiscard]] const Recorder &recorder() const { return *m_recorder; }
 
-    /// The commands "start" and "stop". start() begins a recording unless one begins, runs or is being
-    /// transcribed. stop() ends the running one.
-    QCoro::Task<> start();
-    void stop();
+    /// Begins a recording, unless one begins or runs, whichever recorder it is. Resumes when it runs, with
+    /// nothing, or with why there is none.
+    QCoro::Task<std::optional<Error>> start();
+
+    /// Ends the recording that runs or begins, whichever recorder it is. Returns why there is nothing to end.
+    std::optional<Error> stop();
+
+    /// Ends the recording that runs or begins. If there is none, begins one.
+    QCoro::Task<std::optional<Error>> toggle();
+
+    /// Gives up the recording that runs or begins. If there is none, gives up the transcriptions. Neither
+    /// transcript, stamp, clipboard nor "done" is written then. Returns why there is nothing to give up.
+    std::optional<Error> cancel();
+
+    /// The code of an Error "dictation" that no recorder has reported, because the state permits no such
+    /// command.
+    static constexpr qint64 refused = 2;
 
 private:
     Clock &m_clock;
-    struct Keyboard {
-        explicit Keyboard(const Recorder::Platform &platform) : recorder(platform) { }
+    Dictations &m_dictations;
 
-        Recorder recorder;
-        bool isStarting = false;
-    };
-
-    static QCoro::Task<> start(std::shared_ptr<Keyboard> keyboard);
-    static void stop(Keyboard &keyboard);
+    static QCoro::Task<std::optional<Error>> start(std::shared_ptr<Recorder> recorder,
+                                                   const Dictations &dictations);
+    static std::optional<Error> stop(const Dictations &dictations);
 
     const std::function<void()> m_startLoopback;
+    const std::function<void()> m_endTranscriptions;
     // Shared with run(), which may still wait when the bridge is destroyed.
-    std::shared_ptr<Keyboard> m_keyboard;
+    std::shared_ptr<Recorder> m_recorder;
     std::shared_ptr<Standby> m_standby;
 };
 

@@ -13,8 +13,8 @@ namespace
 {
 
 struct Published {
-    QString state; ///< the last one that was published
-    bool hasFailed = false; ///< whether the suite did not accept it
+    Changes changes; ///< the last ones that were to be stored
+    bool hasFailed = false; ///< whether the suite did not accept them
 };
 
 Published &published()
@@ -27,8 +27,22 @@ Published &published()
 
 QCoro::Task<> DictationState::publish(QString state)
 {
-    published() = {state, false};
-    const QFuture<std::optional<Error>> written = SuiteWriter::write({{dictation::stateKey, state}});
+    return store({{dictation::stateKey, state}});
+}
+
+QCoro::Task<> DictationState::clearStale()
+{
+    Changes changes;
+    for (const QString &stale : {dictation::starting, dictation::recording, dictation::working}) {
+        changes.push_back({dictation::stateKey, dictation::idle, stale});
+    }
+    return store(changes);
+}
+
+QCoro::Task<> DictationState::store(Changes changes)
+{
+    published() = {changes, false};
+    const QFuture<std::optional<Error>> written = SuiteWriter::write(changes);
     const std::optional<Error> failure = co_await written;
     published().hasFailed = failure.has_value();
 }
@@ -36,7 +50,7 @@ QCoro::Task<> DictationState::publish(QString state)
 void DictationState::republishIfFailed()
 {
     if (published().hasFailed) {
-        publish(published().state);
+        store(published().changes);
     }
 }
 

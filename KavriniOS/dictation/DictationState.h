@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/UserDefaults.h"
+
 #include <QCoroTask>
 #include <QString>
 
@@ -14,8 +16,15 @@ public:
     /// Stores the state, after everything that SuiteWriter was given before.
     static QCoro::Task<> publish(QString state);
 
-    /// Publishes the last state again if the suite did not accept it, because it was full or locked.
+    /// Stores "idle" if the suite still holds the state of a recording or transcription, which a process that
+    /// was killed has left there. Call it before the first publish().
+    static QCoro::Task<> clearStale();
+
+    /// Stores the last of these again if the suite did not accept it, because it was full or locked.
     static void republishIfFailed();
+
+private:
+    static QCoro::Task<> store(Changes changes);
 };
 
 } // namespace kavrin

@@ -4,6 +4,7 @@
 #include "dictation/DictationError.h"
 #include "dictation/DictationSession.h"
 #include "dictation/DictationState.h"
+#include "dictation/Dictations.h"
 #include "platform/FileManager.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace kavrin
 {
@@ -53,6 +55,21 @@ void publishError(const Recorder::Platform &platform, const QString &code, const
     DictationError::publish(code, platform.line(message), platform.clock.now());
 }
 
+/// What the application no longer begins once it ends.
+Error isEnding()
+{
+    return {u"dictation"_s, 1, u"Kavrin is ending."_s};
+}
+
+/// Throws Error.
+QCoro::Task<QString> transcribe(const Recorder::Platform &platform)
+{
+    if (platform.dictations.isClosed()) {
+        throw isEnding();
+    }
+    return platform.transcribe(Recorder::url());
+}
+
 QString recordingFailed(const std::exception &error)
 {
     return u"Recording failed: "_s + QString::fromUtf8(error.what());
@@ -60,20 +77,70 @@ QString recordingFailed(const std::exception &error)
 
 } // namespace
 
-Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_platform(std::move(platform)) { }
+Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_platform(std::move(platform))
+{
+    m_platform.dictations.add(*this);
+}
+
+Recorder::~Recorder()
+{
+    m_question.request_stop();
+}
 
 QString Recorder::url()
 {
     return FileManager::temporaryDirectory() + u"/dict.m4a"_s;
 }
 
+/// Why there can be no recording now, whatever the machine permits.
+std::optional<Error> Recorder::obstacle() const
+{
+    if (m_platform.dictations.isClosed()) {
+        return isEnding();
+    }
+    const Recorder *const active = m_platform.dictations.active();
+    if (active != nullptr && active != this) {
+        return Error(u"dictation"_s, 2, u"Another recording is running. Stop it and try again."_s);
+    }
+    return std::nullopt;
+}
+
 QCoro::Task<> Recorder::start()
 {
+    if (const std::optional<Error> found = obstacle()) {
+        fail(found->domain, recordingFailed(*found));
+        co_return;
+    }
+    m_platform.dictations.setFailure({});
     const QPointer<Recorder> self(this);
     DictationError::clear();
-    const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission();
+    m_isStarting = true;
+    m_question = std::stop_source();
+    const QCoro::Task<> beginning = begin();
+    co_await beginning;
+    if (!self) {
+        co_return;
+    }
+    m_isStarting = false;
+    m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_message);
+    const End end = std::exchange(m_end, End::None);
+    if (m_state == S::recording && end == End::Stop) {
+        stop();
+    } else if (m_state == S::recording && end == End::Cancel) {
+        cancel();
+    }
+}
+
+QCoro::Task<> Recorder::begin()
+{
+    const QPointer<Recorder> self(this);
+    const QCoro::Task<bool> permission = m_platform.session.requestRecordPermission(m_question.get_token());
     const bool granted = co_await permission;
     if (!self) {
+        co_return;
+    }
+    if (m_end != End::None) {
+        giveUp();
         co_return;
     }
     if (!granted) {
@@ -113,7 +180,43 @@ bool Recorder::prepare()
     return true;
 }
 
+void Recorder::endStart(End end)
+{
+    m_end = end;
+    m_question.request_stop();
+}
+
 void Recorder::stop()
+{
+    if (m_isStarting) {
+        endStart(End::Stop);
+        return;
+    }
+    endRecording();
+    const auto transcription = std::make_shared<Transcription>();
+    transcription->tellRecorder = [self = QPointer(this)] {
+        if (self) {
+            self->settle(S::idle, cancelled());
+        }
+    };
+    m_platform.dictations.begin(transcription);
+    setState(S::working);
+    DictationState::publish(dictation::working);
+    setMessage(u"Transcribing…"_s);
+    finish(this, m_platform, transcription, emptiness());
+}
+
+void Recorder::cancel()
+{
+    if (m_isStarting) {
+        endStart(End::Cancel);
+        return;
+    }
+    endRecording();
+    giveUp();
+}
+
+void Recorder::endRecording()
 {
     delete m_meter;
     setLevel(0);
@@ -122,43 +225,64 @@ void Recorder::stop()
         checkRecording();
     }
     m_platform.sounds.play(SystemSound::Id::EndRecording);
-    setState(S::working);
-    DictationState::publish(dictation::working);
-    setMessage(u"Transcribing…"_s);
-    const BackgroundTasks::Identifier task = m_platform.backgroundTasks.begin(u"transcribe"_s, [] { });
-    finish(this, m_platform, task, emptiness());
+}
+
+void Recorder::giveUp()
+{
+    settle(S::idle, cancelled());
+    DictationState::publish(dictation::idle);
+    m_platform.dictations.setFailure(cancelled());
+}
+
+void Recorder::settle(S state, const QString &message)
+{
+    setState(state);
+    setMessage(message);
 }
 
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
-                               BackgroundTasks::Identifier task, std::optional<Error> emptiness)
+                               std::shared_ptr<Transcription> transcription,
+                               std::optional<Error> emptiness)
 {
-    S state = S::idle;
-    QString message;
-    QString failure;
+    const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] { });
+    Outcome outcome;
     try {
         if (emptiness) {
             throw Error(*emptiness);
         }
-        const QCoro::Task<QString> transcription = platform.transcribe(url());
-        message = co_await transcription;
-        const QCoro::Task<QString> handingOver = handOver(platform, message);
-        failure = co_await handingOver;
-        state = recorder && !recorder->autoReset ? S::done : S::idle;
+        const QCoro::Task<QString> transcribing = transcribe(platform);
+        outcome.message = co_await transcribing;
+        transcription->isHandingOver = !transcription->isGivenUp;
+        if (transcription->isHandingOver) {
+            const QCoro::Task<QString> handingOver = handOver(platform, outcome.message);
+            outcome.failure = co_await handingOver;
+        }
+        outcome.isDone = true;
     } catch (const std::exception &error) {
         logFailure(error);
-        message = u"Error: "_s + QString::fromUtf8(error.what());
-        publishError(platform, codeOf(error), message);
-        DictationState::publish(dictation::idle);
-        failure = message;
+        outcome.code = codeOf(error);
+        outcome.message = outcome.failure = u"Error: "_s + QString::fromUtf8(error.what());
     }
-    if (recorder) {
-        recorder->setState(state);
-        recorder->setMessage(message);
-    }
-    if (!failure.isEmpty()) {
-        platform.reportFailure(failure);
+    if (!transcription->isGivenUp) {
+        conclude(recorder, platform, outcome);
     }
     platform.backgroundTasks.end(task);
+    platform.dictations.end(transcription);
+}
+
+void Recorder::conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome)
+{
+    if (!outcome.isDone) {
+        publishError(platform, outcome.code, outcome.message);
+        DictationState::publish(dictation::idle);
+    }
+    if (recorder != nullptr) {
+        recorder->settle(outcome.isDone && !recorder->autoReset ? S::done : S::idle, outcome.message);
+    }
+    platform.dictations.setFailure(outcome.failure);
+    if (!outcome.failure.isEmpty()) {
+        platform.reportFailure(outcome.failure);
+    }
 }
 
 /// The state comes last: a keyboard that sees "done" finds the transcript and its stamp. Both are stored

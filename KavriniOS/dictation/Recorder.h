@@ -12,8 +12,13 @@
 #include <QPointer>
 #include <QTimer>
 
+#include <stop_token>
+
 namespace kavrin
 {
+
+class Dictations;
+struct Transcription;
 
 /// Records one dictation at a time and transcribes it. It hands the text over to a screen in its own
 /// properties, and to the keyboard under the dictation keys of the shared suite and on the pasteboard. Main
@@ -29,6 +34,7 @@ public:
     /// What a recorder needs from the machine. All of it must outlive the recorder and its last
     /// transcription.
     struct Platform {
+        Dictations &dictations;
         AudioSession &session;
         MakeAudioRecorder makeRecorder;
         SystemSound &sounds;
@@ -41,15 +47,23 @@ public:
         std::function<QString(const QString &message)> line = [](const QString &message) { return message; };
         /// Gets every failure in the words of `message`, even if the recorder no longer exists.
         std::function<void(const QString &message)> reportFailure = [](const QString &) { };
+        /// Ends every call of `transcribe` that is running, which then throws Error.
+        std::function<void()> endTranscriptions = [] { };
     };
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
+
+    /// Ends a recording without a transcript, and takes back the question for the microphone.
+    ~Recorder() override;
 
     /// The state after a successful transcription: idle if true, done if false.
     bool autoReset = false;
 
     [[nodiscard]] S state() const { return m_state; }
     void setState(S state);
+
+    /// Whether start() has not resumed yet.
+    [[nodiscard]] bool isStarting() const { return m_isStarting; }
 
     /// A line for the user: what happens, what went wrong, or the transcript.
     [[nodiscard]] QString message() const { return m_message; }
@@ -61,13 +75,22 @@ public:
     static QString url();
 
     /// Asks for the microphone and records. Resumes when the recording runs, or when it has failed or the
-    /// user has refused it; `message` then says so. The caller must check `state` first.
+    /// user has refused it; `message` then says so. The caller must check `state` first. It fails while
+    /// another recorder records.
     QCoro::Task<> start();
 
-    /// Ends the recording and transcribes it, unless it holds no sound. Returns at once. The caller must
-    /// check `state` first. The transcription completes and hands its text over, even if this recorder no
-    /// longer exists.
+    /// Ends the recording and transcribes it, unless it holds no sound. Returns at once. The caller must check
+    /// `state` and isStarting() first. While start() asks for the microphone, takes the question back; after
+    /// that, the recording ends as soon as it runs. The transcription completes and hands its text over, even
+    /// if this recorder no longer exists.
     void stop();
+
+    /// Ends the recording, or the start of one, and transcribes nothing. The file keeps what was recorded.
+    /// Returns at once. The caller must check `state` and isStarting() first.
+    void cancel();
+
+    /// `message` after a dictation that was given up.
+    static QString cancelled() { return QStringLiteral("The dictation was cancelled."); }
 
 Q_SIGNALS:
     void stateChanged();
@@ -75,7 +98,15 @@ Q_SIGNALS:
     void levelChanged();
 
 private:
+    enum class End { None, Stop, Cancel };
+
+    [[nodiscard]] std::optional<Error> obstacle() const;
+    QCoro::Task<> begin();
+    void endStart(End end);
     bool prepare();
+    void endRecording();
+    void giveUp();
+    void settle(S state, const QString &message);
     void startMeter();
     void updateMeter();
     void checkRecording();
@@ -84,11 +115,23 @@ private:
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
-                                BackgroundTasks::Identifier task, std::optional<Error> emptiness);
+                                std::shared_ptr<Transcription> transcription,
+                                std::optional<Error> emptiness);
+    /// What a transcription has come to.
+    struct Outcome {
+        bool isDone = false; ///< a text came
+        QString message; ///< the text, or why there is none
+        QString failure; ///< what went wrong, also after a text came; empty if nothing did
+        QString code; ///< of the failure, if no text came
+    };
+    static void conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome);
     static QCoro::Task<QString> handOver(const Platform &platform, QString transcript);
 
     Platform m_platform;
     S m_state = S::idle;
+    bool m_isStarting = false;
+    End m_end = End::None; ///< wanted before the recording runs
+    std::stop_source m_question; ///< for the microphone
     QString m_message = QStringLiteral("Starting…");
     double m_level = 0;
     QPointer<QTimer> m_meter;

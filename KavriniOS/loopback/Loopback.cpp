@@ -55,7 +55,7 @@ class Loopback::Server
 {
 public:
     /// Throws where the port cannot be listened on.
-    Server(std::uint16_t port, const PeerUserFunction &peerUser);
+    Server(std::uint16_t port, const PeerUserFunction &peerUser, CommandFunction notStored);
     ~Server() { m_context.stop(); }
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
@@ -73,7 +73,8 @@ private:
     std::jthread m_thread;
 };
 
-Loopback::Server::Server(std::uint16_t port, const PeerUserFunction &peerUser) : m_service(peerUser)
+Loopback::Server::Server(std::uint16_t port, const PeerUserFunction &peerUser, CommandFunction notStored)
+    : m_service(peerUser, std::move(notStored))
 {
     raiseDescriptorLimit(wantedDescriptors);
     for (tcp::acceptor &acceptor : listenOnLoopback(m_context, port)) {
@@ -123,14 +124,14 @@ Loopback::Loopback(std::uint16_t listeningPort, PeerUserFunction peerUser)
 
 Loopback::~Loopback() = default;
 
-void Loopback::start()
+void Loopback::start(CommandFunction notStored)
 {
     const std::lock_guard lock(m_mutex);
     if (m_server) {
         return;
     }
     try {
-        m_server = std::make_unique<Server>(m_listeningPort, m_peerUser);
+        m_server = std::make_unique<Server>(m_listeningPort, m_peerUser, std::move(notStored));
     } catch (const std::exception &error) {
         qCWarning(Logging::loopback) << "No server on port" << m_listeningPort << error.what();
     }

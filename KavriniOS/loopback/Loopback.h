@@ -3,6 +3,8 @@
 
 #include "platform/PeerUser.h"
 
+#include <QString>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -33,6 +35,9 @@ public:
 
     using PeerUserFunction = std::function<PeerUser(int socket)>;
 
+    /// Gets "start" or "stop", in a thread of the server.
+    using CommandFunction = std::function<void(const QString &command)>;
+
     /// The one server of the application, on `port`. It is never destroyed: once started it serves until the
     /// process ends.
     static Loopback &shared();
@@ -46,7 +51,9 @@ public:
 
     /// Begins to listen, unless it listens already. Returns without waiting for anything. A failure, such as
     /// a taken port, is silent and leaves nothing behind; the next call tries anew. Safe from any thread.
-    void start();
+    ///
+    /// `notStored` gets each command that could not be stored, for good: the suite will never hold it.
+    void start(CommandFunction notStored = [](const QString &) { });
 
     /// The port that it listens on; 0 while it does not. Safe from any thread.
     [[nodiscard]] std::uint16_t boundPort() const;

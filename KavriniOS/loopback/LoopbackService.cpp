@@ -3,6 +3,7 @@
 
 #include "loopback/LoopbackSender.h"
 #include "platform/Logging.h"
+#include "store/DictationKeys.h"
 #include "store/Shared.h"
 
 #include <QLatin1StringView>
@@ -82,8 +83,9 @@ bool mayBeFollowed(std::string_view received)
 
 } // namespace
 
-LoopbackService::LoopbackService(std::function<PeerUser(int socket)> peerUser)
-    : m_peerUser(std::move(peerUser))
+LoopbackService::LoopbackService(std::function<PeerUser(int socket)> peerUser,
+                                 std::function<void(const QString &command)> notStored)
+    : m_peerUser(std::move(peerUser)), m_notStored(std::move(notStored))
 {
 }
 
@@ -119,10 +121,14 @@ asio::awaitable<void> LoopbackService::serve(tcp::socket socket, tcp::endpoint p
     }
 }
 
-/// In the writer's thread: it may have to wait for another process that holds the suite.
+/// In the writer's thread: it may have to wait for another process that holds the suite. The answer is the
+/// same whether it can store or not.
 asio::awaitable<void> LoopbackService::store(LoopbackWrite write, QDeadlineTimer limit)
 {
-    std::ignore = Shared::d().write({{write.key, write.value}}, limit); // the answer is the same
+    const std::optional<Error> failure = Shared::d().write({{write.key, write.value}}, limit);
+    if (failure && write.key == dictation::commandKey) {
+        m_notStored(std::get<QString>(write.value));
+    }
     co_return;
 }
 

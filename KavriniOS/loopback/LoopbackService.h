@@ -19,8 +19,10 @@ namespace kavrin
 class LoopbackService
 {
 public:
-    /// Asks `peerUser`, in the thread that serves, whose a connection is.
-    explicit LoopbackService(std::function<PeerUser(int socket)> peerUser);
+    /// Asks `peerUser`, in the thread that serves, whose a connection is. Hands each command that could not
+    /// be stored to `notStored`, in the thread that stores.
+    LoopbackService(std::function<PeerUser(int socket)> peerUser,
+                    std::function<void(const QString &command)> notStored);
 
     /// One connection from its beginning to its end: its one request, what that asks for, and the answer. An
     /// error ends it, too, with an exception. It must not outlive this object; the executor of `socket` runs
@@ -31,6 +33,7 @@ private:
     asio::awaitable<void> store(LoopbackWrite write, QDeadlineTimer limit);
 
     const std::function<PeerUser(int socket)> m_peerUser;
+    const std::function<void(const QString &command)> m_notStored;
     asio::thread_pool m_writer{1};
 };
 

@@ -7,6 +7,7 @@
 #include <QObject>
 
 #include <optional>
+#include <stop_token>
 
 namespace kavrin
 {
@@ -30,8 +31,9 @@ public:
 
     using QObject::QObject;
 
-    /// Whether this application may use the microphone. The system may ask the user first.
-    virtual QCoro::Task<bool> requestRecordPermission() = 0;
+    /// Whether this application may use the microphone. The system may ask the user first. When `withdrawn`
+    /// is requested, the system asks no longer, and this resumes with false.
+    virtual QCoro::Task<bool> requestRecordPermission(std::stop_token withdrawn) = 0;
 
     /// Says what the application uses sound for. Takes effect when the session is activated, or at once if it
     /// is active. Throws Error.

@@ -13,9 +13,13 @@ class Notifications : public QObject
 
 public:
     /// Shows a plain text under a title. It replaces the notification that was shown before. `action` says in
-    /// a few words what a click on it does. Returns at once. Nothing happens if the desktop shows no
-    /// notifications.
-    virtual void show(const QString &title, const QString &text, const QString &action) = 0;
+    /// a few words what a click on it does, and `button`, unless it is empty, what a button on it does.
+    /// Returns at once. Nothing happens if the desktop shows no notifications.
+    virtual void show(const QString &title, const QString &text, const QString &action,
+                      const QString &button = {}) = 0;
+
+    /// Takes back the notification that is shown, if it has a button.
+    virtual void withdrawButton() = 0;
 
     /// Whether the desktop has not yet received one of the notifications.
     [[nodiscard]] virtual bool isPending() const = 0;
@@ -27,6 +31,9 @@ Q_SIGNALS:
     /// The user has chosen the action. The activation token lets a window come to the front; it is empty if
     /// the desktop gives none.
     void activated(const QString &activationToken);
+
+    /// The user has pressed the button.
+    void buttonPressed();
 };
 
 } // namespace kavrin

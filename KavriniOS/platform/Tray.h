@@ -17,7 +17,7 @@ public:
     struct Content {
         QIcon icon; ///< shown in the sizes that it holds
         QString toolTip;
-        QStringList menu; ///< the titles of the entries, always the same number
+        QStringList menu; ///< the titles of the entries, always the same number; an empty one is not shown
     };
 
     /// Whether the desktop has a tray. Some have none, and a tray may come and go.

@@ -37,6 +37,10 @@ using Changes = std::vector<Change>;
 class UserDefaults
 {
 public:
+    /// How long a read of this process waits, from now on, if another process keeps the whole database
+    /// locked; five seconds at first. Nobody can lock a database in that way while this process has it open.
+    static void setReadPatience(std::chrono::milliseconds patience);
+
     /// How long a write waits for another process that has locked the database.
     static constexpr std::chrono::milliseconds patience{5000};
 

@@ -38,7 +38,7 @@ TEST(Url, TheHostDictateWritesStartWhateverTheRest)
 {
     for (const QString &url : {u"kavrin://dictate"_s, u"x://dictate/a?b#c"_s}) {
         test::put(Shared::d(), u"dictationCommand"_s, QString());
-        KavrinApp::openUrl(url);
+        KavrinApp::storeUrl(url);
         EXPECT_EQ(Shared::d().string(u"dictationCommand"_s), u"start"_s);
     }
 }
@@ -46,7 +46,7 @@ TEST(Url, TheHostDictateWritesStartWhateverTheRest)
 TEST(Url, AnyOtherUrlChangesNothing)
 {
     for (const QString &url : {u"kavrin://Dictate"_s, u"kavrin:dictate"_s, u"kavrin://settings"_s, u""_s}) {
-        KavrinApp::openUrl(url);
+        KavrinApp::storeUrl(url);
         EXPECT_EQ(Shared::d().dictionaryRepresentation().value, PropertyListDictionary());
     }
 }

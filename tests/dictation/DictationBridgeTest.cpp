@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
+#include "dictation/DictationState.h"
 
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
@@ -228,6 +229,39 @@ TEST_F(DictationBridgeTest, AStateThatCouldNotBeStoredIsStoredWithABeat)
     EXPECT_EQ(shared(u"dictationState"_s), u"recording");
 }
 
+TEST_F(DictationBridgeTest, WhatAKilledProcessHasLeftIsIdleFromTheStart)
+{
+    const std::pair<QString, QString> rows[] = {
+        {u"starting"_s, u"idle"_s}, {u"recording"_s, u"idle"_s}, {u"working"_s, u"idle"_s},
+        {u"done"_s, u"done"_s},     {u"idle"_s, u"idle"_s},      {u"something else"_s, u"something else"_s}};
+    for (const auto &[left, expected] : rows) {
+        put(Shared::d(), u"dictationState"_s, left);
+        DictationState::clearStale();
+        EXPECT_EQ(shared(u"dictationState"_s), expected);
+    }
+    put(Shared::d(), u"dictationState"_s, u"recording"_s);
+    run();
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+}
+
+TEST_F(DictationBridgeTest, WhatAKilledProcessHasLeftIsClearedLaterWhereTheSuiteTakesNothingAtFirst)
+{
+    put(Shared::d(), u"dictationState"_s, u"recording"_s);
+    {
+        const RefusedKey refused("dictationState");
+        DictationState::clearStale();
+        EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+    }
+    DictationState::republishIfFailed();
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+}
+
+TEST_F(DictationBridgeTest, WithoutAStateNoneIsPublishedAtTheStart)
+{
+    run();
+    EXPECT_EQ(shared(u"dictationState"_s), u"none");
+}
+
 TEST_F(DictationBridgeTest, AStopWhileIdleIsSwallowed)
 {
     run();
@@ -295,6 +329,205 @@ TEST_F(DictationBridgeTest, AFailedSetUpLeavesTheStateStartingUntilTheNextAttemp
     command(u"start"_s);
     pass();
     EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+}
+
+TEST_F(DictationBridgeTest, StartTellsWhyThereIsNoRecording)
+{
+    machine.session.activationFailure = Error(u"audio"_s, 1, u"No sound server."_s);
+    EXPECT_EQ(failureOf(await(bridge.start())), u"Recording failed: No sound server.");
+    machine.session.activationFailure.reset();
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+}
+
+TEST_F(DictationBridgeTest, StartTellsThatTheLastDictationIsStillTranscribed)
+{
+    await(bridge.start());
+    bridge.stop();
+    EXPECT_EQ(failureOf(await(bridge.start())), u"The last dictation is still being transcribed.");
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
+TEST_F(DictationBridgeTest, StopTellsThatThereIsNothingToStop)
+{
+    EXPECT_EQ(failureOf(bridge.stop()), u"There is no recording to stop.");
+    EXPECT_TRUE(machine.journal.isEmpty());
+}
+
+TEST_F(DictationBridgeTest, AStopEndsTheRecordingOfAnotherRecorderToo)
+{
+    run();
+    for (const bool overSuite : {true, false}) {
+        SCOPED_TRACE(overSuite);
+        Recorder screen(machine.platform());
+        QCoro::waitFor(screen.start());
+        if (overSuite) {
+            command(u"stop"_s);
+            pass();
+        } else {
+            EXPECT_EQ(failureOf(bridge.stop()), u"");
+        }
+        EXPECT_EQ(screen.state(), Recorder::S::working);
+        machine.finishTranscription(u""_s);
+        waitUntil([&] { return screen.state() == Recorder::S::done; });
+    }
+}
+
+TEST_F(DictationBridgeTest, AStartWhileAnotherRecorderRecordsIsSwallowed)
+{
+    run();
+    Recorder screen(machine.platform());
+    QCoro::waitFor(screen.start());
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    EXPECT_TRUE(machine.failures.isEmpty());
+}
+
+TEST_F(DictationBridgeTest, ACancelledRecordingIsNotTranscribed)
+{
+    await(bridge.start());
+    machine.journal.clear();
+    EXPECT_EQ(failureOf(bridge.cancel()), u"");
+    EXPECT_EQ(machine.journal, (Journal{u"stop"_s, u"sound 1114"_s}));
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::idle);
+    EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    EXPECT_TRUE(machine.failures.isEmpty());
+    EXPECT_EQ(machine.dictations.takeFailure(), u"The dictation was cancelled.");
+}
+
+TEST_F(DictationBridgeTest, ACancelledTranscriptionChangesNothingWhenItsAnswerComesLater)
+{
+    for (const bool comes : {true, false}) {
+        SCOPED_TRACE(comes);
+        await(bridge.start());
+        bridge.stop();
+        EXPECT_EQ(failureOf(bridge.cancel()), u"");
+        EXPECT_EQ(bridge.recorder().state(), Recorder::S::idle);
+        EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+        EXPECT_EQ(machine.dictations.activity(), u"idle");
+
+        machine.journal.clear();
+        if (comes) {
+            machine.finishTranscription(u"late"_s);
+        } else {
+            machine.failTranscription(Error(u"network"_s, 42, u"It was given up."_s));
+        }
+        ASSERT_TRUE(waitUntil([this] { return !machine.journal.isEmpty(); }));
+        EXPECT_EQ(machine.journal.size(), 1); // the background task has ended, and nothing was pasted
+        EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+        EXPECT_EQ(shared(u"transcript"_s), u"none");
+        EXPECT_EQ(shared(u"tStamp"_s), u"none");
+        EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+        EXPECT_TRUE(machine.failures.isEmpty());
+    }
+}
+
+TEST_F(DictationBridgeTest, ACancelledTranscriptionDoesNotDisturbTheNextDictation)
+{
+    await(bridge.start());
+    bridge.stop();
+    bridge.cancel();
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+    machine.finishTranscription(u"late"_s);
+    ASSERT_TRUE(waitUntil([this] { return machine.journal.contains(u"end 1"); }));
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::recording);
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+    bridge.stop();
+    machine.finishTranscription(u"next"_s);
+    ASSERT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"done"; }));
+    EXPECT_EQ(shared(u"transcript"_s), u"next");
+}
+
+TEST_F(DictationBridgeTest, AStopOrCancelTakesBackTheQuestionForTheMicrophone)
+{
+    machine.session.answersAtOnce = false;
+    run();
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(machine.dictations.activity(), u"starting");
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
+    EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    EXPECT_TRUE(machine.failures.isEmpty());
+}
+
+TEST_F(DictationBridgeTest, ItBeatsWhileTheUserIsAskedForTheMicrophone)
+{
+    machine.session.answersAtOnce = false;
+    run();
+    command(u"start"_s);
+    for (int number = 2; number <= 9; ++number) {
+        machine.clock.time += 0.12;
+        pass();
+    }
+    EXPECT_EQ(alive(), machine.clock.time);
+    machine.session.answer();
+    EXPECT_TRUE(waitUntil([this] { return bridge.recorder().state() == Recorder::S::recording; }));
+}
+
+TEST_F(DictationBridgeTest, ItEndsWhileTheUserIsAskedForTheMicrophone)
+{
+    machine.session.answersAtOnce = false;
+    run();
+    command(u"start"_s);
+    pass();
+    machine.dictations.close();
+    stop.request_stop();
+    EXPECT_TRUE(waitUntil([this] { return ended && machine.dictations.activity() == u"idle"; }));
+    EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
+}
+
+TEST_F(DictationBridgeTest, AStopBeforeTheFirstSamplesIsObeyedWhenTheyCome)
+{
+    QPromise<void> samples;
+    samples.start();
+    machine.firstSamples = samples.future();
+    run();
+    command(u"start"_s);
+    pass();
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationState"_s), u"starting");
+    samples.finish();
+    EXPECT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"working"; }));
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
+TEST_F(DictationBridgeTest, AStartThatIsCancelledEndsWithoutARecording)
+{
+    machine.session.answersAtOnce = false;
+    const QCoro::Task<std::optional<Error>> starting = bridge.start();
+    EXPECT_EQ(failureOf(bridge.cancel()), u"");
+    ASSERT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
+    EXPECT_EQ(shared(u"dictationState"_s), u"idle");
+    EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+}
+
+TEST_F(DictationBridgeTest, CancelTellsThatThereIsNothingToCancel)
+{
+    EXPECT_EQ(failureOf(bridge.cancel()), u"There is no dictation to cancel.");
+    EXPECT_EQ(shared(u"dictationState"_s), u"none");
+}
+
+TEST_F(DictationBridgeTest, ToggleStartsAndStops)
+{
+    EXPECT_EQ(failureOf(await(bridge.toggle())), u"");
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::recording);
+    EXPECT_EQ(failureOf(await(bridge.toggle())), u"");
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::working);
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
 }
 
 TEST_F(DictationBridgeTest, StoppingTheLoopDuringASleepEndsItWithoutAnotherPass)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dictation/DictationBridge.h"
+#include "dictation/Dictations.h"
 #include "doubles/FakeDesktop.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
 #include "platform/linux/audio/PulseAudioRecorder.h"
@@ -42,6 +43,7 @@ class RealRecorderPlatform
 {
 public:
     Journal journal;
+    Dictations dictations;
     FakePasteboard pasteboard{journal};
     FakeBackgroundTasks backgroundTasks{journal};
     SystemClock clock;
@@ -54,6 +56,7 @@ public:
     Recorder::Platform platform()
     {
         return {
+            .dictations = dictations,
             .session = session,
             .makeRecorder = PulseAudioRecorder::factory(soundServer),
             .sounds = sounds,

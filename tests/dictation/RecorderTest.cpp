@@ -4,7 +4,9 @@
 
 #include "doubles/FakeRecorderPlatform.h"
 #include "platform/FileManager.h"
+#include "store/LockedSuite.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
 #include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
@@ -308,9 +310,8 @@ TEST_F(RecorderTest, ClosingWhileThePermissionIsAskedForChangesNothing)
         auto closing = std::make_unique<Recorder>(asking.platform());
         const QCoro::Task<> starting = closing->start();
         closing.reset();
-        asking.session.answer();
         EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
-        EXPECT_EQ(asking.journal, Journal{u"ask permission"_s});
+        EXPECT_EQ(asking.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
         EXPECT_TRUE(asking.failures.isEmpty());
         EXPECT_EQ(sharedState(), u"none");
     }
@@ -589,6 +590,72 @@ TEST_F(RecorderTest, TheFailureIsStoredBeforeTheStateReadsIdle)
     EXPECT_EQ(log.keys(),
               (QStringList{u"dictationError"_s, u"dictationState"_s, u"dictationError"_s, u"dictationError"_s,
                            u"dictationState"_s}));
+}
+
+TEST_F(RecorderTest, ItIsTranscribingUntilTheSuiteHasTakenTheText)
+{
+    const SuiteWriter writer;
+    start();
+    recorder.stop();
+    ASSERT_TRUE(waitUntil([] { return sharedState() == u"working"; }));
+    LockedSuite locked;
+    machine.finishTranscription(u"text"_s);
+    recorder.autoReset = true;
+    EXPECT_FALSE(waitUntil([this] { return !machine.dictations.isTranscribing(); }, std::chrono::seconds(1)));
+    EXPECT_EQ(machine.dictations.state(), Recorder::S::working);
+    locked.unlock();
+    EXPECT_TRUE(waitUntil([this] { return !machine.dictations.isTranscribing(); }));
+    EXPECT_EQ(machine.pasteboard.string, u"text");
+    EXPECT_EQ(machine.dictations.state(), Recorder::S::idle);
+}
+
+TEST_F(RecorderTest, TwoNeverRecordAtOnce)
+{
+    start();
+    Recorder other(machine.platform());
+    QCoro::waitFor(other.start());
+    EXPECT_EQ(other.state(), Recorder::S::idle);
+    EXPECT_EQ(other.message(), u"Recording failed: Another recording is running. Stop it and try again.");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, TellsWhatTheProcessDoesWhateverTheSuiteSays)
+{
+    EXPECT_EQ(machine.dictations.activity(), u"idle");
+    machine.session.answersAtOnce = false;
+    auto screen = std::make_unique<Recorder>(machine.platform());
+    const QCoro::Task<> starting = screen->start();
+    EXPECT_EQ(machine.dictations.activity(), u"starting");
+    machine.session.answer();
+    ASSERT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(machine.dictations.activity(), u"recording");
+    screen->stop();
+    screen.reset();
+    EXPECT_EQ(machine.dictations.activity(), u"working");
+    machine.finishTranscription(u""_s);
+    EXPECT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
+
+    screen = std::make_unique<Recorder>(machine.platform());
+    QCoro::waitFor(screen->start());
+    screen.reset();
+    EXPECT_EQ(sharedState(), u"recording");
+    EXPECT_EQ(machine.dictations.activity(), u"idle");
+}
+
+TEST_F(RecorderTest, NothingBeginsOnceTheApplicationEnds)
+{
+    start();
+    machine.dictations.close();
+    machine.journal.clear();
+    recorder.stop();
+    EXPECT_EQ(machine.journal, (Journal{u"stop"_s, u"sound 1114"_s, u"begin transcribe"_s, u"end 1"_s}));
+    EXPECT_EQ(recorder.message(), u"Error: Kavrin is ending.");
+    EXPECT_EQ(sharedState(), u"idle");
+    machine.journal.clear();
+    start();
+    EXPECT_EQ(machine.journal, Journal());
+    EXPECT_EQ(recorder.message(), u"Recording failed: Kavrin is ending.");
 }
 
 TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)

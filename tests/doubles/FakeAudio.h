@@ -30,14 +30,18 @@ public:
     std::optional<Error> activationFailure;
     Options options;
 
-    QCoro::Task<bool> requestRecordPermission() override
+    QCoro::Task<bool> requestRecordPermission(std::stop_token withdrawn) override
     {
         m_journal.append(QStringLiteral("ask permission"));
         if (!answersAtOnce) {
             const QFuture<void> answer = m_answer.future();
+            const std::stop_callback onWithdrawn(withdrawn, [this] {
+                m_journal.append(QStringLiteral("withdraw question"));
+                this->answer();
+            });
             co_await qCoro(answer).waitForFinished();
         }
-        co_return permission;
+        co_return permission && !withdrawn.stop_requested();
     }
 
     void answer() { m_answer.finish(); }
@@ -75,10 +79,15 @@ public:
     float power = -160;
     std::optional<Error> recordingFailure;
     std::optional<Error> failureAtStop;
+    std::optional<QFuture<void>> firstSamples; ///< what record() waits for
 
     QCoro::Task<bool> record() override
     {
         m_journal.append(QStringLiteral("record"));
+        if (firstSamples) {
+            const QFuture<void> samples = *firstSamples;
+            co_await qCoro(samples).waitForFinished();
+        }
         m_isRecording = firstSamplesCome;
         co_return firstSamplesCome;
     }

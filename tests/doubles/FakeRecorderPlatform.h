@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "dictation/Dictations.h"
 #include "dictation/Recorder.h"
 #include "doubles/FakeAudio.h"
 #include "doubles/FakeClock.h"
@@ -19,6 +20,7 @@ class FakeRecorderPlatform
 {
 public:
     Journal journal;
+    Dictations dictations;
     FakeAudioSession session{journal};
     FakeSystemSound sounds{journal};
     FakeBackgroundTasks backgroundTasks{journal};
@@ -29,10 +31,12 @@ public:
     QStringList openedFiles;
     QStringList failures; ///< that were reported
     std::vector<AudioRecorderSettings> settings;
+    std::optional<QFuture<void>> firstSamples; ///< of every recorder
 
     Recorder::Platform platform()
     {
         return {
+            .dictations = dictations,
             .session = session,
             .makeRecorder =
                 [this](const QString &path, const AudioRecorderSettings &wanted) {
@@ -70,6 +74,7 @@ private:
             throw Error(*recorderFailure);
         }
         auto recorder = std::make_shared<FakeAudioRecorder>(journal);
+        recorder->firstSamples = firstSamples;
         recorders.push_back(recorder);
         return recorder;
     }

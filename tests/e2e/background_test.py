@@ -138,8 +138,10 @@ class InTray(Background):
         item = tray.item()
         pictures = {}
         for tool_tip, menu, choice in (("Kavrin: ready", ["Open", "Start dictation", "Quit"], "Start dictation"),
-                                       ("Kavrin: recording", ["Open", "Stop dictation", "Quit"], "Stop dictation"),
-                                       ("Kavrin: transcribing", ["Open", "Start dictation", "Quit"], None)):
+                                       ("Kavrin: recording", ["Open", "Stop dictation", "Cancel dictation", "Quit"],
+                                        "Stop dictation"),
+                                       ("Kavrin: transcribing", ["Open", "Start dictation", "Cancel dictation", "Quit"],
+                                        None)):
             with self.subTest(tool_tip):
                 wait_until(lambda tip=tool_tip: item.tool_tip == tip, f"the tool tip {tool_tip}", interval=0.002)
                 pictures[tool_tip] = item.picture

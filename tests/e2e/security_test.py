@@ -170,12 +170,13 @@ class SessionBus(unittest.TestCase):
         self.session = self.enterContext(PrivateSession())
         self.bus = Bus(self.session)
 
-    def test_offers_an_application_s_three_methods_and_nothing_to_read(self):
+    def test_offers_an_application_s_methods_and_those_of_dictation_and_nothing_to_read(self):
         self.session.start_kavrin("--background")
         methods = [f"{interface}.{method}" for interface, method in self.members("/")
                    if not interface.startswith("org.freedesktop.DBus.")]
-        self.assertEqual(sorted(methods), [f"org.freedesktop.Application.{method}"
-                                           for method in ("Activate", "ActivateAction", "Open")])
+        self.assertEqual(sorted(methods), [*(f"app.kavrin.Dictation.{method}" for method in ("Cancel", "Start", "State", "Stop", "TakeFailure", "Toggle")),
+                                           *(f"org.freedesktop.Application.{method}"
+                                             for method in ("Activate", "ActivateAction", "Open"))])
 
     def members(self, path):
         """What each interface of the object and of those below it has: methods, properties and signals."""

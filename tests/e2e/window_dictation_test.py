@@ -113,6 +113,57 @@ class Screen(WindowDictation):
         wait_until(lambda: not self.microphones_in_use(), "the microphone is free")
         self.assertEqual([self.suite.get(key) for key in ("dictationState", "transcript")], ["recording", None])
 
+    def status(self):
+        return self.session.ctl("dictate", "status")
+
+    def test_closed_while_recording_what_the_process_does_is_told(self):
+        self.open_screen()
+        self.wait_until_listening()
+        self.assertEqual(self.status(), "recording")
+        self.close_screen()
+        wait_until(lambda: self.status() == "idle", "nothing is recorded")
+        refused = self.session.run(self.session.bin / "kavrinctl", "dictate", "stop", check=False)
+        self.assertEqual(refused.returncode, 1)
+
+    def test_each_way_to_stop_ends_its_recording(self):
+        self.session.start_speech_service()
+        ways = (lambda: self.session.ctl("dictate", "stop"), lambda: self.session.ctl("dictate", "toggle"),
+                lambda: self.session.http("/cmd?v=stop"),
+                lambda: self.suite.set("dictationCommand", "string", "stop"))
+        for way in ways:
+            self.open_screen()
+            self.wait_until_listening()
+            self.session.play(CLIP)
+            way()
+            self.wait_for_screen(("image", "Microphone off"), (MESSAGE, SPOKEN), (MESSAGE, HINT), CLOSE)
+            wait_until(lambda: not self.microphones_in_use(), "the microphone is free")
+            self.close_screen()
+            self.window.go_back()
+
+    def test_opened_during_another_recording_it_shows_and_stops_that_one(self):
+        self.session.start_speech_service()
+        self.session.ctl("dictate", "start")
+        self.open_screen()
+        self.wait_until_listening()
+        self.assertEqual(len(self.microphones_in_use()), 1)
+        self.session.play(CLIP)
+        self.press("Stop")
+        wait_until(lambda: not self.microphones_in_use(), "the microphone is free")
+        self.window.find(SPOKEN, "label")
+        self.close_screen()
+        self.assertEqual(self.status(), "done")
+
+    def test_closed_during_another_recording_it_leaves_that_one_running(self):
+        self.session.start_speech_service()
+        self.session.ctl("dictate", "start")
+        self.open_screen()
+        self.wait_until_listening()
+        self.close_screen()
+        self.session.play(CLIP)
+        self.assertEqual(self.status(), "recording")
+        self.session.ctl("dictate", "stop")
+        self.suite.wait_for("transcript", SPOKEN)
+
     def test_escape_closes_it_and_the_next_one_begins_anew(self):
         self.session.start_speech_service()
         self.open_screen()

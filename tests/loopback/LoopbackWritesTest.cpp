@@ -2,6 +2,7 @@
 #include "loopback/LoopbackCase.h"
 
 #include "store/Shared.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
 
@@ -12,6 +13,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -90,6 +92,38 @@ TEST_F(LoopbackWrites, StoresACommandAgainThatIsRepeated)
         EXPECT_EQ(stored(u"dictationCommand"_s), PropertyListValue(u"stop"_s));
         test::put(Shared::d(), u"dictationCommand"_s, QString()); // as the application does that obeys
     }
+}
+
+TEST(LoopbackCommands, PassesOnACommandThatCouldNotBeStoredAndNoOther)
+{
+    std::mutex mutex;
+    QStringList passedOn;
+    Loopback loopback{0};
+    const auto hasStarted = [&] {
+        loopback.start([&](const QString &command) {
+            const std::scoped_lock lock(mutex);
+            passedOn.append(command);
+        });
+        return loopback.boundPort() != 0;
+    };
+    ASSERT_TRUE(waitUntil(hasStarted));
+    const auto ask = [&](const std::string &target) {
+        EXPECT_EQ(answerTo(loopback.boundPort(), "GET " + target + " HTTP/1.1\r\n\r\n"), answerWith(done));
+    };
+    {
+        const RefusedKey refused("dictationCommand");
+        ask("/cmd?v=start");
+        ask("/cmd?v=pause");
+        ask("/cmd?v=stop");
+    }
+    {
+        const RefusedKey refused("tUsed");
+        ask("/used?t=1.5");
+    }
+    ask("/cmd?v=start");
+    const std::scoped_lock lock(mutex);
+    EXPECT_EQ(passedOn, (QStringList{u"start"_s, u"stop"_s}));
+    EXPECT_EQ(stored(u"dictationCommand"_s), PropertyListValue(u"start"_s));
 }
 
 TEST_F(LoopbackWrites, DoesWhatAClientAskedThatIsGone)

@@ -145,3 +145,6 @@ class Notifications(_Mock):
 
     def click(self):
         self.emit("ActionInvoked", "us", 1, "default")
+
+    def press_button(self):
+        self.emit("ActionInvoked", "us", 1, "button")

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/RunningKavrin.h"
 
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
@@ -7,6 +8,8 @@
 #include <QDeadlineTimer>
 #include <QJsonObject>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <functional>
@@ -25,7 +28,13 @@ using namespace std::chrono_literals;
 // The application beats once a second and looks for commands eight times a second.
 constexpr double aliveLimit = 3;
 constexpr std::chrono::seconds answerLimit = 3s;
+// While the application is asked for a recording, the desktop may ask the user for the microphone.
+constexpr std::chrono::seconds permissionLimit = 60s;
 constexpr std::chrono::milliseconds pollInterval = 10ms;
+constexpr std::chrono::milliseconds waitInterval = 50ms;
+constexpr std::chrono::minutes transcriptLimit = 5min;
+
+const QString notRunning = u"Kavrin is not running. Start it with \"kavrin\"."_s;
 
 QString storedString(const QString &key)
 {
@@ -58,17 +67,18 @@ bool isRunning()
 void expectRunning()
 {
     if (!isRunning()) {
-        throw Refusal{u"Kavrin is not running. Start it with \"kavrin\"."_s};
+        throw Refusal{notRunning};
     }
 }
 
-bool waitUntil(const std::function<bool()> &condition, QDeadlineTimer limit)
+bool waitUntil(const std::function<bool()> &condition, QDeadlineTimer limit,
+               std::chrono::milliseconds interval = pollInterval)
 {
     while (!condition()) {
         if (limit.hasExpired()) {
             return false;
         }
-        std::this_thread::sleep_for(pollInterval);
+        std::this_thread::sleep_for(interval);
     }
     return true;
 }
@@ -129,13 +139,56 @@ void toggle()
     }
 }
 
+void cancel()
+{
+    throw Refusal{u"Only the session bus can cancel a dictation, and Kavrin is not there."_s};
+}
+
+/// An action on a running application: over the session bus or, where the application is not there, over the
+/// shared suite.
+struct Action {
+    QString name;
+    QString method; ///< of the application on the bus
+    void (*overSuite)();
+};
+
+const Action *findAction(const QString &name)
+{
+    static const std::array actions = {
+        Action{u"start"_s, u"Start"_s, start},
+        Action{u"stop"_s, u"Stop"_s, stop},
+        Action{u"toggle"_s, u"Toggle"_s, toggle},
+        Action{u"cancel"_s, u"Cancel"_s, cancel},
+    };
+    const auto *const found = std::ranges::find(actions, name, &Action::name);
+    return found == actions.end() ? nullptr : found;
+}
+
+void run(const Action &action)
+{
+    if (!askForDictation(action.method, permissionLimit)) {
+        expectRunning();
+        action.overSuite();
+    }
+}
+
+/// What the application does, and "done" once it does nothing after a transcript. From the shared suite if
+/// the application is not there.
+QString activity(const std::optional<QString> &running)
+{
+    const bool hasDone = running == dictation::idle && state() == dictation::done;
+    return hasDone ? dictation::done : running.value_or(state());
+}
+
 void status(bool asJson)
 {
-    const QString current = state();
+    const std::optional<QString> running = runningState();
+    const bool runs = running || isRunning();
+    const QString current = activity(running);
     if (asJson) {
-        print(QJsonObject{{u"running"_s, isRunning()},
+        print(QJsonObject{{u"running"_s, runs},
                           {u"state"_s, current.isEmpty() ? QJsonValue() : QJsonValue(current)}});
-    } else if (!isRunning()) {
+    } else if (!runs) {
         print(u"not running"_s);
     } else {
         print(current.isEmpty() ? u"idle"_s : current);
@@ -160,30 +213,63 @@ void takeTranscript()
     }
 }
 
-void waitForTranscript(QDeadlineTimer limit)
+bool hasNewTranscript()
 {
-    const std::optional<double> before = storedTime(dictation::stampKey);
-    const bool isAwaited = isRunning() && (isUnderWay() || command() == dictation::startCommand);
-    if (!isAwaited && before && before != storedTime(dictation::usedKey)) {
-        takeTranscript();
-        return;
+    const std::optional<double> stamp = storedTime(dictation::stampKey);
+    return stamp && stamp != storedTime(dictation::usedKey);
+}
+
+/// Whether a dictation has ended, by now or since it was asked last, with a transcript. Throws Refusal if it
+/// ended without one, or if the application has gone.
+bool hasTranscribed()
+{
+    const bool isAwaited = command() == dictation::startCommand || command() == dictation::stopCommand;
+    const std::optional<QString> running = runningState();
+    if (!running) {
+        throw Refusal{notRunning};
     }
-    bool wasUnderWay = isUnderWay();
-    const auto hasEnded = [&] {
+    if (isAwaited || running != dictation::idle) {
+        return false;
+    }
+    if (const QString reason = takeRunningFailure(); !reason.isEmpty()) {
+        throw Refusal{reason};
+    }
+    return hasNewTranscript();
+}
+
+[[noreturn]] void refuseFailed()
+{
+    throw Refusal{u"The dictation failed, and there is no transcript. "
+                  "\"kavrinctl transcribe\" with the recording that \"kavrinctl where\" names says why."_s};
+}
+
+/// Like hasTranscribed() again and again, by the keys of the shared suite alone.
+std::function<bool()> followSuite()
+{
+    const bool isAwaited = isRunning() && (isUnderWay() || command() == dictation::startCommand);
+    if (!isAwaited && hasNewTranscript()) {
+        if (state() == dictation::idle) {
+            refuseFailed();
+        }
+        return [] { return true; };
+    }
+    return [before = storedTime(dictation::stampKey), wasUnderWay = isUnderWay()]() mutable {
         const bool hasFailed = wasUnderWay && !isUnderWay() && state() == dictation::idle;
         if (storedTime(dictation::stampKey) != before) {
             return true;
         }
         if (hasFailed) {
-            throw Refusal{
-                u"The dictation failed, and there is no transcript. "
-                "\"kavrinctl transcribe\" with the recording that \"kavrinctl where\" names says why."_s};
+            refuseFailed();
         }
         wasUnderWay = isUnderWay();
         expectRunning();
         return false;
     };
-    if (!waitUntil(hasEnded, limit)) {
+}
+
+void waitForTranscript(QDeadlineTimer limit)
+{
+    if (!waitUntil(runningState() ? hasTranscribed : followSuite(), limit, waitInterval)) {
         throw Refusal{u"No transcript has come."_s};
     }
     takeTranscript();
@@ -193,7 +279,7 @@ QDeadlineTimer parseLimit(QStringList &arguments)
 {
     const qsizetype flag = arguments.indexOf(u"--timeout"_s);
     if (flag < 0) {
-        return QDeadlineTimer(QDeadlineTimer::Forever);
+        return QDeadlineTimer(transcriptLimit);
     }
     const std::optional<double> seconds = toNumber(arguments.value(flag + 1));
     constexpr double longest = 1e9;
@@ -218,12 +304,11 @@ void dictate(QStringList &arguments)
         const QDeadlineTimer limit = parseLimit(arguments);
         expectCount(arguments, 0, 0);
         waitForTranscript(limit);
-    } else if (action == u"start" || action == u"stop" || action == u"toggle") {
+    } else if (const Action *const known = findAction(action)) {
         expectCount(arguments, 0, 0);
-        expectRunning();
-        (action == u"start" ? start : action == u"stop" ? stop : toggle)();
+        run(*known);
     } else {
-        throw UsageError{u"\"%1\" is none of start, stop, toggle, status and wait."_s.arg(action)};
+        throw UsageError{u"\"%1\" is none of start, stop, toggle, cancel, status and wait."_s.arg(action)};
     }
 }
 

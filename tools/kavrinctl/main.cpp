@@ -51,11 +51,14 @@ constexpr std::array verbs = {
          "other users can read the arguments of a program that runs.",
          saveCode},
     Verb{"transcribe", "FILE", "The text of a recording, from the configured service", "", transcribe},
-    Verb{"dictate", "start | stop | toggle\nstatus [--json]\nwait [--timeout SECONDS]",
+    Verb{"dictate", "start | stop | toggle | cancel\nstatus [--json]\nwait [--timeout SECONDS]",
          "Dictate with the running application",
          "start and stop return when the application has obeyed. toggle is for a hotkey: it starts, or "
          "stops.\n"
-         "wait prints the transcript when a new one arrives, and marks it as used.",
+         "cancel gives up a recording or its transcription: no text comes.\n"
+         "wait prints the transcript when a new one arrives, and marks it as used. It fails when the "
+         "dictation\n"
+         "has failed, and after SECONDS, or five minutes.",
          dictate},
     Verb{"watch-messages", "[--containing WORD]",
          "Save the verification codes of text messages as they arrive",

@@ -144,6 +144,17 @@ TEST(KavrinctlDictate, WaitPrintsATranscriptThatIsNotUsedYetAndMarksIt)
     EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(1000.5));
 }
 
+TEST(KavrinctlDictate, WaitPrintsNoTranscriptOfBeforeAfterADictationThatFailed)
+{
+    store(u"transcript"_s, u"of before"_s);
+    store(u"tStamp"_s, 1000.5);
+    store(u"dictationState"_s, u"idle"_s);
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, u"");
+    EXPECT_TRUE(outcome.errors.contains(u"The dictation failed"));
+}
+
 TEST(KavrinctlDictate, WaitWaitsForTheDictationUnderWayAndNotForAnOldTranscript)
 {
     store(u"transcript"_s, u"old"_s);

@@ -18,13 +18,14 @@ namespace kavrin::DevicePortal
 
 using namespace Qt::StringLiterals;
 
-QCoro::Task<bool> accessMicrophone()
+QCoro::Task<bool> accessMicrophone(std::stop_token withdrawn)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         co_return true;
     }
     PortalRequest request(bus);
+    const std::stop_callback onWithdrawn(withdrawn, [&request] { request.close(); });
     QDBusMessage question =
         QDBusMessage::createMethodCall(PortalRequest::service(), u"/org/freedesktop/portal/desktop"_s,
                                        u"org.freedesktop.portal.Device"_s, u"AccessDevice"_s);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/PortalRequest.h"
 
+#include <QDBusMessage>
 #include <QUuid>
 
 namespace kavrin
@@ -19,10 +20,10 @@ PortalRequest::PortalRequest(const QDBusConnection &bus)
 {
     m_answer.start();
     connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish(granted); });
-    listen(path());
+    listen(expectedPath());
 }
 
-QString PortalRequest::path() const
+QString PortalRequest::expectedPath() const
 {
     const QString sender = m_bus.baseService().mid(1).replace(u'.', u'_');
     return u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, m_token);
@@ -30,15 +31,27 @@ QString PortalRequest::path() const
 
 void PortalRequest::listen(const QString &path)
 {
+    m_path = path;
     m_bus.connect(service(), path, u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
                   SLOT(response(uint, QVariantMap)));
 }
 
 void PortalRequest::follow(const QString &actualPath)
 {
-    if (actualPath != path()) {
+    if (actualPath != m_path) {
         listen(actualPath);
+        if (m_isClosed) {
+            close();
+        }
     }
+}
+
+void PortalRequest::close()
+{
+    m_isClosed = true;
+    m_bus.send(
+        QDBusMessage::createMethodCall(service(), m_path, u"org.freedesktop.portal.Request"_s, u"Close"_s));
+    finish(ended);
 }
 
 void PortalRequest::response(uint result, const QVariantMap & /*details*/)

@@ -20,7 +20,8 @@ class PortalRequest : public QObject
     Q_OBJECT
 
 public:
-    static constexpr uint granted = 0; ///< 1 is refused by the user, 2 ended in another way
+    static constexpr uint granted = 0; ///< 1 is refused by the user
+    static constexpr uint ended = 2; ///< in another way
 
     /// The portal's name on the bus.
     static QString service();
@@ -34,11 +35,14 @@ public:
     /// Listens to the path that the portal gave, if it is not the expected one (before version 0.9).
     void follow(const QString &actualPath);
 
+    /// Takes the question back. The answer is `ended`.
+    void close();
+
     /// The portal's answer; `granted` if the portal vanishes first.
     [[nodiscard]] QFuture<uint> answer() const { return m_answer.future(); }
 
 private:
-    [[nodiscard]] QString path() const;
+    [[nodiscard]] QString expectedPath() const;
     void listen(const QString &path);
     void finish(uint result);
     Q_SLOT void response(uint result, const QVariantMap &details);
@@ -46,6 +50,8 @@ private:
     QDBusConnection m_bus;
     QDBusServiceWatcher m_portal;
     QString m_token;
+    QString m_path; ///< of the object of the question
+    bool m_isClosed = false;
     QPromise<uint> m_answer;
 };
 

@@ -22,12 +22,12 @@ PulseAudioSession::PulseAudioSession(std::shared_ptr<SoundServer> server, QStrin
     connect(&m_sleep, &SleepMonitor::sleepChanged, this, tell);
 }
 
-QCoro::Task<bool> PulseAudioSession::requestRecordPermission()
+QCoro::Task<bool> PulseAudioSession::requestRecordPermission(std::stop_token withdrawn)
 {
     if (!QFileInfo::exists(m_sandboxMark)) {
         co_return true;
     }
-    QCoro::Task<bool> access = DevicePortal::accessMicrophone();
+    QCoro::Task<bool> access = DevicePortal::accessMicrophone(std::move(withdrawn));
     co_return co_await access;
 }
 

@@ -29,7 +29,7 @@ public:
                                QString sandboxMark = QStringLiteral("/.flatpak-info"),
                                QObject *parent = nullptr);
 
-    QCoro::Task<bool> requestRecordPermission() override;
+    QCoro::Task<bool> requestRecordPermission(std::stop_token withdrawn = {}) override;
     void setCategory(Category category, Mode mode, Options options) override;
     void activate() override;
 

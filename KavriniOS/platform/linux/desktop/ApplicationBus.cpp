@@ -114,7 +114,12 @@ void ApplicationBus::Open(const QStringList &urls, const QVariantMap &platformDa
 void ApplicationBus::ActivateAction(const QString &action, const QVariantList &parameters,
                                     const QVariantMap &platformData)
 {
-    Q_EMIT actionRequested(action, parameters, tokenOf(platformData));
+    setDelayedReply(true);
+    const Answer answer = [bus = m_bus, call = message()](const std::optional<Error> &failure) {
+        bus.send(failure ? call.createErrorReply(refusal, failure->localizedDescription)
+                         : call.createReply());
+    };
+    Q_EMIT actionRequested(action, parameters, tokenOf(platformData), answer);
 }
 
 } // namespace kavrin

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QObject>
@@ -9,6 +11,8 @@
 #include <QVariantMap>
 
 #include <chrono>
+#include <functional>
+#include <optional>
 
 namespace kavrin
 {
@@ -31,6 +35,9 @@ public:
         NoBus, ///< no bus can register the name, so nobody can know
     };
     Q_ENUM(Claim)
+
+    /// Tells the caller of an action that it is done, or what went wrong.
+    using Answer = std::function<void(const std::optional<Error> &failure)>;
 
     static QString defaultName() { return QStringLiteral("app.kavrin.Kavrin"); }
 
@@ -73,8 +80,9 @@ Q_SIGNALS:
     /// The application must open URLs, which are unchanged.
     void openRequested(const QStringList &urls, const QString &activationToken);
 
-    /// The application must run an action of its desktop entry.
-    void actionRequested(const QString &name, const QVariantList &parameters, const QString &activationToken);
+    /// The application must run an action of its desktop entry, and call `answer` when it has.
+    void actionRequested(const QString &name, const QVariantList &parameters, const QString &activationToken,
+                         const kavrin::ApplicationBus::Answer &answer);
 
 private:
     QString m_name;

@@ -40,13 +40,14 @@ DBusMenu::DBusMenu()
 
 void DBusMenu::setTitles(const QStringList &titles)
 {
+    const QList<int> entriesBefore = entries();
     const QStringList before = std::exchange(m_titles, titles);
-    if (titles.size() != before.size()) {
+    if (entries() != entriesBefore) {
         Q_EMIT LayoutUpdated(++m_revision, root);
         return;
     }
     QList<DBusMenuProperties> updated;
-    for (int id = 1; has(id); ++id) {
+    for (const int id : entries()) {
         if (titles[id - 1] != before[id - 1]) {
             updated.append({id, properties(id, {})});
         }
@@ -54,6 +55,22 @@ void DBusMenu::setTitles(const QStringList &titles)
     if (!updated.isEmpty()) {
         Q_EMIT ItemsPropertiesUpdated(updated, {});
     }
+}
+
+QList<int> DBusMenu::entries() const
+{
+    QList<int> ids;
+    for (int id = 1; id <= m_titles.size(); ++id) {
+        if (!m_titles[id - 1].isEmpty()) {
+            ids.append(id);
+        }
+    }
+    return ids;
+}
+
+bool DBusMenu::has(int id) const
+{
+    return id == root || entries().contains(id);
 }
 
 QVariantMap DBusMenu::properties(int id, const QStringList &names) const
@@ -73,7 +90,7 @@ uint DBusMenu::GetLayout(int parentId, int recursionDepth, const QStringList &pr
     }
     layout = {parentId, properties(parentId, propertyNames), {}};
     const bool goesDown = parentId == root && recursionDepth != 0;
-    for (int id = 1; goesDown && has(id); ++id) {
+    for (const int id : goesDown ? entries() : QList<int>()) {
         const DBusMenuLayout entry{id, properties(id, propertyNames), {}};
         layout.children.append(QVariant::fromValue(entry));
     }
@@ -84,7 +101,7 @@ QList<DBusMenuProperties> DBusMenu::GetGroupProperties(const QList<int> &ids,
                                                        const QStringList &propertyNames)
 {
     QList<DBusMenuProperties> found;
-    for (int id = root; has(id); ++id) {
+    for (const int id : QList<int>{root} + entries()) {
         if (ids.isEmpty() || ids.contains(id)) {
             found.append({id, properties(id, propertyNames)});
         }

@@ -31,7 +31,8 @@ public:
     /// Makes an empty menu. Export it with its scriptable members.
     DBusMenu();
 
-    /// Sets the titles of the entries, which are shown to the letter.
+    /// Sets the titles of the entries, which are shown to the letter. An entry with an empty title is left
+    /// out; the others keep their numbers.
     void setTitles(const QStringList &titles);
 
     [[nodiscard]] uint version() const { return 3; }
@@ -60,8 +61,9 @@ Q_SIGNALS:
     Q_SCRIPTABLE void LayoutUpdated(uint revision, int parent);
 
 private:
-    [[nodiscard]] bool has(int id) const { return id >= 0 && id <= m_titles.size(); }
+    [[nodiscard]] bool has(int id) const;
     [[nodiscard]] QVariantMap properties(int id, const QStringList &names) const;
+    [[nodiscard]] QList<int> entries() const;
     void take(int id, const QString &event);
     void refuse();
 

@@ -32,6 +32,15 @@ const QString path = u"/org/freedesktop/Notifications"_s;
 /// What servers call a click on the notification itself.
 const QString defaultAction = u"default"_s;
 
+const QString buttonAction = u"button"_s;
+
+/// Names and labels in turn.
+QStringList actionsOf(const QString &click, const QString &button)
+{
+    const QStringList actions = {defaultAction, click};
+    return button.isEmpty() ? actions : actions + QStringList{buttonAction, button};
+}
+
 QDBusMessage call(const QString &method)
 {
     return QDBusMessage::createMethodCall(service, path, service, method);
@@ -47,12 +56,21 @@ bool understandsMarkup(const QDBusMessage &capabilities)
 
 DesktopNotifications::DesktopNotifications(QDBusConnection bus) : m_bus(std::move(bus)) { }
 
-void DesktopNotifications::show(const QString &title, const QString &text, const QString &action)
+void DesktopNotifications::show(const QString &title, const QString &text, const QString &action,
+                                const QString &button)
 {
-    m_wanted = Notice{title, text, action};
+    m_wanted = Notice{title, text, action, button};
+    m_hasButton = !button.isEmpty();
     if (!m_isSending && m_bus.isConnected()) {
         listen();
         sendWanted();
+    }
+}
+
+void DesktopNotifications::withdrawButton()
+{
+    if (std::exchange(m_hasButton, false) && m_shown != 0) {
+        m_bus.send(call(u"CloseNotification"_s) << m_shown);
     }
 }
 
@@ -78,7 +96,7 @@ QCoro::Task<> DesktopNotifications::sendWanted()
         const QString body = understandsMarkup(capabilities) ? notice.text.toHtmlEscaped() : notice.text;
         QDBusMessage notify = call(u"Notify"_s);
         notify << QGuiApplication::applicationDisplayName() << m_shown << QGuiApplication::desktopFileName()
-               << notice.title << body << QStringList{defaultAction, notice.action}
+               << notice.title << body << actionsOf(notice.action, notice.button)
                << QVariantMap{{u"desktop-entry"_s, QGuiApplication::desktopFileName()}}
                << -1; // shown as long as the server shows notifications
         const QDBusPendingCall sent = m_bus.asyncCall(notify, int(patience.count()));
@@ -98,6 +116,8 @@ void DesktopNotifications::onActionInvoked(uint notification, const QString &act
 {
     if (notification == m_shown && action == defaultAction) {
         Q_EMIT activated(std::exchange(m_activationToken, QString()));
+    } else if (notification == m_shown && action == buttonAction) {
+        Q_EMIT buttonPressed();
     }
 }
 

@@ -20,7 +20,9 @@ class DesktopNotifications : public Notifications
 public:
     explicit DesktopNotifications(QDBusConnection bus = QDBusConnection::sessionBus());
 
-    void show(const QString &title, const QString &text, const QString &action) override;
+    void show(const QString &title, const QString &text, const QString &action,
+              const QString &button) override;
+    void withdrawButton() override;
     [[nodiscard]] bool isPending() const override { return m_isSending; }
 
 private:
@@ -28,6 +30,7 @@ private:
         QString title;
         QString text;
         QString action;
+        QString button;
     };
 
     void listen();
@@ -37,6 +40,7 @@ private:
 
     QDBusConnection m_bus;
     std::optional<Notice> m_wanted; ///< empty when it is sent
+    bool m_hasButton = false; ///< the last one that was wanted
     bool m_isSending = false;
     bool m_isListening = false;
     uint m_shown = 0; ///< its number; 0 if there is none

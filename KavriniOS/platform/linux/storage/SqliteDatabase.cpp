@@ -91,6 +91,8 @@ constexpr std::array explanations = {
                 "away."},
 };
 
+std::atomic<std::chrono::milliseconds> readPatience = lockLimit;
+
 /// Which file has the name at present. None if there is none.
 std::optional<std::pair<dev_t, ino_t>> identityOf(const QString &path)
 {
@@ -356,6 +358,11 @@ bool SqliteConnection::hasLostLog(const QString &path) const
     return m_log && identityOf(path + u"-wal"_s) != m_log;
 }
 
+void SqliteDatabase::setReadPatience(std::chrono::milliseconds patience)
+{
+    readPatience = patience;
+}
+
 SqliteDatabase::SqliteDatabase(QString path) : m_path(std::move(path)) { }
 
 bool SqliteDatabase::open()
@@ -369,10 +376,11 @@ bool SqliteDatabase::open()
 }
 
 /// Opens the connection if it is not open. If another process keeps the whole file locked, only the first
-/// attempt waits: otherwise the application would stand still at every key.
+/// attempt to read waits: otherwise the application would stand still at every key.
 int SqliteDatabase::openWhenFree(SqliteConnection &connection, QDeadlineTimer limit)
 {
-    const int result = connection.open(m_path, m_isLockedOut ? 0ms : remaining(limit));
+    const bool waits = &connection == &m_writer || !m_isLockedOut;
+    const int result = connection.open(m_path, waits ? remaining(limit) : 0ms);
     m_isLockedOut = isBusy(result);
     if (result == SQLITE_OK) {
         sqlite3_busy_timeout(connection.handle(), int(remaining(limit).count()));
@@ -384,13 +392,13 @@ int SqliteDatabase::openWhenFree(SqliteConnection &connection, QDeadlineTimer li
 int SqliteDatabase::openChecked()
 {
     const std::scoped_lock lock(m_reader.mutex());
-    const int result = openWhenFree(m_reader, QDeadlineTimer(lockLimit));
+    const int result = openWhenFree(m_reader, QDeadlineTimer(readPatience.load()));
     return result == SQLITE_OK && !pagesAreSound(m_reader.handle()) ? SQLITE_CORRUPT : result;
 }
 
 std::optional<Error> SqliteDatabase::read(const char *sql, const SqliteConnection::Use &use)
 {
-    return run(m_reader, QDeadlineTimer(lockLimit),
+    return run(m_reader, QDeadlineTimer(readPatience.load()),
                [&](SqliteConnection &connection) { return connection.run(sql, use); });
 }
 

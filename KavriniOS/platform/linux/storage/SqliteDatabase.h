@@ -112,6 +112,9 @@ class SqliteDatabase
 public:
     explicit SqliteDatabase(QString path);
 
+    /// See UserDefaults.
+    static void setReadPatience(std::chrono::milliseconds patience);
+
     /// Whether the file exists and is a database, or could be made one. Also true for a file that is only
     /// locked, and for one on a disk that is full or may not be written to.
     bool open();

@@ -241,6 +241,11 @@ QStringList keysOf(const Changes &changes)
 
 } // namespace
 
+void UserDefaults::setReadPatience(std::chrono::milliseconds patience)
+{
+    SqliteDatabase::setReadPatience(patience);
+}
+
 UserDefaults::UserDefaults(std::unique_ptr<SqliteDatabase> database) : m_database(std::move(database)) { }
 
 UserDefaults::~UserDefaults() = default;

@@ -40,6 +40,7 @@ QDBusObjectPath FakeDevicePortal::AccessDevice(uint processId, const QStringList
         ? QStringLiteral("t1")
         : options.value(QStringLiteral("handle_token")).toString();
     m_request = QStringLiteral("/org/freedesktop/portal/desktop/request/%1/%2").arg(sender, token);
+    m_bus.registerObject(m_request, &m_question, QDBusConnection::ExportAllSlots);
     if (m_behaviour == Behaviour::Refuses) {
         sendErrorReply(QDBusError::AccessDenied, QStringLiteral("This call is not available"));
     }

@@ -11,6 +11,18 @@
 namespace kavrin::test
 {
 
+/// A question that the portal asks the user.
+class FakePortalRequest : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Request")
+
+public:
+    bool isClosed = false;
+
+    Q_SLOT void Close() { isClosed = true; }
+};
+
 /// Stands for org.freedesktop.portal.Device of the desktop's portal and answers as it is told.
 class FakeDevicePortal : public QObject, protected QDBusContext
 {
@@ -31,6 +43,7 @@ public:
     /// Sends the answer to the question that came.
     void respond();
 
+    [[nodiscard]] bool isClosed() const { return m_question.isClosed; }
     [[nodiscard]] bool wasAsked() const { return m_processId != 0; }
     [[nodiscard]] uint processId() const { return m_processId; }
     [[nodiscard]] const QStringList &devices() const { return m_devices; }
@@ -45,6 +58,7 @@ private:
     uint m_processId = 0;
     QStringList m_devices;
     QString m_request;
+    FakePortalRequest m_question;
 };
 
 } // namespace kavrin::test

@@ -146,6 +146,22 @@ TEST(RecordPermission, WaitsForTheUser)
     }
 }
 
+TEST(RecordPermission, IsNotGrantedWhenTheQuestionIsTakenBack)
+{
+    const PrivateBus bus("DBUS_SESSION_BUS_ADDRESS");
+    for (const Behaviour behaviour : {Behaviour::AnswersLater, Behaviour::ChoosesThePath}) {
+        SCOPED_TRACE(static_cast<int>(behaviour));
+        const FakeDevicePortal portal(bus.connection(), behaviour, 0);
+        const auto session = sandboxedSession();
+        std::stop_source withdrawn;
+        QCoro::Task<bool> permission = session->requestRecordPermission(withdrawn.get_token());
+        EXPECT_TRUE(waitUntil([&] { return portal.wasAsked(); }));
+        withdrawn.request_stop();
+        EXPECT_FALSE(await(std::move(permission)));
+        EXPECT_TRUE(waitUntil([&] { return portal.isClosed(); }));
+    }
+}
+
 TEST(RecordPermission, IsGrantedWhereThePortalDoesNotAnswerThisApplication)
 {
     const PrivateBus bus("DBUS_SESSION_BUS_ADDRESS");

@@ -57,13 +57,16 @@ struct Application {
                              events.push_back({u"open"_s, QVariantList(urls.begin(), urls.end()), token});
                          });
         QObject::connect(&bus, &ApplicationBus::actionRequested,
-                         [this](const QString &name, const QVariantList &parameters, const QString &token) {
+                         [this](const QString &name, const QVariantList &parameters, const QString &token,
+                                const ApplicationBus::Answer &answer) {
                              events.push_back({name, parameters, token});
+                             answer(failure);
                          });
     }
 
     ApplicationBus bus;
     std::vector<Event> events;
+    std::optional<Error> failure; ///< of every action
 };
 
 QDBusMessage call(const QString &method, const QVariantList &arguments)
@@ -211,6 +214,19 @@ TEST(ApplicationBus, TellsWhatADesktopCalls)
         EXPECT_FALSE(answer.isError());
         EXPECT_EQ(application.events, std::vector<Event>({each.expected}));
     }
+}
+
+TEST(ApplicationBus, TellsTheCallerOfAnActionWhatWentWrong)
+{
+    const PrivateBus session("DBUS_SESSION_BUS_ADDRESS");
+    Application application;
+    application.failure.emplace(u"dictation"_s, 1, u"There is no microphone."_s);
+    ASSERT_EQ(application.bus.claim(), Claim::First);
+    const QDBusPendingCall answer = session.connection().asyncCall(
+        call(u"ActivateAction"_s, {u"dictate"_s, QVariantList(), QVariantMap()}));
+    EXPECT_TRUE(waitUntil([&] { return answer.isFinished(); }));
+    EXPECT_EQ(answer.error().name(), u"app.kavrin.Kavrin.Error.Refused");
+    EXPECT_EQ(answer.error().message(), u"There is no microphone.");
 }
 
 TEST(ApplicationBus, TellsWhatWasSentBeforeTheEventLoopRan)

@@ -208,6 +208,20 @@ TEST(DBusMenu, TellsWhatChanges)
               u"5 (0 {children-display: submenu} [(1 {label: 日本 & <b>} [])])"_s);
 }
 
+TEST(DBusMenu, LeavesOutAnEntryWithoutATitleAndKeepsTheNumbersOfTheOthers)
+{
+    Desktop desktop;
+    desktop.menu.setTitles({u"Open"_s, u""_s, u"Quit"_s});
+    EXPECT_EQ(desktop.panel.takeSignals(), QStringList{u"LayoutUpdated 3 0"_s});
+    EXPECT_EQ(desktop.panel.call(u"GetLayout"_s, {0, -1, QStringList()}),
+              u"3 (0 {children-display: submenu} [(1 {label: Open} []) (3 {label: Quit} [])])"_s);
+    EXPECT_EQ(desktop.panel.call(u"Event"_s, {2, u"clicked"_s, data(), 0U}), invalid);
+    desktop.panel.call(u"Event"_s, {3, u"clicked"_s, data(), 0U});
+    EXPECT_EQ(desktop.chosen, std::vector<int>{2});
+    desktop.menu.setTitles({u"Open"_s, u"Cancel"_s, u"Quit"_s});
+    EXPECT_EQ(desktop.panel.takeSignals(), QStringList{u"LayoutUpdated 4 0"_s});
+}
+
 TEST(DBusMenu, LetsNobodySetItsProperties)
 {
     Desktop desktop;

@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 
 #include <atomic>
+#include <future>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -58,6 +59,9 @@ public:
 private:
     sqlite3 *m_handle = nullptr;
 };
+
+/// Keeps every other process from the whole file.
+constexpr const char *keepWhole = "PRAGMA locking_mode = EXCLUSIVE; BEGIN IMMEDIATE; COMMIT";
 
 } // namespace
 
@@ -342,6 +346,37 @@ TEST(UserDefaults, ReadingDoesNotWaitForALockedFile)
     Sqlite file(suite->path());
     ASSERT_TRUE(file.run("BEGIN EXCLUSIVE"));
     EXPECT_EQ(suite->string(u"key"_s), u"value"_s);
+}
+
+TEST(UserDefaults, AReadWaitsForAWhollyLockedFileOnlyAsLongAsTheProcessIsPatient)
+{
+    const QString path = makeSuite()->path();
+    Sqlite file(path);
+    ASSERT_TRUE(file.run(keepWhole));
+    UserDefaults::setReadPatience(std::chrono::milliseconds(1));
+    std::promise<void> hasRead;
+    std::future<std::future_status> waited = std::async(std::launch::async, [&] {
+        return hasRead.get_future().wait_for(std::chrono::seconds(3)); // less than a read waits otherwise
+    });
+    EXPECT_EQ(makeSuite()->object(u"key"_s), std::nullopt);
+    hasRead.set_value();
+    EXPECT_EQ(waited.get(), std::future_status::ready);
+}
+
+TEST(UserDefaults, AWriteWaitsAlsoWhereReadsHaveGivenUp)
+{
+    auto file = std::make_unique<Sqlite>(makeSuite()->path());
+    ASSERT_TRUE(file->run(keepWhole));
+    UserDefaults::setReadPatience(std::chrono::milliseconds(1));
+    const auto suite = makeSuite();
+    EXPECT_EQ(suite->object(u"key"_s), std::nullopt);
+    std::thread release([&] {
+        std::this_thread::sleep_for(
+            std::chrono::milliseconds(200)); // the write is most likely to wait by then
+        file.reset();
+    });
+    EXPECT_EQ(test::failureOf(suite->set(u"key"_s, u"value"_s)), u"");
+    release.join();
 }
 
 TEST(UserDefaults, AFileThatWasDeletedIsMadeAnew)

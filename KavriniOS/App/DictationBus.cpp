@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "App/DictationBus.h"
+
+#include <QDBusMessage>
+
+#include <utility>
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
+
+} // namespace
+
+DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, const FailureNotices &notices,
+                           QDBusConnection bus)
+    : m_bridge(bridge), m_dictations(dictations), m_notices(notices), m_bus(std::move(bus))
+{
+    m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
+}
+
+void DictationBus::Start()
+{
+    answer(m_bridge.start());
+}
+
+void DictationBus::Stop()
+{
+    answer(m_bridge.stop());
+}
+
+void DictationBus::Cancel()
+{
+    answer(m_bridge.cancel());
+}
+
+void DictationBus::Toggle()
+{
+    answer(m_bridge.toggle());
+}
+
+QString DictationBus::State() const
+{
+    return m_dictations.activity();
+}
+
+QString DictationBus::TakeFailure()
+{
+    return m_notices.line(m_dictations.takeFailure());
+}
+
+void DictationBus::answer(const std::optional<Error> &failure)
+{
+    if (failure) {
+        sendErrorReply(refusal, failure->localizedDescription);
+    }
+}
+
+void DictationBus::answer(QCoro::Task<std::optional<Error>> outcome)
+{
+    setDelayedReply(true);
+    outcome.then([bus = m_bus, call = message()](const std::optional<Error> &failure) {
+        bus.send(failure ? call.createErrorReply(refusal, failure->localizedDescription)
+                         : call.createReply());
+    });
+}
+
+} // namespace kavrin

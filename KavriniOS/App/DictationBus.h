@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "App/FailureNotices.h"
+#include "dictation/DictationBridge.h"
+#include "dictation/Dictations.h"
+
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QObject>
+
+namespace kavrin
+{
+
+/// Dictation for programs on the session bus, such as kavrinctl. It writes nothing into the shared suite, so
+/// it works whatever the suite does. Each method is answered when it has taken effect, or with the error
+/// app.kavrin.Kavrin.Error.Refused and a reason for the user. Main thread only.
+class DictationBus : public QObject, protected QDBusContext
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "app.kavrin.Dictation")
+
+public:
+    /// The object's path below the application's name.
+    static QString path() { return QStringLiteral("/app/kavrin/Kavrin/Dictation"); }
+
+    /// All must outlive this object. `notices` leaves out keys from what the bus is told.
+    explicit DictationBus(DictationBridge &bridge, Dictations &dictations, const FailureNotices &notices,
+                          QDBusConnection bus = QDBusConnection::sessionBus());
+
+    /// The interface as other programs call it.
+    Q_SCRIPTABLE Q_SLOT void Start();
+    Q_SCRIPTABLE Q_SLOT void Stop();
+    Q_SCRIPTABLE Q_SLOT void Toggle();
+    Q_SCRIPTABLE Q_SLOT void Cancel();
+    Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
+    Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure(), with every key masked
+
+private:
+    void answer(const std::optional<Error> &failure);
+    void answer(QCoro::Task<std::optional<Error>> outcome);
+
+    DictationBridge &m_bridge;
+    Dictations &m_dictations;
+    const FailureNotices &m_notices;
+    QDBusConnection m_bus;
+};
+
+} // namespace kavrin

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+#include "dictation/Dictations.h"
+
+#include "dictation/DictationState.h"
+#include "store/DictationKeys.h"
+
+#include <algorithm>
+
+namespace kavrin
+{
+
+namespace
+{
+
+using S = Recorder::S;
+
+} // namespace
+
+void Dictations::add(Recorder &recorder)
+{
+    m_recorders.removeAll(nullptr);
+    m_recorders.append(&recorder);
+    connect(&recorder, &Recorder::stateChanged, this, &Dictations::stateChanged);
+    // Queued, because the pointer is null only then.
+    connect(&recorder, &QObject::destroyed, this, &Dictations::stateChanged, Qt::QueuedConnection);
+}
+
+Recorder *Dictations::recording() const
+{
+    Recorder *const recorder = active();
+    return recorder != nullptr && recorder->state() == S::recording ? recorder : nullptr;
+}
+
+Recorder *Dictations::active() const
+{
+    const auto found = std::ranges::find_if(m_recorders, [](const auto &recorder) {
+        return recorder && (recorder->state() == S::recording || recorder->isStarting());
+    });
+    return found == m_recorders.end() ? nullptr : found->data();
+}
+
+S Dictations::state() const
+{
+    return recording() != nullptr ? S::recording : isTranscribing() ? S::working : S::idle;
+}
+
+void Dictations::close()
+{
+    m_isClosed = true;
+    if (Recorder *const recorder = active(); recorder != nullptr && recorder->isStarting()) {
+        recorder->cancel();
+    }
+}
+
+QString Dictations::activity() const
+{
+    if (active() != nullptr) {
+        return recording() != nullptr ? dictation::recording : dictation::starting;
+    }
+    return isTranscribing() ? dictation::working : dictation::idle;
+}
+
+void Dictations::begin(const std::shared_ptr<Transcription> &transcription)
+{
+    m_transcriptions.append(transcription);
+    Q_EMIT stateChanged();
+}
+
+void Dictations::end(const std::shared_ptr<Transcription> &transcription)
+{
+    m_transcriptions.removeAll(transcription);
+    Q_EMIT stateChanged();
+}
+
+bool Dictations::giveUpTranscriptions()
+{
+    bool hasGivenUp = false;
+    const auto running = m_transcriptions;
+    for (const auto &transcription : running) {
+        if (!transcription->isHandingOver) {
+            hasGivenUp = transcription->isGivenUp = true;
+            transcription->tellRecorder();
+            end(transcription);
+        }
+    }
+    if (hasGivenUp) {
+        DictationState::publish(dictation::idle);
+        setFailure(Recorder::cancelled());
+    }
+    return hasGivenUp;
+}
+
+} // namespace kavrin

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "dictation/Recorder.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <utility>
+
+namespace kavrin
+{
+
+/// A transcription that is running: from the end of its recording until its text is handed over.
+struct Transcription {
+    std::function<void()> tellRecorder; ///< called when it is given up
+    bool isGivenUp = false; ///< whatever the service answers is dropped
+    bool isHandingOver = false; ///< the text has come, so it is too late to give up
+};
+
+/// All dictations of the process: what its recorders record, and what is being transcribed, even if its
+/// recorder no longer exists. Main thread only.
+class Dictations : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Every recorder adds itself, for as long as it lives.
+    void add(Recorder &recorder);
+
+    /// The recorder that records. Null if there is none.
+    [[nodiscard]] Recorder *recording() const;
+
+    /// The recorder that records or is about to. There is never more than one. Null if there is none.
+    [[nodiscard]] Recorder *active() const;
+
+    /// The state that matters most to the user: a recording comes before a transcription, and a transcription
+    /// before `idle`.
+    [[nodiscard]] Recorder::S state() const;
+
+    /// What the process does: "starting", "recording", "working" or "idle", as in docs/shared-suite.md.
+    [[nodiscard]] QString activity() const;
+
+    /// Recorders say here why the last dictation brought no text, and forget it when the next one begins.
+    void setFailure(const QString &reason) { m_failure = reason; }
+
+    /// Why the last dictation brought no text. Each failure is returned once. Empty if there is none.
+    QString takeFailure() { return std::exchange(m_failure, QString()); }
+
+    /// Recorders call these when a transcription begins, and when its text is handed over or it has failed.
+    void begin(const std::shared_ptr<Transcription> &transcription);
+    void end(const std::shared_ptr<Transcription> &transcription);
+    [[nodiscard]] bool isTranscribing() const { return !m_transcriptions.isEmpty(); }
+
+    /// Gives up all transcriptions. None of them writes or hands over anything from then on. False if there
+    /// is none, or if their texts have come already.
+    bool giveUpTranscriptions();
+
+    /// From now on, nothing is recorded or transcribed any more, because the application ends. Transcriptions
+    /// that have begun go on. The question for the microphone is taken back.
+    void close();
+    [[nodiscard]] bool isClosed() const { return m_isClosed; }
+
+Q_SIGNALS:
+    void stateChanged();
+
+private:
+    QList<QPointer<Recorder>> m_recorders;
+    QList<std::shared_ptr<Transcription>> m_transcriptions;
+    bool m_isClosed = false;
+    QString m_failure;
+};
+
+} // namespace kavrin

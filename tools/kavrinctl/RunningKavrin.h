@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+
+#include <chrono>
+#include <optional>
+
+namespace kavrin::ctl
+{
+
+/// Asks the running application for dictation over the session bus, which works whatever the shared suite
+/// does: `method` is one of app.kavrin.Dictation. Waits for the answer. Returns false if no application is
+/// there: none runs, or it has no bus. Throws Refusal with the reason if it refuses, or if no answer comes
+/// within `limit`.
+bool askForDictation(const QString &method, std::chrono::milliseconds limit);
+
+/// What the running application does, whatever the shared suite says: "starting", "recording", "working" or
+/// "idle". None if no application is there. Throws Refusal if no answer comes.
+std::optional<QString> runningState();
+
+/// Why the last dictation of the running application brought no text. The application tells each failure
+/// once. Empty if there is none. Throws Refusal if no answer comes.
+QString takeRunningFailure();
+
+} // namespace kavrin::ctl

@@ -17,9 +17,8 @@ const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 } // namespace
 
-DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, const FailureNotices &notices,
-                           QDBusConnection bus)
-    : m_bridge(bridge), m_dictations(dictations), m_notices(notices), m_bus(std::move(bus))
+DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, QDBusConnection bus)
+    : m_bridge(bridge), m_dictations(dictations), m_bus(std::move(bus))
 {
     m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
 }
@@ -51,7 +50,7 @@ QString DictationBus::State() const
 
 QString DictationBus::TakeFailure()
 {
-    return m_notices.line(m_dictations.takeFailure());
+    return m_dictations.takeFailure();
 }
 
 void DictationBus::answer(const std::optional<Error> &failure)

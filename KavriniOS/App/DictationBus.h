@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "App/FailureNotices.h"
 #include "dictation/DictationBridge.h"
 #include "dictation/Dictations.h"
 
@@ -24,9 +23,9 @@ public:
     /// The object's path below the application's name.
     static QString path() { return QStringLiteral("/app/kavrin/Kavrin/Dictation"); }
 
-    /// All must outlive this object. `notices` leaves out keys from what the bus is told.
-    explicit DictationBus(DictationBridge &bridge, Dictations &dictations, const FailureNotices &notices,
-                          QDBusConnection bus = QDBusConnection::sessionBus());
+    /// Both must outlive this object.
+    DictationBus(DictationBridge &bridge, Dictations &dictations,
+                 QDBusConnection bus = QDBusConnection::sessionBus());
 
     /// The interface as other programs call it.
     Q_SCRIPTABLE Q_SLOT void Start();
@@ -34,7 +33,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Toggle();
     Q_SCRIPTABLE Q_SLOT void Cancel();
     Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
-    Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure(), with every key masked
+    Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure()
 
 private:
     void answer(const std::optional<Error> &failure);
@@ -42,7 +41,6 @@ private:
 
     DictationBridge &m_bridge;
     Dictations &m_dictations;
-    const FailureNotices &m_notices;
     QDBusConnection m_bus;
 };
 

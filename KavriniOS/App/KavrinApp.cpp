@@ -107,7 +107,7 @@ struct KavrinApp::Services {
         recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
     SlowTranscription slowTranscription = SlowTranscription(dictationBridge, dictations, notifications);
-    DictationBus dictationBus = DictationBus(dictationBridge, dictations, failureNotices);
+    DictationBus dictationBus = DictationBus(dictationBridge, dictations);
     std::stop_source stop;
     bool hasServed = false;
     // Exists only as long as the window: without Qt Quick, the process takes a quarter of the memory.
@@ -249,7 +249,7 @@ void KavrinApp::reportDamage(const QString &text)
 {
     // Not every desktop shows notifications.
     std::fprintf(stderr, "kavrin: %s\n", qUtf8Printable(text));
-    m_services->notifications.show(u"Settings"_s, text, u"Open Kavrin"_s);
+    m_services->notifications.show(u"Settings"_s, text, u"Open Kavrin"_s, {});
 }
 
 Outcome KavrinApp::performAction(QString action, QVariantList parameters)

@@ -122,7 +122,7 @@ QCoro::Task<> Recorder::start()
         co_return;
     }
     m_isStarting = false;
-    m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_message);
+    m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_platform.line(m_message));
     const End end = std::exchange(m_end, End::None);
     if (m_state == S::recording && end == End::Stop) {
         stop();
@@ -279,7 +279,7 @@ void Recorder::conclude(Recorder *recorder, const Platform &platform, const Outc
     if (recorder != nullptr) {
         recorder->settle(outcome.isDone && !recorder->autoReset ? S::done : S::idle, outcome.message);
     }
-    platform.dictations.setFailure(outcome.failure);
+    platform.dictations.setFailure(platform.line(outcome.failure));
     if (!outcome.failure.isEmpty()) {
         platform.reportFailure(outcome.failure);
     }

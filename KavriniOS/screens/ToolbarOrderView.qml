@@ -11,15 +11,14 @@ TitledPage {
     /// The page that this one was opened from; null if there is none.
     property PageModel page
     readonly property ToolbarOrder tools: ToolbarOrder { }
-    /// Another process has changed settings, and the user holds no row.
-    readonly property bool isBehind: changedElsewhere && list.held === null
-    property bool changedElsewhere: false
+    /// Another process has changed settings, and the user holds a row.
+    property bool isBehind: false
 
     title: "Toolbar icons"
 
-    onIsBehindChanged: {
-        if (isBehind) {
-            changedElsewhere = false;
+    function catchUp() {
+        if (isBehind && !list.held) {
+            isBehind = false;
             tools.reload();
         }
     }
@@ -28,7 +27,8 @@ TitledPage {
         target: view.page
 
         function onReloaded() {
-            view.changedElsewhere = true;
+            view.isBehind = true;
+            view.catchUp();
         }
     }
 
@@ -45,6 +45,7 @@ TitledPage {
 
                 /// The row that the user holds by its handle; null if there is none.
                 property Item held: null
+                onHeldChanged: view.catchUp()
                 /// The row that was held last. It stays above the others while it moves to its place.
                 property Item lifted: null
                 /// Where the pointer is in the page, and where it was when it took hold.

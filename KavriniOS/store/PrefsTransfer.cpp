@@ -110,7 +110,8 @@ Result<Sorted> parseState(const QString &state)
     if (!changes) {
         return {.failure = damagedError()};
     }
-    Sorted sorted{.changes = *changes};
+    Sorted sorted;
+    sorted.changes = *changes;
     sorted.outcome.count = qsizetype(changes->size());
     for (const Change &change : *changes) {
         const Prefs::Item item = Prefs::items().value(change.key);

@@ -2,6 +2,7 @@
 #include "App/FailureNotices.h"
 #include "store/Shared.h"
 #include "support/Suite.h"
+#include "support/Wait.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +17,9 @@ class ShownNotifications : public Notifications
 public:
     QString text;
 
-    void show(const QString &, const QString &shown, const QString &) override { text = shown; }
+    void show(const QString &, const QString &shown, const QString &,
+              const QString & /*button*/) override { text = shown; }
+    void withdrawButton() override { }
     [[nodiscard]] bool isPending() const override { return false; }
 };
 
@@ -57,4 +60,15 @@ TEST_F(FailureNoticesTest, MasksTheKeysThatWereInForceWhenSomethingWasSentAndTho
     test::put(Shared::d(), u"customKey"_s, u"key-now-"_s);
     EXPECT_EQ(shown(u"key-one-ago key-then key-half-typed key-now-"_s),
               u"key-one-ago ••• key-half-typed •••");
+}
+
+TEST_F(FailureNoticesTest, ForgetsTheKeysThatWereSentOnceTheirFailureIsReported)
+{
+    const QString message = u"sent-4711 stored-4712"_s;
+    test::put(Shared::d(), u"customKey"_s, u"sent-4711"_s);
+    notices.rememberKeys();
+    test::put(Shared::d(), u"customKey"_s, u"stored-4712"_s);
+    notices.forgetKeysSoon();
+    EXPECT_EQ(shown(message), u"••• •••");
+    EXPECT_TRUE(test::waitUntil([&] { return shown(message) == u"sent-4711 •••"; }));
 }

@@ -47,8 +47,12 @@ InstanceLock::~InstanceLock()
 bool InstanceLock::take(std::chrono::milliseconds patience)
 {
     const QDeadlineTimer limit(patience);
+    // On a file system that numbers its files anew each time, every file would seem to be gone.
+    constexpr int mostRemovals = 100;
+    int removals = 0;
     Attempt last = attempt();
-    while ((last == Attempt::HeldElsewhere || last == Attempt::Gone) && !limit.hasExpired()) {
+    while ((last == Attempt::HeldElsewhere && !limit.hasExpired())
+           || (last == Attempt::Gone && ++removals < mostRemovals)) {
         std::this_thread::sleep_for(10ms);
         last = attempt();
     }

@@ -145,7 +145,7 @@ TEST_F(InstanceLockTest, IsAwaitedWhileItsHolderEnds)
 TEST_F(InstanceLockTest, IsHeldByOneAtATimeWhileMostEnd)
 {
     constexpr int holders = 4;
-    constexpr int rounds = 1000;
+    constexpr int rounds = 500;
     std::atomic<int> holding = 0;
     std::atomic<bool> isShared = false;
     const auto holdOften = [&] {

@@ -20,9 +20,9 @@ public:
     /// Shows what a recorder's message says about a failure, as a line().
     void report(const QString &message);
 
-    /// What a recorder's message says about a failure, as one line of at most 200 characters. It masks the keys
-    /// in the settings, and those that were there at the last rememberKeys(), because a service may repeat what
-    /// it was sent. A key of less than eight characters stays: it would mask parts of words.
+    /// What a recorder's message says about a failure, as one line of at most 200 characters. It masks the
+    /// keys in the settings, and those that were there at the last rememberKeys(), because a service may
+    /// repeat what it was sent. A key of less than eight characters stays: it would mask parts of words.
     [[nodiscard]] QString line(const QString &message) const;
 
     /// Call this when something is sent. The answer may repeat the keys that are in the settings now, and the

@@ -86,10 +86,11 @@ bool anotherProcessServes(InstanceLock &lock, ApplicationBus::Claim claim)
 int handOverThroughSuite(const Launch &launch, const InstanceLock &lock)
 {
     if (launch.url.isEmpty()) {
-        std::fprintf(stderr,
-                     "kavrin: Another process holds %s, so Kavrin is already running where it cannot be reached "
-                     "from here. End that process and try again.\n",
-                     qUtf8Printable(lock.path()));
+        std::fprintf(
+            stderr,
+            "kavrin: Another process holds %s, so Kavrin is already running where it cannot be reached "
+            "from here. End that process and try again.\n",
+            qUtf8Printable(lock.path()));
         return 1;
     }
     const std::optional<Error> failure = KavrinApp::storeUrl(launch.url).result();

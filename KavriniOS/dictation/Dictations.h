@@ -45,8 +45,8 @@ public:
     /// What the process does: "starting", "recording", "working" or "idle", as in docs/shared-suite.md.
     [[nodiscard]] QString activity() const;
 
-    /// Recorders say here why the last dictation brought no text, in a line without keys, and forget it when the
-    /// next one begins.
+    /// Recorders say here why the last dictation brought no text, in a line without keys, and forget it when
+    /// the next one begins.
     void setFailure(const QString &reason) { m_failure = reason; }
 
     /// Why the last dictation brought no text. Each failure is returned once. Empty if there is none.

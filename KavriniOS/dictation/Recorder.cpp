@@ -241,8 +241,7 @@ void Recorder::settle(S state, const QString &message)
 }
 
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
-                               std::shared_ptr<Transcription> transcription,
-                               std::optional<Error> emptiness)
+                               std::shared_ptr<Transcription> transcription, std::optional<Error> emptiness)
 {
     const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] { });
     Outcome outcome;

@@ -79,10 +79,10 @@ public:
     /// another recorder records.
     QCoro::Task<> start();
 
-    /// Ends the recording and transcribes it, unless it holds no sound. Returns at once. The caller must check
-    /// `state` and isStarting() first. While start() asks for the microphone, takes the question back; after
-    /// that, the recording ends as soon as it runs. The transcription completes and hands its text over, even
-    /// if this recorder no longer exists.
+    /// Ends the recording and transcribes it, unless it holds no sound. Returns at once. The caller must
+    /// check `state` and isStarting() first. While start() asks for the microphone, takes the question back;
+    /// after that, the recording ends as soon as it runs. The transcription completes and hands its text
+    /// over, even if this recorder no longer exists.
     void stop();
 
     /// Ends the recording, or the start of one, and transcribes nothing. The file keeps what was recorded.
@@ -115,8 +115,7 @@ private:
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
-                                std::shared_ptr<Transcription> transcription,
-                                std::optional<Error> emptiness);
+                                std::shared_ptr<Transcription> transcription, std::optional<Error> emptiness);
     /// What a transcription has come to.
     struct Outcome {
         bool isDone = false; ///< a text came

@@ -17,8 +17,10 @@ class ShownNotifications : public Notifications
 public:
     QString text;
 
-    void show(const QString &, const QString &shown, const QString &,
-              const QString & /*button*/) override { text = shown; }
+    void show(const QString &, const QString &shown, const QString &, const QString & /*button*/) override
+    {
+        text = shown;
+    }
     void withdrawButton() override { }
     [[nodiscard]] bool isPending() const override { return false; }
 };

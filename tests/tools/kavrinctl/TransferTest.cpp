@@ -4,8 +4,8 @@
 #include "store/Shared.h"
 #include "support/Paths.h"
 #include "support/Recordings.h"
-#include "support/ScriptedServer.h"
 #include "support/RefusedKey.h"
+#include "support/ScriptedServer.h"
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 

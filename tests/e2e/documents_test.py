@@ -164,9 +164,13 @@ class SlowKavrin(http.server.BaseHTTPRequestHandler):
         pass
 
 
+class OneServer(socketserver.TCPServer):
+    allow_reuse_address = True
+
+
 class OrderOfCommands(unittest.TestCase):
     def test_the_example_of_the_loopback_server_replaces_no_command_that_was_not_taken(self):
-        with socketserver.TCPServer(("127.0.0.1", PORT), SlowKavrin) as server:
+        with OneServer(("127.0.0.1", PORT), SlowKavrin) as server:
             threading.Thread(target=server.serve_forever, daemon=True).start()
             done = subprocess.run(LOOPBACK_EXAMPLE, input="\n", capture_output=True, text=True, check=False)
             server.shutdown()

@@ -279,8 +279,8 @@ class PrivateSession:
 
     @staticmethod
     def http(target):
-        """What the loopback server answers, as a dictionary."""
-        with urllib.request.urlopen(f"http://127.0.0.1:{PORT}{target}", timeout=5) as answer:
+        """What the loopback server answers, as a dictionary. A locked suite delays that by five seconds."""
+        with urllib.request.urlopen(f"http://127.0.0.1:{PORT}{target}", timeout=30) as answer:
             return json.load(answer)
 
     def suite(self):

@@ -3,9 +3,8 @@
 
 #include <httplib.h>
 
-#include <condition_variable>
 #include <filesystem>
-#include <mutex>
+#include <semaphore>
 #include <stop_token>
 #include <string>
 
@@ -45,11 +44,9 @@ int connectionOf(const httplib::Request &request)
 /// Whether `limit` passed before the request to stop.
 bool passes(std::chrono::milliseconds limit, const std::stop_token &stop)
 {
-    std::mutex mutex;
-    std::unique_lock lock(mutex);
-    std::condition_variable_any never;
-    never.wait_for(lock, stop, limit, [] { return false; });
-    return !stop.stop_requested();
+    std::binary_semaphore stopped(0);
+    const std::stop_callback end(stop, [&stopped] { stopped.release(); });
+    return !stopped.try_acquire_for(limit);
 }
 
 } // namespace

@@ -63,8 +63,9 @@ Launch launchOf(const QCoreApplication &application)
 }
 
 /// Hands the launch over to the running instance. Returns the exit code of this process.
-int handOver(const Launch &launch, const QStringList &urls)
+int handOver(const Launch &launch)
 {
+    const QStringList urls = launch.url.isEmpty() ? QStringList() : QStringList{launch.url};
     const bool hasNothingToHandOver = launch.inBackground && urls.isEmpty();
     const QString failure = hasNothingToHandOver ? QString() : ApplicationBus::handOver(urls);
     if (!failure.isEmpty()) {
@@ -144,6 +145,49 @@ void useInterfaceFont()
     QGuiApplication::setFont(font);
 }
 
+/// Says to Qt and to the desktop which application this is.
+void introduceApplication()
+{
+    QGuiApplication::setApplicationName(u"kavrin"_s);
+    QGuiApplication::setApplicationDisplayName(u"Kavrin"_s);
+    QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
+    QGuiApplication::setDesktopFileName(u"app.kavrin.Kavrin"_s);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    useInterfaceFont();
+}
+
+/// Lets the application do what other programs ask for on the bus.
+void connectBus(ApplicationBus &bus, KavrinApp &app)
+{
+    QObject::connect(&app, &KavrinApp::stopping, &bus, &ApplicationBus::release);
+    QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
+    // The window does not come to the front: the user wants the text in the application that has the focus.
+    QObject::connect(&bus, &ApplicationBus::openRequested, &app, [&app](const QStringList &opened) {
+        std::ranges::for_each(opened, [&app](const QString &url) { app.openUrl(url); });
+    });
+    QObject::connect(
+        &bus, &ApplicationBus::actionRequested, &app,
+        [&app](const QString &action, const QVariantList &parameters, const QString &,
+               const ApplicationBus::Answer &answer) { app.performAction(action, parameters).then(answer); });
+}
+
+/// Serves until it is asked to end. Returns the exit code of this process.
+int serve(ApplicationBus &bus, const Launch &launch, bool isUnseen)
+{
+    KavrinApp app;
+    const TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::requested, &app, &KavrinApp::stop);
+    QObject::connect(&app, &KavrinApp::stopped, qGuiApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    connectBus(bus, app);
+    const bool showsWindow = !launch.inBackground && !isUnseen;
+    if (showsWindow) {
+        app.activate({});
+    }
+    app.start();
+    app.openUrl(launch.url);
+    return QGuiApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -157,51 +201,22 @@ int main(int argc, char **argv)
     const QGuiApplication application(argc, argv);
     const bool isUnseen =
         QGuiApplication::platformName() == QLatin1String(noDisplay) && !platforms.contains(noDisplay);
-    QGuiApplication::setApplicationName(u"kavrin"_s);
-    QGuiApplication::setApplicationDisplayName(u"Kavrin"_s);
-    QGuiApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
-    QGuiApplication::setDesktopFileName(u"app.kavrin.Kavrin"_s);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    useInterfaceFont();
-
+    introduceApplication();
     const Launch launch = launchOf(application);
     qCInfo(Logging::application) << "Kavrin" << KAVRIN_VERSION << "on" << QGuiApplication::platformName()
                                  << (launch.inBackground ? "in the background" : "with a window");
-    const QStringList urls = launch.url.isEmpty() ? QStringList() : QStringList{launch.url};
+
     ApplicationBus bus;
     const ApplicationBus::Claim claim = bus.claim();
     qCInfo(Logging::application) << "Name on the session bus:" << claim;
     if (claim == ApplicationBus::Claim::Taken) {
-        return handOver(launch, urls);
+        return handOver(launch);
     }
     if (isUnseen) {
         bus.refuseToActivate(u"Kavrin is already running, but was started where there is no display. "
                              "End that process and try again."_s);
     }
     InstanceLock lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
-    if (anotherProcessServes(lock, claim)) {
-        return handOverThroughSuite(launch, lock);
-    }
-
-    KavrinApp app;
-    const TerminationSignals termination;
-    QObject::connect(&termination, &TerminationSignals::requested, &app, &KavrinApp::stop);
-    QObject::connect(&app, &KavrinApp::stopping, &bus, &ApplicationBus::release);
-    QObject::connect(&app, &KavrinApp::stopped, &application, &QCoreApplication::quit, Qt::QueuedConnection);
-    QObject::connect(&bus, &ApplicationBus::activated, &app, &KavrinApp::activate);
-    // The window does not come to the front: the user wants the text in the application that has the focus.
-    QObject::connect(&bus, &ApplicationBus::openRequested, &app, [&app](const QStringList &opened) {
-        std::ranges::for_each(opened, [&app](const QString &url) { app.openUrl(url); });
-    });
-    QObject::connect(
-        &bus, &ApplicationBus::actionRequested, &app,
-        [&app](const QString &action, const QVariantList &parameters, const QString &,
-               const ApplicationBus::Answer &answer) { app.performAction(action, parameters).then(answer); });
-    const bool showsWindow = !launch.inBackground && !isUnseen;
-    if (showsWindow) {
-        app.activate({});
-    }
-    app.start();
-    app.openUrl(launch.url);
-    return QGuiApplication::exec();
+    return anotherProcessServes(lock, claim) ? handOverThroughSuite(launch, lock)
+                                             : serve(bus, launch, isUnseen);
 }

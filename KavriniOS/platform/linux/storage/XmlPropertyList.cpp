@@ -2,6 +2,7 @@
 #include "platform/linux/storage/XmlPropertyList.h"
 
 #include <QDateTime>
+#include <QTimeZone>
 #include <QXmlStreamReader>
 
 #include <algorithm>
@@ -54,7 +55,7 @@ Value toDate(const QString &, const QString &text)
     if (!date.isValid()) {
         return std::nullopt;
     }
-    const double seconds = double(QDateTime(date.date(), date.time(), Qt::UTC).toSecsSinceEpoch());
+    const double seconds = double(QDateTime(date.date(), date.time(), QTimeZone::utc()).toSecsSinceEpoch());
     return Date{std::clamp(seconds, reference - limit, reference + limit)};
 }
 

@@ -70,6 +70,15 @@ QCoro::Task<QString> transcribe(const Recorder::Platform &platform)
     return platform.transcribe(Recorder::url());
 }
 
+/// What ends may not be all that goes on: the state is then about what is left.
+void publishWhatGoesOn(const Dictations &dictations)
+{
+    const QString activity = dictations.activity();
+    if (activity == dictation::recording || activity == dictation::working) {
+        DictationState::publish(activity);
+    }
+}
+
 QString recordingFailed(const std::exception &error)
 {
     return u"Recording failed: "_s + QString::fromUtf8(error.what());
@@ -85,6 +94,9 @@ Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_plat
 Recorder::~Recorder()
 {
     m_question.request_stop();
+    if (m_isStarting || m_state == S::recording) {
+        m_platform.dictations.setFailure(cancelled());
+    }
 }
 
 QString Recorder::url()
@@ -232,6 +244,7 @@ void Recorder::giveUp()
     settle(S::idle, cancelled());
     DictationState::publish(dictation::idle);
     m_platform.dictations.setFailure(cancelled());
+    publishWhatGoesOn(m_platform.dictations);
 }
 
 void Recorder::settle(S state, const QString &message)
@@ -267,6 +280,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     }
     platform.backgroundTasks.end(task);
     platform.dictations.end(transcription);
+    publishWhatGoesOn(platform.dictations);
 }
 
 void Recorder::conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome)

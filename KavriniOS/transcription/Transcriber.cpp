@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QUuid>
 
+#include <optional>
+
 namespace kavrin
 {
 
@@ -17,9 +19,14 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-/// Not through Prefs: a setting that was never written has other defaults here than in the catalogue.
+/// Not through Prefs: a setting that was never written has other defaults here than in the catalogue. One
+/// that cannot be read has none: the recording would go to a service that the user did not choose. Throws
+/// Error.
 QString setting(const QString &key, const QString &fallback = {})
 {
+    if (const std::optional<Error> failure = Shared::d().read(key).failure) {
+        throw Error(*failure);
+    }
     return Shared::d().string(key).value_or(fallback);
 }
 

@@ -609,6 +609,41 @@ TEST_F(RecorderTest, ItIsTranscribingUntilTheSuiteHasTakenTheText)
     EXPECT_EQ(machine.dictations.state(), Recorder::S::idle);
 }
 
+TEST_F(RecorderTest, TheStateIsAboutARecordingThatGoesOnWhileAnEarlierTextComes)
+{
+    Recorder other(machine.platform());
+    start();
+    recorder.stop();
+    QCoro::waitFor(other.start());
+    WriteLog log;
+    machine.finishTranscription(u"text"_s);
+    ASSERT_TRUE(waitUntil([this] { return !machine.dictations.isTranscribing(); }));
+    EXPECT_EQ(Shared::d().string(u"transcript"_s), u"text");
+    EXPECT_EQ(log.keys(),
+              (QStringList{u"transcript"_s, u"tStamp"_s, u"dictationState"_s, u"dictationState"_s}));
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, TheStateIsAboutATranscriptionThatGoesOnWhileALaterRecordingIsGivenUp)
+{
+    Recorder other(machine.platform());
+    start();
+    recorder.stop();
+    QCoro::waitFor(other.start());
+    other.cancel();
+    EXPECT_EQ(sharedState(), u"working");
+    machine.finishTranscription(u"text"_s);
+    EXPECT_TRUE(waitUntil([] { return sharedState() == u"done"; }));
+}
+
+TEST_F(RecorderTest, ARecordingThatEndsWithItsScreenIsADictationThatWasGivenUp)
+{
+    auto screen = std::make_unique<Recorder>(machine.platform());
+    QCoro::waitFor(screen->start());
+    screen.reset();
+    EXPECT_EQ(machine.dictations.takeFailure(), Recorder::cancelled());
+}
+
 TEST_F(RecorderTest, TwoNeverRecordAtOnce)
 {
     start();

@@ -106,6 +106,18 @@ QByteArray boundaryOf(const UrlRequest &request)
     return request.headers.at(0).second.split('=').last();
 }
 
+TEST_F(TranscriberTest, SendsNothingWhereTheChosenServiceCannotBeRead)
+{
+    set({{u"provider"_s, u"custom"_s}, {u"customURL"_s, u"http://localhost/"_s}});
+    const QString suite = Shared::d().path();
+    ASSERT_TRUE(QFile::rename(suite, suite + u".away"_s));
+    ASSERT_TRUE(QDir().mkdir(suite));
+    test::ScriptedUrlSession session(R"({"text":"heard by somebody else"})");
+    EXPECT_THAT(errorOf(session).localizedDescription.toStdString(),
+                testing::HasSubstr("the file cannot be opened"));
+    EXPECT_TRUE(session.requests.empty());
+}
+
 TEST_F(TranscriberTest, AsksOpenaiUnlessAnotherProviderIsNamedExactly)
 {
     const Settings cases[] = {

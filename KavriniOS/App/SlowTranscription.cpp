@@ -24,7 +24,8 @@ SlowTranscription::SlowTranscription(DictationBridge &bridge, const Dictations &
     m_patience.setInterval(patience);
     connect(&m_patience, &QTimer::timeout, this, &SlowTranscription::tell);
     connect(&dictations, &Dictations::stateChanged, this, &SlowTranscription::update);
-    connect(&notifications, &Notifications::buttonPressed, this, [&bridge] { bridge.cancel(); });
+    connect(&notifications, &Notifications::buttonPressed, this,
+            [&bridge] { bridge.cancelTranscriptions(); });
 }
 
 void SlowTranscription::update()

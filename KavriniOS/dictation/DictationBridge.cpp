@@ -111,6 +111,11 @@ std::optional<Error> DictationBridge::cancel()
         recorder->cancel();
         return std::nullopt;
     }
+    return cancelTranscriptions();
+}
+
+std::optional<Error> DictationBridge::cancelTranscriptions()
+{
     if (!m_dictations.giveUpTranscriptions()) {
         return refusal(u"There is no dictation to cancel."_s);
     }

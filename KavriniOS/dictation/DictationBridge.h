@@ -41,6 +41,9 @@ public:
     /// transcript, stamp, clipboard nor "done" is written then. Returns why there is nothing to give up.
     std::optional<Error> cancel();
 
+    /// Gives up the transcriptions, and leaves a recording alone that runs. Returns as cancel() does.
+    std::optional<Error> cancelTranscriptions();
+
     /// The code of an Error "dictation" that no recorder has reported, because the state permits no such
     /// command.
     static constexpr qint64 refused = 2;

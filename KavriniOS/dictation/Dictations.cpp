@@ -83,8 +83,10 @@ bool Dictations::giveUpTranscriptions()
             end(transcription);
         }
     }
-    if (hasGivenUp) {
+    if (hasGivenUp && recording() == nullptr) {
         DictationState::publish(dictation::idle);
+    }
+    if (hasGivenUp) {
         setFailure(Recorder::cancelled());
     }
     return hasGivenUp;

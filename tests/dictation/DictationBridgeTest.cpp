@@ -428,6 +428,19 @@ TEST_F(DictationBridgeTest, ACancelledTranscriptionChangesNothingWhenItsAnswerCo
     }
 }
 
+TEST_F(DictationBridgeTest, CancellingTranscriptionsLeavesARecordingAlone)
+{
+    Recorder screen(machine.platform());
+    QCoro::waitFor(screen.start());
+    screen.stop();
+    await(bridge.start());
+    EXPECT_EQ(failureOf(bridge.cancelTranscriptions()), u"");
+    EXPECT_EQ(screen.state(), Recorder::S::idle);
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::recording);
+    EXPECT_EQ(shared(u"dictationState"_s), u"recording");
+    EXPECT_EQ(failureOf(bridge.cancelTranscriptions()), u"There is no dictation to cancel.");
+}
+
 TEST_F(DictationBridgeTest, ACancelledTranscriptionDoesNotDisturbTheNextDictation)
 {
     await(bridge.start());

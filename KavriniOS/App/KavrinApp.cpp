@@ -150,7 +150,7 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
             &FailureNotices::report);
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
     UserDefaults::onDamage([this](const QString &text) {
-        QMetaObject::invokeMethod(this, [this, text] { reportDamage(text); });
+        QMetaObject::invokeMethod(this, [this, text] { reportDamage(text); }, Qt::QueuedConnection);
     });
     connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);
     connect(&m_services->dictations, &Dictations::stateChanged, this, &KavrinApp::finish);

@@ -45,7 +45,7 @@ QHash<QString, QString> lettersByLowerCase()
 /// mark after it. Composing the whole text would take a time that grows with the square of a run of marks.
 QString letterPattern(QChar letter, const QHash<QString, QString> &letters)
 {
-    const QString composed = u'[' + letters.value(QString(letter)) + u']';
+    QString composed = u'[' + letters.value(QString(letter)) + u']';
     const QString decomposed = letter.decomposition();
     if (decomposed.isEmpty()) {
         return composed;

@@ -9,6 +9,7 @@
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>

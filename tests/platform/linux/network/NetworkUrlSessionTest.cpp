@@ -747,7 +747,7 @@ receivedByProxy(const QString &address, const std::vector<std::pair<const char *
     request.timeout = std::chrono::seconds(5);
     try {
         fetch(request);
-    } catch (const Error &) { // there need not be a server
+    } catch (const Error &) { // NOLINT(bugprone-empty-catch): there need not be a server
     }
     for (const auto &[variable, value] : environment) {
         qunsetenv(variable);

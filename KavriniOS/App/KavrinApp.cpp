@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "App/KavrinApp.h"
 
+#include "App/CommandRelay.h"
 #include "App/DictationBus.h"
 #include "App/DictationTray.h"
 #include "App/FailureNotices.h"
@@ -55,15 +56,9 @@ using Outcome = QCoro::Task<std::optional<Error>>;
 Loopback::CommandFunction relayTo(QObject *app, const std::function<void(const QString &)> &obey)
 {
     // Never destroyed, because the loopback server's threads run until the process has ended.
-    static auto *const mainThread = new QObject;
-    return [app = QPointer(app), obey](const QString &command) {
-        const auto relay = [app, obey, command] {
-            if (app) {
-                obey(command);
-            }
-        };
-        QMetaObject::invokeMethod(mainThread, relay, Qt::QueuedConnection);
-    };
+    static auto *const relay = new CommandRelay;
+    QObject::connect(relay, &CommandRelay::relayed, app, obey, Qt::QueuedConnection);
+    return [](const QString &command) { Q_EMIT relay->relayed(command); };
 }
 
 /// The bus on which the application looks for a tray. Without a display it looks on none, because nobody
@@ -149,9 +144,8 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->dictationTray, &DictationTray::refused, &m_services->failureNotices,
             &FailureNotices::report);
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
-    UserDefaults::onDamage([this](const QString &text) {
-        QMetaObject::invokeMethod(this, [this, text] { reportDamage(text); }, Qt::QueuedConnection);
-    });
+    connect(this, &KavrinApp::damaged, this, &KavrinApp::reportDamage, Qt::QueuedConnection);
+    UserDefaults::onDamage([this](const QString &text) { Q_EMIT damaged(text); });
     connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);
     connect(&m_services->dictations, &Dictations::stateChanged, this, &KavrinApp::finish);
 }

@@ -71,6 +71,9 @@ public:
     [[nodiscard]] QColor accentColor() const;
 
 Q_SIGNALS:
+    /// A damaged suite was set aside; `text` says so to the user. Any thread may emit it.
+    void damaged(const QString &text);
+
     void appearanceChanged();
     /// The application is ending: later launches must not hand over to it any more.
     void stopping();

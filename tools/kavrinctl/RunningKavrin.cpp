@@ -7,6 +7,8 @@
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QVariantList>
+#include <QVariantMap>
 
 namespace kavrin::ctl
 {
@@ -20,6 +22,7 @@ const QString service = u"app.kavrin.Kavrin"_s;
 const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 constexpr std::chrono::seconds readLimit(3);
+constexpr std::chrono::seconds noticeLimit(1);
 
 /// Whether the application is there and gives no answer. One that ends meanwhile gives none, either.
 bool isUnanswered(const QDBusConnection &bus, const QDBusError &error)
@@ -28,18 +31,25 @@ bool isUnanswered(const QDBusConnection &bus, const QDBusError &error)
     return isMissing && bus.interface()->isServiceRegistered(service);
 }
 
+/// Waits for the answer. It is an error if no application is there; the call starts none.
+QDBusMessage call(const QString &path, const QString &interface, const QString &method,
+                  const QVariantList &arguments, std::chrono::milliseconds limit)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return QDBusConnection::sessionBus().call(message, QDBus::Block, int(limit.count()));
+}
+
 /// The application's answer. An error if no application is there.
 QDBusMessage ask(const QString &method, std::chrono::milliseconds limit)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(service, u"/app/kavrin/Kavrin/Dictation"_s,
-                                                       u"app.kavrin.Dictation"_s, method);
-    call.setAutoStartService(false);
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    const QDBusMessage answer = bus.call(call, QDBus::Block, int(limit.count()));
+    const QDBusMessage answer =
+        call(u"/app/kavrin/Kavrin/Dictation"_s, u"app.kavrin.Dictation"_s, method, {}, limit);
     if (answer.errorName() == refusal) {
         throw Refusal{answer.errorMessage()};
     }
-    if (isUnanswered(bus, QDBusError(answer))) {
+    if (isUnanswered(QDBusConnection::sessionBus(), QDBusError(answer))) {
         throw Refusal{
             u"Kavrin runs but has not answered. Look whether the desktop asks you for the microphone; "
             "otherwise restart Kavrin."_s};
@@ -64,6 +74,12 @@ std::optional<QString> runningState()
 QString takeRunningFailure()
 {
     return ask(u"TakeFailure"_s, readLimit).arguments().value(0).toString();
+}
+
+void tellOfSettings()
+{
+    call(u"/app/kavrin/Kavrin"_s, u"org.freedesktop.Application"_s, u"ActivateAction"_s,
+         {u"reload-settings"_s, QVariantList(), QVariantMap()}, noticeLimit);
 }
 
 } // namespace kavrin::ctl

@@ -23,4 +23,8 @@ std::optional<QString> runningState();
 /// once. Empty if there is none. Throws Refusal if no answer comes.
 QString takeRunningFailure();
 
+/// Makes the running application read its settings again, and waits until it has. Does nothing if none runs
+/// on the session bus, and gives up after a second.
+void tellOfSettings();
+
 } // namespace kavrin::ctl

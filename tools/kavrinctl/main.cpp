@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/kavrinctl/SettingsNotice.h"
+#include "tools/kavrinctl/RunningKavrin.h"
 #include "tools/kavrinctl/Verb.h"
 
 #include "platform/Error.h"

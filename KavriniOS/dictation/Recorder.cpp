@@ -94,6 +94,9 @@ Recorder::Recorder(Platform platform, QObject *parent) : QObject(parent), m_plat
 Recorder::~Recorder()
 {
     m_question.request_stop();
+    if (m_isStarting && m_recorder) {
+        m_recorder->stop(); // begin() still holds it, until the first samples have come
+    }
     if (m_isStarting || m_state == S::recording) {
         m_platform.dictations.setFailure(cancelled());
     }

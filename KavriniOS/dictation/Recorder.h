@@ -53,7 +53,8 @@ public:
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
 
-    /// Ends a recording without a transcript, and takes back the question for the microphone.
+    /// Ends a recording, or the start of one, without a transcript: nothing records any more, and the question
+    /// for the microphone is taken back.
     ~Recorder() override;
 
     /// The state after a successful transcription: idle if true, done if false.

@@ -300,6 +300,21 @@ TEST_F(RecorderTest, ClosingBeforeTheFirstSamplesHaveComeLeavesTheStateStarting)
     EXPECT_EQ(sharedState(), u"starting");
 }
 
+TEST_F(RecorderTest, ClosingBeforeTheFirstSamplesHaveComeLeavesTheMicrophoneToTheNextRecording)
+{
+    const auto audioRecorder = std::make_shared<SlowAudioRecorder>(machine.journal);
+    auto closing = std::make_unique<Recorder>(platformWith(audioRecorder));
+    const QCoro::Task<> starting = closing->start();
+    machine.journal.clear();
+    closing.reset();
+    EXPECT_EQ(machine.journal, Journal{u"stop"_s});
+    start();
+    EXPECT_EQ(recorder.state(), Recorder::S::recording);
+    audioRecorder->giveFirstSamples();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(sharedState(), u"recording");
+}
+
 TEST_F(RecorderTest, ClosingWhileThePermissionIsAskedForChangesNothing)
 {
     for (const bool permission : {true, false}) {

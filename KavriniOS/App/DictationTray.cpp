@@ -2,6 +2,7 @@
 #include "App/DictationTray.h"
 
 #include "platform/Symbols.h"
+#include "store/DictationKeys.h"
 
 #include <QPainter>
 
@@ -16,27 +17,46 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-using S = Recorder::S;
-
 struct Appearance {
-    S state;
-    const char *symbol;
+    QString activity;
+    QString symbol;
     QRgb color;
-    const char *toolTip;
+    QString toolTip;
+    QStringList menu; ///< by Entry
 };
 
-constexpr std::array appearances = {
-    Appearance{S::idle, "mic", 0xff5f6b7a, "Kavrin: ready"},
-    Appearance{S::recording, "mic.fill", 0xffd32f2f, "Kavrin: recording"},
-    Appearance{S::working, "ellipsis", 0xff1a73c8, "Kavrin: transcribing"},
+const QString start = u"Start dictation"_s;
+const QString stop = u"Stop dictation"_s;
+const QString cancel = u"Cancel dictation"_s;
+const QString none;
+
+const std::array appearances = {
+    Appearance{
+        dictation::idle, u"mic"_s, 0xff5f6b7a, u"Kavrin: ready"_s, {u"Open"_s, start, none, none, u"Quit"_s}},
+    Appearance{dictation::starting,
+               u"mic"_s,
+               0xffd32f2f,
+               u"Kavrin: starting to record"_s,
+               {u"Open"_s, none, stop, cancel, u"Quit"_s}},
+    Appearance{dictation::recording,
+               u"mic.fill"_s,
+               0xffd32f2f,
+               u"Kavrin: recording"_s,
+               {u"Open"_s, none, stop, cancel, u"Quit"_s}},
+    Appearance{dictation::working,
+               u"ellipsis"_s,
+               0xff1a73c8,
+               u"Kavrin: transcribing"_s,
+               {u"Open"_s, start, none, cancel, u"Quit"_s}},
 };
 
-enum Entry { Open, Dictate, Cancel, Quit };
+/// A place in the menu has one meaning: what was meant to stop never starts, however late it is chosen.
+enum Entry { Open, Start, Stop, Cancel, Quit };
 
 /// Draws the symbol white on its own disc, so that it stands out from light and dark panels.
 QPixmap disc(const Appearance &appearance, int size)
 {
-    QImage symbol = Symbols::image(QString::fromLatin1(appearance.symbol), size * 5 / 8);
+    QImage symbol = Symbols::image(appearance.symbol, size * 5 / 8);
     symbol.invertPixels(); // black and premultiplied, so transparent pixels stay transparent
     QPixmap pixmap(size, size);
     pixmap.fill(Qt::transparent);
@@ -66,7 +86,8 @@ DictationTray::DictationTray(Tray &tray, DictationBridge &bridge, const Dictatio
     connect(&tray, &Tray::changed, this, &DictationTray::update);
     connect(&tray, &Tray::activated, this, &DictationTray::openRequested);
     connect(&tray, &Tray::chosen, this, &DictationTray::choose);
-    connect(&dictations, &Dictations::stateChanged, this, &DictationTray::update);
+    // Queued, because drawing takes time that the start of a recording has not.
+    connect(&dictations, &Dictations::stateChanged, this, &DictationTray::update, Qt::QueuedConnection);
     update();
 }
 
@@ -75,21 +96,14 @@ void DictationTray::update()
     if (!m_tray.isAvailable()) {
         return;
     }
-    const S state = m_dictations.state();
     const auto *const appearance =
-        std::ranges::find_if(appearances, [state](const Appearance &one) { return one.state == state; });
-    const bool records = state == S::recording;
-    m_tray.show({
-        .icon = icon(*appearance),
-        .toolTip = QString::fromLatin1(appearance->toolTip),
-        .menu = {u"Open"_s, records ? u"Stop dictation"_s : u"Start dictation"_s,
-                 state == S::idle ? QString() : u"Cancel dictation"_s, u"Quit"_s},
-    });
+        std::ranges::find(appearances, m_dictations.activity(), &Appearance::activity);
+    m_tray.show({.icon = icon(*appearance), .toolTip = appearance->toolTip, .menu = appearance->menu});
 }
 
-void DictationTray::toggle()
+void DictationTray::start()
 {
-    m_bridge.toggle().then([self = QPointer(this)](const std::optional<Error> &failure) {
+    m_bridge.start().then([self = QPointer(this)](const std::optional<Error> &failure) {
         if (self) {
             self->tell(failure);
         }
@@ -110,8 +124,11 @@ void DictationTray::choose(int entry)
     case Open:
         Q_EMIT openRequested();
         break;
-    case Dictate:
-        toggle();
+    case Start:
+        start();
+        break;
+    case Stop:
+        tell(m_bridge.stop());
         break;
     case Cancel:
         tell(m_bridge.cancel());

@@ -10,8 +10,8 @@
 namespace kavrin
 {
 
-/// Shows the application in the tray: whether it listens, and a menu of what the user can do then. Main
-/// thread only.
+/// Shows the application in the tray: what it does, and a menu of what the user can do then. Main thread
+/// only.
 class DictationTray : public QObject
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ Q_SIGNALS:
 private:
     void update();
     void choose(int entry);
-    void toggle();
+    void start();
     void tell(const std::optional<Error> &failure);
 
     Tray &m_tray;

@@ -67,6 +67,7 @@ public:
     [[nodiscard]] bool isClosed() const { return m_isClosed; }
 
 Q_SIGNALS:
+    /// state() or activity() may have changed.
     void stateChanged();
 
 private:

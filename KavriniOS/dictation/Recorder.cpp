@@ -129,14 +129,14 @@ QCoro::Task<> Recorder::start()
     m_platform.dictations.setFailure({});
     const QPointer<Recorder> self(this);
     DictationError::clear();
-    m_isStarting = true;
+    setStarting(true);
     m_question = std::stop_source();
     const QCoro::Task<> beginning = begin();
     co_await beginning;
     if (!self) {
         co_return;
     }
-    m_isStarting = false;
+    setStarting(false);
     m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_platform.line(m_message));
     const End end = std::exchange(m_end, End::None);
     if (m_state == S::recording && end == End::Stop) {
@@ -380,6 +380,14 @@ void Recorder::setState(S state)
         qCInfo(Logging::dictation) << "From" << m_state << "to" << state;
         m_state = state;
         Q_EMIT stateChanged();
+    }
+}
+
+void Recorder::setStarting(bool starting)
+{
+    if (m_isStarting != starting) {
+        m_isStarting = starting;
+        Q_EMIT startingChanged();
     }
 }
 

@@ -95,6 +95,7 @@ public:
 
 Q_SIGNALS:
     void stateChanged();
+    void startingChanged();
     void messageChanged();
     void levelChanged();
 
@@ -113,6 +114,7 @@ private:
     void checkRecording();
     [[nodiscard]] std::optional<Error> emptiness() const;
     void fail(const QString &code, const QString &message);
+    void setStarting(bool starting);
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,

@@ -6,29 +6,50 @@
 namespace kavrin
 {
 
+using namespace Qt::StringLiterals;
+
 DictateModel::DictateModel(Recorder::Platform platform, QObject *parent)
     : QObject(parent), m_dictations(platform.dictations), m_recorder(std::move(platform))
 {
     follow(m_recorder);
+    connect(&m_dictations, &Dictations::stateChanged, this, &DictateModel::showWhatRecords);
 }
 
 void DictateModel::follow(const Recorder &recorder)
 {
-    connect(&recorder, &Recorder::stateChanged, this, &DictateModel::stateChanged);
-    connect(&recorder, &Recorder::messageChanged, this, &DictateModel::messageChanged);
-    connect(&recorder, &Recorder::levelChanged, this, &DictateModel::levelChanged);
+    constexpr auto once = Qt::UniqueConnection;
+    connect(&recorder, &Recorder::stateChanged, this, &DictateModel::stateChanged, once);
+    connect(&recorder, &Recorder::startingChanged, this, &DictateModel::messageChanged, once);
+    connect(&recorder, &Recorder::messageChanged, this, &DictateModel::messageChanged, once);
+    connect(&recorder, &Recorder::levelChanged, this, &DictateModel::levelChanged, once);
+}
+
+/// What it shows stays until another recorder begins.
+void DictateModel::showWhatRecords()
+{
+    Recorder *const active = m_dictations.active();
+    if (active == nullptr || active == &shown()) {
+        return;
+    }
+    m_other = active == &m_recorder ? nullptr : active;
+    follow(*active);
+    Q_EMIT stateChanged();
+    Q_EMIT messageChanged();
+    Q_EMIT levelChanged();
 }
 
 void DictateModel::start()
 {
-    m_other = m_dictations.active();
-    if (!m_other) {
+    showWhatRecords();
+    if (m_dictations.active() == nullptr) {
         m_recorder.start();
-        return;
     }
-    follow(*m_other);
-    Q_EMIT stateChanged();
-    Q_EMIT messageChanged();
+}
+
+/// A recorder that begins anew still has the message of its last dictation.
+QString DictateModel::message() const
+{
+    return shown().isStarting() ? u"Starting…"_s : shown().message();
 }
 
 void DictateModel::stop()

@@ -12,14 +12,14 @@ namespace kavrin
 /// screen. Destroying the model during a recording ends the recording without a sound and without a
 /// transcript. A transcription that is running completes and hands its text over.
 ///
-/// If another recorder records when the screen opens, the screen shows and stops that recording, and leaves
-/// it running when it closes. Main thread only.
+/// If another recorder records when the screen opens, or begins to do so later, the screen shows and stops
+/// that recording, and leaves it running when it closes. Main thread only.
 class DictateModel : public QObject
 {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by a DictateModelFactory")
-    // The state of the recorder that is shown. All of these are false while it is idle.
+    // The state of the recorder that is shown. All of these are false while it is idle or starts.
     Q_PROPERTY(bool recording READ isRecording NOTIFY stateChanged)
     Q_PROPERTY(bool working READ isWorking NOTIFY stateChanged)
     Q_PROPERTY(bool done READ isDone NOTIFY stateChanged)
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] bool isRecording() const { return shown().state() == Recorder::S::recording; }
     [[nodiscard]] bool isWorking() const { return shown().state() == Recorder::S::working; }
     [[nodiscard]] bool isDone() const { return shown().state() == Recorder::S::done; }
-    [[nodiscard]] QString message() const { return shown().message(); }
+    [[nodiscard]] QString message() const;
     [[nodiscard]] double level() const { return shown().level(); }
 
 Q_SIGNALS:
@@ -51,10 +51,11 @@ Q_SIGNALS:
 private:
     [[nodiscard]] const Recorder &shown() const { return m_other ? *m_other : m_recorder; }
     void follow(const Recorder &recorder);
+    void showWhatRecords();
 
     Dictations &m_dictations;
     Recorder m_recorder;
-    QPointer<Recorder> m_other; ///< the one that is shown in place of the screen's own
+    QPointer<Recorder> m_other; ///< the last one that recorded, if it is not the screen's own
 };
 
 /// Makes the model of each presentation. Main thread only.

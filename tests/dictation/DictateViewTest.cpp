@@ -304,6 +304,39 @@ TEST_F(DictateViewTest, ATranscriptionUnderWayCompletesAfterTheScreenIsClosed)
     EXPECT_EQ(machine.pasteboard.string, u"late text");
 }
 
+TEST_F(DictateViewTest, ShowsAndStopsARecordingThatBeginsLaterElsewhere)
+{
+    dictate(u"first"_s);
+    Recorder other(machine.platform());
+    other.autoReset = true;
+    QCoro::waitFor(other.start());
+    EXPECT_EQ(message(), listening);
+    EXPECT_FALSE(shows(hint));
+    machine.recorders.back().lock()->power = 0;
+    EXPECT_TRUE(waitUntil([&] { return part(u"outerCircle"_s)->scale() > 1.5; }));
+    click(u"Stop"_s);
+    EXPECT_EQ(other.state(), Recorder::S::working);
+    EXPECT_EQ(message(), u"Transcribing…");
+    machine.finishTranscription(u"second"_s);
+    EXPECT_TRUE(waitUntil([&] { return message() == u"second"; }));
+    // The next one does not show the text of the last one while it starts.
+    machine.session.answersAtOnce = false;
+    const QCoro::Task<> starting = other.start();
+    EXPECT_EQ(message(), u"Starting…");
+    other.cancel();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_EQ(message(), u"The dictation was cancelled.");
+}
+
+TEST_F(DictateViewTest, ARecordingThatBeganElsewhereGoesOnWhenTheScreenIsClosed)
+{
+    dictate(u"first"_s);
+    Recorder other(machine.platform());
+    QCoro::waitFor(other.start());
+    close();
+    EXPECT_EQ(other.state(), Recorder::S::recording);
+}
+
 TEST_F(DictateViewTest, ASecondPresentationStartsAnew)
 {
     dictate(u"first"_s);

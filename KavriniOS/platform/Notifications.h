@@ -18,7 +18,7 @@ public:
     virtual void show(const QString &title, const QString &text, const QString &action,
                       const QString &button = {}) = 0;
 
-    /// Takes back the notification that is shown, if it has a button.
+    /// Takes back the notification that is shown, or is about to be, if it has a button.
     virtual void withdrawButton() = 0;
 
     /// Whether the desktop has not yet received one of the notifications.

@@ -60,7 +60,7 @@ void DesktopNotifications::show(const QString &title, const QString &text, const
                                 const QString &button)
 {
     m_wanted = Notice{title, text, action, button};
-    m_hasButton = !button.isEmpty();
+    m_wantsButton = !button.isEmpty();
     if (!m_isSending && m_bus.isConnected()) {
         listen();
         sendWanted();
@@ -69,7 +69,16 @@ void DesktopNotifications::show(const QString &title, const QString &text, const
 
 void DesktopNotifications::withdrawButton()
 {
-    if (std::exchange(m_hasButton, false) && m_shown != 0) {
+    if (std::exchange(m_wantsButton, false)) {
+        m_wanted.reset();
+    }
+    closeWithdrawn();
+}
+
+/// One that is being sent has no number yet, and is closed when it has.
+void DesktopNotifications::closeWithdrawn()
+{
+    if (!m_isSending && !m_wantsButton && std::exchange(m_hasButton, false) && m_shown != 0) {
         m_bus.send(call(u"CloseNotification"_s) << m_shown);
     }
 }
@@ -103,11 +112,13 @@ QCoro::Task<> DesktopNotifications::sendWanted()
         const QDBusMessage answer = co_await sent;
         if (self) {
             m_shown = QDBusReply<uint>(answer).value();
+            m_hasButton = !notice.button.isEmpty();
             qCInfo(Logging::application) << "Notification:" << (m_shown != 0 ? "shown" : "not shown");
         }
     }
     if (self) {
         m_isSending = false;
+        closeWithdrawn();
         Q_EMIT settled();
     }
 }

@@ -35,12 +35,14 @@ private:
 
     void listen();
     QCoro::Task<> sendWanted();
+    void closeWithdrawn();
     Q_SLOT void onActionInvoked(uint notification, const QString &action);
     Q_SLOT void onActivationToken(uint notification, const QString &token);
 
     QDBusConnection m_bus;
     std::optional<Notice> m_wanted; ///< empty when it is sent
-    bool m_hasButton = false; ///< the last one that was wanted
+    bool m_wantsButton = false; ///< the last one that was wanted has a button and was not taken back
+    bool m_hasButton = false; ///< the one that is shown
     bool m_isSending = false;
     bool m_isListening = false;
     uint m_shown = 0; ///< its number; 0 if there is none

@@ -8,7 +8,6 @@
 #include "store/Shared.h"
 
 #include <QCommandLineParser>
-#include <QFileInfo>
 #include <QFont>
 #include <QGuiApplication>
 #include <QQuickWindow>
@@ -216,7 +215,7 @@ int main(int argc, char **argv)
         bus.refuseToActivate(u"Kavrin is already running, but was started where there is no display. "
                              "End that process and try again."_s);
     }
-    InstanceLock lock(QFileInfo(Shared::d().path()).path() + u"/application.lock"_s);
+    InstanceLock lock(Shared::lockPath());
     return anotherProcessServes(lock, claim) ? handOverThroughSuite(launch, lock)
                                              : serve(bus, launch, isUnseen);
 }

@@ -7,6 +7,7 @@
 #include "store/ApplicationGroups.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -91,6 +92,11 @@ UserDefaults &Shared::d()
 {
     UserDefaults *const suite = groupSuite();
     return suite != nullptr ? *suite : UserDefaults::standard();
+}
+
+QString Shared::lockPath()
+{
+    return QFileInfo(d().path()).path() + u"/application.lock"_s;
 }
 
 bool Shared::isShared()

@@ -23,6 +23,9 @@ struct Shared {
     /// defaults, which the keyboard cannot see.
     static UserDefaults &d();
 
+    /// The path of the file that a process keeps locked while it serves the keyboard.
+    static QString lockPath();
+
     /// Whether d() is the group's suite.
     static bool isShared();
 };

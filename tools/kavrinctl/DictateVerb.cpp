@@ -2,6 +2,7 @@
 #include "tools/kavrinctl/Console.h"
 #include "tools/kavrinctl/RunningKavrin.h"
 
+#include "platform/linux/desktop/InstanceLock.h"
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
 
@@ -58,10 +59,12 @@ QString command()
     return storedString(dictation::commandKey);
 }
 
+/// A Kavrin that has ended leaves a fresh beat, but no lock.
 bool isRunning()
 {
     const std::optional<double> alive = storedTime(dictation::aliveKey);
-    return alive && std::abs(Date::now().secondsSince1970 - *alive) < aliveLimit;
+    const bool hasBeaten = alive && std::abs(Date::now().secondsSince1970 - *alive) < aliveLimit;
+    return hasBeaten && InstanceLock::isHeld(Shared::lockPath()).value_or(true);
 }
 
 void expectRunning()
@@ -95,13 +98,20 @@ void send(const QString &text)
     expectNoFailure(Shared::d().set(dictation::commandKey, text), u"The command could not be handed over"_s);
     if (!waitUntil([&] { return command() != text; }, QDeadlineTimer(answerLimit))) {
         withdraw(text);
+        expectRunning();
         throw Refusal{u"Kavrin runs but does not take the command. Restart it."_s};
     }
 }
 
+/// A recording may be left over in the state, because a dictation screen that was closed leaves it. Then the
+/// state changes as soon as the start is obeyed.
 void start()
 {
+    const bool seemsToRecord = state() == dictation::recording;
     send(dictation::startCommand);
+    if (seemsToRecord) {
+        waitUntil([] { return state() != dictation::recording; }, QDeadlineTimer(answerLimit));
+    }
     if (state() == dictation::working) {
         throw Refusal{u"The last dictation is still being transcribed."_s};
     }
@@ -113,16 +123,13 @@ void start()
     }
 }
 
-/// False if there was nothing to stop, whatever the state says: a Kavrin that ended may have left it, or a
-/// start that failed.
+/// False if there was nothing to stop. What the state says beforehand does not count: it may be left over, or
+/// the suite may have refused the latest one.
 bool stopRecording()
 {
-    const auto mayRecord = [] { return state() == dictation::recording || state() == dictation::starting; };
-    if (!mayRecord()) {
-        return false;
-    }
+    const QString before = state();
     send(dictation::stopCommand);
-    return waitUntil([&] { return !mayRecord(); }, QDeadlineTimer(1s));
+    return before != dictation::working && waitUntil([&] { return state() != before; }, QDeadlineTimer(1s));
 }
 
 void stop()

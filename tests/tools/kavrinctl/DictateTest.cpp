@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "platform/linux/desktop/InstanceLock.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
 #include "support/Suite.h"
@@ -28,20 +29,21 @@ QString stored(const QString &key)
     return Shared::d().string(key).value_or(u"none"_s);
 }
 
-/// Stands in for the running application: beats, and obeys a command as the test says.
+/// Stands in for the running application: holds the lock, beats, and obeys a command as the test says.
 class Application
 {
 public:
     explicit Application(std::function<void(const QString &command)> obey)
     {
+        EXPECT_TRUE(m_lock.take({}));
         beat();
         m_thread = std::jthread([obey = std::move(obey)](const std::stop_token &stop) {
             while (!stop.stop_requested()) {
                 beat();
                 const QString command = stored(u"dictationCommand"_s);
                 if (command == u"start" || command == u"stop") {
-                    store(u"dictationCommand"_s, QString());
                     obey(command);
+                    store(u"dictationCommand"_s, QString());
                 }
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
@@ -51,6 +53,7 @@ public:
 private:
     static void beat() { store(u"dictationAlive"_s, Date::now().secondsSince1970); }
 
+    InstanceLock m_lock{Shared::lockPath()};
     std::jthread m_thread;
 };
 
@@ -78,6 +81,19 @@ TEST(KavrinctlDictate, AnApplicationWhoseHeartbeatIsOldDoesNotRun)
     EXPECT_EQ(kavrinctl({u"dictate"_s, u"start"_s}).exitCode, 1);
 }
 
+TEST(KavrinctlDictate, AnApplicationThatWasKilledAMomentAgoDoesNotRun)
+{
+    store(u"dictationAlive"_s, Date::now().secondsSince1970 + 1);
+    store(u"dictationState"_s, u"recording"_s);
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"status"_s}).output, u"not running\n");
+    for (const QString &action : {u"start"_s, u"stop"_s, u"wait"_s}) {
+        const Outcome outcome = kavrinctl({u"dictate"_s, action});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_TRUE(outcome.errors.contains(u"Kavrin is not running"));
+        EXPECT_EQ(stored(u"dictationCommand"_s), u"none");
+    }
+}
+
 TEST(KavrinctlDictate, StartReturnsWhenRecordingRuns)
 {
     const Application application(record);
@@ -98,6 +114,19 @@ TEST(KavrinctlDictate, AStartThatFailsIsSaid)
     }
 }
 
+TEST(KavrinctlDictate, AStartThatFailsIsSaidAlsoWhereARecordingIsLeftOverInTheState)
+{
+    store(u"dictationState"_s, u"recording"_s);
+    const Application application([](const QString &) {
+        store(u"dictationCommand"_s, QString());
+        std::this_thread::sleep_for(std::chrono::milliseconds(50)); // as long as a start may take
+        store(u"dictationState"_s, u"starting"_s);
+    });
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"start"_s});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_TRUE(outcome.errors.contains(u"microphone could not be opened")) << outcome.errors.toStdString();
+}
+
 TEST(KavrinctlDictate, StartWhileTranscribingIsRefused)
 {
     store(u"dictationState"_s, u"working"_s);
@@ -113,6 +142,14 @@ TEST(KavrinctlDictate, StopNeedsARecording)
         store(u"dictationState"_s, leftOver); // by an application that was killed, or a start that failed
         EXPECT_EQ(kavrinctl({u"dictate"_s, u"stop"_s}).exitCode, 1);
     }
+}
+
+TEST(KavrinctlDictate, StopEndsARecordingThatIsNotInTheState)
+{
+    store(u"dictationState"_s, u"idle"_s);
+    const Application application(record);
+    EXPECT_EQ(kavrinctl({u"dictate"_s, u"stop"_s}).exitCode, 0);
+    EXPECT_EQ(stored(u"dictationState"_s), u"working");
 }
 
 TEST(KavrinctlDictate, ToggleStartsThenStops)

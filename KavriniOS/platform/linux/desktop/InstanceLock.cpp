@@ -21,12 +21,25 @@ using namespace std::chrono_literals;
 namespace
 {
 
-/// Locks an open file. On failure, errno is EAGAIN or EACCES if another process holds the lock.
-bool lock(int file)
+/// A lock on the whole file.
+struct flock wholeFile()
 {
     struct flock whole = {};
     whole.l_type = F_WRLCK;
     whole.l_whence = SEEK_SET;
+    return whole;
+}
+
+/// Opens what a lock can be on. O_NONBLOCK is for something that is no file.
+int open(const QString &path, int flags)
+{
+    return ::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC | O_NONBLOCK | flags, 0600);
+}
+
+/// Locks an open file. On failure, errno is EAGAIN or EACCES if another process holds the lock.
+bool lock(int file)
+{
+    struct flock whole = wholeFile();
     // Version 0.1.0 has a QLockFile, which uses flock(2). That is another lock on the same file.
     return ::fcntl(file, F_OFD_SETLK, &whole) == 0
         && (::flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK);
@@ -61,8 +74,7 @@ bool InstanceLock::take(std::chrono::milliseconds patience)
 
 InstanceLock::Attempt InstanceLock::attempt()
 {
-    // O_NONBLOCK is for something that is no file.
-    m_file = ::open(QFile::encodeName(m_path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600);
+    m_file = open(m_path, O_CREAT);
     if (m_file < 0) {
         return Attempt::Impossible;
     }
@@ -77,6 +89,18 @@ InstanceLock::Attempt InstanceLock::attempt()
         : isLocked        ? Attempt::Taken
         : isHeldElsewhere ? Attempt::HeldElsewhere
                           : Attempt::Impossible;
+}
+
+std::optional<bool> InstanceLock::isHeld(const QString &path)
+{
+    const int file = open(path, 0);
+    if (file < 0) {
+        return errno == ENOENT ? std::optional(false) : std::nullopt;
+    }
+    struct flock whole = wholeFile();
+    const bool isAnswered = ::fcntl(file, F_OFD_GETLK, &whole) == 0;
+    ::close(file);
+    return isAnswered ? std::optional(whole.l_type != F_UNLCK) : std::nullopt;
 }
 
 bool InstanceLock::isAtPath() const

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <chrono>
+#include <optional>
 
 namespace kavrin
 {
@@ -28,6 +29,10 @@ public:
     [[nodiscard]] bool take(std::chrono::milliseconds patience);
 
     [[nodiscard]] QString path() const { return m_path; }
+
+    /// Whether a process holds the lock at `path`, without taking it. None if that cannot be told, because
+    /// there can be no lock. A process of version 0.1.0 does not count.
+    [[nodiscard]] static std::optional<bool> isHeld(const QString &path);
 
 private:
     enum class Attempt { Taken, HeldElsewhere, Gone, Impossible };

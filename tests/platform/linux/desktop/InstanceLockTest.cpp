@@ -68,6 +68,22 @@ TEST_F(InstanceLockTest, OneProcessHoldsIt)
     EXPECT_FALSE(canBeTaken());
 }
 
+TEST_F(InstanceLockTest, TellsWhetherAProcessHoldsIt)
+{
+    EXPECT_EQ(InstanceLock::isHeld(m_path), false);
+    auto holder = hold({u"lock"_s, m_path});
+    EXPECT_EQ(InstanceLock::isHeld(m_path), true);
+    holder.reset(); // kills it, so its file stays
+    EXPECT_EQ(InstanceLock::isHeld(m_path), false);
+    EXPECT_TRUE(canBeTaken());
+}
+
+TEST_F(InstanceLockTest, TellsNothingWhereThereCanBeNoLock)
+{
+    ASSERT_TRUE(QDir().mkdir(m_path));
+    EXPECT_EQ(InstanceLock::isHeld(m_path), std::nullopt);
+}
+
 TEST_F(InstanceLockTest, AKilledProcessHoldsItNoMoreThoughAProgramThatItStartedLives)
 {
     auto holder = hold({u"lock"_s, m_path, u"sleep"_s});

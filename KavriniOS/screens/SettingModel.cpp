@@ -153,7 +153,7 @@ void SettingModel::setNumber(double number)
 
 QString SettingModel::numberText() const
 {
-    return Prefs::format(number(), kindOf<catalogue::Slider>(m_item).unit);
+    return Prefs::formatStored(number(), kindOf<catalogue::Slider>(m_item).unit);
 }
 
 double SettingModel::lower() const
@@ -173,7 +173,8 @@ double SettingModel::step() const
 
 QString SettingModel::text() const
 {
-    return m_unsavedText ? *m_unsavedText : Prefs::get<QString>(m_item.key);
+    // A field would turn line breaks that another program has stored into blanks, and store that.
+    return m_unsavedText ? *m_unsavedText : toOneLine(Prefs::get<QString>(m_item.key));
 }
 
 void SettingModel::setText(const QString &text)

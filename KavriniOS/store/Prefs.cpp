@@ -5,6 +5,8 @@
 #include "store/Shared.h"
 #include "store/SuiteWriter.h"
 
+#include <QLocale>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -107,13 +109,26 @@ QString twoDecimals(double value)
     return QString::fromLatin1(digits.data(), end - digits.data());
 }
 
-qint64 toInteger(double value)
+bool fitsInteger(double value)
 {
     constexpr double limit = 9223372036854775808.0; // 2^63
-    if (!(value >= -limit && value < limit)) {
+    return value >= -limit && value < limit;
+}
+
+qint64 toInteger(double value)
+{
+    if (!fitsInteger(value)) {
         qFatal("A setting's value is too large to be shown: it does not fit into 64 bits.");
     }
     return qint64(value);
+}
+
+QString withUnit(const QString &number, const QString &unit)
+{
+    if (unit.isEmpty()) {
+        return number;
+    }
+    return unit == u"%" ? number + unit : number + QLatin1Char(' ') + unit;
 }
 
 } // namespace
@@ -180,11 +195,15 @@ bool Prefs::isVisible(const QString &key)
 QString Prefs::format(double value, const QString &unit)
 {
     const bool hasFraction = value != std::round(value);
-    QString number = hasFraction ? twoDecimals(value) : QString::number(toInteger(value));
-    if (unit.isEmpty()) {
-        return number;
+    return withUnit(hasFraction ? twoDecimals(value) : QString::number(toInteger(value)), unit);
+}
+
+QString Prefs::formatStored(double value, const QString &unit)
+{
+    if (fitsInteger(value)) {
+        return format(value, unit);
     }
-    return unit == u"%" ? number + unit : number + QLatin1Char(' ') + unit;
+    return withUnit(QString::number(value, 'e', QLocale::FloatingPointShortest), unit);
 }
 
 } // namespace kavrin

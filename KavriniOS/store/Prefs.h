@@ -55,6 +55,10 @@ public:
     /// error.
     static QString format(double value, const QString &unit);
 
+    /// format() for what is stored, which another program may have written: a whole number beyond 64 bits is
+    /// shown in scientific form, such as "1e+20 pt".
+    static QString formatStored(double value, const QString &unit);
+
     /// A tool of the keyboard's toolbar.
     struct Tool {
         QString id;

@@ -58,6 +58,7 @@ Item {
             property bool revealed: false
 
             text: row.text
+            maximumLength: 0x7fffffff // a text that the field cut short would be stored like that
             width: parent.width
             height: Math.ceil(contentHeight) + topPadding + bottomPadding
             topPadding: 3

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
+#include "support/StoredValues.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -54,6 +55,29 @@ TEST_F(PageViewTest, ShowsEveryVisibleItemOfEveryPageInItsOrder)
             const qsizetype at = shown.indexOf(row);
             EXPECT_GE(at, 0) << qPrintable(row) << " is not shown, or not in its order";
             shown.remove(0, at + 1);
+        }
+    }
+}
+
+TEST_F(PageViewTest, ShowsRowsOfEveryKindWhateverTheSuiteHoldsAndLeavesItThere)
+{
+    const std::vector<Prefs::Item> items = {
+        {u"toggle"_s, u"Toggle"_s, catalogue::Toggle{true}},
+        {u"slider"_s, u"Slider"_s, catalogue::Slider{54, 36, 80, 1, u"pt"_s}},
+        {u"choice"_s, u"Choice"_s, catalogue::Choice{u"a"_s, {{u"a"_s, u"A"_s}, {u"b"_s, u"B"_s}}}},
+        {u"text"_s, u"Text"_s, catalogue::Text{{}, false}},
+        {u"secret"_s, u"Secret"_s, catalogue::Text{{}, true}},
+    };
+    for (const PropertyListValue &value : storedValues()) {
+        SCOPED_TRACE(value.index());
+        for (const Prefs::Item &item : items) {
+            change(item.key, value);
+        }
+        Prefs::forget();
+        openPage({{u"page"_s, u"Page"_s, u"gearshape"_s, {{u""_s, items}}}}, u"page"_s);
+        for (const Prefs::Item &item : items) {
+            EXPECT_TRUE(window().names().contains(item.title)) << qPrintable(item.title);
+            EXPECT_EQ(stored(item.key), value) << qPrintable(item.title);
         }
     }
 }

@@ -345,6 +345,23 @@ TEST(PrefsDeathTest, AWholeNumberBeyond64BitsStopsTheProgramWithAMessage)
     }
 }
 
+TEST(Prefs, FormatsWhateverNumberIsStored)
+{
+    const std::pair<double, QString> rows[] = {
+        {54, u"54 pt"_s},
+        {0.5, u"0.50 pt"_s},
+        {9223372036854774784.0, u"9223372036854774784 pt"_s},
+        {9223372036854775808.0, u"9.223372036854776e+18 pt"_s},
+        {-9223372036854775808.0, u"-9223372036854775808 pt"_s},
+        {-9223372036854777856.0, u"-9.223372036854778e+18 pt"_s},
+        {1e20, u"1e+20 pt"_s},
+        {-1e300, u"-1e+300 pt"_s},
+    };
+    for (const auto &[value, expected] : rows) {
+        EXPECT_EQ(Prefs::formatStored(value, u"pt"_s), expected);
+    }
+}
+
 TEST(Prefs, RowsShowAsOtherSettingsStand)
 {
     struct Row {

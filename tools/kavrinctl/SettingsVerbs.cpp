@@ -130,7 +130,7 @@ QString displayValue(const Prefs::Item &item)
 {
     const PropertyListValue value = std::visit(ReadValue{item.key}, item.kind);
     if (const auto *slider = std::get_if<catalogue::Slider>(&item.kind)) {
-        return Prefs::format(std::get<double>(value), slider->unit);
+        return Prefs::formatStored(std::get<double>(value), slider->unit);
     }
     const auto *text = std::get_if<catalogue::Text>(&item.kind);
     const bool isMasked = text != nullptr && text->secret && !bareText(value).isEmpty();

@@ -3,6 +3,7 @@
 #include "store/Prefs.h"
 #include "store/Shared.h"
 #include "support/Paths.h"
+#include "support/StoredValues.h"
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
@@ -12,6 +13,9 @@
 #include <QProcess>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
 
 using namespace kavrin;
 using namespace kavrin::test;
@@ -45,6 +49,31 @@ TEST(Kavrinctl, TheCatalogueAsTextNeverShowsASecret)
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_FALSE(outcome.output.contains(u"sk-secret"));
     EXPECT_TRUE(outcome.output.contains(u"Key height"));
+}
+
+TEST(Kavrinctl, TheCatalogueIsPrintedWhateverTheSuiteHolds)
+{
+    const QStringList keys = Prefs::items().keys();
+    for (const PropertyListValue &value : storedValues()) {
+        Changes changes;
+        std::ranges::transform(keys, std::back_inserter(changes),
+                               [&](const QString &key) { return Change{key, value}; });
+        ASSERT_EQ(test::failureOf(Shared::d().write(changes)), u"");
+        for (const QStringList &verb : {QStringList{u"catalogue"_s},
+                                        {u"catalogue"_s, u"--json"_s},
+                                        {u"get"_s, u"rowH"_s},
+                                        {u"defaults"_s, u"read"_s},
+                                        {u"tools"_s}}) {
+            EXPECT_EQ(kavrinctl(verb).exitCode, 0)
+                << qPrintable(verb.join(u' ')) << " with " << value.index();
+        }
+    }
+}
+
+TEST(Kavrinctl, TheCatalogueShowsAHugeNumberInScientificForm)
+{
+    test::put(Shared::d(), u"rowH"_s, 1e20);
+    EXPECT_TRUE(kavrinctl({u"catalogue"_s}).output.contains(u"1e+20 pt"));
 }
 
 TEST(Kavrinctl, GetPrintsTheDefaultOfASettingThatWasNeverSet)

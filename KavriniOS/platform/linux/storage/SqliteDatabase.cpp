@@ -193,7 +193,8 @@ SqliteConnection::~SqliteConnection()
 
 int SqliteConnection::open(const QString &path, std::chrono::milliseconds patience)
 {
-    if (m_handle != nullptr && (hasMoved() || (hasLostLog(path) && putLogBack(m_handle, path)))) {
+    if (m_handle != nullptr
+        && (hasMoved() || isForeign() || (hasLostLog(path) && putLogBack(m_handle, path)))) {
         // A normal close would clean up by name, but the log of that name belongs to the new file.
         closeAsItIs();
     }
@@ -330,7 +331,8 @@ int SqliteConnection::transact(const std::function<int()> &statements)
 {
     int result = run("BEGIN IMMEDIATE");
     if (succeeded(result)) {
-        result = statements();
+        // The program for which this one has waited may have changed the format.
+        result = isForeign() ? SQLITE_MISMATCH : statements();
     }
     if (succeeded(result)) {
         result = run("COMMIT");
@@ -351,6 +353,19 @@ bool SqliteConnection::hasMoved() const
     int moved = 0;
     sqlite3_file_control(m_handle, nullptr, SQLITE_FCNTL_HAS_MOVED, &moved);
     return moved != 0;
+}
+
+bool SqliteConnection::isForeign()
+{
+    QByteArray version = formatVersion; // also where it cannot be read now, which other statements will say
+    run("PRAGMA user_version", [&](SqliteStatement &statement) {
+        const int result = statement.step();
+        if (result == SQLITE_ROW) {
+            version = QByteArray::number(statement.integer(0));
+        }
+        return result;
+    });
+    return version != formatVersion;
 }
 
 bool SqliteConnection::hasLostLog(const QString &path) const

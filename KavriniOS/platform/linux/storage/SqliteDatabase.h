@@ -48,7 +48,7 @@ private:
 };
 
 /// One connection to a database file. It is opened on first use, and again if the file or its log was deleted
-/// or replaced. Not thread-safe: hold mutex().
+/// or replaced, or if another program gave the file another format. Not thread-safe: hold mutex().
 class SqliteConnection
 {
 public:
@@ -70,7 +70,8 @@ public:
     using Use = std::function<int(SqliteStatement &)>;
     int run(const char *sql, const Use &use = &SqliteStatement::step);
 
-    /// Runs `statements` as one transaction, and rolls it back if the result is an error.
+    /// Runs `statements` as one transaction, and rolls it back if the result is an error. SQLITE_MISMATCH if
+    /// the file has another format by then.
     int transact(const std::function<int()> &statements);
 
     /// SQLite's text for the last error.
@@ -94,6 +95,8 @@ private:
     int writeErrorFor(const QString &path, int result) const;
     int probe(const QString &path);
     [[nodiscard]] bool hasMoved() const;
+    /// Whether the file now has a format that this version does not know.
+    [[nodiscard]] bool isForeign();
     [[nodiscard]] bool hasLostLog(const QString &path) const;
 
     std::mutex m_mutex;

@@ -431,6 +431,46 @@ TEST(UserDefaults, AFileOfANewerFormatIsLeftAloneAndSaysSo)
     EXPECT_EQ(Sqlite(path).text("PRAGMA user_version"), u"2");
 }
 
+namespace
+{
+
+/// That a newer version's file is neither read nor written.
+void expectToBeLeftAlone(UserDefaults &suite)
+{
+    EXPECT_TRUE(test::failureOf(suite.set(u"key"_s, u"new"_s)).contains(u"made by a newer version"));
+    EXPECT_TRUE(test::failureOf(suite.read(u"key"_s).failure).contains(u"made by a newer version"));
+    EXPECT_EQ(Sqlite(suite.path()).text("SELECT value FROM defaults WHERE key = 'key'"), u"old");
+}
+
+} // namespace
+
+TEST(UserDefaults, AFileThatGetsANewerFormatWhileItIsOpenIsLeftAloneFromThenOn)
+{
+    const auto suite = makeSuite();
+    test::put(*suite, u"key"_s, u"old"_s);
+    Sqlite other(suite->path());
+    ASSERT_TRUE(other.run("PRAGMA user_version = 2"));
+    expectToBeLeftAlone(*suite);
+    ASSERT_TRUE(other.run("PRAGMA user_version = 1"));
+    EXPECT_EQ(suite->string(u"key"_s), u"old"_s);
+    EXPECT_EQ(test::failureOf(suite->set(u"key"_s, u"new"_s)), u"");
+}
+
+TEST(UserDefaults, AFileThatGetsANewerFormatWhileAWriteWaitsForItIsLeftAlone)
+{
+    const auto suite = makeSuite();
+    test::put(*suite, u"key"_s, u"old"_s);
+    Sqlite other(suite->path());
+    ASSERT_TRUE(other.run("BEGIN IMMEDIATE; PRAGMA user_version = 2"));
+    std::thread release([&] {
+        std::this_thread::sleep_for(
+            std::chrono::milliseconds(200)); // the write is most likely to wait by then
+        other.run("COMMIT");
+    });
+    expectToBeLeftAlone(*suite);
+    release.join();
+}
+
 TEST(UserDefaults, TheStandardDefaultsAreAFileOfTheirOwn)
 {
     test::put(*makeSuite(), u"key"_s, u"shared"_s);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
 
+#include "dictation/DictationError.h"
 #include "dictation/DictationState.h"
 #include "dictation/Dictations.h"
 #include "platform/Logging.h"
@@ -146,6 +147,7 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
             if (beat.isFinished()) {
                 beat = SuiteWriter::write({{dictation::aliveKey, clock.now()}});
             }
+            DictationError::republishIfFailed(); // before the state, as when they were new
             DictationState::republishIfFailed();
         }
         const QString command = takeCommand(taken);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationError.h"
 
+#include "dictation/Publication.h"
 #include "store/DictationKeys.h"
-#include "store/SuiteWriter.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,16 +12,32 @@ namespace kavrin
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+Publication &publication()
+{
+    static Publication publication;
+    return publication;
+}
+
+} // namespace
+
 void DictationError::publish(const QString &code, const QString &message, double time)
 {
     const QJsonObject members = {{u"code"_s, code}, {u"message"_s, message}, {u"at"_s, time}};
     const QByteArray json = QJsonDocument(members).toJson(QJsonDocument::Compact);
-    SuiteWriter::write({{dictation::errorKey, QString::fromUtf8(json)}});
+    publication().store({{dictation::errorKey, QString::fromUtf8(json)}});
 }
 
 void DictationError::clear()
 {
-    SuiteWriter::write({{dictation::errorKey, std::nullopt}});
+    publication().store({{dictation::errorKey, std::nullopt}});
+}
+
+void DictationError::republishIfFailed()
+{
+    publication().storeAgainIfFailed();
 }
 
 } // namespace kavrin

@@ -7,7 +7,7 @@ namespace kavrin
 {
 
 /// "dictationError" in the shared suite: why the last dictation failed, for the keyboard. It is one string of
-/// JSON; docs/shared-suite.md describes it. Both functions take effect after everything that SuiteWriter was
+/// JSON; docs/shared-suite.md describes it. The functions take effect after everything that SuiteWriter was
 /// given before. A failure to store is not reported. Main thread only.
 class DictationError
 {
@@ -18,6 +18,9 @@ public:
 
     /// Removes the key, when a dictation begins.
     static void clear();
+
+    /// Does the last of these again if the suite did not accept it, because it was full or locked.
+    static void republishIfFailed();
 };
 
 } // namespace kavrin

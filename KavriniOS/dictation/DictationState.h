@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/UserDefaults.h"
-
 #include <QCoroTask>
 #include <QString>
 
@@ -22,9 +20,6 @@ public:
 
     /// Stores the last of these again if the suite did not accept it, because it was full or locked.
     static void republishIfFailed();
-
-private:
-    static QCoro::Task<> store(Changes changes);
 };
 
 } // namespace kavrin

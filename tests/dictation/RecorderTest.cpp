@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/Recorder.h"
+#include "dictation/DictationError.h"
 #include "dictation/DictationState.h"
 
 #include "doubles/FakeRecorderPlatform.h"
@@ -718,6 +719,22 @@ TEST_F(RecorderTest, AStateThatCouldNotBeStoredIsStoredLater)
     }
     DictationState::republishIfFailed();
     EXPECT_EQ(sharedState(), u"recording");
+}
+
+TEST_F(RecorderTest, AFailureThatCouldNotBeStoredIsStoredLater)
+{
+    machine.session.permission = false;
+    {
+        const RefusedKey refused("dictationError");
+        start();
+        DictationError::republishIfFailed();
+        EXPECT_EQ(sharedError(), u"");
+    }
+    DictationError::republishIfFailed();
+    EXPECT_EQ(sharedError(), u"permission|Microphone permission denied."_s);
+    test::drop(Shared::d(), u"dictationError"_s);
+    DictationError::republishIfFailed();
+    EXPECT_EQ(sharedError(), u"");
 }
 
 TEST_F(RecorderTest, OnlyALateStateIsStoredAgain)

@@ -5,10 +5,12 @@
 #include "support/PrivateDisk.h"
 #include "support/PrivateSoundServer.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 
 #include <algorithm>
+#include <optional>
 #include <random>
 
 namespace kavrin::test
@@ -270,6 +272,65 @@ TEST_F(DiskFaults, ADiskThatFillsUpIsSaidAndWhatFittedIsTranscribed)
     EXPECT_GT(decoded(Recorder::url()).size(), std::size_t(rate));
     QFile::remove(Recorder::url());
     m_dictation.expectTheNextOneWorks();
+}
+
+namespace
+{
+
+/// The suite has a small disk for itself.
+class SuiteDiskFaults : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (m_disk.refusal()) {
+            GTEST_SKIP() << *m_disk.refusal();
+        }
+        m_soundServer.start();
+        m_dictation.emplace();
+    }
+
+    /// Until nothing fits any more, not even into what SQLite has reserved.
+    void fill()
+    {
+        m_disk.fill();
+        while (!Shared::d().set(u"filler"_s, true)) { }
+    }
+
+    static QString suiteFolder()
+    {
+        const QString folder = *FileManager::containerPath(Shared::builtInGroup());
+        QDir().mkpath(folder);
+        return folder;
+    }
+
+    PrivateDisk m_disk{suiteFolder(), 1024 * 1024};
+    PrivateSoundServer m_soundServer;
+    std::optional<RealDictation> m_dictation;
+};
+
+} // namespace
+
+TEST_F(SuiteDiskFaults, AFullOneKeepsTheFailureFromTheKeyboardOnlyUntilThereIsRoom)
+{
+    ScriptedServer service;
+    service.add(transcript("not at the keyboard"));
+    useService(service.url(u"/"_s));
+    QStringList told;
+    Recorder::Platform platform = m_dictation->machine.platform();
+    platform.reportFailure = [&](const QString &message) { told.append(message); };
+    Recorder recorder(platform);
+    recorder.autoReset = true;
+    QCoro::waitFor(recorder.start());
+    fill();
+    recorder.stop();
+    EXPECT_TRUE(waitUntil([&] { return !told.isEmpty(); }));
+    EXPECT_TRUE(told.value(0).contains(u"the disk is full")) << told.value(0).toStdString();
+    EXPECT_EQ(shared(u"dictationError"_s), "none");
+    m_disk.makeRoom();
+    EXPECT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == "idle"; }));
+    EXPECT_NE(shared(u"dictationError"_s).find(R"("code":"store")"), std::string::npos)
+        << shared(u"dictationError"_s);
 }
 
 } // namespace kavrin::test

@@ -10,7 +10,9 @@
 
 #include <algorithm>
 #include <functional>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace kavrin
 {
@@ -22,6 +24,7 @@ namespace
 
 constexpr int longestLine = 200; // user-perceived characters
 constexpr int shortestKey = 8; // a shorter one would mask parts of words
+constexpr std::size_t longestPart = 256;
 
 /// The keys that are in the settings now.
 QStringList keysInForce()
@@ -38,31 +41,49 @@ QStringList keysInForce()
     return keys;
 }
 
+/// What a service may put before a character when it repeats a key in JSON, or in JSON within JSON, and so
+/// on: a backslash, or many, each of them in any spelling. Where there are more than 15, four levels deep,
+/// the search would take a time that grows with the square of a run of backslashes.
+constexpr QStringView definitions =
+    uR"((?(DEFINE)(?<escapes>(?:\\(?:u005[Cc])?|%(?:25)*5[Cc]){1,15})(?<percent>(?:%|(?&escapes)u0025)(?:25)*)))";
+
 /// A pattern for one character in all spellings in which a service may repeat it: plain, as in JSON, as in an
 /// address.
-QString spellingPattern(const QChar character)
+QString spellingPattern(const QString &character)
 {
-    const QByteArray bytes = QString(character).toUtf8();
-    QStringList spellings = {
-        QRegularExpression::escape(QString(character)),
-        u"\\\\"_s + QRegularExpression::escape(QString(character)),
-        u"(?i:\\\\u%1)"_s.arg(character.unicode(), 4, 16, QLatin1Char('0')),
-        u"(?i:%1)"_s.arg(QString::fromLatin1(bytes.toPercentEncoding({}, bytes))),
-    };
-    if (character == u' ') {
-        spellings.append(u"\\+"_s);
+    QString json;
+    for (const QChar unit : character) {
+        json += u"(?&escapes)u%1"_s.arg(unit.unicode(), 4, 16, QLatin1Char('0'));
     }
-    return u"(?:%1)"_s.arg(spellings.join(u'|'));
+    QString address;
+    for (const char byte : character.toUtf8()) {
+        address += u"(?&percent)%1"_s.arg(uchar(byte), 2, 16, QLatin1Char('0'));
+    }
+    const QString plain = u"(?&escapes)?"_s + QRegularExpression::escape(character);
+    const QString blank = character == u" " ? u"|\\+"_s : QString();
+    return u"(?:%1|(?i:%2|%3)%4)"_s.arg(plain, json, address, blank);
 }
 
-/// Finds a key in every spelling.
-QRegularExpression keyExpression(const QString &key)
+/// Finds a part of a key in every spelling.
+QRegularExpression keyExpression(const std::u32string &part)
 {
-    QString pattern;
-    for (const QChar character : key) {
-        pattern += spellingPattern(character);
+    QString pattern = definitions.toString();
+    for (const char32_t character : part) {
+        pattern += spellingPattern(QString::fromUcs4(&character, 1));
     }
     return QRegularExpression(pattern);
+}
+
+/// A regular expression has a largest size, so a long key is looked for in parts of about the same length.
+std::vector<std::u32string> partsOf(const std::u32string &key)
+{
+    const std::size_t count = key.size() / longestPart + 1;
+    std::vector<std::u32string> parts;
+    for (std::size_t part = 0; part < count; ++part) {
+        const std::size_t begin = part * key.size() / count;
+        parts.push_back(key.substr(begin, (part + 1) * key.size() / count - begin));
+    }
+    return parts;
 }
 
 QString cut(const QString &line)
@@ -109,7 +130,9 @@ QString FailureNotices::line(const QString &message) const
     std::ranges::stable_sort(keys, std::greater(), &QString::size);
     QString masked = message;
     for (const QString &key : std::as_const(keys)) {
-        masked.replace(keyExpression(key), u"•••"_s);
+        for (const std::u32string &part : partsOf(key.toStdU32String())) {
+            masked.replace(keyExpression(part), u"•••"_s);
+        }
     }
     return cut(masked.simplified());
 }

@@ -52,6 +52,47 @@ TEST_F(FailureNoticesTest, MasksKeysOfEightAndMoreCharacters)
     }
 }
 
+TEST_F(FailureNoticesTest, MasksAKeyInEverySpellingAndAtAnyDepth)
+{
+    test::put(Shared::d(), u"customKey"_s, u"sk-\"a\\b/ü😀"_s);
+    const QString spellings[] = {
+        uR"(sk-"a\b/ü😀)"_s,
+        uR"(sk-\"a\\b\/ü😀)"_s,
+        uR"(sk-\\\"a\\\\b\\\/ü😀)"_s,
+        uR"(sk-\\\\\\\"a\\\\\\\\b/ü😀)"_s,
+        uR"(sk\u002d\u0022a\u005Cb\u002f\u00FC\uD83D\ude00)"_s,
+        uR"(sk\\u002d\\\"a\\u005cb\\u002f\\u00fc\\ud83d\\ude00)"_s,
+        uR"(sk\\\\u002d\\\\\\\"a\\\\u005cb/\\\\u00fc\\\\ud83d\\\\ude00)"_s,
+        uR"(sk\u005cu002d\u005c\u0022a\u005c\u005cb/\u005Cu00fc😀)"_s,
+        uR"(sk-%22a%5Cb%2F%c3%bc%F0%9F%98%80)"_s,
+        uR"(sk-%2522a%255cb%252f%25C3%25BC%25f0%259f%2598%2580)"_s,
+        uR"(sk\u00252d\u002522a%5c%5cb/%5Cu00fc😀)"_s,
+    };
+    for (const QString &spelling : spellings) {
+        EXPECT_EQ(shown(u"[\""_s + spelling + u"\"]"_s), u"[\"•••\"]") << spelling.toStdString();
+    }
+}
+
+TEST_F(FailureNoticesTest, MasksEveryPartOfALongKey)
+{
+    const std::pair<int, QString> rows[] = {
+        {8, u"•••"_s}, {255, u"•••"_s}, {256, u"••••••"_s}, {700, u"•••••••••"_s}};
+    for (const auto &[length, masked] : rows) {
+        QString key;
+        for (int index = 0; index < length; ++index) {
+            key += QChar(u'Ā' + index);
+        }
+        test::put(Shared::d(), u"customKey"_s, key);
+        EXPECT_EQ(shown(u"no "_s + key + u" yes"_s), u"no "_s + masked + u" yes"_s) << length;
+    }
+}
+
+TEST_F(FailureNoticesTest, TakesATextOfBackslashesAsItIs)
+{
+    test::put(Shared::d(), u"customKey"_s, u"sk-4711-\\\\"_s);
+    EXPECT_EQ(shown(QString(1'000'000, u'\\')), QString(199, u'\\') + u'…');
+}
+
 TEST_F(FailureNoticesTest, MasksTheKeysThatWereInForceWhenSomethingWasSentAndThoseThatAreNow)
 {
     for (const QString &key : {u"key-one-ago"_s, u"key-then"_s}) {

@@ -31,7 +31,8 @@ using FetchEntry = Fetch *();
 /// - At most sixteen redirects (301, 302, 303, 307, 308) are followed, and none from https to http. After
 ///   301, 302 and 303 a POST becomes a GET without body. From the first address with another scheme, host or
 ///   port on, an Authorization header is not sent any more.
-/// - An answer is at most 4,000,000 bytes after it is unpacked. A larger one is not read to its end.
+/// - An answer is at most 4,000,000 bytes after it is unpacked, and has at most 100,000 bytes of headers. A
+///   larger one is not read to its end.
 /// - Nothing is kept between exchanges except connections: no cookies, no credentials, no cached answers.
 ///
 /// (Why libcurl and not Qt's network stack: Qt writes head and body of a request separately and leaves

@@ -444,8 +444,40 @@ TEST(NetworkUrlSession, RefusesALargerBodyBeforeItHasComeWhole)
         SCOPED_TRACE(what);
         ScriptedServer server;
         server.add(sent);
-        expectFailure(failureOf(get(server.url(u"/path?key=secret"_s))), CURLE_FILESIZE_EXCEEDED,
-                      u"The answer of 127.0.0.1 is larger than 4 MB, the most that is taken."_s);
+        expectFailure(
+            failureOf(get(server.url(u"/path?key=secret"_s))), CURLE_FILESIZE_EXCEEDED,
+            u"The answer of 127.0.0.1 is too large. It may have 4 MB, and 100 kB of headers before that."_s);
+    }
+}
+
+TEST(NetworkUrlSession, ReturnsTheBodyAfterALargeHead)
+{
+    ScriptedServer server;
+    server.add(answer("200 OK", "hello", QByteArray("X: 45678\r\n").repeated(9'900)));
+    EXPECT_EQ(fetch(get(server.url(u"/"_s))), "hello");
+}
+
+TEST(NetworkUrlSession, RefusesALargerHeadBeforeItHasComeWhole)
+{
+    const QByteArray chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+    const struct {
+        const char *what;
+        QByteArray sent;
+    } cases[] = {
+        {"one line", "HTTP/1.1 200 OK\r\nX: " + QByteArray(30'000'000, 'x')},
+        {"a whole line", answer("200 OK", "hello", "X: " + QByteArray(110'000, 'x') + "\r\n").bytes},
+        {"many lines", "HTTP/1.1 200 OK\r\n" + QByteArray("X: 45678\r\n").repeated(3'000'000)},
+        {"many heads", QByteArray("HTTP/1.1 102 Processing\r\n\r\n").repeated(10'000)},
+        {"a redirect", answer("302 Found", "", "Location: /" + QByteArray(110'000, 'x') + "\r\n").bytes},
+        {"what follows the body", chunked + "0\r\n" + QByteArray("X: 45678\r\n").repeated(10'100)},
+    };
+    for (const auto &[what, sent] : cases) {
+        SCOPED_TRACE(what);
+        ScriptedServer server;
+        server.add({sent});
+        expectFailure(
+            failureOf(get(server.url(u"/path?key=secret"_s))), CURLE_FILESIZE_EXCEEDED,
+            u"The answer of 127.0.0.1 is too large. It may have 4 MB, and 100 kB of headers before that."_s);
     }
 }
 

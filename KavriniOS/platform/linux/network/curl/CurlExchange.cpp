@@ -19,8 +19,10 @@ using Transfer = std::unique_ptr<CURL, CurlRelease<curl_easy_cleanup>>;
 using Headers = std::unique_ptr<curl_slist, CurlRelease<curl_slist_free_all>>;
 
 constexpr qsizetype largestBody = 4'000'000;
+constexpr qsizetype largestHead = 100'000; // libcurl takes a little more of one line
 
 struct Received {
+    qsizetype headSize = 0; ///< of all heads, and of the lines after the body
     bool headIsWhole = false;
     bool isTooLarge = false;
     QByteArray body;
@@ -41,13 +43,16 @@ std::size_t takeBody(char *bytes, std::size_t size, std::size_t count, void *int
 
 /// Takes a line of a head. The line may also belong to a proxy's answer before the real one, or follow the
 /// body.
-std::size_t takeHeader(char *bytes, std::size_t size, std::size_t count, void *received)
+std::size_t takeHeader(char *bytes, std::size_t size, std::size_t count, void *into)
 {
     const std::size_t length = size * count;
     const QByteArrayView line(bytes, qsizetype(length));
-    bool &isWhole = static_cast<Received *>(received)->headIsWhole;
+    auto *received = static_cast<Received *>(into);
+    bool &isWhole = received->headIsWhole;
     isWhole = line.trimmed().isEmpty() || (isWhole && !line.startsWith("HTTP/"));
-    return length;
+    received->headSize += qsizetype(length);
+    received->isTooLarge = received->headSize > largestHead;
+    return received->isTooLarge ? 0 : length;
 }
 
 Headers headersOf(const UrlRequest &request)
@@ -63,9 +68,16 @@ Headers headersOf(const UrlRequest &request)
     return headers;
 }
 
+/// Whether libcurl itself refused a line of the answer because of its length.
+bool isTooLongALine(CURLcode result, const Received &received)
+{
+    constexpr int tooLarge = 100; // CURLE_TOO_LARGE, which only newer versions have
+    return received.headSize > 0 && (result == CURLE_OUT_OF_MEMORY || int(result) == tooLarge);
+}
+
 CURLcode resultOf(CURLcode result, const Received &received)
 {
-    if (received.isTooLarge) {
+    if (received.isTooLarge || isTooLongALine(result, received)) {
         return CURLE_FILESIZE_EXCEEDED;
     }
     // libcurl accepts a head that was cut short.

@@ -28,7 +28,8 @@ constexpr QStringView noAuthorities =
     u"No secure connection to %1 could be made: the certificates that this system trusts cannot be read. "
     "Install the package ca-certificates, or mend SSL_CERT_FILE.";
 constexpr QStringView strange = u"The answer of %1 could not be understood.";
-constexpr QStringView tooLarge = u"The answer of %1 is larger than 4 MB, the most that is taken.";
+constexpr QStringView tooLarge =
+    u"The answer of %1 is too large. It may have 4 MB, and 100 kB of headers before that.";
 
 constexpr struct Failure {
     int code;

@@ -145,11 +145,12 @@ void SoundServer::beginConnecting()
     }
     disconnect();
     if (!m_started) {
+        // Once the thread runs, this would rename the calling thread instead.
+        pa_threaded_mainloop_set_name(m_loop, "sound");
         if (pa_threaded_mainloop_start(m_loop) < 0) {
             throw soundError(u"no thread can be started"_s);
         }
         m_started = true;
-        pa_threaded_mainloop_set_name(m_loop, "sound");
     }
     m_context = newContext(pa_threaded_mainloop_get_api(m_loop));
     if (!m_context) {

@@ -4,6 +4,8 @@
 #include "support/PrivateSoundServer.h"
 #include "support/Wait.h"
 
+#include <QFile>
+
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -70,6 +72,19 @@ TEST(SoundServer, KeepsItsConnection)
     server.connect();
     server.connect();
     EXPECT_EQ(connections(machine), 1);
+}
+
+TEST(SoundServer, LeavesTheNameOfTheProcessAsItIs)
+{
+    QFile name(QStringLiteral("/proc/self/comm"));
+    ASSERT_TRUE(name.open(QIODevice::ReadOnly | QIODevice::Unbuffered));
+    const QByteArray before = name.readAll();
+    PrivateSoundServer machine;
+    machine.start();
+    SoundServer server;
+    server.connect();
+    name.seek(0);
+    EXPECT_EQ(name.readAll(), before);
 }
 
 TEST(SoundServer, ConnectsAgainAfterTheServerWasRestarted)

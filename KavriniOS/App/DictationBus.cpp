@@ -53,6 +53,25 @@ QString DictationBus::TakeFailure()
     return m_dictations.takeFailure();
 }
 
+qulonglong DictationBus::Commanded() const
+{
+    return m_dictations.commanded();
+}
+
+double DictationBus::Outcome(qulonglong number, QString & /*failure*/)
+{
+    std::optional<QFuture<DictationOutcome>> known = m_dictations.outcome(number);
+    if (!known) {
+        sendErrorReply(refusal, u"There is no such dictation."_s);
+        return 0;
+    }
+    setDelayedReply(true);
+    known->then(this, [bus = m_bus, call = message()](const DictationOutcome &outcome) {
+        bus.send(call.createReply({outcome.stamp, outcome.failure}));
+    });
+    return 0;
+}
+
 void DictationBus::answer(const std::optional<Error> &failure)
 {
     if (failure) {

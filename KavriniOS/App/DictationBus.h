@@ -34,6 +34,11 @@ public:
     Q_SCRIPTABLE Q_SLOT void Cancel();
     Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
     Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure()
+    Q_SCRIPTABLE Q_SLOT qulonglong Commanded() const; ///< Dictations::commanded()
+
+    /// How the dictation of that number ended, once it has: the "tStamp" of its transcript and "", or 0 and
+    /// why it has none, which is "" if the user has cancelled it. Refuses a number that it does not know.
+    Q_SCRIPTABLE Q_SLOT double Outcome(qulonglong number, QString &failure);
 
 private:
     void answer(const std::optional<Error> &failure);

@@ -139,7 +139,7 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
     DictationState::clearStale();
     Clock &clock = m_clock;
     const std::shared_ptr<Recorder> recorder = m_recorder;
-    const Dictations &dictations = m_dictations;
+    Dictations &dictations = m_dictations;
     TakenCommand taken;
     QFuture<std::optional<Error>> beat;
     for (qint64 pass = 1; !stop.stop_requested(); ++pass) {
@@ -152,7 +152,11 @@ QCoro::Task<> DictationBridge::run(std::stop_token stop)
         }
         const QString command = takeCommand(taken);
         if (command == dictation::startCommand) {
+            const quint64 before = dictations.latest();
             start(recorder, dictations); // not awaited: the user may take long to permit the microphone
+            if (dictations.latest() != before) {
+                dictations.setCommanded(dictations.latest());
+            }
         } else if (command == dictation::stopCommand) {
             DictationBridge::stop(dictations);
         }

@@ -14,6 +14,8 @@ namespace
 
 using S = Recorder::S;
 
+constexpr size_t rememberedOutcomes = 16;
+
 } // namespace
 
 void Dictations::add(Recorder &recorder)
@@ -61,6 +63,29 @@ QString Dictations::activity() const
     return isTranscribing() ? dictation::working : dictation::idle;
 }
 
+quint64 Dictations::open()
+{
+    m_outcomes[++m_latest].start();
+    if (m_outcomes.size() > rememberedOutcomes) {
+        m_outcomes.erase(m_outcomes.begin());
+    }
+    return m_latest;
+}
+
+void Dictations::conclude(quint64 number, const DictationOutcome &outcome)
+{
+    if (const auto found = m_outcomes.find(number); found != m_outcomes.end()) {
+        found->second.addResult(outcome);
+        found->second.finish();
+    }
+}
+
+std::optional<QFuture<DictationOutcome>> Dictations::outcome(quint64 number) const
+{
+    const auto found = m_outcomes.find(number);
+    return found == m_outcomes.end() ? std::nullopt : std::optional(found->second.future());
+}
+
 void Dictations::begin(const std::shared_ptr<Transcription> &transcription)
 {
     m_transcriptions.append(transcription);
@@ -81,6 +106,7 @@ bool Dictations::giveUpTranscriptions()
         if (!transcription->isHandingOver) {
             hasGivenUp = transcription->isGivenUp = true;
             transcription->tellRecorder();
+            conclude(transcription->dictation, {});
             end(transcription);
         }
     }

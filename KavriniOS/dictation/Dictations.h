@@ -3,20 +3,31 @@
 
 #include "dictation/Recorder.h"
 
+#include <QFuture>
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QPromise>
 #include <QString>
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace kavrin
 {
 
+/// How a dictation ended.
+struct DictationOutcome {
+    double stamp = 0; ///< "tStamp" of its transcript in the shared suite; 0 if it has none there
+    QString failure; ///< why it has none, in a line without keys; empty if the user has cancelled it
+};
+
 /// A transcription that is running: from the end of its recording until its text is handed over.
 struct Transcription {
+    quint64 dictation = 0; ///< the number of the dictation that it belongs to
     std::function<void()> tellRecorder; ///< called when it is given up
     bool isGivenUp = false; ///< whatever the service answers is dropped
     bool isHandingOver = false; ///< the text has come, so it is too late to give up
@@ -44,6 +55,24 @@ public:
 
     /// What the process does: "starting", "recording", "working" or "idle", as in docs/shared-suite.md.
     [[nodiscard]] QString activity() const;
+
+    /// A recorder calls this when a dictation begins, and gets its number: 1 for the first one, 2 for the
+    /// next.
+    quint64 open();
+
+    /// Recorders say here how the dictation with that number ended. What they say first counts.
+    void conclude(quint64 number, const DictationOutcome &outcome);
+
+    /// The outcome of a dictation, as soon as there is one. None if there was no such dictation, or if it was
+    /// not one of the last few.
+    [[nodiscard]] std::optional<QFuture<DictationOutcome>> outcome(quint64 number) const;
+
+    /// The number of the latest dictation. 0 if there was none.
+    [[nodiscard]] quint64 latest() const { return m_latest; }
+
+    /// The number of the latest dictation that a command in the shared suite has begun. 0 if there was none.
+    [[nodiscard]] quint64 commanded() const { return m_commanded; }
+    void setCommanded(quint64 number) { m_commanded = number; }
 
     /// Recorders say here why the last dictation brought no text, in a line without keys, and forget it when
     /// the next one begins.
@@ -75,6 +104,9 @@ private:
     QList<std::shared_ptr<Transcription>> m_transcriptions;
     bool m_isClosed = false;
     QString m_failure;
+    quint64 m_latest = 0;
+    quint64 m_commanded = 0;
+    std::map<quint64, QPromise<DictationOutcome>> m_outcomes; ///< of the last few dictations
 };
 
 } // namespace kavrin

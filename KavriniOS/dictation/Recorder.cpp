@@ -99,6 +99,7 @@ Recorder::~Recorder()
     }
     if (m_isStarting || m_state == S::recording) {
         m_platform.dictations.setFailure(cancelled());
+        m_platform.dictations.conclude(m_dictation, {});
     }
 }
 
@@ -129,6 +130,7 @@ QCoro::Task<> Recorder::start()
     m_platform.dictations.setFailure({});
     const QPointer<Recorder> self(this);
     DictationError::clear();
+    m_dictation = m_platform.dictations.open();
     setStarting(true);
     m_question = std::stop_source();
     const QCoro::Task<> beginning = begin();
@@ -137,7 +139,11 @@ QCoro::Task<> Recorder::start()
         co_return;
     }
     setStarting(false);
-    m_platform.dictations.setFailure(m_state == S::recording ? QString() : m_platform.line(m_message));
+    const QString failure = m_state == S::recording ? QString() : m_platform.line(m_message);
+    m_platform.dictations.setFailure(failure);
+    if (m_state != S::recording) {
+        m_platform.dictations.conclude(m_dictation, {0, failure});
+    }
     const End end = std::exchange(m_end, End::None);
     if (m_state == S::recording && end == End::Stop) {
         stop();
@@ -209,6 +215,7 @@ void Recorder::stop()
     }
     endRecording();
     const auto transcription = std::make_shared<Transcription>();
+    transcription->dictation = m_dictation;
     transcription->tellRecorder = [self = QPointer(this)] {
         if (self) {
             self->settle(S::idle, cancelled());
@@ -247,6 +254,7 @@ void Recorder::giveUp()
     settle(S::idle, cancelled());
     DictationState::publish(dictation::idle);
     m_platform.dictations.setFailure(cancelled());
+    m_platform.dictations.conclude(m_dictation, {});
     publishWhatGoesOn(m_platform.dictations);
 }
 
@@ -269,24 +277,24 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
         outcome.message = co_await transcribing;
         transcription->isHandingOver = !transcription->isGivenUp;
         if (transcription->isHandingOver) {
-            const QCoro::Task<QString> handingOver = handOver(platform, outcome.message);
-            outcome.failure = co_await handingOver;
+            const QCoro::Task<Outcome> handingOver = handOver(platform, outcome.message);
+            outcome = co_await handingOver;
         }
-        outcome.isDone = true;
     } catch (const std::exception &error) {
         logFailure(error);
         outcome.code = codeOf(error);
         outcome.message = outcome.failure = u"Error: "_s + QString::fromUtf8(error.what());
     }
     if (!transcription->isGivenUp) {
-        conclude(recorder, platform, outcome);
+        conclude(recorder, platform, transcription->dictation, outcome);
     }
     platform.backgroundTasks.end(task);
     platform.dictations.end(transcription);
     publishWhatGoesOn(platform.dictations);
 }
 
-void Recorder::conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome)
+void Recorder::conclude(Recorder *recorder, const Platform &platform, quint64 dictation,
+                        const Outcome &outcome)
 {
     if (!outcome.isDone) {
         publishError(platform, outcome.code, outcome.message);
@@ -295,31 +303,37 @@ void Recorder::conclude(Recorder *recorder, const Platform &platform, const Outc
     if (recorder != nullptr) {
         recorder->settle(outcome.isDone && !recorder->autoReset ? S::done : S::idle, outcome.message);
     }
-    platform.dictations.setFailure(platform.line(outcome.failure));
+    const QString failure = platform.line(outcome.failure);
+    platform.dictations.setFailure(failure);
+    platform.dictations.conclude(dictation, {outcome.stamp, failure});
     if (!outcome.failure.isEmpty()) {
         platform.reportFailure(outcome.failure);
     }
 }
 
 /// The state comes last: a keyboard that sees "done" finds the transcript and its stamp. Both are stored
-/// together: a stamp without its transcript would make the keyboard insert the previous one. Resumes with
-/// what went wrong, or with nothing.
-QCoro::Task<QString> Recorder::handOver(const Platform &platform, QString transcript)
+/// together: a stamp without its transcript would make the keyboard insert the previous one.
+QCoro::Task<Recorder::Outcome> Recorder::handOver(const Platform &platform, QString transcript)
 {
-    const QFuture<std::optional<Error>> written = SuiteWriter::write(
-        {{dictation::transcriptKey, transcript}, {dictation::stampKey, platform.clock.now()}});
+    const double stamp = platform.clock.now();
+    const QFuture<std::optional<Error>> written =
+        SuiteWriter::write({{dictation::transcriptKey, transcript}, {dictation::stampKey, stamp}});
     const std::optional<Error> failure = co_await written;
     const QCoro::Task<> pasting = platform.pasteboard.setString(transcript);
     co_await pasting;
+    Outcome outcome;
+    outcome.isDone = true;
+    outcome.message = transcript;
     if (!failure) {
+        outcome.stamp = stamp;
         DictationState::publish(dictation::done);
-        co_return QString();
+        co_return outcome;
     }
-    const QString message =
+    outcome.failure =
         u"Error: the text is on the clipboard only, not at the keyboard: "_s + failure->localizedDescription;
-    publishError(platform, failure->domain, message);
+    publishError(platform, failure->domain, outcome.failure);
     DictationState::publish(dictation::idle);
-    co_return message;
+    co_return outcome;
 }
 
 void Recorder::startMeter()

@@ -122,14 +122,17 @@ private:
     /// What a transcription has come to.
     struct Outcome {
         bool isDone = false; ///< a text came
+        double stamp = 0; ///< of the text in the shared suite; 0 if it is not there
         QString message; ///< the text, or why there is none
         QString failure; ///< what went wrong, also after a text came; empty if nothing did
         QString code; ///< of the failure, if no text came
     };
-    static void conclude(Recorder *recorder, const Platform &platform, const Outcome &outcome);
-    static QCoro::Task<QString> handOver(const Platform &platform, QString transcript);
+    static void conclude(Recorder *recorder, const Platform &platform, quint64 dictation,
+                         const Outcome &outcome);
+    static QCoro::Task<Outcome> handOver(const Platform &platform, QString transcript);
 
     Platform m_platform;
+    quint64 m_dictation = 0; ///< the number of the last one
     S m_state = S::idle;
     bool m_isStarting = false;
     End m_end = End::None; ///< wanted before the recording runs

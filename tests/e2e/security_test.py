@@ -174,7 +174,8 @@ class SessionBus(unittest.TestCase):
         self.session.start_kavrin("--background")
         methods = [f"{interface}.{method}" for interface, method in self.members("/")
                    if not interface.startswith("org.freedesktop.DBus.")]
-        self.assertEqual(sorted(methods), [*(f"app.kavrin.Dictation.{method}" for method in ("Cancel", "Start", "State", "Stop", "TakeFailure", "Toggle")),
+        dictation = ("Cancel", "Commanded", "Outcome", "Start", "State", "Stop", "TakeFailure", "Toggle")
+        self.assertEqual(sorted(methods), [*(f"app.kavrin.Dictation.{method}" for method in dictation),
                                            *(f"org.freedesktop.Application.{method}"
                                              for method in ("Activate", "ActivateAction", "Open"))])
 

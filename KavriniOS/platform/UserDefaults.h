@@ -82,10 +82,11 @@ public:
     [[nodiscard]] std::optional<Error> write(const Changes &changes,
                                              QDeadlineTimer limit = QDeadlineTimer(patience));
 
-    /// Stores the text that `edit` makes of the key's value. No other thread or process can change it
-    /// between. If it stored none, returns why.
-    using TextEdit = std::function<QString(const std::optional<PropertyListValue> &stored)>;
-    [[nodiscard]] std::optional<Error> edit(const QString &key, const TextEdit &edit,
+    /// Stores what `edit` makes of the key's value; none leaves it as it is. No other thread or process can
+    /// change it between. If it could not be stored, returns why.
+    using Edit =
+        std::function<std::optional<PropertyListValue>(const std::optional<PropertyListValue> &stored)>;
+    [[nodiscard]] std::optional<Error> edit(const QString &key, const Edit &edit,
                                             QDeadlineTimer limit = QDeadlineTimer(patience));
 
     /// write() with one change that stores a value.

@@ -71,7 +71,7 @@ QFuture<std::optional<Error>> SuiteWriter::write(const Changes &changes,
     return perform([changes](QDeadlineTimer limit) { return Shared::d().write(changes, limit); }, settled);
 }
 
-QFuture<std::optional<Error>> SuiteWriter::edit(const QString &key, const UserDefaults::TextEdit &edit,
+QFuture<std::optional<Error>> SuiteWriter::edit(const QString &key, const UserDefaults::Edit &edit,
                                                 const std::function<void(bool isStored)> &settled)
 {
     return perform([key, edit](QDeadlineTimer limit) { return Shared::d().edit(key, edit, limit); }, settled);

@@ -36,8 +36,8 @@ public:
     static QFuture<std::optional<Error>>
     write(const Changes &changes, const std::function<void(bool isStored)> &settled = [](bool) { });
 
-    /// Like write(), but stores the text that `edit` makes of the key's value: see UserDefaults::edit().
-    static QFuture<std::optional<Error>> edit(const QString &key, const UserDefaults::TextEdit &edit,
+    /// Like write(), but stores what `edit` makes of the key's value: see UserDefaults::edit().
+    static QFuture<std::optional<Error>> edit(const QString &key, const UserDefaults::Edit &edit,
                                               const std::function<void(bool isStored)> &settled);
 
 private:

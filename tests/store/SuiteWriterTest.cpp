@@ -91,6 +91,15 @@ TEST(SuiteWriter, EditsTheTextThatIsThereWhenItsTurnComes)
     EXPECT_EQ(Shared::d().object(key), PropertyListValue(u"abc"_s));
 }
 
+TEST(SuiteWriter, AnEditThatGivesNothingLeavesTheValueAsItIs)
+{
+    const SuiteWriter writer;
+    put(Shared::d(), key, u"a"_s);
+    const Written edited = SuiteWriter::edit(key, [](const auto &) { return std::nullopt; }, [](bool) {});
+    EXPECT_EQ(outcomeOf(edited), u"");
+    EXPECT_EQ(Shared::d().object(key), PropertyListValue(u"a"_s));
+}
+
 TEST(SuiteWriter, EditsNothingWhereTheTextCannotBeStored)
 {
     const SuiteWriter writer;

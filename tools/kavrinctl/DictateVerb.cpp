@@ -7,6 +7,7 @@
 #include "store/Shared.h"
 
 #include <QDeadlineTimer>
+#include <QJsonDocument>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -16,6 +17,7 @@
 #include <functional>
 #include <thread>
 #include <tuple>
+#include <utility>
 
 namespace kavrin::ctl
 {
@@ -34,6 +36,7 @@ constexpr std::chrono::seconds permissionLimit = 60s;
 constexpr std::chrono::milliseconds pollInterval = 10ms;
 constexpr std::chrono::milliseconds waitInterval = 50ms;
 constexpr std::chrono::minutes transcriptLimit = 5min;
+constexpr double freshness = 60; // seconds
 
 const QString notRunning = u"Kavrin is not running. Start it with \"kavrin\"."_s;
 
@@ -202,33 +205,41 @@ void status(bool asJson)
     }
 }
 
-/// Whether a recording or its transcription is running.
-bool isUnderWay()
+bool isFresh(double time)
 {
-    return command() == dictation::stopCommand || state() == dictation::recording
-        || state() == dictation::working;
+    return Date::now().secondsSince1970 - time < freshness;
 }
 
-/// Prints the transcript and marks it as used, as a keyboard does when it inserts it.
-void takeTranscript()
+/// Takes the transcript that nobody has used yet, as docs/keyboard.md demands it of keyboards: of several
+/// programs one gets it, and one that is a minute old was meant for another place. None if there is none.
+std::optional<QString> takeTranscript()
 {
-    const std::optional<double> stamp = storedTime(dictation::stampKey);
-    print(storedString(dictation::transcriptKey));
-    if (stamp) {
-        expectNoFailure(Shared::d().set(dictation::usedKey, *stamp),
-                        u"The transcript could not be marked as used"_s);
+    PropertyListDictionary now =
+        Shared::d()
+            .objects({dictation::stateKey, dictation::transcriptKey, dictation::stampKey, dictation::usedKey})
+            .value;
+    const PropertyListValue stamp = now[dictation::stampKey];
+    const auto *const time = std::get_if<double>(&stamp);
+    const auto found = now.find(dictation::usedKey);
+    const auto used = found == now.end() ? std::nullopt : std::optional(found->second);
+    if (time == nullptr || used == stamp
+        || now[dictation::stateKey] == PropertyListValue(dictation::working)) {
+        return std::nullopt;
     }
+    bool isOurs = false;
+    const auto claim = [&](const std::optional<PropertyListValue> &stored) {
+        isOurs = stored == used;
+        return isOurs ? std::optional(stamp) : std::nullopt;
+    };
+    expectNoFailure(Shared::d().edit(dictation::usedKey, claim),
+                    u"The transcript could not be marked as used"_s);
+    const auto *const text = std::get_if<QString>(&now[dictation::transcriptKey]);
+    return isOurs && isFresh(*time) ? std::optional(text == nullptr ? QString() : *text) : std::nullopt;
 }
 
-bool hasNewTranscript()
-{
-    const std::optional<double> stamp = storedTime(dictation::stampKey);
-    return stamp && stamp != storedTime(dictation::usedKey);
-}
-
-/// Whether a dictation has ended, by now or since it was asked last, with a transcript. Throws Refusal if it
+/// The next transcript of a dictation that has ended, by now or since it was asked last. Throws Refusal if it
 /// ended without one, or if the application has gone.
-bool hasTranscribed()
+std::optional<QString> nextTranscript()
 {
     const bool isAwaited = command() == dictation::startCommand || command() == dictation::stopCommand;
     const std::optional<QString> running = runningState();
@@ -236,50 +247,72 @@ bool hasTranscribed()
         throw Refusal{notRunning};
     }
     if (isAwaited || running != dictation::idle) {
-        return false;
+        return std::nullopt;
     }
     if (const QString reason = takeRunningFailure(); !reason.isEmpty()) {
         throw Refusal{reason};
     }
-    return hasNewTranscript();
+    return takeTranscript();
+}
+
+/// Whether a recording or its transcription is running or about to.
+bool isUnderWay()
+{
+    return isRunning()
+        && (command() == dictation::startCommand || command() == dictation::stopCommand
+            || state() == dictation::recording || state() == dictation::working);
+}
+
+/// Throws Refusal if the last dictation has failed, less than a minute ago.
+void expectNoFreshFailure()
+{
+    const QJsonObject failure = QJsonDocument::fromJson(storedString(dictation::errorKey).toUtf8()).object();
+    if (!failure.isEmpty() && isFresh(failure[u"at"].toDouble())) {
+        throw Refusal{failure[u"message"].toString()};
+    }
 }
 
 [[noreturn]] void refuseFailed()
 {
+    expectNoFreshFailure();
     throw Refusal{u"The dictation failed, and there is no transcript. "
                   "\"kavrinctl transcribe\" with the recording that \"kavrinctl where\" names says why."_s};
 }
 
-/// Like hasTranscribed() again and again, by the keys of the shared suite alone.
-std::function<bool()> followSuite()
+/// Like nextTranscript() again and again, by the keys of the shared suite alone.
+std::function<std::optional<QString>()> followSuite()
 {
-    const bool isAwaited = isRunning() && (isUnderWay() || command() == dictation::startCommand);
-    if (!isAwaited && hasNewTranscript()) {
-        if (state() == dictation::idle) {
-            refuseFailed();
-        }
-        return [] { return true; };
+    if (!isUnderWay()) {
+        expectNoFreshFailure();
     }
-    return [before = storedTime(dictation::stampKey), wasUnderWay = isUnderWay()]() mutable {
-        const bool hasFailed = wasUnderWay && !isUnderWay() && state() == dictation::idle;
-        if (storedTime(dictation::stampKey) != before) {
-            return true;
+    return [wasUnderWay = isUnderWay()]() mutable -> std::optional<QString> {
+        if (isUnderWay()) {
+            wasUnderWay = true;
+            return std::nullopt;
         }
-        if (hasFailed) {
+        if (std::exchange(wasUnderWay, false) && state() == dictation::idle) {
             refuseFailed();
         }
-        wasUnderWay = isUnderWay();
-        expectRunning();
-        return false;
+        const std::optional<QString> text = takeTranscript();
+        if (!text) {
+            expectRunning();
+        }
+        return text;
     };
 }
 
 void waitForTranscript(QDeadlineTimer limit)
 {
-    if (!waitUntil(runningState() ? hasTranscribed : followSuite(), limit, waitInterval)) {
+    std::optional<QString> text;
+    const std::function<std::optional<QString>()> next = runningState() ? nextTranscript : followSuite();
+    const auto hasCome = [&] {
+        text = next();
+        return text.has_value();
+    };
+    if (!waitUntil(hasCome, limit, waitInterval)) {
         throw Refusal{u"No transcript has come."_s};
     }
-    takeTranscript();
+    print(*text);
 }
 
 QDeadlineTimer parseLimit(QStringList &arguments)

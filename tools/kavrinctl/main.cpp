@@ -56,9 +56,11 @@ constexpr std::array verbs = {
          "start and stop return when the application has obeyed. toggle is for a hotkey: it starts, or "
          "stops.\n"
          "cancel gives up a recording or its transcription: no text comes.\n"
-         "wait prints the transcript when a new one arrives, and marks it as used. It fails when the "
-         "dictation\n"
-         "has failed, and after SECONDS, or five minutes.",
+         "wait prints the text of the next dictation, and marks it as used. One that has ended less than a "
+         "minute\n"
+         "ago counts, unless a keyboard has used its text. wait fails when the dictation has failed, and "
+         "after\n"
+         "SECONDS, or five minutes.",
          dictate},
     Verb{"watch-messages", "[--containing WORD]",
          "Save the verification codes of text messages as they arrive",

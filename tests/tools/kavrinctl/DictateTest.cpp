@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/desktop/InstanceLock.h"
 #include "store/Shared.h"
+#include "support/OtherProgram.h"
 #include "support/Paths.h"
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
@@ -27,6 +28,16 @@ void store(const QString &key, const PropertyListValue &value)
 QString stored(const QString &key)
 {
     return Shared::d().string(key).value_or(u"none"_s);
+}
+
+/// Hands a text over as the application does, some seconds ago. Returns its stamp.
+double storeTranscript(const QString &text, double age = 0)
+{
+    const double stamp = Date::now().secondsSince1970 - age;
+    store(u"transcript"_s, text);
+    store(u"tStamp"_s, stamp);
+    store(u"dictationState"_s, u"done"_s);
+    return stamp;
 }
 
 /// Stands in for the running application: holds the lock, beats, and obeys a command as the test says.
@@ -170,40 +181,70 @@ TEST(KavrinctlDictate, ToggleStartsAnewWhenTheRecordingIsLeftFromAnApplicationTh
     EXPECT_TRUE(started);
 }
 
-TEST(KavrinctlDictate, WaitPrintsATranscriptThatIsNotUsedYetAndMarksIt)
+TEST(KavrinctlDictate, WaitPrintsTheTextOfADictationThatHasJustEndedAndMarksIt)
 {
-    store(u"transcript"_s, u"hello world"_s);
-    store(u"tStamp"_s, 1000.5);
-    store(u"dictationState"_s, u"done"_s);
-    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_EQ(outcome.output, u"hello world\n");
-    EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(1000.5));
+    for (const QString &text : {u"hello world"_s, QString()}) { // a service may have heard nothing
+        const double stamp = storeTranscript(text);
+        const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.output, text + u'\n');
+        EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(stamp));
+    }
 }
 
-TEST(KavrinctlDictate, WaitPrintsNoTranscriptOfBeforeAfterADictationThatFailed)
+TEST(KavrinctlDictate, WaitPrintsNoTextThatIsAMinuteOldOrUsed)
 {
-    store(u"transcript"_s, u"of before"_s);
-    store(u"tStamp"_s, 1000.5);
+    const Application application([](const QString &) { });
+    const double old = storeTranscript(u"for another place"_s, 61);
+    for (const double used : {0.0, old}) {
+        store(u"tUsed"_s, used);
+        const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s, u"--timeout"_s, u"0"_s});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.output, u"");
+        EXPECT_TRUE(outcome.errors.contains(u"No transcript has come")) << outcome.errors.toStdString();
+        EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(old));
+    }
+}
+
+TEST(KavrinctlDictate, WaitPrintsNoTextThatAKeyboardUsesBetweenReadingAndMarking)
+{
+    store(u"tUsed"_s, 1.5);
+    storeTranscript(u"hello"_s);
+    OtherProgram keyboard;
+    keyboard.execute("BEGIN IMMEDIATE");
+    QProcess waiting;
+    waiting.start(programPath("kavrinctl"), {u"dictate"_s, u"wait"_s});
+    ASSERT_TRUE(waiting.waitForStarted());
+    EXPECT_FALSE(waiting.waitForFinished(300)); // it has read the text, and waits to mark it
+    keyboard.execute("UPDATE defaults SET value = (SELECT value FROM defaults WHERE key = 'tStamp') "
+                     "WHERE key = 'tUsed'");
+    keyboard.execute("COMMIT");
+    ASSERT_TRUE(waiting.waitForFinished());
+    EXPECT_EQ(waiting.readAllStandardOutput(), "");
+    EXPECT_EQ(waiting.exitCode(), 1);
+}
+
+TEST(KavrinctlDictate, WaitSaysWhyTheLastDictationFailedAndPrintsNoTextOfBefore)
+{
+    storeTranscript(u"of before"_s);
     store(u"dictationState"_s, u"idle"_s);
+    const QString at = QString::number(Date::now().secondsSince1970, 'f', 3);
+    store(u"dictationError"_s, u"{\"code\":\"stt\",\"message\":\"Error: no\",\"at\":%1}"_s.arg(at));
     const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.output, u"");
-    EXPECT_TRUE(outcome.errors.contains(u"The dictation failed"));
+    EXPECT_TRUE(outcome.errors.contains(u"Error: no")) << outcome.errors.toStdString();
 }
 
 TEST(KavrinctlDictate, WaitWaitsForTheDictationUnderWayAndNotForAnOldTranscript)
 {
-    store(u"transcript"_s, u"old"_s);
-    store(u"tStamp"_s, 1000.5);
+    storeTranscript(u"old"_s);
     store(u"dictationState"_s, u"working"_s);
     const Application application([](const QString &) { });
     QProcess waiting;
     waiting.start(programPath("kavrinctl"), {u"dictate"_s, u"wait"_s});
     ASSERT_TRUE(waiting.waitForStarted());
-    store(u"transcript"_s, u"new"_s);
-    store(u"tStamp"_s, 1001.5);
-    store(u"dictationState"_s, u"done"_s);
+    storeTranscript(u"new"_s);
     ASSERT_TRUE(waiting.waitForFinished());
     EXPECT_EQ(waiting.exitCode(), 0);
     EXPECT_EQ(waiting.readAllStandardOutput(), "new\n");

@@ -347,15 +347,18 @@ std::optional<Error> UserDefaults::write(const Changes &changes, QDeadlineTimer 
     return failure;
 }
 
-std::optional<Error> UserDefaults::edit(const QString &key, const TextEdit &edit, QDeadlineTimer limit)
+std::optional<Error> UserDefaults::edit(const QString &key, const Edit &edit, QDeadlineTimer limit)
 {
     const std::optional<Error> failure = m_database->write(
         [&](SqliteConnection &connection) {
             Decoded stored;
             const int result = connection.run(
                 readSql, [&](SqliteStatement &statement) { return readValue(statement, key, stored); });
-            const bool isRead = result == SQLITE_ROW || result == SQLITE_DONE;
-            return isRead ? make({key, edit(stored)}, connection) : result;
+            if (result != SQLITE_ROW && result != SQLITE_DONE) {
+                return result;
+            }
+            const std::optional<PropertyListValue> edited = edit(stored);
+            return edited ? make({key, edited}, connection) : SQLITE_DONE;
         },
         limit);
     logFailure({key}, failure);

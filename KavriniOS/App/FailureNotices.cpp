@@ -107,25 +107,28 @@ FailureNotices::FailureNotices(Notifications &notifications) : m_notifications(n
     connect(&notifications, &Notifications::activated, this, &FailureNotices::activated);
 }
 
-void FailureNotices::rememberKeys()
+int FailureNotices::rememberKeys()
 {
-    m_keys = keysInForce();
+    m_keys[++m_lastExchange] = keysInForce();
+    return m_lastExchange;
 }
 
-void FailureNotices::forgetKeysSoon()
+void FailureNotices::forgetKeysSoon(int exchange)
 {
-    QTimer::singleShot(0, this, [this] { m_keys.clear(); });
+    QTimer::singleShot(0, this, [this, exchange] { m_keys.erase(exchange); });
 }
 
 void FailureNotices::report(const QString &message)
 {
     m_notifications.show(u"Voice typing"_s, line(message), u"Open voice typing"_s);
-    forgetKeysSoon();
 }
 
 QString FailureNotices::line(const QString &message) const
 {
-    QStringList keys = m_keys + keysInForce();
+    QStringList keys = keysInForce();
+    for (const auto &[exchange, remembered] : m_keys) {
+        keys += remembered;
+    }
     // The longest key first: one key may be part of another.
     std::ranges::stable_sort(keys, std::greater(), &QString::size);
     QString masked = message;

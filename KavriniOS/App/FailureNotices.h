@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <map>
+
 namespace kavrin
 {
 
@@ -21,17 +23,17 @@ public:
     void report(const QString &message);
 
     /// What a recorder's message says about a failure, as one line of at most 200 characters. It masks the
-    /// keys in the settings, and those that were there at the last rememberKeys(), because a service may
-    /// repeat what it was sent. A key of less than eight characters stays: it would mask parts of words.
+    /// keys in the settings, and those that are remembered, because a service may repeat what it was sent. A
+    /// key of less than eight characters stays: it would mask parts of words.
     [[nodiscard]] QString line(const QString &message) const;
 
     /// Call this when something is sent. The answer may repeat the keys that are in the settings now, and the
-    /// settings may hold other keys by then.
-    void rememberKeys();
+    /// settings may hold other keys by then. Returns a number for forgetKeysSoon().
+    [[nodiscard]] int rememberKeys();
 
     /// Call this when the answer has come. The keys are kept until the event loop runs again, because a
-    /// failure is reported next.
-    void forgetKeysSoon();
+    /// failure is reported next. Those of other exchanges stay.
+    void forgetKeysSoon(int exchange);
 
 Q_SIGNALS:
     /// The user wants to deal with the failure in the settings of dictation.
@@ -39,7 +41,8 @@ Q_SIGNALS:
 
 private:
     Notifications &m_notifications;
-    QStringList m_keys; ///< to be masked, besides those in the settings
+    std::map<int, QStringList> m_keys; ///< of each exchange; to be masked, besides those in the settings
+    int m_lastExchange = 0;
 };
 
 } // namespace kavrin

@@ -111,8 +111,8 @@ struct KavrinApp::Services {
 
     QCoro::Task<QString> transcribe(QString path)
     {
-        failureNotices.rememberKeys();
-        const auto forget = qScopeGuard([this] { failureNotices.forgetKeysSoon(); });
+        const int exchange = failureNotices.rememberKeys();
+        const auto forget = qScopeGuard([this, exchange] { failureNotices.forgetKeysSoon(exchange); });
         const SendableRecording recording(path);
         const QCoro::Task<QString> transcription = Transcriber::transcribe(recording.path(), urlSession);
         co_return co_await transcription;

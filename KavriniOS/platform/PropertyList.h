@@ -18,4 +18,7 @@ std::optional<PropertyListValue> parse(QByteArrayView data);
 /// The binary form of `value`. A text loses everything after a U+0000.
 QByteArray toBinary(const PropertyListValue &value);
 
+/// A string as it is, or a number in decimal. None for any other value.
+std::optional<QString> toText(const PropertyListValue &value);
+
 } // namespace kavrin::PropertyList

@@ -2,6 +2,7 @@
 #include "transcription/Transcriber.h"
 
 #include "platform/Logging.h"
+#include "platform/PropertyList.h"
 #include "store/Shared.h"
 #include "transcription/TranscriptionAnswer.h"
 #include "transcription/TranscriptionRequest.h"
@@ -24,10 +25,11 @@ using namespace Qt::StringLiterals;
 /// Error.
 QString setting(const QString &key, const QString &fallback = {})
 {
-    if (const std::optional<Error> failure = Shared::d().read(key).failure) {
+    const auto [stored, failure] = Shared::d().read(key);
+    if (failure) {
         throw Error(*failure);
     }
-    return Shared::d().string(key).value_or(fallback);
+    return (stored ? PropertyList::toText(*stored) : std::nullopt).value_or(fallback);
 }
 
 QByteArray readRecording(const QString &path, const RecordingCheck &check)

@@ -95,23 +95,38 @@ TEST_F(FailureNoticesTest, TakesATextOfBackslashesAsItIs)
 
 TEST_F(FailureNoticesTest, MasksTheKeysThatWereInForceWhenSomethingWasSentAndThoseThatAreNow)
 {
-    for (const QString &key : {u"key-one-ago"_s, u"key-then"_s}) {
-        test::put(Shared::d(), u"customKey"_s, key);
-        notices.rememberKeys();
-    }
+    test::put(Shared::d(), u"customKey"_s, u"key-one-ago"_s);
+    test::put(Shared::d(), u"customKey"_s, u"key-then"_s);
+    const int exchange = notices.rememberKeys();
     test::put(Shared::d(), u"customKey"_s, u"key-half-typed"_s);
     test::put(Shared::d(), u"customKey"_s, u"key-now-"_s);
     EXPECT_EQ(shown(u"key-one-ago key-then key-half-typed key-now-"_s),
               u"key-one-ago ••• key-half-typed •••");
+    notices.forgetKeysSoon(exchange);
+}
+
+TEST_F(FailureNoticesTest, MasksTheKeysOfATranscriptionUntilItsOwnEnd)
+{
+    test::put(Shared::d(), u"customKey"_s, u"sent-first"_s);
+    const int first = notices.rememberKeys();
+    test::put(Shared::d(), u"customKey"_s, u"sent-second"_s);
+    const int second = notices.rememberKeys();
+    test::put(Shared::d(), u"customKey"_s, u"stored-now"_s);
+    const QString message = u"sent-first sent-second"_s;
+    EXPECT_EQ(shown(message), u"••• •••");
+    notices.forgetKeysSoon(second);
+    EXPECT_TRUE(test::waitUntil([&] { return shown(message) == u"••• sent-second"; }));
+    notices.forgetKeysSoon(first);
+    EXPECT_TRUE(test::waitUntil([&] { return shown(message) == message; }));
 }
 
 TEST_F(FailureNoticesTest, ForgetsTheKeysThatWereSentOnceTheirFailureIsReported)
 {
     const QString message = u"sent-4711 stored-4712"_s;
     test::put(Shared::d(), u"customKey"_s, u"sent-4711"_s);
-    notices.rememberKeys();
+    const int exchange = notices.rememberKeys();
     test::put(Shared::d(), u"customKey"_s, u"stored-4712"_s);
-    notices.forgetKeysSoon();
+    notices.forgetKeysSoon(exchange);
     EXPECT_EQ(shown(message), u"••• •••");
     EXPECT_TRUE(test::waitUntil([&] { return shown(message) == u"sent-4711 •••"; }));
 }

@@ -4,6 +4,8 @@
 #include "platform/linux/storage/BinaryPropertyListBounds.h"
 #include "platform/linux/storage/XmlPropertyList.h"
 
+#include <QLocale>
+
 #include <plist/plist.h>
 
 #include <algorithm>
@@ -191,6 +193,23 @@ QByteArray toBinary(const PropertyListValue &value)
     plist_to_bin(node.get(), &newData, &size);
     const Memory<char> data(newData);
     return {data.get(), qsizetype(size)};
+}
+
+std::optional<QString> toText(const PropertyListValue &value)
+{
+    if (const auto *string = std::get_if<QString>(&value)) {
+        return *string;
+    }
+    if (const auto *boolean = std::get_if<bool>(&value)) {
+        return QString::number(int(*boolean));
+    }
+    if (const auto *integer = std::get_if<qint64>(&value)) {
+        return QString::number(*integer);
+    }
+    if (const auto *number = std::get_if<double>(&value)) {
+        return QString::number(*number, 'g', QLocale::FloatingPointShortest);
+    }
+    return std::nullopt;
 }
 
 } // namespace kavrin::PropertyList

@@ -10,7 +10,6 @@
 
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLocale>
 #include <QStandardPaths>
 #include <QStringDecoder>
 
@@ -296,22 +295,7 @@ std::optional<PropertyListValue> UserDefaults::object(const QString &key) const
 std::optional<QString> UserDefaults::string(const QString &key) const
 {
     const std::optional<PropertyListValue> value = object(key);
-    if (!value) {
-        return std::nullopt;
-    }
-    if (const auto *string = std::get_if<QString>(&*value)) {
-        return *string;
-    }
-    if (const auto *boolean = std::get_if<bool>(&*value)) {
-        return QString::number(int(*boolean));
-    }
-    if (const auto *integer = std::get_if<qint64>(&*value)) {
-        return QString::number(*integer);
-    }
-    if (const auto *number = std::get_if<double>(&*value)) {
-        return QString::number(*number, 'g', QLocale::FloatingPointShortest);
-    }
-    return std::nullopt;
+    return value ? PropertyList::toText(*value) : std::nullopt;
 }
 
 Result<PropertyListDictionary> UserDefaults::dictionaryRepresentation() const

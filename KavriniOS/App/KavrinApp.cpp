@@ -38,7 +38,9 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QScopeGuard>
+#include <QTimer>
 
+#include <chrono>
 #include <cstdio>
 
 namespace kavrin
@@ -48,6 +50,8 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+
+constexpr std::chrono::seconds listenInterval(3);
 
 using Outcome = QCoro::Task<std::optional<Error>>;
 
@@ -96,7 +100,7 @@ struct KavrinApp::Services {
     NetworkUrlSession urlSession;
     DictationBridge dictationBridge =
         DictationBridge(recorderPlatform([this](const QString &message) { failureNotices.report(message); }),
-                        PulseAudioPlayer::factory(soundServer), [this] { Loopback::shared().start(obey); });
+                        PulseAudioPlayer::factory(soundServer), [this] { listen(); });
     SettingsModel settings = SettingsModel(pasteboard, contacts);
     DictateModelFactory dictateModels = DictateModelFactory(
         recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
@@ -108,6 +112,15 @@ struct KavrinApp::Services {
     // Exists only as long as the window: without Qt Quick, the process takes a quarter of the memory.
     std::unique_ptr<QQmlApplicationEngine> engine;
     QPointer<QQuickWindow> window;
+
+    /// Tries again as long as another program has the port.
+    void listen()
+    {
+        Loopback::shared().start(obey);
+        if (Loopback::shared().boundPort() == 0) {
+            QTimer::singleShot(listenInterval, &app, [this] { listen(); });
+        }
+    }
 
     QCoro::Task<QString> transcribe(QString path)
     {

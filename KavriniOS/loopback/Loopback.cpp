@@ -133,7 +133,9 @@ void Loopback::start(CommandFunction notStored)
     try {
         m_server = std::make_unique<Server>(m_listeningPort, m_peerUser, std::move(notStored));
     } catch (const std::exception &error) {
-        qCWarning(Logging::loopback) << "No server on port" << m_listeningPort << error.what();
+        if (!std::exchange(m_hasFailed, true)) {
+            qCWarning(Logging::loopback) << "No server on port" << m_listeningPort << error.what();
+        }
     }
 }
 

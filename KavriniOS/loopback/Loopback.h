@@ -50,7 +50,8 @@ public:
     ~Loopback();
 
     /// Begins to listen, unless it listens already. Returns without waiting for anything. A failure, such as
-    /// a taken port, is silent and leaves nothing behind; the next call tries anew. Safe from any thread.
+    /// a taken port, leaves nothing behind and is logged once; the next call tries anew. Safe from any
+    /// thread.
     ///
     /// `notStored` gets each command that could not be stored, for good: the suite will never hold it.
     void start(CommandFunction notStored = [](const QString &) { });
@@ -65,6 +66,7 @@ private:
     const PeerUserFunction m_peerUser;
     mutable std::mutex m_mutex;
     std::unique_ptr<Server> m_server;
+    bool m_hasFailed = false; ///< and said so
 };
 
 } // namespace kavrin

@@ -296,6 +296,19 @@ class TakenPort(unittest.TestCase):
             with kavrin.stderr as said:
                 self.assertEqual(said.read(), "")
 
+    def test_kavrin_listens_once_another_program_has_let_go_of_the_port(self):
+        def answers():
+            with contextlib.suppress(ConnectionRefusedError):
+                return answer_to(b"GET /get HTTP/1.1\r\n\r\n")
+
+        for address in ("127.0.0.1", "::1"):
+            with self.subTest(address), PrivateSession() as session:
+                family = socket.AF_INET6 if ":" in address else socket.AF_INET
+                with socket.create_server((address, PORT), family=family):
+                    session.start(session.bin / "kavrin", "--background", stdout=None)
+                    wait_until(lambda suite=session.suite(): suite.get("dictationAlive"), "the heartbeat")
+                self.assertIn("dictationAlive", wait_until(answers, "Kavrin listens"))
+
 
 def become_root_of_a_user_namespace():
     """Starts the running script again as the root of a user namespace with several users, unless root runs it or the

@@ -5,6 +5,7 @@
 #include "platform/linux/desktop/CoreFiles.h"
 #include "platform/linux/desktop/InstanceLock.h"
 #include "platform/linux/desktop/TerminationSignals.h"
+#include "platform/linux/storage/BaseDirectories.h"
 #include "store/Shared.h"
 
 #include <QCommandLineParser>
@@ -192,6 +193,7 @@ int serve(ApplicationBus &bus, const Launch &launch, bool isUnseen)
 int main(int argc, char **argv)
 {
     leaveNoCoreFiles();
+    ignoreRelativeBaseDirectories();
     Logging::setUp();
     UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
     const QByteArrayList platforms = platformsWithDisplay();

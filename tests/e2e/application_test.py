@@ -129,6 +129,13 @@ class Application(unittest.TestCase):
         path.write_text(f"{os.getpid()}\n{program}\n{socket.gethostname()}\n", encoding="ascii")
         self.session.start_kavrin()
 
+    def test_a_relative_data_folder_is_ignored(self):
+        home = self.session.folder / "home"
+        self.session.env["XDG_DATA_HOME"] = os.path.relpath(home / "relative")
+        self.session.start_kavrin()
+        self.assertTrue((home / ".local/share/app-groups").exists())
+        self.assertFalse((home / "relative").exists())
+
     def test_wrong_usage_is_explained(self):
         for arguments in (["--nonsense"], ["kavrin://dictate", "kavrin://dictate"], ["kavrin:dictate"], ["dictate"],
                           ["kavrin://Dictate"], ["kavrin://settings"]):

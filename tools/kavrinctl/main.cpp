@@ -5,6 +5,7 @@
 #include "platform/Error.h"
 #include "platform/Logging.h"
 #include "platform/linux/desktop/CoreFiles.h"
+#include "platform/linux/storage/BaseDirectories.h"
 #include "store/Shared.h"
 
 #include <QCoreApplication>
@@ -140,6 +141,7 @@ int run(const Verb &verb, QStringList arguments)
 int main(int argc, char **argv)
 {
     leaveNoCoreFiles();
+    ignoreRelativeBaseDirectories();
     Logging::setUp();
     const QCoreApplication application(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);

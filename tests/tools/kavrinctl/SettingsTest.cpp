@@ -7,10 +7,12 @@
 #include "support/Suite.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
+#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -337,6 +339,24 @@ TEST(Kavrinctl, WhereTellsTheSuiteAndTheRecording)
     EXPECT_EQ(where.value(u"suite").toString(), Shared::d().path());
     EXPECT_EQ(where.value(u"recording").toString(),
               qEnvironmentVariable("XDG_RUNTIME_DIR") + u"/kavrin/dict.m4a"_s);
+}
+
+TEST(Kavrinctl, ARelativeDataFolderIsIgnored)
+{
+    qputenv("XDG_DATA_HOME", "relative");
+    EXPECT_EQ(kavrinctlJson({u"where"_s, u"--json"_s}).object().value(u"suite").toString(),
+              qEnvironmentVariable("HOME")
+                  + u"/.local/share/app-groups/group.app.kavrin.shared/defaults.sqlite"_s);
+}
+
+TEST(Kavrinctl, ARelativeRuntimeFolderIsIgnored)
+{
+    const QTemporaryDir folder;
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(QDir().relativeFilePath(folder.path())));
+    const QString recording =
+        kavrinctlJson({u"where"_s, u"--json"_s}).object().value(u"recording").toString();
+    EXPECT_TRUE(recording.startsWith(u'/'));
+    EXPECT_FALSE(recording.contains(folder.path())) << recording.toStdString();
 }
 
 TEST(Kavrinctl, ASuiteThatCannotBeWrittenIsSaid)

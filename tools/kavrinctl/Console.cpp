@@ -22,6 +22,8 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+constexpr qint64 largestLine = 16'384; // no service has keys as long
+
 void printBytes(const QByteArray &line)
 {
     std::fwrite(line.constData(), 1, size_t(line.size()), stdout);
@@ -67,19 +69,26 @@ void expectNoFailure(const std::optional<Error> &failure, const QString &what)
     }
 }
 
-QString readStandardInput()
+QString readStandardInput(qint64 largest)
 {
     QFile input;
     if (!input.open(stdin, QIODevice::ReadOnly)) {
         throw Refusal{u"Standard input could not be read."_s};
     }
-    return inputText(input.readAll());
+    QByteArray bytes;
+    for (QByteArray piece = input.read(largest + 1); !piece.isEmpty(); piece = input.read(largest + 1)) {
+        bytes += piece;
+        if (bytes.size() > largest) {
+            throw Refusal{u"Standard input has more than %1 bytes, the most that is taken."_s.arg(largest)};
+        }
+    }
+    return inputText(bytes);
 }
 
 QString askForLine(const QString &prompt)
 {
-    QString line =
-        isatty(STDIN_FILENO) == 1 ? inputText(readHiddenLine(prompt.toUtf8())) : readStandardInput();
+    QString line = isatty(STDIN_FILENO) == 1 ? inputText(readHiddenLine(prompt.toUtf8()))
+                                             : readStandardInput(largestLine);
     if (line.endsWith(u'\n')) {
         line.chop(line.endsWith(u"\r\n") ? 2 : 1);
     }

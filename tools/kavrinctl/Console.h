@@ -22,11 +22,11 @@ void complain(const QString &message);
 /// Throws Refusal if there is a failure: `what` could not be done, and why.
 void expectNoFailure(const std::optional<Error> &failure, const QString &what);
 
-/// All of standard input. Throws Refusal if it is not UTF-8.
-QString readStandardInput();
+/// All of standard input. Throws Refusal if it is not UTF-8, or has more than `largest` bytes.
+QString readStandardInput(qint64 largest = 16'000'000);
 
 /// All of standard input, without the end of its last line. If it is a terminal, asks for one line, and does
-/// not show what is typed. Throws Refusal if it is not UTF-8.
+/// not show what is typed. Throws Refusal if it is not UTF-8, or has more than 16,384 bytes.
 QString askForLine(const QString &prompt);
 
 /// Removes a flag such as "--json" from the arguments. Whether it was there.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/GivenFile.h"
 
 #include "platform/linux/audio/SendableRecording.h"
 #include "platform/linux/audio/SoundCodecs.h"
@@ -34,7 +35,8 @@ QCoro::Task<Result> textOf(QString path, UrlSession &session)
 {
     Result result;
     try {
-        const SendableRecording recording(path);
+        const GivenFile file(path);
+        const SendableRecording recording(file.path());
         const QCoro::Task<QString> transcription =
             Transcriber::transcribe(recording.path(), session, expectSound);
         result.text = co_await transcription;

@@ -166,6 +166,20 @@ TEST(Kavrinctl, SetKeepsTheValueWhereStandardInputHoldsNone)
     }
 }
 
+TEST(Kavrinctl, SetTakesALongKeyFromStandardInputAndRefusesALongerOne)
+{
+    const QByteArray longest(16'384, 'x');
+    EXPECT_EQ(kavrinctl({u"set"_s, u"openaiKey"_s, u"-"_s}, longest).exitCode, 0);
+    EXPECT_EQ(Shared::d().string(u"openaiKey"_s), QString::fromLatin1(longest));
+    for (const qsizetype length : {16'385, 10'000'000}) {
+        const Outcome outcome = kavrinctl({u"set"_s, u"openaiKey"_s, u"-"_s}, QByteArray(length, 'y'));
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.errors,
+                  u"kavrinctl: Standard input has more than 16384 bytes, the most that is taken.\n");
+    }
+    EXPECT_EQ(Shared::d().string(u"openaiKey"_s), QString::fromLatin1(longest));
+}
+
 TEST(Kavrinctl, SetRefusesWhatNoControlCouldEnterAndWritesNothing)
 {
     const std::pair<QString, QString> rows[] = {

@@ -227,6 +227,40 @@ TEST(Kavrinctl, TranscribeNamesTheDomainAndTheDescriptionOfAFailure)
     EXPECT_TRUE(noFile.errors.contains(u"/nonexistent/file.m4a"));
 }
 
+TEST(Kavrinctl, TranscribeRefusesWhatDoesNotEndOrIsTooLarge)
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath(u"pipe"_s);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QFile silent(pipe);
+    ASSERT_TRUE(silent.open(QIODevice::ReadWrite | QIODevice::Unbuffered)); // as one who writes nothing
+    QFile large(folder.filePath(u"large"_s));
+    ASSERT_TRUE(large.open(QIODevice::WriteOnly) && large.resize(100'000'001));
+    const std::pair<QString, QString> rows[] = {
+        {large.fileName(), u" is larger than 100 MB, so it is no recording to send.\n"_s},
+        {pipe, u" has not ended after five seconds. Save it to a file first.\n"_s},
+        {u"/dev/zero"_s, u"\n"_s}, // either, as the machine's speed will have it
+    };
+    for (const auto &[path, reason] : rows) {
+        const Outcome outcome = kavrinctl({u"transcribe"_s, path});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_TRUE(outcome.errors.startsWith(u"kavrinctl: file: "_s + path)
+                    && outcome.errors.endsWith(reason))
+            << outcome.errors.toStdString();
+    }
+}
+
+TEST(Kavrinctl, TranscribeTakesAPipeThatEnds)
+{
+    Prefs::set(u"provider"_s, u"custom"_s);
+    QProcess shell;
+    shell.start(u"bash"_s,
+                {u"-c"_s, u"exec \"$0\" transcribe <(cat \"$1\")"_s, programPath("kavrinctl"),
+                 shortRecording().path});
+    ASSERT_TRUE(shell.waitForFinished());
+    EXPECT_EQ(shell.readAllStandardError(), "kavrinctl: cfg: Bad endpoint URL\n");
+}
+
 TEST(Kavrinctl, TranscribeSendsNothingThatIsNoSound)
 {
     ScriptedServer service;

@@ -194,7 +194,7 @@ SqliteConnection::~SqliteConnection()
 int SqliteConnection::open(const QString &path, std::chrono::milliseconds patience)
 {
     if (m_handle != nullptr
-        && (hasMoved() || isForeign() || (hasLostLog(path) && putLogBack(m_handle, path)))) {
+        && (hasMoved(path) || isForeign() || (hasLostLog(path) && putLogBack(m_handle, path)))) {
         // A normal close would clean up by name, but the log of that name belongs to the new file.
         closeAsItIs();
     }
@@ -208,6 +208,7 @@ int SqliteConnection::open(const QString &path, std::chrono::milliseconds patien
     }
     if (result == SQLITE_OK) {
         sqlite3_exec(m_handle, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
+        m_file = identityOf(path);
         m_log = isSnapshot() ? std::nullopt : identityOf(path + u"-wal"_s);
     } else {
         m_errorMessage = QString::fromUtf8(sqlite3_errmsg(m_handle));
@@ -348,11 +349,13 @@ bool SqliteConnection::isReadOnly() const
     return isSnapshot() || (m_handle != nullptr && sqlite3_db_readonly(m_handle, "main") == 1);
 }
 
-bool SqliteConnection::hasMoved() const
+/// SQLite looks only for another inode, under the path without its links: not for another disk that was
+/// mounted, nor for a link that leads elsewhere now.
+bool SqliteConnection::hasMoved(const QString &path) const
 {
     int moved = 0;
     sqlite3_file_control(m_handle, nullptr, SQLITE_FCNTL_HAS_MOVED, &moved);
-    return moved != 0;
+    return moved != 0 || identityOf(path) != m_file;
 }
 
 bool SqliteConnection::isForeign()

@@ -94,7 +94,7 @@ private:
     sqlite3_stmt *prepare(const char *sql, int &result);
     int writeErrorFor(const QString &path, int result) const;
     int probe(const QString &path);
-    [[nodiscard]] bool hasMoved() const;
+    [[nodiscard]] bool hasMoved(const QString &path) const;
     /// Whether the file now has a format that this version does not know.
     [[nodiscard]] bool isForeign();
     [[nodiscard]] bool hasLostLog(const QString &path) const;
@@ -103,6 +103,7 @@ private:
     sqlite3 *m_handle = nullptr;
     std::vector<std::pair<const char *, sqlite3_stmt *>> m_statements;
     int m_writeError = SQLITE_OK;
+    std::optional<FileIdentity> m_file; ///< the file that had the name when it was opened
     std::optional<FileIdentity> m_log; ///< the log that it has open
     QString m_errorMessage;
 };

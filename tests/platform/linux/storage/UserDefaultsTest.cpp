@@ -389,6 +389,29 @@ TEST(UserDefaults, AFileThatWasDeletedIsMadeAnew)
     EXPECT_EQ(makeSuite()->string(u"key"_s), u"new"_s);
 }
 
+TEST(UserDefaults, AFileThatALinkReplacesIsNoticed)
+{
+    const QString folder = *FileManager::containerPath(u"group.app.kavrin.shared"_s);
+    const auto lead = [&](const QString &target) {
+        QDir().mkpath(target);
+        QFile::remove(folder);
+        return QFile::link(target, folder);
+    };
+    QDir().mkpath(QFileInfo(folder).path());
+    ASSERT_TRUE(lead(folder + u"-new"_s));
+    test::put(*makeSuite(), u"key"_s, u"new"_s);
+    ASSERT_TRUE(lead(folder + u"-old"_s));
+    const auto suite = makeSuite();
+    test::put(*suite, u"key"_s, u"old"_s);
+
+    ASSERT_TRUE(lead(folder + u"-new"_s));
+    EXPECT_EQ(suite->string(u"key"_s), u"new"_s);
+    EXPECT_EQ(test::failureOf(suite->set(u"key"_s, u"newer"_s)), u"");
+    EXPECT_EQ(makeSuite()->string(u"key"_s), u"newer"_s);
+    EXPECT_EQ(Sqlite(suite->path()).text("PRAGMA integrity_check"), u"ok");
+    EXPECT_EQ(Sqlite(folder + u"-old/defaults.sqlite"_s).text("SELECT value FROM defaults"), u"old");
+}
+
 TEST(UserDefaults, SeveralThreadsWriteAndReadWithoutTearingAValue)
 {
     const auto suite = makeSuite();

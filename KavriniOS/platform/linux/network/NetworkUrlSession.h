@@ -26,6 +26,8 @@ using FetchEntry = Fetch *();
 /// - No proxy is on the way to an address of this machine. For others it is that of the environment, if there
 ///   is one (http_proxy, https_proxy, all_proxy and no_proxy, in the form that libcurl gives them), or else
 ///   that of the system's configuration.
+/// - The request's limit for an answer also holds for that of a proxy which is to make a tunnel, and for the
+///   tunnel's TLS handshake. Both together begin with the first line of the proxy's answer.
 /// - A certificate must come from an authority that the system trusts, or from one in the file that
 ///   SSL_CERT_FILE names. There is no exception.
 /// - At most sixteen redirects (301, 302, 303, 307, 308) are followed, and none from https to http. After

@@ -888,6 +888,16 @@ TEST(NetworkUrlSession, SaysThatTheProxyRefusesTheConnection)
                   u"The connection to the proxy on the way to service.invalid was refused."_s);
 }
 
+TEST(NetworkUrlSession, GivesUpOnAProxyWhoseAnswerDoesNotEnd)
+{
+    ScriptedServer proxy;
+    setProxy("https_proxy", proxy);
+    proxy.add({"HTTP/1.1 200 OK\r\n" + QByteArray("X: y\r\n").repeated(10'000), Then::Drip});
+    UrlRequest request = get(QUrl(u"https://service.invalid/path?key=secret"_s));
+    request.answerTimeout = std::chrono::milliseconds(200);
+    expectFailure(failureOf(request), CURLE_OPERATION_TIMEDOUT, u"service.invalid did not answer in time."_s);
+}
+
 TEST(NetworkUrlSession, SaysThatTheProxyAsksForAPassword)
 {
     ScriptedServer proxy;

@@ -145,7 +145,9 @@ public:
         if (std::exchange(m_moved, moved) != moved) {
             m_lastMove = now;
         }
-        if (!m_firstByte && get<curl_off_t>(transfer, CURLINFO_STARTTRANSFER_TIME_T) > 0) {
+        if (!isAnswered(transfer)) {
+            m_firstByte.reset();
+        } else if (!m_firstByte) {
             m_firstByte = now;
         }
         const Clock::time_point end = std::min(m_lastMove + m_silence, m_firstByte.value_or(now) + m_answer);
@@ -153,6 +155,14 @@ public:
     }
 
 private:
+    /// Whether the answer has begun: that of the proxy to CONNECT, until the request itself can be sent.
+    static bool isAnswered(CURL *transfer)
+    {
+        return get<curl_off_t>(transfer, CURLINFO_PRETRANSFER_TIME_T) > 0
+            ? get<curl_off_t>(transfer, CURLINFO_STARTTRANSFER_TIME_T) > 0
+            : get<long>(transfer, CURLINFO_HEADER_SIZE) > 0;
+    }
+
     std::chrono::milliseconds m_silence;
     std::chrono::milliseconds m_answer;
     Clock::time_point m_lastMove = Clock::now();

@@ -4,6 +4,7 @@
 #include "screens/Difference.h"
 #include "screens/StoreNote.h"
 #include "screens/TextMerge.h"
+#include "screens/UnseenChanges.h"
 #include "store/Shared.h"
 #include "store/SuiteWriter.h"
 
@@ -58,6 +59,7 @@ void DictionaryModel::edit(QQuickTextDocument *editor)
     connect(m_editor, &QTextDocument::contentsChanged, this, &DictionaryModel::edited);
     follow();
     m_followTimer.start(followInterval);
+    showUnseen();
 }
 
 void DictionaryModel::edited()
@@ -118,7 +120,7 @@ QCoro::Task<> DictionaryModel::store()
 {
     const QPointer self(this);
     ++m_pending;
-    const QFuture<std::optional<Error>> written = SuiteWriter::edit(
+    const Written written = SuiteWriter::edit(
         key(),
         [saved = m_saved, mine = m_text](const Stored &stored) {
             const QString *const theirs = textIn(stored);
@@ -129,11 +131,34 @@ QCoro::Task<> DictionaryModel::store()
                 *saved = mine;
             }
         });
+    unseenChanges().insert(key(), written);
     const std::optional<Error> failure = co_await written;
     if (self) {
         --m_pending;
-        setNote(failure ? storeNote(*failure) : QString());
+        showOutcome(failure);
     }
+}
+
+/// The last edit of a page that was closed before its outcome was known.
+QCoro::Task<> DictionaryModel::showUnseen()
+{
+    if (!unseenChanges().contains(key())) {
+        co_return;
+    }
+    const QPointer self(this);
+    const Written written = unseenChanges().value(key());
+    const std::optional<Error> failure = co_await written;
+    if (self) {
+        showOutcome(failure);
+    }
+}
+
+void DictionaryModel::showOutcome(const std::optional<Error> &failure)
+{
+    if (m_pending == 0) {
+        unseenChanges().remove(key());
+    }
+    setNote(failure ? storeNote(*failure) : QString());
 }
 
 void DictionaryModel::setNote(const QString &note)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QCoroTask>
 #include <QObject>
 #include <QPointer>
@@ -34,7 +36,8 @@ public:
     /// Whether the suite could be read, so that the editor shows what it holds. Until then nothing is stored.
     [[nodiscard]] bool isReadable() const { return m_isReadable; }
 
-    /// Why the last edit could not be stored, or why the editor shows nothing. Else empty.
+    /// Why the last edit could not be stored, also of a page that was closed meanwhile, or why the editor
+    /// shows nothing. Else empty.
     [[nodiscard]] QString note() const { return m_note; }
 
 Q_SIGNALS:
@@ -49,6 +52,8 @@ private:
     void follow();
     void show(const QString &text);
     QCoro::Task<> store();
+    QCoro::Task<> showUnseen();
+    void showOutcome(const std::optional<Error> &failure);
     void setNote(const QString &note);
 
     QPointer<QTextDocument> m_editor;

@@ -2,10 +2,10 @@
 #include "screens/SettingModel.h"
 
 #include "screens/StoreNote.h"
+#include "screens/UnseenChanges.h"
 #include "store/SettingValue.h"
 
 #include <QCoroFuture>
-#include <QHash>
 #include <QPointer>
 #include <QVariantMap>
 
@@ -27,15 +27,6 @@ template <typename Kind> const Kind &kindOf(const Prefs::Item &item)
     static const Kind otherKind = {};
     const Kind *kind = std::get_if<Kind>(&item.kind);
     return kind != nullptr ? *kind : otherKind;
-}
-
-using Written = QFuture<std::optional<Error>>;
-
-/// By key, the last change of which no row has shown the outcome. The page may be closed before it is known.
-QHash<QString, Written> &unseenChanges()
-{
-    static QHash<QString, Written> changes;
-    return changes;
 }
 
 } // namespace

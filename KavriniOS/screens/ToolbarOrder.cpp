@@ -2,6 +2,7 @@
 #include "screens/ToolbarOrder.h"
 
 #include "screens/StoreNote.h"
+#include "screens/UnseenChanges.h"
 #include "store/Prefs.h"
 
 #include <QCoroFuture>
@@ -18,6 +19,7 @@ namespace
 {
 
 const QString settingsTool = u"settings"_s;
+const QString toolbar = u"toolOrder"_s; // among the unseen changes
 
 /// Null if no tool has that identifier.
 const Prefs::Tool *findTool(const QString &id)
@@ -37,6 +39,9 @@ bool isShown(const QString &id)
 ToolbarOrder::ToolbarOrder(QObject *parent)
     : QAbstractListModel(parent), m_order(Prefs::toolOrder()), m_hidden(Prefs::toolHidden())
 {
+    if (unseenChanges().contains(toolbar)) {
+        showOutcome(unseenChanges().value(toolbar));
+    }
 }
 
 int ToolbarOrder::rowCount(const QModelIndex &parent) const
@@ -136,15 +141,26 @@ void ToolbarOrder::setVisible(int row, bool visible)
     }
 }
 
-/// Stores the change, which is already shown. If that fails, takes the change back.
-QCoro::Task<> ToolbarOrder::store()
+/// Stores the change, which is already shown.
+void ToolbarOrder::store()
+{
+    setNote({});
+    const Written written = Prefs::submit(Prefs::toolChanges(m_order, m_hidden));
+    unseenChanges().insert(toolbar, written);
+    showOutcome(written);
+}
+
+/// If the change could not be stored, takes it back.
+QCoro::Task<> ToolbarOrder::showOutcome(QFuture<std::optional<Error>> written)
 {
     const QPointer self(this);
-    setNote({});
-    const QFuture<std::optional<Error>> written = Prefs::submit(Prefs::toolChanges(m_order, m_hidden));
+    const int change = ++m_changes;
     const std::optional<Error> failure = co_await written;
     if (!self) {
         co_return;
+    }
+    if (change == m_changes) {
+        unseenChanges().remove(toolbar);
     }
     setNote(failure ? storeNote(*failure) : QString());
     if (failure) {

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/Error.h"
+
 #include <QAbstractListModel>
 #include <QCoroTask>
+#include <QFuture>
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
@@ -44,7 +47,8 @@ public:
     /// How many rows are shown.
     [[nodiscard]] int shownCount() const;
 
-    /// Why the last change could not be stored and was taken back. Empty if it was stored.
+    /// Why the last change could not be stored and was taken back. Empty if it was stored. Also of one that
+    /// was made on a page that was closed before its outcome was known.
     [[nodiscard]] QString note() const { return m_note; }
 
     /// Moves the row `from` to the place before the row `toOffset`. Both are counted before the move; the
@@ -68,7 +72,8 @@ Q_SIGNALS:
 
 private:
     [[nodiscard]] QList<int> shownRows() const;
-    QCoro::Task<> store();
+    void store();
+    QCoro::Task<> showOutcome(QFuture<std::optional<Error>> written);
     void setNote(const QString &note);
     void sortLike(const QStringList &order);
     void changed(Role role);
@@ -76,6 +81,7 @@ private:
     QStringList m_order;
     std::set<QString> m_hidden;
     QString m_note;
+    int m_changes = 0; ///< of which it shows the outcome
 };
 
 } // namespace kavrin

@@ -80,6 +80,8 @@ protected:
         view().press(Qt::Key_End, Qt::ControlModifier);
     }
 
+    void close() { m_view.reset(); }
+
     QmlWindow &view() { return *m_view; }
     [[nodiscard]] QQuickItem &editor() const { return *m_editor; }
     [[nodiscard]] QString shown() const { return m_editor->property("text").toString(); }
@@ -234,6 +236,25 @@ TEST_F(StoredDictionary, CannotBeEditedUntilItCanBeRead)
     EXPECT_EQ(notes().size(), 0);
     view().type(u"x"_s);
     EXPECT_EQ(userDict(), PropertyListValue(u"wordx"_s));
+}
+
+TEST_F(StoredDictionary, TellsTheNextPageOfAnEditThatFailsAfterItsPageWasClosed)
+{
+    put(u"word"_s);
+    const SuiteWriter writer;
+    const RefusedKey refused("userDict");
+    OtherProgram other;
+    open();
+    other.execute("BEGIN IMMEDIATE");
+    view().type(u"x"_s);
+    close();
+    open();
+    const auto notes = [&] { return view().names().filter(u"This could not be saved. "_s); };
+    other.execute("COMMIT");
+    EXPECT_TRUE(waitUntil([&] { return notes().size() == 1; }));
+    close();
+    open();
+    EXPECT_EQ(notes().size(), 0);
 }
 
 } // namespace

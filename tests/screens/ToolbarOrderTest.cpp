@@ -3,8 +3,11 @@
 
 #include "store/Prefs.h"
 #include "store/Shared.h"
+#include "store/SuiteWriter.h"
+#include "support/OtherProgram.h"
 #include "support/RefusedKey.h"
 #include "support/Suite.h"
+#include "support/Wait.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -317,6 +320,29 @@ TEST(ToolbarOrder, ForgetsTheNoteOnceAChangeIsStored)
     order->setVisible(1, false);
     EXPECT_EQ(order->note(), u"");
     EXPECT_EQ(storedHidden(), u"clipboard");
+}
+
+TEST(ToolbarOrder, TellsTheNextPageOfAChangeThatFailsAfterItsPageWasClosed)
+{
+    const SuiteWriter writer;
+    const RefusedKey refused("toolOrder");
+    for (const bool isReopenedFirst : {true, false}) {
+        SCOPED_TRACE(isReopenedFirst);
+        OtherProgram other;
+        other.execute("BEGIN IMMEDIATE");
+        std::make_unique<ToolbarOrder>()->move(1, 3);
+        auto reopened = isReopenedFirst ? std::make_unique<ToolbarOrder>() : nullptr;
+        other.execute("COMMIT");
+        // The writer makes changes in their order.
+        const auto next = SuiteWriter::write({{u"other"_s, true}});
+        EXPECT_TRUE(waitUntil([&] { return next.isFinished(); }));
+        if (!reopened) {
+            reopened = std::make_unique<ToolbarOrder>();
+        }
+        EXPECT_TRUE(waitUntil([&] { return !reopened->note().isEmpty(); }));
+        EXPECT_EQ(reopened->order().join(u','), tableOrder);
+        EXPECT_EQ(ToolbarOrder().note(), u"");
+    }
 }
 
 } // namespace kavrin::test

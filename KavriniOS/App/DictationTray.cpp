@@ -98,7 +98,11 @@ void DictationTray::update()
     }
     const auto *const appearance =
         std::ranges::find(appearances, m_dictations.activity(), &Appearance::activity);
-    m_tray.show({.icon = icon(*appearance), .toolTip = appearance->toolTip, .menu = appearance->menu});
+    QIcon &shown = m_icons[appearance->activity];
+    if (shown.isNull()) {
+        shown = icon(*appearance);
+    }
+    m_tray.show({.icon = shown, .toolTip = appearance->toolTip, .menu = appearance->menu});
 }
 
 void DictationTray::start()

@@ -5,7 +5,11 @@
 #include "dictation/Dictations.h"
 #include "platform/Tray.h"
 
+#include <QIcon>
 #include <QObject>
+#include <QString>
+
+#include <map>
 
 namespace kavrin
 {
@@ -36,6 +40,10 @@ private:
     Tray &m_tray;
     DictationBridge &m_bridge;
     const Dictations &m_dictations;
+
+    /// By activity. Each is made once: Qt keeps copies of what it hands out of an icon, megabytes of new
+    /// ones.
+    std::map<QString, QIcon> m_icons;
 };
 
 } // namespace kavrin

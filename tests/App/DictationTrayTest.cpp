@@ -77,6 +77,22 @@ TEST_F(DictationTrayTest, ShowsWhatGoesOnAndOffersWhatCanBeDone)
                 {u"Open"_s, u"Start dictation"_s, u"Cancel dictation"_s, u"Quit"_s});
 }
 
+TEST_F(DictationTrayTest, ShowsTheSameIconWheneverTheSameGoesOn)
+{
+    const auto iconWith = [this](const QString &toolTip) {
+        EXPECT_TRUE(waitUntil([&] { return tray.content.toolTip == toolTip; }));
+        return tray.content.icon.cacheKey();
+    };
+    const qint64 ready = iconWith(u"Kavrin: ready"_s);
+    bridge.start();
+    const qint64 recording = iconWith(u"Kavrin: recording"_s);
+    EXPECT_NE(recording, ready);
+    bridge.cancel();
+    EXPECT_EQ(iconWith(u"Kavrin: ready"_s), ready);
+    bridge.start();
+    EXPECT_EQ(iconWith(u"Kavrin: recording"_s), recording);
+}
+
 TEST_F(DictationTrayTest, AStartThatIsGivenUpIsOver)
 {
     machine.session.answersAtOnce = false;

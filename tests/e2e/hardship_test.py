@@ -1,11 +1,10 @@
 # SPDX-License-Identifier: MIT
 """The window where something that it needs is missing: it opens, does all that can be done, and says what cannot."""
 
-import contextlib
 import signal
 import unittest
 
-from support.private_session import (SPEECH, enter_private_namespaces, make_read_only, small_disk, undo_mount,
+from support.private_session import (SPEECH, enter_private_namespaces, fill, make_read_only, small_disk, undo_mount,
                                      wait_until)
 from support.screen_reader import WindowSession
 from support.speech import SPOKEN
@@ -233,15 +232,6 @@ class Closing(Hardship):
         self.window.find("Stop", "push button")
         self.session.close_window(self.window.process)
         self.assertEqual(self.window.process.wait(10), 0)
-
-
-def fill(folder):
-    """Leaves no room on the folder's disk; returns the file that takes it."""
-    path = folder / "full"
-    with contextlib.suppress(OSError), open(path, "wb", buffering=0) as file:
-        while True:
-            file.write(bytes(4096))
-    return path
 
 
 if __name__ == "__main__":

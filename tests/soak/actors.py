@@ -8,11 +8,13 @@ import os
 import random
 import signal
 import socket
+import sqlite3
 import struct
 import time
 from collections import Counter
 from dataclasses import dataclass, field
 
+from machine import recordings
 from support.private_session import PORT, Suite
 
 _PROCESSES = multiprocessing.get_context("fork")
@@ -32,22 +34,22 @@ class Report:
 class Actor:
     """One of them at work, from the beginning on."""
 
-    def __init__(self, work, session, path, seed):
+    def __init__(self, work, session, troubles, seed):
         self.name = work.__name__
         self._stop = _PROCESSES.Event()
         self._report, self._sending = _PROCESSES.Pipe(duplex=False)
-        self._process = _PROCESSES.Process(target=self._run, args=(work, session, path, seed), daemon=True)
+        self._process = _PROCESSES.Process(target=self._run, args=(work, session, troubles, seed), daemon=True)
         self._process.start()
         self._sending.close()  # it is the other process's, and ends with that
 
-    def _run(self, work, session, path, seed):
+    def _run(self, work, session, troubles, seed):
         signal.signal(signal.SIGTERM, signal.SIG_DFL)
         signal.signal(signal.SIGINT, signal.SIG_IGN)
         driver = os.getppid()
         report = Report()
         chance = random.Random(f"{seed} {self.name}")
         try:
-            steps = work(session, path, chance, report)
+            steps = work(session, troubles, chance, report)
             while not self._stop.is_set() and os.getppid() == driver:
                 next(steps)
         except Exception as error:  # whatever it is, the soak is to tell it
@@ -64,23 +66,28 @@ class Actor:
 
 # Settings
 
-def writes_settings(session, path, chance, report):
+def writes_settings(session, troubles, chance, report):
     """Sets settings with kavrinctl and as another program does, and looks at once whether they are there."""
-    suite = Suite(path)
+    suite = troubles.open()
     values = _settings(session)
     while True:
         key = chance.choice(sorted(values))
         kind, value = values[key](chance)
-        if chance.random() < 0.4:
-            stored = _set_with_kavrinctl(session, key, kind, value, report)
+        mark = troubles.mark()
+        try:
+            if chance.random() < 0.4:
+                _set_with_kavrinctl(session, key, kind, value, report)
+            else:
+                suite.set(key, kind, value)
+        except (_Refused, sqlite3.OperationalError) as refusal:
+            report.counts["writes refused"] += 1
+            if not troubles.were_there_since(mark):
+                report.problems.append(str(refusal))
         else:
-            suite.set(key, kind, value)
-            stored = True
-        if stored:
             report.counts["writes"] += 1
             report.stored[key] = value
-            if suite.get(key) != value:
-                report.problems.append(f"{key} was set to {value!r} and is {suite.get(key)!r}")
+        if key in report.stored and suite.get(key) != report.stored[key]:
+            report.problems.append(f"{key} was set to {report.stored[key]!r} and is {suite.get(key)!r}")
         yield
         time.sleep(chance.uniform(0, 0.2))
 
@@ -107,14 +114,16 @@ def _on_slider(low, high, step, chance):
     return "double", round(low + step * chance.randint(0, round((high - low) / step)), 6)
 
 
+class _Refused(Exception):
+    pass
+
+
 def _set_with_kavrinctl(session, key, kind, value, report):
-    """Whether it says that it has."""
     text = str(bool(value)).lower() if kind == "bool" else value
     done = session.run(session.bin / "kavrinctl", "set", key, text, check=False)
     report.counts["kavrinctl"] += 1
     if done.returncode != 0 or done.stderr:
-        report.problems.append(f"kavrinctl set {key} {text}: {done.returncode}, {done.stderr.strip()}")
-    return done.returncode == 0
+        raise _Refused(f"kavrinctl set {key} {text}: {done.returncode}, {done.stderr.strip()}")
 
 
 # Keyboards that are killed
@@ -122,16 +131,16 @@ def _set_with_kavrinctl(session, key, kind, value, report):
 _KEYS = [f"org.example.soak.{letter}" for letter in "abcdefgh"]
 
 
-def kills_keyboards(session, path, chance, report):
+def kills_keyboards(_session, troubles, chance, report):
     """Starts keyboards that write one number after the other, and kills each in the middle of that."""
-    suite = Suite(path)
+    suite = troubles.open()
     for key in _KEYS:
         suite.set(key, "int", 0)
         report.stored[key] = 0
     while True:
         key = chance.choice(_KEYS)
         holds = chance.random() < 0.2
-        last = _kill_a_keyboard(path, key, report.stored[key], holds, chance.uniform(0, 0.5))
+        last = _kill_a_keyboard(troubles.path, key, report.stored[key], holds, chance.uniform(0, 0.5))
         report.counts["killed"] += 1
         report.counts["writes"] += last - report.stored[key]
         found = suite.get(key)
@@ -177,9 +186,9 @@ def _be_a_keyboard(path, key, number, holds, told):
 
 # Requests
 
-def asks(_session, path, chance, report):
+def asks(_session, troubles, chance, report):
     """Sends the loopback server requests, good ones and others."""
-    asker = _Asker(path, chance, report)
+    asker = _Asker(troubles, chance, report)
     while True:
         ask = chance.choice(_Asker.KINDS)
         report.counts["requests"] += 1
@@ -192,8 +201,9 @@ def asks(_session, path, chance, report):
 
 
 class _Asker:
-    def __init__(self, path, chance, report):
-        self._suite = Suite(path)
+    def __init__(self, troubles, chance, report):
+        self._troubles = troubles
+        self._suite = troubles.open()
         self._chance = chance
         self._report = report
         self._silent = []
@@ -222,10 +232,13 @@ class _Asker:
 
     def uses_a_transcript(self):
         stamp = round(self._chance.uniform(1, 1e9), 3)
+        mark = self._troubles.mark()
         answer = self._answer(b"GET /used?t=%s HTTP/1.1\r\n\r\n" % str(stamp).encode())
-        self._report.stored["tUsed"] = stamp
+        self._expect(answer == {"ok": True}, answer)
+        stored = self._suite.get("tUsed")
+        self._expect(stored == stamp or self._troubles.were_there_since(mark), f"{answer}, and stored {stored}")
+        self._report.stored["tUsed"] = stored
         self._report.counts["writes"] += 1
-        self._expect(answer == {"ok": True} and self._suite.get("tUsed") == stamp, answer)
 
     def asks_for_nothing(self):
         answer = self._answer(b"GET /nothing HTTP/1.1\r\n\r\n")
@@ -251,4 +264,37 @@ class _Asker:
     KINDS = (gets_the_state, uses_a_transcript, asks_for_nothing, sends_rubbish, sends_pieces, goes_away, stays_silent)
 
 
-ACTORS = (writes_settings, kills_keyboards, asks)
+# Spectators
+
+def reads_transcripts(_session, troubles, _chance, report):
+    """Looks all the time whether stamps only grow, and whether a text comes a second time."""
+    suite = troubles.open()
+    seen = set()
+    last = suite.get("tStamp") or 0
+    while True:
+        now = dict(suite.database.execute("SELECT key, value FROM defaults WHERE key IN ('transcript', 'tStamp')"))
+        stamp, text = now.get("tStamp", 0), now.get("transcript")
+        if stamp < last:
+            report.problems.append(f"the stamp {stamp} came after {last}")
+        if stamp != last and "dictation" in text:  # each of these has a number of its own
+            report.counts["transcripts read"] += 1
+            if text in seen:
+                report.problems.append(f"came twice: {text!r}")
+            seen.add(text)
+        last = stamp
+        yield
+        time.sleep(0.02)
+
+
+def counts_recordings(session, _troubles, _chance, report):
+    """Looks all the time whether two recordings run at once."""
+    while True:
+        running = recordings(session)
+        report.counts["recordings seen"] += len(running)
+        if len(running) > 1:
+            report.problems.append(f"recordings at once: {running}")
+        yield
+        time.sleep(0.3)
+
+
+ACTORS = (writes_settings, kills_keyboards, asks, reads_transcripts, counts_recordings)

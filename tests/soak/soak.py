@@ -1,11 +1,12 @@
 # SPDX-License-Identifier: MIT
 """Uses Kavrin for a while in a session of its own, and lets everything around it fail at random.
 
-One dictation follows the other, over every channel, while speech services refuse, hang and answer rubbish, the sound
-server ends and hangs, the machine sleeps, tray and notifications come and go, other programs write settings and ask
-the loopback server, and keyboards are killed in the middle of writing. At the end a table tells whether every
-dictation was delivered or reported, whether every write that returned is there, and whether Kavrin holds as much of
-the machine as after the first rounds. The exit code is 1 where something is wrong.
+One dictation follows the other, over every channel. Meanwhile speech services refuse, hang, trickle and answer rubbish,
+microphone and sound server go, hang and come back, the disk is full, the suite is locked, the machine sleeps, tray and
+notifications come and go, and the user cancels. Other programs write settings and ask the loopback server, and
+keyboards are killed in the middle of writing. After every fault the next dictation must succeed. At the end a table
+tells whether every dictation was delivered, reported or cancelled, whether every write that returned is there, and
+whether Kavrin holds as much of the machine as after the first rounds. The exit code is 1 where something is wrong.
 """
 
 import argparse
@@ -25,16 +26,21 @@ sys.path.insert(0, str(ROOT / "tests"))
 sys.dont_write_bytecode = True
 
 from actors import ACTORS, Actor  # noqa: E402
-from dictations import Dictations, Lost, Machine, SleepsBefore  # noqa: E402
+from dictations import KEY, Dictations, Lost  # noqa: E402
+from faults import BEFORE, Fault  # noqa: E402
 from figures import figures_of  # noqa: E402
+from machine import Machine  # noqa: E402
 from support.private_session import (  # noqa: E402
     Failure, PrivateSession, Suite, enter_private_namespaces, wait_until)
+from troubles import Disk, Troubles  # noqa: E402
 
 TARGETS = ["kavrin", "kavrinctl", "kavrin-stt", "kavrin_curl", "kavrin_libav"]
 MEMORY_LIMIT = 4  # MiB that may have come to the memory after the first rounds
 SANITIZED_MEMORY_LIMIT = 64  # the same with AddressSanitizer, which remembers where memory came from
 LOST_LIMIT = 5  # dictations, after which there is no use in going on
 CALM_LIMIT = 90  # seconds until what was opened for a moment must be closed
+SECRETS = (KEY, "These are the words", "Hazel Bank")  # what no log may hold
+WAKES = Fault("sleep", BEFORE, Machine.sleep)
 
 
 class Verdicts:
@@ -55,8 +61,9 @@ class Verdicts:
 
 
 class Soak:
-    def __init__(self, session, options):
+    def __init__(self, session, disk, options):
         self._session = session
+        self._disk = disk
         self._options = options
         self._chance = random.Random(options.seed)
         self._problems = []
@@ -70,10 +77,11 @@ class Soak:
     def run(self):
         """Returns the verdicts."""
         self._path = json.loads(self._session.ctl("where", "--json"))["suite"]
-        self._machine = Machine(self._session)
+        self._troubles = Troubles(self._session, self._path, self._disk)
+        self._machine = Machine(self._session, self._troubles, self._chance)
         with self._log.open("w", encoding="utf-8") as log:
             self._machine.start_kavrin(log)
-        self._dictations = Dictations(self._machine, self._chance)
+        self._dictations = Dictations(self._machine, self._chance, not self._disk.refusal)
         with self._actors("first"):
             for kind in self._dictations.kinds():
                 self._round(kind)
@@ -91,7 +99,7 @@ class Soak:
     @contextlib.contextmanager
     def _actors(self, phase):
         """Others are at work meanwhile."""
-        actors = [Actor(work, self._session, self._path, f"{self._options.seed} {phase}") for work in ACTORS]
+        actors = [Actor(work, self._session, self._troubles, f"{self._options.seed} {phase}") for work in ACTORS]
         yield
         for actor in actors:
             report = actor.end()
@@ -114,7 +122,7 @@ class Soak:
 
     def _expect_life(self):
         if self._machine.kavrin.poll() is not None:
-            raise Failure(f"kavrin has ended with code {self._machine.kavrin.returncode}: {self._said()}")
+            raise Failure(f"kavrin has ended with code {self._machine.kavrin.returncode}: {self._said()[-5000:]}")
 
     def _elapsed(self):
         return time.monotonic() - self._begin
@@ -139,7 +147,7 @@ class Soak:
     def _figures(self, earlier=None):
         """At rest and in the same circumstances each time: awake again, after a dictation, nobody asking. What was
         opened for a moment is waited for; with earlier figures until there is no more than there was."""
-        self._round(("suite", "answers", SleepsBefore))
+        self._round(("suite", "answers", WAKES))
         figures = Settled(self._machine.kavrin)
         with contextlib.suppress(TimeoutError):
             wait_until(lambda: figures.are_settled(earlier), "rest", CALM_LIMIT, interval=1)
@@ -171,13 +179,19 @@ class Soak:
         verdicts.add("dictations", outcomes.total())
         verdicts.add("  delivered", outcomes["delivered"])
         verdicts.add("  reported as failed", outcomes["reported"])
+        verdicts.add("  cancelled", outcomes["cancelled"])
         verdicts.add("  neither", outcomes["lost"], "0", outcomes["lost"] == 0)
         for name in sorted(self._dictations.counts):
             verdicts.add(f"  {name}", counts[name])
         verdicts.add("writes that returned", counts["writes"])
         verdicts.add("  by kavrinctl", counts["kavrinctl"])
+        verdicts.add("  refused while the suite took nothing", counts["writes refused"])
         verdicts.add("keyboards killed", counts["killed"])
         verdicts.add("requests", counts["requests"])
+        verdicts.add("transcripts read by another program", counts["transcripts read"])
+        verdicts.add("recordings seen at the sound server", counts["recordings seen"])
+        if self._disk.refusal:
+            verdicts.add("disk full", "skipped", self._disk.refusal)
         verdicts.add("problems, as told above", len(self._problems), "0", not self._problems)
         verdicts.add("descriptors", f"{first.descriptors} -> {last.descriptors}", "no more",
                      last.descriptors <= first.descriptors)
@@ -188,9 +202,12 @@ class Soak:
             verdicts.add(name, f"{before:.1f} -> {after:.1f} MiB", f"+{limit} MiB", after <= before + limit)
         verdicts.add("memory: its share (PSS)", f"{first.pss:.1f} -> {last.pss:.1f} MiB")
         verdicts.add("exit code", exit_code, "0", exit_code == 0)
-        verdicts.add("bytes on standard error", len(said), "0", not said)
-        if said:
-            print(said)
+        foreign = [line for line in said.splitlines() if not line.startswith("kavrin.")]
+        verdicts.add("lines on standard error besides the log's", len(foreign), "0", not foreign)
+        secrets = [secret for secret in SECRETS if secret in said]
+        verdicts.add("secrets in the log", len(secrets), "0", not secrets)
+        if foreign:
+            print("\n".join(foreign))
         return verdicts
 
 
@@ -240,8 +257,8 @@ def main():
         sys.argv += ["--seed", str(options.seed)]  # the same after the script has begun again
     enter_private_namespaces()
     print(f"seed {options.seed}, {options.minutes:g} min, {os.environ['KAVRIN_BIN_DIR']}", flush=True)
-    with PrivateSession(display=True) as session:
-        verdicts = Soak(session, options).run()
+    with PrivateSession(display=True) as session, Disk(session) as disk:
+        verdicts = Soak(session, disk, options).run()
     verdicts.print()
     sys.exit(0 if verdicts.is_good else 1)
 

@@ -4,6 +4,7 @@
 Which way a request is treated is told by the address alone, so nothing has to be agreed on while requests come and go.
 """
 
+import gzip
 import json
 import os
 import socket
@@ -12,14 +13,16 @@ import struct
 import threading
 import time
 
-ANSWERS = ("answers", "answers slowly", "redirects")
+ANSWERS = ("answers", "answers slowly", "redirects", "sends trailers")
 FAILURES = ("refuses", "fails", "answers rubbish", "answers no HTTP", "answers another form", "answers nothing",
-            "cuts short", "resets", "hangs up", "hangs", "redirects for ever")
-SILENT = "is silent"  # until the client has had enough, which takes a minute
+            "cuts short", "resets", "hangs up", "hangs", "redirects for ever", "explodes", "has no end")
+SLOW = ("trickles", "answers too late")  # the client has had enough after a minute
 
-_SILENCE = 90  # seconds; longer than any client waits
+_SILENCE = 75  # seconds; longer than any client waits
 _HANGING = 2  # seconds
 _PAUSE = 0.2  # seconds between two pieces of a slow answer
+_TRICKLE = 1  # seconds between two bytes
+_BOMB = gzip.compress(bytes(64 * 1024 * 1024))
 
 
 def text_of(number):
@@ -58,6 +61,7 @@ class _Exchange(socketserver.StreamRequestHandler):
             headers[name.lower()] = value.strip()
         self._manner, self._number = target.strip("/").split("/")[:2]
         self._size = int(headers.get("content-length", 0))
+        self._key = headers.get("authorization", "")
         getattr(self, "_" + self._manner.replace("-", "_"))()
 
     def _read_recording(self):
@@ -86,7 +90,8 @@ class _Exchange(socketserver.StreamRequestHandler):
         self._send("307 Temporary Redirect", b"", f"Location: /answers/{self._number}")
 
     def _refuses(self):
-        self._send("401 Unauthorized", b'{"error":{"message":"no such key"}}')
+        body = json.dumps({"error": {"message": f"no such key: {self._key}"}})
+        self._send("401 Unauthorized", body.encode())
 
     def _fails(self):
         self._send("500 Internal Server Error", b"<html><h1>Sorry</h1></html>")
@@ -119,9 +124,37 @@ class _Exchange(socketserver.StreamRequestHandler):
         self._read_recording()
         time.sleep(_HANGING)
 
-    def _is_silent(self):
-        self._read_recording()
+    def _answers_too_late(self):
         time.sleep(_SILENCE)
+        self._answers()
+
+    def _trickles(self):
+        body = self._transcript()
+        self._send("200 OK", b"", length=len(body))
+        for byte in body:
+            time.sleep(_TRICKLE)
+            self.wfile.write(bytes([byte]))
+
+    def _explodes(self):
+        self._send("200 OK", _BOMB, "Content-Encoding: gzip")
+
+    def _sends_trailers(self):
+        self._begin_pieces("Trailer: Served-By")
+        self._send_piece(self._transcript())
+        self.wfile.write(b"0\r\nServed-By: soak\r\nContent-Length: 7\r\n\r\n")
+
+    def _has_no_end(self):
+        self._begin_pieces()
+        while True:
+            self._send_piece(b" " * 65536)
+
+    def _begin_pieces(self, *headers):
+        lines = ["HTTP/1.1 200 OK", "Transfer-Encoding: chunked", "Connection: close", *headers, "", ""]
+        self._read_recording()
+        self.wfile.write("\r\n".join(lines).encode())
+
+    def _send_piece(self, piece):
+        self.wfile.write(b"%x\r\n%s\r\n" % (len(piece), piece))
 
     def _redirects_for_ever(self):
         self._send("307 Temporary Redirect", b"", f"Location: /redirects-for-ever/{self._number}")

@@ -104,6 +104,15 @@ def small_disk(folder, size):
     _mount("tmpfs", folder, "tmpfs", 0, f"size={size},mode=0700")
 
 
+def fill(folder):
+    """Leaves no room on the folder's disk; returns the file that takes it."""
+    path = pathlib.Path(folder) / "full"
+    with contextlib.suppress(OSError), open(path, "wb", buffering=0) as file:
+        while True:
+            file.write(bytes(4096))
+    return path
+
+
 def make_read_only(folder):
     """Nobody, root neither, can change anything in the folder from now on; processes that have files open there for
     writing must have closed them. Skips the running test where there are no mounts of its own."""
@@ -190,7 +199,10 @@ class PrivateSession:
 
     @staticmethod
     def end(process):
-        """Kills a program and all that it started."""
+        """Kills a program and all that it started. Only once: later, another program may have its number."""
+        if getattr(process, "has_ended", False):
+            return
+        process.has_ended = True
         with contextlib.suppress(ProcessLookupError):
             os.killpg(process.pid, signal.SIGKILL)
         process.wait()

@@ -12,6 +12,7 @@ import pathlib
 import queue
 import random
 import shutil
+import statistics
 import threading
 import time
 
@@ -22,6 +23,7 @@ from table import Row, at_most, excess_at_most
 OPTIONS = {"rounds": (40, 3, "dictations to start"),
            "exchanges": (200, 3, "exchanges to time"),
            "seconds": (60, 5, "length of the recording that is sent"),
+           "stops": (20, 3, "recordings to finish"),
            "minutes": (5.0, 0.1, "length of the recording that is weighed")}
 POLL = (60, 114)  # median and 95th percentile of the wait for a poll every 120 ms, in milliseconds
 NO_PAUSE = excess_at_most(5, figure=1)  # a pause is an upload that waits 40 ms for the other side to acknowledge
@@ -161,6 +163,12 @@ def posts(session, service, kept, rounds):
     return ours, curls, first_bytes
 
 
+def stops(session, seconds, rounds):
+    """Milliseconds from the last sample of each recording to the file that can be sent."""
+    program = session.bin.with_name("tests-bin") / "stop_benchmark"
+    return [float(line) for line in session.run(program, seconds, rounds).stdout.split()]
+
+
 def growth(session, suite, kavrin, minutes):
     """How many megabytes the resident memory grows by after the first ten seconds of a recording."""
     start(suite)
@@ -191,6 +199,7 @@ def measure(options):
         waited = posts_after_waiting(session, service, kept, options.exchanges)
         posted, curls, curls_first_bytes = posts(session, service, kept, options.exchanges)
 
+        finished = stops(session, options.seconds, options.stops)
         grown = growth(session, suite, kavrin, options.minutes)
         size = recording.stat().st_size
         stop(suite, service)
@@ -205,6 +214,9 @@ def measure(options):
             median_and_95([first_byte, *first_bytes]), (("curl from its start", median_and_95(curls_first_bytes)),),
             (at_most(30), at_most(30, figure=1)), MEDIAN_AND_95,
             telling=f"It begins to send a recording of {options.seconds} s {{}} after the command to stop."),
+        Row(f"End of a recording of {options.seconds} s, until its file can be sent", "ms",
+            (statistics.median(finished), max(finished)), (), (at_most(10), at_most(10, figure=1)), ("median", "worst"),
+            note="The last samples are encoded, and the fragmented file becomes an ordinary one."),
         Row("Transcription of a file, the exchange as the service sees it", "ms", median_and_99(posted),
             (("curl, the same file", median_and_99(curls)),), (NO_PAUSE,), MEDIAN_AND_99),
         Row("Dictation, the exchange as the service sees it", "ms", median_and_99(dictated),

@@ -38,6 +38,11 @@ void DictationBus::Cancel()
     answer(m_bridge.cancel());
 }
 
+void DictationBus::Again()
+{
+    answer(m_bridge.again());
+}
+
 void DictationBus::Toggle()
 {
     answer(m_bridge.toggle());

@@ -32,6 +32,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Stop();
     Q_SCRIPTABLE Q_SLOT void Toggle();
     Q_SCRIPTABLE Q_SLOT void Cancel();
+    Q_SCRIPTABLE Q_SLOT void Again();
     Q_SCRIPTABLE Q_SLOT QString State() const; ///< Dictations::activity()
     Q_SCRIPTABLE Q_SLOT QString TakeFailure(); ///< Dictations::takeFailure()
     Q_SCRIPTABLE Q_SLOT qulonglong Commanded() const; ///< Dictations::commanded()

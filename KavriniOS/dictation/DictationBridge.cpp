@@ -4,6 +4,7 @@
 #include "dictation/DictationError.h"
 #include "dictation/DictationState.h"
 #include "dictation/Dictations.h"
+#include "dictation/KeptRecordings.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
@@ -121,6 +122,19 @@ std::optional<Error> DictationBridge::cancelTranscriptions()
         return refusal(u"There is no dictation to cancel."_s);
     }
     m_endTranscriptions();
+    return std::nullopt;
+}
+
+std::optional<Error> DictationBridge::again()
+{
+    if (m_dictations.activity() != dictation::idle) {
+        return refusal(u"A dictation is running. Wait until it has ended."_s);
+    }
+    const std::optional<QString> recording = KeptRecordings::latest();
+    if (!recording) {
+        return refusal(u"There is no recording to send again."_s);
+    }
+    m_recorder->transcribeAgain(*recording);
     return std::nullopt;
 }
 

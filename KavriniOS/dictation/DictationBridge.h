@@ -44,6 +44,10 @@ public:
     /// Gives up the transcriptions, and leaves a recording alone that runs. Returns as cancel() does.
     std::optional<Error> cancelTranscriptions();
 
+    /// Transcribes the latest recording once more whose transcription failed. Returns why that cannot be done
+    /// now.
+    std::optional<Error> again();
+
     /// The code of an Error "dictation" that no recorder has reported, because the state permits no such
     /// command.
     static constexpr qint64 refused = 2;

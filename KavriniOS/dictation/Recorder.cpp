@@ -5,12 +5,14 @@
 #include "dictation/DictationSession.h"
 #include "dictation/DictationState.h"
 #include "dictation/Dictations.h"
+#include "dictation/KeptRecordings.h"
 #include "platform/FileManager.h"
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
 #include "store/SuiteWriter.h"
 
 #include <QCoroFuture>
+#include <QFile>
 
 #include <algorithm>
 #include <chrono>
@@ -62,12 +64,19 @@ Error isEnding()
 }
 
 /// Throws Error.
-QCoro::Task<QString> transcribe(const Recorder::Platform &platform)
+QCoro::Task<QString> transcribe(const Recorder::Platform &platform, const QString &path)
 {
     if (platform.dictations.isClosed()) {
         throw isEnding();
     }
-    return platform.transcribe(Recorder::url());
+    return platform.transcribe(path);
+}
+
+/// Empty if the file cannot be read.
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 /// What ends may not be all that goes on: the state is then about what is left.
@@ -214,6 +223,20 @@ void Recorder::stop()
         return;
     }
     endRecording();
+    // Read now, because another recording may be in the file when the transcription fails.
+    beginTranscription({.path = url(), .contents = contentsOf(url()), .emptiness = emptiness()});
+}
+
+void Recorder::transcribeAgain(const QString &path)
+{
+    m_platform.dictations.setFailure({});
+    DictationError::clear();
+    m_dictation = m_platform.dictations.open();
+    beginTranscription({.path = path, .contents = {}, .emptiness = {}});
+}
+
+void Recorder::beginTranscription(Recording recording)
+{
     const auto transcription = std::make_shared<Transcription>();
     transcription->dictation = m_dictation;
     transcription->tellRecorder = [self = QPointer(this)] {
@@ -225,7 +248,7 @@ void Recorder::stop()
     setState(S::working);
     DictationState::publish(dictation::working);
     setMessage(u"Transcribing…"_s);
-    finish(this, m_platform, transcription, emptiness());
+    finish(this, m_platform, transcription, std::move(recording));
 }
 
 void Recorder::cancel()
@@ -265,15 +288,15 @@ void Recorder::settle(S state, const QString &message)
 }
 
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
-                               std::shared_ptr<Transcription> transcription, std::optional<Error> emptiness)
+                               std::shared_ptr<Transcription> transcription, Recording recording)
 {
     const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] { });
     Outcome outcome;
     try {
-        if (emptiness) {
-            throw Error(*emptiness);
+        if (recording.emptiness) {
+            throw Error(*recording.emptiness);
         }
-        const QCoro::Task<QString> transcribing = transcribe(platform);
+        const QCoro::Task<QString> transcribing = transcribe(platform, recording.path);
         outcome.message = co_await transcribing;
         transcription->isHandingOver = !transcription->isGivenUp;
         if (transcription->isHandingOver) {
@@ -286,11 +309,21 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
         outcome.message = outcome.failure = u"Error: "_s + QString::fromUtf8(error.what());
     }
     if (!transcription->isGivenUp) {
+        keepIfFailed(recording, outcome);
         conclude(recorder, platform, transcription->dictation, outcome);
     }
     platform.backgroundTasks.end(task);
     platform.dictations.end(transcription);
     publishWhatGoesOn(platform.dictations);
+}
+
+void Recorder::keepIfFailed(const Recording &recording, const Outcome &outcome)
+{
+    if (outcome.isDone) {
+        KeptRecordings::remove(recording.path);
+    } else if (!recording.emptiness) {
+        KeptRecordings::keep(recording.contents);
+    }
 }
 
 void Recorder::conclude(Recorder *recorder, const Platform &platform, quint64 dictation,

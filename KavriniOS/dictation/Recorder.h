@@ -90,6 +90,10 @@ public:
     /// Returns at once. The caller must check `state` and isStarting() first.
     void cancel();
 
+    /// Transcribes a recording of KeptRecordings as stop() does, and removes it once a text has come. Returns
+    /// at once. The caller must check `state` and isStarting() first.
+    void transcribeAgain(const QString &path);
+
     /// `message` after a dictation that was given up.
     static QString cancelled() { return QStringLiteral("The dictation was cancelled."); }
 
@@ -102,6 +106,13 @@ Q_SIGNALS:
 private:
     enum class End { None, Stop, Cancel };
 
+    /// What is transcribed.
+    struct Recording {
+        QString path;
+        QByteArray contents; ///< kept if the transcription fails; empty if they are kept already
+        std::optional<Error> emptiness; ///< why there is nothing to transcribe
+    };
+
     [[nodiscard]] std::optional<Error> obstacle() const;
     QCoro::Task<> begin();
     void endStart(End end);
@@ -113,12 +124,13 @@ private:
     void updateMeter();
     void checkRecording();
     [[nodiscard]] std::optional<Error> emptiness() const;
+    void beginTranscription(Recording recording);
     void fail(const QString &code, const QString &message);
     void setStarting(bool starting);
     void setMessage(const QString &message);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
-                                std::shared_ptr<Transcription> transcription, std::optional<Error> emptiness);
+                                std::shared_ptr<Transcription> transcription, Recording recording);
     /// What a transcription has come to.
     struct Outcome {
         bool isDone = false; ///< a text came
@@ -127,6 +139,7 @@ private:
         QString failure; ///< what went wrong, also after a text came; empty if nothing did
         QString code; ///< of the failure, if no text came
     };
+    static void keepIfFailed(const Recording &recording, const Outcome &outcome);
     static void conclude(Recorder *recorder, const Platform &platform, quint64 dictation,
                          const Outcome &outcome);
     static QCoro::Task<Outcome> handOver(const Platform &platform, QString transcript);

@@ -17,4 +17,7 @@ std::optional<QString> containerPath(const QString &group);
 /// if it is missing.
 QString temporaryDirectory();
 
+/// The same folder, but only where it is gone after the session; none elsewhere.
+std::optional<QString> sessionDirectory();
+
 } // namespace kavrin::FileManager

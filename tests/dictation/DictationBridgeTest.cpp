@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "dictation/DictationBridge.h"
 #include "dictation/DictationState.h"
+#include "dictation/KeptRecordings.h"
 
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
 #include "support/RefusedKey.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
+
+#include <QFile>
 
 #include <gmock/gmock.h>
 
@@ -33,6 +36,20 @@ double alive()
     return value ? std::get<double>(*value) : 0;
 }
 
+void putRecording(const QByteArray &contents)
+{
+    QFile file(Recorder::url());
+    ASSERT_TRUE(file.open(QFile::WriteOnly));
+    file.write(contents);
+}
+
+/// The latest of the recordings whose transcription failed.
+QByteArray keptRecording()
+{
+    QFile file(KeptRecordings::latest().value_or(QString()));
+    return file.open(QFile::ReadOnly) ? file.readAll() : "none";
+}
+
 class DictationBridgeTest : public testing::Test
 {
 protected:
@@ -56,6 +73,16 @@ protected:
         machine.clock.wake();
         ASSERT_TRUE(
             waitUntil([&] { return machine.clock.sleeps.size() > passes && machine.clock.isAsleep(); }));
+    }
+
+    /// A dictation whose transcription fails.
+    void failToTranscribe(const QByteArray &recording)
+    {
+        await(bridge.start());
+        putRecording(recording);
+        bridge.stop();
+        machine.failTranscription(Error(u"network"_s, 1, u"no"_s));
+        ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
     }
 
     FakeRecorderPlatform machine;
@@ -525,6 +552,91 @@ TEST_F(DictationBridgeTest, AStartThatIsCancelledEndsWithoutARecording)
     EXPECT_EQ(machine.journal, (Journal{u"ask permission"_s, u"withdraw question"_s}));
     EXPECT_EQ(shared(u"dictationState"_s), u"idle");
     EXPECT_EQ(bridge.recorder().message(), u"The dictation was cancelled.");
+}
+
+TEST_F(DictationBridgeTest, ARecordingIsKeptIfItsTranscriptionFails)
+{
+    failToTranscribe("spoken");
+    EXPECT_EQ(keptRecording(), "spoken");
+}
+
+TEST_F(DictationBridgeTest, ARecordingIsKeptThoughAnotherOneIsInTheFileByThen)
+{
+    await(bridge.start());
+    putRecording("spoken");
+    bridge.stop();
+    putRecording("another");
+    machine.failTranscription(Error(u"network"_s, 1, u"no"_s));
+    ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
+    EXPECT_EQ(keptRecording(), "spoken");
+}
+
+TEST_F(DictationBridgeTest, ARecordingIsNotKeptIfItIsTranscribedOrCancelledOrEmpty)
+{
+    const std::pair<const char *, std::function<void()>> rows[] = {
+        {"transcribed", [this] { machine.finishTranscription(u"text"_s); }},
+        {"cancelled",
+         [this] {
+             bridge.cancel();
+             machine.failTranscription(Error(u"network"_s, 1, u"no"_s));
+         }},
+        {"empty", [] {}},
+    };
+    for (const auto &[name, finish] : rows) {
+        SCOPED_TRACE(name);
+        await(bridge.start());
+        putRecording("spoken");
+        machine.recorders.back().lock()->holdsSound = QByteArray(name) != "empty";
+        machine.journal.clear();
+        bridge.stop();
+        finish();
+        ASSERT_TRUE(waitUntil([this] { return machine.journal.filter(u"end"_s).size() == 1; }));
+        EXPECT_EQ(keptRecording(), "none");
+    }
+}
+
+TEST_F(DictationBridgeTest, SendingAgainHandsTheTextOverLikeAnyOther)
+{
+    failToTranscribe("spoken");
+    machine.journal.clear();
+    EXPECT_EQ(failureOf(bridge.again()), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"working");
+    EXPECT_EQ(shared(u"dictationError"_s), u"none");
+    EXPECT_EQ(machine.dictations.activity(), u"working");
+    EXPECT_EQ(machine.dictations.takeFailure(), u"");
+    machine.finishTranscription(u"text"_s);
+    ASSERT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"done"; }));
+    EXPECT_EQ(machine.journal.value(1), u"transcribe failed-1.m4a");
+    EXPECT_EQ(shared(u"transcript"_s), u"text");
+    EXPECT_EQ(Shared::d().object(u"tStamp"_s), PropertyListValue(machine.clock.time));
+    EXPECT_EQ(machine.pasteboard.string, u"text");
+    EXPECT_EQ(bridge.recorder().state(), Recorder::S::idle);
+    EXPECT_EQ(keptRecording(), "none");
+}
+
+TEST_F(DictationBridgeTest, ARecordingThatFailsAgainStaysKeptOnce)
+{
+    failToTranscribe("one");
+    failToTranscribe("two");
+    EXPECT_EQ(failureOf(bridge.again()), u"");
+    machine.failTranscription(Error(u"network"_s, 1, u"still no"_s));
+    ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
+    EXPECT_EQ(machine.failures.last(), u"Error: still no");
+    EXPECT_EQ(keptRecording(), "two");
+    KeptRecordings::remove(*KeptRecordings::latest());
+    EXPECT_EQ(keptRecording(), "one");
+}
+
+TEST_F(DictationBridgeTest, SendingAgainTellsThatThereIsNothingToSendOrThatADictationRuns)
+{
+    EXPECT_EQ(failureOf(bridge.again()), u"There is no recording to send again.");
+    failToTranscribe("spoken");
+    await(bridge.start());
+    EXPECT_EQ(failureOf(bridge.again()), u"A dictation is running. Wait until it has ended.");
+    bridge.stop();
+    EXPECT_EQ(failureOf(bridge.again()), u"A dictation is running. Wait until it has ended.");
+    machine.finishTranscription(u""_s);
+    ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
 }
 
 TEST_F(DictationBridgeTest, CancelTellsThatThereIsNothingToCancel)

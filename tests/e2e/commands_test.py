@@ -208,6 +208,46 @@ class Cancelling(WithoutAnAnswer):
         wait_until(lambda: notifications.calls("CloseNotification"), "the notification is taken back")
 
 
+class SendingAgain(Commands):
+    def use(self, url):
+        self.session.ctl("set", "provider", "custom")
+        self.session.ctl("set", "customURL", url)
+
+    def fail_to_dictate(self):
+        self.use("http://127.0.0.1:1/")
+        self.session.ctl("dictate", "start")
+        self.session.ctl("dictate", "stop")
+        wait_until(lambda: self.bus.call(*DICTATION, "State") == ("idle",), "the dictation has failed")
+
+    def kept(self):
+        return sorted(path.name for path in (self.session.folder / "run/kavrin").glob("failed-*"))
+
+    def test_the_text_of_the_latest_goes_the_way_of_any_other_also_after_a_restart(self):
+        kavrin = self.session.start_kavrin("--background")
+        for _ in range(4):
+            self.fail_to_dictate()
+        self.assertEqual(self.kept(), ["failed-2.m4a", "failed-3.m4a", "failed-4.m4a"])
+        self.session.end(kavrin)
+        self.session.start_kavrin("--background")
+        with Service() as service:
+            self.use(service.url)
+            self.session.ctl("dictate", "again")
+            self.assertEqual(self.session.ctl("dictate", "wait"), "said")
+        self.assertEqual(self.suite.get("dictationState"), "done")
+        self.assertEqual(self.kept(), ["failed-2.m4a", "failed-3.m4a"])
+
+    def test_who_asks_for_what_cannot_be_sent_is_told_why(self):
+        self.assertIn("Kavrin is not running", self.refused("dictate", "again"))
+        self.session.start_kavrin("--background")
+        self.assertEqual(self.refused("dictate", "again"), "kavrinctl: There is no recording to send again.")
+        self.fail_to_dictate()
+        self.session.ctl("dictate", "start")
+        self.assertEqual(self.refused("dictate", "again"),
+                         "kavrinctl: A dictation is running. Wait until it has ended.")
+        self.session.ctl("dictate", "cancel")
+        self.wait_until_the_microphone_is_free()
+
+
 class InTheTray(WithoutAnAnswer):
     display = True
 

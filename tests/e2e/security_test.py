@@ -45,7 +45,18 @@ def use_everything(session):
     session.ctl("save-code", MESSAGE)
     if dictate(session) != SPOKEN:
         raise AssertionError("nothing was dictated")
+    fail_to_dictate(session)
     return kavrin
+
+
+def fail_to_dictate(session):
+    """A dictation whose recording is kept, because no service takes it."""
+    url = session.ctl("get", "customURL").strip()
+    session.ctl("set", "customURL", "http://127.0.0.1:1/")
+    session.ctl("dictate", "start")
+    session.ctl("dictate", "stop")
+    wait_until(lambda: session.ctl("dictate", "status") == "idle", "the dictation has failed")
+    session.ctl("set", "customURL", url)
 
 
 @contextlib.contextmanager
@@ -83,7 +94,8 @@ class Files(unittest.TestCase):
             with self.subTest(f"{mask:03o}"), umask(mask), PrivateSession() as session:
                 use_everything(session)
                 group = session.folder / GROUP
-                secret = [*group.glob("defaults.sqlite*"), session.folder / "run/kavrin/dict.m4a"]
+                secret = [*group.glob("defaults.sqlite*"), *(session.folder / "run/kavrin").glob("*.m4a")]
+                self.assertIn("failed-1.m4a", [path.name for path in secret])
                 self.assertEqual({path.name: mode(path) for path in secret}, {path.name: 0o600 for path in secret})
                 for folder in (group, session.folder / "run/kavrin"):
                     self.assertEqual(mode(folder), 0o700)
@@ -112,7 +124,7 @@ class Files(unittest.TestCase):
             for folder in (session.folder, *(path for path in session.folder.rglob("*") if path.is_dir())):
                 if folder.name != "kavrin":
                     folder.chmod(0o755)  # as homes are on some machines
-            for path in (*group.glob("defaults.sqlite*"), session.folder / "run/kavrin/dict.m4a"):
+            for path in (*group.glob("defaults.sqlite*"), *(session.folder / "run/kavrin").glob("*.m4a")):
                 with self.subTest(path.name):
                     done = subprocess.run(["cat", path], user=ANOTHER_USER, group=ANOTHER_USER, capture_output=True,
                                           check=False)
@@ -174,7 +186,7 @@ class SessionBus(unittest.TestCase):
         self.session.start_kavrin("--background")
         methods = [f"{interface}.{method}" for interface, method in self.members("/")
                    if not interface.startswith("org.freedesktop.DBus.")]
-        dictation = ("Cancel", "Commanded", "Outcome", "Start", "State", "Stop", "TakeFailure", "Toggle")
+        dictation = ("Again", "Cancel", "Commanded", "Outcome", "Start", "State", "Stop", "TakeFailure", "Toggle")
         self.assertEqual(sorted(methods), [*(f"app.kavrin.Dictation.{method}" for method in dictation),
                                            *(f"org.freedesktop.Application.{method}"
                                              for method in ("Activate", "ActivateAction", "Open"))])

@@ -154,6 +154,11 @@ void cancel()
     throw Refusal{u"Only the session bus can cancel a dictation, and Kavrin is not there."_s};
 }
 
+void again()
+{
+    throw Refusal{u"Only the session bus can send a recording again, and Kavrin is not there."_s};
+}
+
 /// An action on a running application: over the session bus or, where the application is not there, over the
 /// shared suite.
 struct Action {
@@ -165,10 +170,9 @@ struct Action {
 const Action *findAction(const QString &name)
 {
     static const std::array actions = {
-        Action{u"start"_s, u"Start"_s, start},
-        Action{u"stop"_s, u"Stop"_s, stop},
-        Action{u"toggle"_s, u"Toggle"_s, toggle},
-        Action{u"cancel"_s, u"Cancel"_s, cancel},
+        Action{u"start"_s, u"Start"_s, start},    Action{u"stop"_s, u"Stop"_s, stop},
+        Action{u"toggle"_s, u"Toggle"_s, toggle}, Action{u"cancel"_s, u"Cancel"_s, cancel},
+        Action{u"again"_s, u"Again"_s, again},
     };
     const auto *const found = std::ranges::find(actions, name, &Action::name);
     return found == actions.end() ? nullptr : found;
@@ -348,7 +352,8 @@ void dictate(QStringList &arguments)
         expectCount(arguments, 0, 0);
         run(*known);
     } else {
-        throw UsageError{u"\"%1\" is none of start, stop, toggle, cancel, status and wait."_s.arg(action)};
+        throw UsageError{
+            u"\"%1\" is none of start, stop, toggle, cancel, again, status and wait."_s.arg(action)};
     }
 }
 

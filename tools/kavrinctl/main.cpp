@@ -52,11 +52,12 @@ constexpr std::array verbs = {
          "other users can read the arguments of a program that runs.",
          saveCode},
     Verb{"transcribe", "FILE", "The text of a recording, from the configured service", "", transcribe},
-    Verb{"dictate", "start | stop | toggle | cancel\nstatus [--json]\nwait [--timeout SECONDS]",
+    Verb{"dictate", "start | stop | toggle | cancel | again\nstatus [--json]\nwait [--timeout SECONDS]",
          "Dictate with the running application",
          "start and stop return when the application has obeyed. toggle is for a hotkey: it starts, or "
          "stops.\n"
          "cancel gives up a recording or its transcription: no text comes.\n"
+         "again sends the latest recording once more whose transcription failed.\n"
          "wait prints the text of the next dictation, and marks it as used. One that has ended less than a "
          "minute\n"
          "ago counts, unless a keyboard has used its text. wait fails when the dictation has failed, and "

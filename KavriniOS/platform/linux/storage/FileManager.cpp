@@ -83,4 +83,13 @@ QString temporaryDirectory()
     return path;
 }
 
+/// Without a runtime folder of the session, Qt takes one in the folder for temporary files, which may stay.
+std::optional<QString> sessionDirectory()
+{
+    const QString ofSession = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const bool isUsable = !ofSession.isEmpty()
+        && ofSession == QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    return isUsable ? std::optional(temporaryDirectory()) : std::nullopt;
+}
+
 } // namespace kavrin::FileManager

@@ -46,6 +46,16 @@ TEST(FileManager, LookingForAContainerMakesNoFolder)
     EXPECT_FALSE(QFileInfo::exists(*FileManager::containerPath(u"group.app.kavrin.shared"_s)));
 }
 
+TEST(FileManager, TheFolderOfTheSessionIsTheTemporaryOneIfTheSessionHasOne)
+{
+    EXPECT_EQ(FileManager::sessionDirectory(), FileManager::temporaryDirectory());
+    qputenv("TMPDIR", qgetenv("HOME"));
+    for (const char *folder : {"", "/dev/null"}) {
+        qputenv("XDG_RUNTIME_DIR", folder);
+        EXPECT_EQ(FileManager::sessionDirectory(), std::nullopt) << folder;
+    }
+}
+
 TEST(FileManager, TheTemporaryDirectoryIsTheUsersAlone)
 {
     const QFileInfo folder(FileManager::temporaryDirectory());

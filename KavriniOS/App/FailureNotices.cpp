@@ -26,6 +26,9 @@ constexpr int longestLine = 200; // user-perceived characters
 constexpr int shortestKey = 8; // a shorter one would mask parts of words
 constexpr std::size_t longestPart = 256;
 
+const Notifications::Button again = {u"again"_s, u"Try again"_s};
+const Notifications::Button settings = {u"settings"_s, u"Settings"_s};
+
 /// The keys that are in the settings now.
 QStringList keysInForce()
 {
@@ -105,6 +108,16 @@ QString cut(const QString &line)
 FailureNotices::FailureNotices(Notifications &notifications) : m_notifications(notifications)
 {
     connect(&notifications, &Notifications::activated, this, &FailureNotices::activated);
+    connect(&notifications, &Notifications::pressed, this, &FailureNotices::onPressed);
+}
+
+void FailureNotices::onPressed(const QString &button, const QString &activationToken)
+{
+    if (button == again.name) {
+        Q_EMIT retryRequested();
+    } else if (button == settings.name) {
+        Q_EMIT activated(activationToken);
+    }
 }
 
 int FailureNotices::rememberKeys()
@@ -118,9 +131,13 @@ void FailureNotices::forgetKeysSoon(int exchange)
     QTimer::singleShot(0, this, [this, exchange] { m_keys.erase(exchange); });
 }
 
-void FailureNotices::report(const QString &message)
+void FailureNotices::report(const QString &message, bool isKept)
 {
-    m_notifications.show(u"Voice typing"_s, line(message), u"Open voice typing"_s);
+    m_notifications.show({.title = u"Voice typing"_s,
+                          .text = line(message),
+                          .action = u"Open voice typing"_s,
+                          .buttons = isKept ? QList{again, settings} : QList{settings},
+                          .stay = isKept ? Notifications::Stay::UntilSeen : Notifications::Stay::AsUsual});
 }
 
 QString FailureNotices::line(const QString &message) const

@@ -19,8 +19,9 @@ public:
     /// `notifications` must outlive this object.
     explicit FailureNotices(Notifications &notifications);
 
-    /// Shows what a recorder's message says about a failure, as a line().
-    void report(const QString &message);
+    /// Shows what a recorder's message says about a failure, as a line(). If the recording is kept, offers to
+    /// send it again.
+    void report(const QString &message, bool isKept = false);
 
     /// What a recorder's message says about a failure, as one line of at most 200 characters. It masks the
     /// keys in the settings, and those that are remembered, because a service may repeat what it was sent. A
@@ -39,7 +40,12 @@ Q_SIGNALS:
     /// The user wants to deal with the failure in the settings of dictation.
     void activated(const QString &activationToken);
 
+    /// The user wants the recording to be sent again.
+    void retryRequested();
+
 private:
+    void onPressed(const QString &button, const QString &activationToken);
+
     Notifications &m_notifications;
     std::map<int, QStringList> m_keys; ///< of each exchange; to be masked, besides those in the settings
     int m_lastExchange = 0;

@@ -99,11 +99,13 @@ struct KavrinApp::Services {
     // Destroyed before the members above, because the exchanges that it aborts still report to them.
     NetworkUrlSession urlSession;
     DictationBridge dictationBridge =
-        DictationBridge(recorderPlatform([this](const QString &message) { failureNotices.report(message); }),
+        DictationBridge(recorderPlatform([this](const QString &message, bool isKept) {
+                            failureNotices.report(message, isKept);
+                        }),
                         PulseAudioPlayer::factory(soundServer), [this] { listen(); });
     SettingsModel settings = SettingsModel(pasteboard, contacts);
-    DictateModelFactory dictateModels = DictateModelFactory(
-        recorderPlatform([this](const QString &message) { app.reportScreenFailure(message); }));
+    DictateModelFactory dictateModels = DictateModelFactory(recorderPlatform(
+        [this](const QString &message, bool isKept) { app.reportScreenFailure(message, isKept); }));
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
     SlowTranscription slowTranscription = SlowTranscription(dictationBridge, dictations, notifications);
     DictationBus dictationBus = DictationBus(dictationBridge, dictations);
@@ -131,7 +133,7 @@ struct KavrinApp::Services {
         co_return co_await transcription;
     }
 
-    Recorder::Platform recorderPlatform(std::function<void(const QString &)> reportFailure)
+    Recorder::Platform recorderPlatform(std::function<void(const QString &, bool)> reportFailure)
     {
         return {
             .dictations = dictations,
@@ -155,8 +157,9 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->dictationTray, &DictationTray::openRequested, this, [this] { activate({}); });
     connect(&m_services->dictationTray, &DictationTray::quitRequested, this, &KavrinApp::stop);
     connect(&m_services->dictationTray, &DictationTray::refused, &m_services->failureNotices,
-            &FailureNotices::report);
+            [this](const QString &reason) { m_services->failureNotices.report(reason); });
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
+    connect(&m_services->failureNotices, &FailureNotices::retryRequested, this, &KavrinApp::sendAgain);
     connect(this, &KavrinApp::damaged, this, &KavrinApp::reportDamage, Qt::QueuedConnection);
     UserDefaults::onDamage([this](const QString &text) { Q_EMIT damaged(text); });
     connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);
@@ -245,10 +248,17 @@ bool KavrinApp::isDictationScreenSeen() const
     return window && window->isActive() && window->property("dictating").toBool();
 }
 
-void KavrinApp::reportScreenFailure(const QString &message)
+void KavrinApp::reportScreenFailure(const QString &message, bool isKept)
 {
     if (!isDictationScreenSeen()) {
-        m_services->failureNotices.report(message);
+        m_services->failureNotices.report(message, isKept);
+    }
+}
+
+void KavrinApp::sendAgain()
+{
+    if (const std::optional<Error> refusal = m_services->dictationBridge.again()) {
+        m_services->failureNotices.report(refusal->localizedDescription);
     }
 }
 
@@ -256,7 +266,8 @@ void KavrinApp::reportDamage(const QString &text)
 {
     // Not every desktop shows notifications.
     std::fprintf(stderr, "kavrin: %s\n", qUtf8Printable(text));
-    m_services->notifications.show(u"Settings"_s, text, u"Open Kavrin"_s, {});
+    m_services->notifications.show(
+        {.title = u"Settings"_s, .text = text, .action = u"Open Kavrin"_s, .buttons = {}});
 }
 
 Outcome KavrinApp::performAction(QString action, QVariantList parameters)

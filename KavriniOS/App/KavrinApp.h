@@ -86,7 +86,8 @@ private:
     void onWindowClosed();
     void openVoiceTyping(const QString &activationToken);
     [[nodiscard]] bool isDictationScreenSeen() const;
-    void reportScreenFailure(const QString &message);
+    void reportScreenFailure(const QString &message, bool isKept);
+    void sendAgain();
     void reportDamage(const QString &text);
     static void onAppear();
 

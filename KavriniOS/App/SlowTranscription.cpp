@@ -14,6 +14,8 @@ namespace
 /// Most texts come within five seconds.
 constexpr std::chrono::seconds patience(10);
 
+const Notifications::Button cancel = {u"cancel"_s, u"Cancel dictation"_s};
+
 } // namespace
 
 SlowTranscription::SlowTranscription(DictationBridge &bridge, const Dictations &dictations,
@@ -24,8 +26,11 @@ SlowTranscription::SlowTranscription(DictationBridge &bridge, const Dictations &
     m_patience.setInterval(patience);
     connect(&m_patience, &QTimer::timeout, this, &SlowTranscription::tell);
     connect(&dictations, &Dictations::stateChanged, this, &SlowTranscription::update);
-    connect(&notifications, &Notifications::buttonPressed, this,
-            [&bridge] { bridge.cancelTranscriptions(); });
+    connect(&notifications, &Notifications::pressed, this, [&bridge](const QString &button) {
+        if (button == cancel.name) {
+            bridge.cancelTranscriptions();
+        }
+    });
 }
 
 void SlowTranscription::update()
@@ -33,7 +38,7 @@ void SlowTranscription::update()
     const bool isWorking = m_dictations.state() == Recorder::S::working;
     if (!isWorking) {
         m_patience.stop();
-        m_notifications.withdrawButton();
+        m_notifications.withdraw(m_shown);
     } else if (!m_patience.isActive()) {
         m_patience.start();
     }
@@ -41,8 +46,11 @@ void SlowTranscription::update()
 
 void SlowTranscription::tell()
 {
-    m_notifications.show(u"Voice typing"_s, u"The service has not answered yet."_s, u"Open voice typing"_s,
-                         u"Cancel dictation"_s);
+    m_shown = m_notifications.show({.title = u"Voice typing"_s,
+                                    .text = u"The service has not answered yet."_s,
+                                    .action = u"Open voice typing"_s,
+                                    .buttons = {cancel},
+                                    .stay = Notifications::Stay::UntilWithdrawn});
 }
 
 } // namespace kavrin

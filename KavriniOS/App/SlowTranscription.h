@@ -26,6 +26,7 @@ private:
 
     const Dictations &m_dictations;
     Notifications &m_notifications;
+    Notifications::Number m_shown = 0;
     QTimer m_patience;
 };
 

@@ -224,7 +224,8 @@ void Recorder::stop()
     }
     endRecording();
     // Read now, because another recording may be in the file when the transcription fails.
-    beginTranscription({.path = url(), .contents = contentsOf(url()), .emptiness = emptiness()});
+    beginTranscription(
+        {.path = url(), .contents = contentsOf(url()), .isKept = false, .emptiness = emptiness()});
 }
 
 void Recorder::transcribeAgain(const QString &path)
@@ -232,7 +233,7 @@ void Recorder::transcribeAgain(const QString &path)
     m_platform.dictations.setFailure({});
     DictationError::clear();
     m_dictation = m_platform.dictations.open();
-    beginTranscription({.path = path, .contents = {}, .emptiness = {}});
+    beginTranscription({.path = path, .contents = {}, .isKept = true, .emptiness = {}});
 }
 
 void Recorder::beginTranscription(Recording recording)
@@ -309,7 +310,7 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
         outcome.message = outcome.failure = u"Error: "_s + QString::fromUtf8(error.what());
     }
     if (!transcription->isGivenUp) {
-        keepIfFailed(recording, outcome);
+        outcome.isKept = keepIfFailed(recording, outcome);
         conclude(recorder, platform, transcription->dictation, outcome);
     }
     platform.backgroundTasks.end(task);
@@ -317,13 +318,14 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     publishWhatGoesOn(platform.dictations);
 }
 
-void Recorder::keepIfFailed(const Recording &recording, const Outcome &outcome)
+/// Whether the recording is kept then.
+bool Recorder::keepIfFailed(const Recording &recording, const Outcome &outcome)
 {
     if (outcome.isDone) {
         KeptRecordings::remove(recording.path);
-    } else if (!recording.emptiness) {
-        KeptRecordings::keep(recording.contents);
+        return false;
     }
+    return recording.isKept || (!recording.emptiness && KeptRecordings::keep(recording.contents));
 }
 
 void Recorder::conclude(Recorder *recorder, const Platform &platform, quint64 dictation,
@@ -340,7 +342,7 @@ void Recorder::conclude(Recorder *recorder, const Platform &platform, quint64 di
     platform.dictations.setFailure(failure);
     platform.dictations.conclude(dictation, {outcome.stamp, failure});
     if (!outcome.failure.isEmpty()) {
-        platform.reportFailure(outcome.failure);
+        platform.reportFailure(outcome.failure, outcome.isKept);
     }
 }
 
@@ -418,7 +420,7 @@ void Recorder::fail(const QString &code, const QString &message)
 {
     setMessage(message);
     publishError(m_platform, code, message);
-    m_platform.reportFailure(message);
+    m_platform.reportFailure(message, false);
 }
 
 void Recorder::setState(S state)

@@ -45,16 +45,18 @@ public:
         std::function<QCoro::Task<QString>(const QString &path)> transcribe;
         /// What the keyboard may show of a message: a short line without keys.
         std::function<QString(const QString &message)> line = [](const QString &message) { return message; };
-        /// Gets every failure in the words of `message`, even if the recorder no longer exists.
-        std::function<void(const QString &message)> reportFailure = [](const QString &) { };
+        /// Gets every failure in the words of `message`, even if the recorder no longer exists, and whether
+        /// DictationBridge::again() can send its recording again.
+        std::function<void(const QString &message, bool isKept)> reportFailure = [](const QString &, bool) {
+        };
         /// Ends every call of `transcribe` that is running, which then throws Error.
         std::function<void()> endTranscriptions = [] { };
     };
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);
 
-    /// Ends a recording, or the start of one, without a transcript: nothing records any more, and the question
-    /// for the microphone is taken back.
+    /// Ends a recording, or the start of one, without a transcript: nothing records any more, and the
+    /// question for the microphone is taken back.
     ~Recorder() override;
 
     /// The state after a successful transcription: idle if true, done if false.
@@ -109,7 +111,8 @@ private:
     /// What is transcribed.
     struct Recording {
         QString path;
-        QByteArray contents; ///< kept if the transcription fails; empty if they are kept already
+        QByteArray contents; ///< kept if the transcription fails
+        bool isKept = false; ///< already
         std::optional<Error> emptiness; ///< why there is nothing to transcribe
     };
 
@@ -138,8 +141,9 @@ private:
         QString message; ///< the text, or why there is none
         QString failure; ///< what went wrong, also after a text came; empty if nothing did
         QString code; ///< of the failure, if no text came
+        bool isKept = false; ///< the recording
     };
-    static void keepIfFailed(const Recording &recording, const Outcome &outcome);
+    static bool keepIfFailed(const Recording &recording, const Outcome &outcome);
     static void conclude(Recorder *recorder, const Platform &platform, quint64 dictation,
                          const Outcome &outcome);
     static QCoro::Task<Outcome> handOver(const Platform &platform, QString transcript);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "App/FailureNotices.h"
+#include "doubles/FakeNotifications.h"
 #include "store/Shared.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
@@ -12,31 +13,47 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-class ShownNotifications : public Notifications
-{
-public:
-    QString text;
-
-    void show(const QString &, const QString &shown, const QString &, const QString & /*button*/) override
-    {
-        text = shown;
-    }
-    void withdrawButton() override { }
-    [[nodiscard]] bool isPending() const override { return false; }
-};
-
 struct FailureNoticesTest : testing::Test {
-    ShownNotifications notifications;
+    test::FakeNotifications notifications;
     FailureNotices notices{notifications};
 
     QString shown(const QString &message)
     {
         notices.report(message);
-        return notifications.text;
+        return notifications.shown->text;
     }
 };
 
 } // namespace
+
+TEST_F(FailureNoticesTest, OffersToSendARecordingAgainThatIsKept)
+{
+    const std::pair<bool, QStringList> rows[] = {{false, {u"Settings"_s}},
+                                                 {true, {u"Try again"_s, u"Settings"_s}}};
+    for (const auto &[isKept, labels] : rows) {
+        notices.report(u"Error: no"_s, isKept);
+        QStringList offered;
+        for (const Notifications::Button &button : notifications.shown->buttons) {
+            offered.append(button.label);
+        }
+        EXPECT_EQ(offered, labels);
+    }
+}
+
+TEST_F(FailureNoticesTest, TellsWhichButtonWasPressed)
+{
+    QStringList told;
+    QObject::connect(&notices, &FailureNotices::activated, &notices,
+                     [&](const QString &token) { told.append(u"activated "_s + token); });
+    QObject::connect(&notices, &FailureNotices::retryRequested, &notices, [&] { told.append(u"retry"_s); });
+    notices.report(u"Error: no"_s, true);
+    for (const Notifications::Button &button : notifications.shown->buttons) {
+        Q_EMIT notifications.pressed(button.name, u"token"_s);
+    }
+    Q_EMIT notifications.pressed(u"another"_s, u"token"_s);
+    Q_EMIT notifications.activated(u"click"_s);
+    EXPECT_EQ(told, (QStringList{u"retry"_s, u"activated token"_s, u"activated click"_s}));
+}
 
 TEST_F(FailureNoticesTest, MasksKeysOfEightAndMoreCharacters)
 {

@@ -558,6 +558,9 @@ TEST_F(DictationBridgeTest, ARecordingIsKeptIfItsTranscriptionFails)
 {
     failToTranscribe("spoken");
     EXPECT_EQ(keptRecording(), "spoken");
+    EXPECT_TRUE(machine.isLastKept);
+    failToTranscribe("");
+    EXPECT_FALSE(machine.isLastKept);
 }
 
 TEST_F(DictationBridgeTest, ARecordingIsKeptThoughAnotherOneIsInTheFileByThen)
@@ -622,6 +625,7 @@ TEST_F(DictationBridgeTest, ARecordingThatFailsAgainStaysKeptOnce)
     machine.failTranscription(Error(u"network"_s, 1, u"still no"_s));
     ASSERT_TRUE(waitUntil([this] { return machine.dictations.activity() == u"idle"; }));
     EXPECT_EQ(machine.failures.last(), u"Error: still no");
+    EXPECT_TRUE(machine.isLastKept);
     EXPECT_EQ(keptRecording(), "two");
     KeptRecordings::remove(*KeptRecordings::latest());
     EXPECT_EQ(keptRecording(), "one");

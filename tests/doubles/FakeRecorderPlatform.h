@@ -30,6 +30,7 @@ public:
     std::vector<std::weak_ptr<FakeAudioRecorder>> recorders;
     QStringList openedFiles;
     QStringList failures; ///< that were reported
+    bool isLastKept = false; ///< the recording of the last one
     std::vector<AudioRecorderSettings> settings;
     std::optional<QFuture<void>> firstSamples; ///< of every recorder
 
@@ -47,7 +48,11 @@ public:
             .pasteboard = pasteboard,
             .clock = clock,
             .transcribe = [this](const QString &path) { return transcribe(path); },
-            .reportFailure = [this](const QString &message) { failures.append(message); },
+            .reportFailure =
+                [this](const QString &message, bool isKept) {
+                    failures.append(message);
+                    isLastKept = isKept;
+                },
         };
     }
 

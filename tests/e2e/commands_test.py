@@ -202,8 +202,8 @@ class Cancelling(WithoutAnAnswer):
         self.session.ctl("dictate", "stop")
         wait_until(notifications.shown, "a notification")
         self.assertEqual(notifications.shown(), [("Voice typing", "The service has not answered yet.")])
-        self.assertEqual(notifications.actions(), ["default", "Open voice typing", "button", "Cancel dictation"])
-        notifications.press_button()
+        self.assertEqual(notifications.actions(), ["default", "Open voice typing", "cancel", "Cancel dictation"])
+        notifications.press("cancel")
         self.assert_nothing_comes()
         wait_until(lambda: notifications.calls("CloseNotification"), "the notification is taken back")
 
@@ -217,7 +217,10 @@ class SendingAgain(Commands):
         self.use("http://127.0.0.1:1/")
         self.session.ctl("dictate", "start")
         self.session.ctl("dictate", "stop")
-        wait_until(lambda: self.bus.call(*DICTATION, "State") == ("idle",), "the dictation has failed")
+        self.wait_until_idle()
+
+    def wait_until_idle(self):
+        wait_until(lambda: self.bus.call(*DICTATION, "State") == ("idle",), "the dictation has ended")
 
     def kept(self):
         return sorted(path.name for path in (self.session.folder / "run/kavrin").glob("failed-*"))
@@ -235,6 +238,21 @@ class SendingAgain(Commands):
             self.assertEqual(self.session.ctl("dictate", "wait"), "said")
         self.assertEqual(self.suite.get("dictationState"), "done")
         self.assertEqual(self.kept(), ["failed-2.m4a", "failed-3.m4a"])
+
+    def test_the_notification_of_the_failure_offers_it(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        self.fail_to_dictate()
+        wait_until(notifications.shown, "a notification")
+        self.assertEqual(notifications.actions()[2:], ["again", "Try again", "settings", "Settings"])
+        with Service() as service:
+            self.use(service.url)
+            notifications.press("again")
+            self.suite.wait_for("transcript", "said")
+        wait_until(lambda: not self.kept(), "the recording is removed")
+        self.wait_until_idle()
+        notifications.press("again")
+        wait_until(lambda: ("Voice typing", "There is no recording to send again.") in notifications.shown(), "the reason")
 
     def test_who_asks_for_what_cannot_be_sent_is_told_why(self):
         self.assertIn("Kavrin is not running", self.refused("dictate", "again"))

@@ -146,5 +146,5 @@ class Notifications(_Mock):
     def click(self):
         self.emit("ActionInvoked", "us", 1, "default")
 
-    def press_button(self):
-        self.emit("ActionInvoked", "us", 1, "button")
+    def press(self, button):
+        self.emit("ActionInvoked", "us", 1, button)

@@ -10,6 +10,8 @@
 #include <QPointer>
 #include <QVariantMap>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <utility>
 
@@ -32,13 +34,48 @@ const QString path = u"/org/freedesktop/Notifications"_s;
 /// What servers call a click on the notification itself.
 const QString defaultAction = u"default"_s;
 
-const QString buttonAction = u"button"_s;
-
 /// Names and labels in turn.
-QStringList actionsOf(const QString &click, const QString &button)
+QStringList actionsOf(const Notifications::Notice &notice)
 {
-    const QStringList actions = {defaultAction, click};
-    return button.isEmpty() ? actions : actions + QStringList{buttonAction, button};
+    QStringList actions = {defaultAction, notice.action};
+    for (const Notifications::Button &button : notice.buttons) {
+        actions << button.name << button.label;
+    }
+    return actions;
+}
+
+constexpr int serverDecides = -1;
+constexpr int never = 0;
+
+/// What tells servers how long to show it.
+struct StayHints {
+    Notifications::Stay stay;
+    const char *hint; ///< one that is true
+    int expiry;
+};
+
+constexpr std::array stayHints = {
+    StayHints{Notifications::Stay::AsUsual, nullptr, serverDecides},
+    StayHints{Notifications::Stay::Briefly, "transient", serverDecides},
+    StayHints{Notifications::Stay::UntilSeen, nullptr, never},
+    StayHints{Notifications::Stay::UntilWithdrawn, "resident", never},
+};
+
+const StayHints &hintsOf(Notifications::Stay stay)
+{
+    return *std::ranges::find(stayHints, stay, &StayHints::stay);
+}
+
+QVariantMap hintsOf(const Notifications::Notice &notice)
+{
+    QVariantMap hints = {{u"desktop-entry"_s, QGuiApplication::desktopFileName()}};
+    if (const char *const hint = hintsOf(notice.stay).hint) {
+        hints.insert(QString::fromLatin1(hint), true);
+    }
+    if (notice.stay == Notifications::Stay::UntilWithdrawn) {
+        hints.insert(u"suppress-sound"_s, true);
+    }
+    return hints;
 }
 
 QDBusMessage call(const QString &method)
@@ -56,30 +93,28 @@ bool understandsMarkup(const QDBusMessage &capabilities)
 
 DesktopNotifications::DesktopNotifications(QDBusConnection bus) : m_bus(std::move(bus)) { }
 
-void DesktopNotifications::show(const QString &title, const QString &text, const QString &action,
-                                const QString &button)
+Notifications::Number DesktopNotifications::show(const Notice &notice)
 {
-    m_wanted = Notice{title, text, action, button};
-    m_wantsButton = !button.isEmpty();
+    m_wanted = notice;
+    ++m_last;
+    update();
+    return m_last;
+}
+
+void DesktopNotifications::withdraw(Number shown)
+{
+    if (shown == m_last && m_wanted) {
+        m_wanted.reset();
+        update();
+    }
+}
+
+void DesktopNotifications::update()
+{
+    m_isTold = false;
     if (!m_isSending && m_bus.isConnected()) {
         listen();
-        sendWanted();
-    }
-}
-
-void DesktopNotifications::withdrawButton()
-{
-    if (std::exchange(m_wantsButton, false)) {
-        m_wanted.reset();
-    }
-    closeWithdrawn();
-}
-
-/// One that is being sent has no number yet, and is closed when it has.
-void DesktopNotifications::closeWithdrawn()
-{
-    if (!m_isSending && !m_wantsButton && std::exchange(m_hasButton, false) && m_shown != 0) {
-        m_bus.send(call(u"CloseNotification"_s) << m_shown);
+        tellServer();
     }
 }
 
@@ -93,42 +128,65 @@ void DesktopNotifications::listen()
     m_bus.connect(service, path, service, u"ActivationToken"_s, this, SLOT(onActivationToken(uint, QString)));
 }
 
-/// Sends one after the other, because the next one needs the number that the server gives this one.
-QCoro::Task<> DesktopNotifications::sendWanted()
+/// One after the other, because the next one needs the number that the server gives this one.
+QCoro::Task<> DesktopNotifications::tellServer()
 {
     const QPointer<DesktopNotifications> self(this);
     m_isSending = true;
     const QDBusPendingCall asked = m_bus.asyncCall(call(u"GetCapabilities"_s), int(patience.count()));
     const QDBusMessage capabilities = co_await asked;
-    while (self && m_wanted) {
-        const Notice notice = *std::exchange(m_wanted, std::nullopt);
-        const QString body = understandsMarkup(capabilities) ? notice.text.toHtmlEscaped() : notice.text;
-        QDBusMessage notify = call(u"Notify"_s);
-        notify << QGuiApplication::applicationDisplayName() << m_shown << QGuiApplication::desktopFileName()
-               << notice.title << body << actionsOf(notice.action, notice.button)
-               << QVariantMap{{u"desktop-entry"_s, QGuiApplication::desktopFileName()}}
-               << -1; // shown as long as the server shows notifications
-        const QDBusPendingCall sent = m_bus.asyncCall(notify, int(patience.count()));
-        const QDBusMessage answer = co_await sent;
-        if (self) {
-            m_shown = QDBusReply<uint>(answer).value();
-            m_hasButton = !notice.button.isEmpty();
-            qCInfo(Logging::application) << "Notification:" << (m_shown != 0 ? "shown" : "not shown");
+    if (self) {
+        m_understandsMarkup = understandsMarkup(capabilities);
+    }
+    while (self && !std::exchange(m_isTold, true)) {
+        if (m_wanted) {
+            const QCoro::Task<uint> notifying = notify(*m_wanted);
+            const uint shown = co_await notifying;
+            if (self) {
+                m_shown = shown;
+            }
+        } else if (m_shown != 0) {
+            const QCoro::Task<> closing = close(std::exchange(m_shown, 0));
+            co_await closing;
         }
     }
     if (self) {
         m_isSending = false;
-        closeWithdrawn();
         Q_EMIT settled();
     }
 }
 
+/// Resumes with the server's number; 0 if it does not show it.
+QCoro::Task<uint> DesktopNotifications::notify(Notice notice)
+{
+    const QString body = m_understandsMarkup ? notice.text.toHtmlEscaped() : notice.text;
+    QDBusMessage notify = call(u"Notify"_s);
+    notify << QGuiApplication::applicationDisplayName() << m_shown << QGuiApplication::desktopFileName()
+           << notice.title << body << actionsOf(notice) << hintsOf(notice) << hintsOf(notice.stay).expiry;
+    const QDBusPendingCall sent = m_bus.asyncCall(notify, int(patience.count()));
+    const QDBusMessage answer = co_await sent;
+    const uint shown = QDBusReply<uint>(answer).value();
+    qCInfo(Logging::application) << "Notification:" << (shown != 0 ? "shown" : "not shown");
+    co_return shown;
+}
+
+QCoro::Task<> DesktopNotifications::close(uint notification)
+{
+    const QDBusMessage close = call(u"CloseNotification"_s) << notification;
+    const QDBusPendingCall sent = m_bus.asyncCall(close, int(patience.count()));
+    co_await sent;
+}
+
 void DesktopNotifications::onActionInvoked(uint notification, const QString &action)
 {
-    if (notification == m_shown && action == defaultAction) {
-        Q_EMIT activated(std::exchange(m_activationToken, QString()));
-    } else if (notification == m_shown && action == buttonAction) {
-        Q_EMIT buttonPressed();
+    if (notification != m_shown) {
+        return;
+    }
+    const QString token = std::exchange(m_activationToken, QString());
+    if (action == defaultAction) {
+        Q_EMIT activated(token);
+    } else {
+        Q_EMIT pressed(action, token);
     }
 }
 

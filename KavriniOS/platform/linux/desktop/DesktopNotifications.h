@@ -20,30 +20,25 @@ class DesktopNotifications : public Notifications
 public:
     explicit DesktopNotifications(QDBusConnection bus = QDBusConnection::sessionBus());
 
-    void show(const QString &title, const QString &text, const QString &action,
-              const QString &button) override;
-    void withdrawButton() override;
+    Number show(const Notice &notice) override;
+    void withdraw(Number shown) override;
     [[nodiscard]] bool isPending() const override { return m_isSending; }
 
 private:
-    struct Notice {
-        QString title;
-        QString text;
-        QString action;
-        QString button;
-    };
-
     void listen();
-    QCoro::Task<> sendWanted();
-    void closeWithdrawn();
+    void update();
+    QCoro::Task<> tellServer();
+    QCoro::Task<uint> notify(Notice notice);
+    QCoro::Task<> close(uint notification);
     Q_SLOT void onActionInvoked(uint notification, const QString &action);
     Q_SLOT void onActivationToken(uint notification, const QString &token);
 
     QDBusConnection m_bus;
-    std::optional<Notice> m_wanted; ///< empty when it is sent
-    bool m_wantsButton = false; ///< the last one that was wanted has a button and was not taken back
-    bool m_hasButton = false; ///< the one that is shown
+    std::optional<Notice> m_wanted; ///< what is to be shown; empty if it was withdrawn
+    Number m_last = 0; ///< the number of the last one that was wanted
+    bool m_isTold = true; ///< the server is told what is wanted
     bool m_isSending = false;
+    bool m_understandsMarkup = false; ///< the server
     bool m_isListening = false;
     uint m_shown = 0; ///< its number; 0 if there is none
     QString m_activationToken; ///< comes before the action that it belongs to

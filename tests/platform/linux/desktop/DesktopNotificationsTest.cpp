@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 namespace kavrin::test
 {
 
@@ -18,9 +20,9 @@ using namespace Qt::StringLiterals;
 class DesktopNotificationsTest : public testing::Test
 {
 protected:
-    void show(const QString &text, const QString &button = {})
+    Notifications::Number show(const QString &text)
     {
-        notifications.show(u"Title"_s, text, u"Open"_s, button);
+        return notifications.show({.title = u"Title"_s, .text = text, .action = u"Open"_s, .buttons = {}});
     }
 
     /// Lets the server answer all that it is asked until the desktop has received everything.
@@ -35,12 +37,13 @@ protected:
     }
 
     /// Lets the server be asked to show `text`, and not answer yet.
-    void send(const QString &text, const QString &button)
+    Notifications::Number send(const QString &text)
     {
-        show(text, button);
-        ASSERT_TRUE(waitUntil([this] { return server.isAsked(); }));
+        const Notifications::Number shown = show(text);
+        EXPECT_TRUE(waitUntil([this] { return server.isAsked(); }));
         server.answer(); // what it can do
-        ASSERT_TRUE(waitUntil([&] { return server.asked.contains(text); }));
+        EXPECT_TRUE(waitUntil([&] { return server.asked.contains(text); }));
+        return shown;
     }
 
     /// Which ones are closed by then: a later one comes after that.
@@ -60,35 +63,97 @@ using Closed = std::vector<uint>;
 
 } // namespace
 
-TEST_F(DesktopNotificationsTest, OneWithAButtonThatIsShownIsTakenBackOnce)
+TEST_F(DesktopNotificationsTest, HaveATitleATextAClickAndButtons)
 {
-    show(u"slow"_s, u"Cancel"_s);
+    notifications.show({.title = u"Listening"_s,
+                        .text = u"Speak."_s,
+                        .action = u"Open"_s,
+                        .buttons = {{u"stop"_s, u"Stop"_s}, {u"cancel"_s, u"Give up"_s}}});
     settle();
-    notifications.withdrawButton();
-    notifications.withdrawButton();
-    EXPECT_EQ(closed(), Closed{1});
+    EXPECT_EQ(server.last.title, u"Listening");
+    EXPECT_EQ(server.last.text, u"Speak.");
+    EXPECT_EQ(server.last.actions,
+              (QStringList{u"default"_s, u"Open"_s, u"stop"_s, u"Stop"_s, u"cancel"_s, u"Give up"_s}));
 }
 
-TEST_F(DesktopNotificationsTest, OneWithoutAButtonStays)
+TEST_F(DesktopNotificationsTest, StayAsLongAsFits)
 {
+    using Stay = Notifications::Stay;
+    const std::tuple<Stay, QStringList, int> rows[] = {
+        {Stay::AsUsual, {}, -1},
+        {Stay::Briefly, {u"transient"_s}, -1},
+        {Stay::UntilSeen, {}, 0},
+        {Stay::UntilWithdrawn, {u"resident"_s, u"suppress-sound"_s}, 0},
+    };
+    for (const auto &[stay, hints, expiry] : rows) {
+        SCOPED_TRACE(int(stay));
+        notifications.show({.title = {}, .text = {}, .action = {}, .buttons = {}, .stay = stay});
+        settle();
+        EXPECT_EQ(server.last.expiry, expiry);
+        for (const QString &hint : {u"transient"_s, u"resident"_s, u"suppress-sound"_s}) {
+            EXPECT_EQ(server.last.hints.value(hint).toBool(), hints.contains(hint)) << hint.toStdString();
+        }
+    }
+}
+
+TEST_F(DesktopNotificationsTest, TakeThePlaceOfTheOneBefore)
+{
+    for (const uint replaced : {0U, 1U, 1U}) {
+        show(u"text"_s);
+        settle();
+        EXPECT_EQ(server.last.replaced, replaced);
+    }
+}
+
+TEST_F(DesktopNotificationsTest, TellWhatTheUserHasChosenWithTheTokenThatCameBefore)
+{
+    QStringList told;
+    QObject::connect(&notifications, &Notifications::activated,
+                     [&](const QString &token) { told.append(u"click "_s + token); });
+    QObject::connect(
+        &notifications, &Notifications::pressed,
+        [&](const QString &button, const QString &token) { told.append(button + u' ' + token); });
+    show(u"text"_s);
+    settle();
+    Q_EMIT server.ActivationToken(1, u"one"_s);
+    Q_EMIT server.ActionInvoked(2, u"another's"_s);
+    Q_EMIT server.ActionInvoked(1, u"stop"_s);
+    Q_EMIT server.ActionInvoked(1, u"default"_s);
+    EXPECT_TRUE(waitUntil([&] { return told.size() == 2; }));
+    EXPECT_EQ(told, (QStringList{u"stop one"_s, u"click "_s}));
+}
+
+TEST_F(DesktopNotificationsTest, OneThatIsShownIsTakenBackOnce)
+{
+    const Notifications::Number shown = show(u"slow"_s);
+    settle();
+    notifications.withdraw(shown);
+    notifications.withdraw(shown);
+    settle();
+    EXPECT_EQ(closed(), Closed{1});
+    EXPECT_EQ(server.last.replaced, 0U);
+}
+
+TEST_F(DesktopNotificationsTest, OneThatAnotherHasReplacedIsNotTakenBack)
+{
+    const Notifications::Number shown = show(u"slow"_s);
     show(u"failed"_s);
     settle();
-    notifications.withdrawButton();
+    notifications.withdraw(shown);
     EXPECT_EQ(closed(), Closed());
 }
 
 TEST_F(DesktopNotificationsTest, OneThatIsBeingSentIsTakenBackWhenItIsShown)
 {
-    send(u"slow"_s, u"Cancel"_s);
-    notifications.withdrawButton();
+    const Notifications::Number shown = send(u"slow"_s);
+    notifications.withdraw(shown);
     settle();
     EXPECT_EQ(closed(), Closed{1});
 }
 
 TEST_F(DesktopNotificationsTest, OneThatIsNotSentYetIsNeverShown)
 {
-    show(u"slow"_s, u"Cancel"_s);
-    notifications.withdrawButton();
+    notifications.withdraw(show(u"slow"_s));
     settle();
     EXPECT_EQ(closed(), Closed());
     EXPECT_EQ(server.asked, QStringList(u"later"_s));
@@ -96,18 +161,17 @@ TEST_F(DesktopNotificationsTest, OneThatIsNotSentYetIsNeverShown)
 
 TEST_F(DesktopNotificationsTest, OneThatWasToBeReplacedByOneThatIsTakenBackGoesToo)
 {
-    show(u"slow"_s, u"Cancel"_s);
+    show(u"slow"_s);
     settle();
-    show(u"slow again"_s, u"Cancel"_s);
-    notifications.withdrawButton();
+    notifications.withdraw(show(u"slow again"_s));
     settle();
     EXPECT_EQ(closed(), Closed{1});
 }
 
 TEST_F(DesktopNotificationsTest, OneThatIsReplacedWhileItIsSentNeedsNoTakingBack)
 {
-    send(u"slow"_s, u"Cancel"_s);
-    notifications.withdrawButton();
+    const Notifications::Number shown = send(u"slow"_s);
+    notifications.withdraw(shown);
     show(u"failed"_s);
     settle();
     EXPECT_EQ(server.closed, Closed());

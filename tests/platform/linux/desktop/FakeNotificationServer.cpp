@@ -16,7 +16,7 @@ constexpr QLatin1String path("/org/freedesktop/Notifications");
 
 FakeNotificationServer::FakeNotificationServer(QDBusConnection bus) : m_bus(std::move(bus))
 {
-    m_bus.registerObject(path, this, QDBusConnection::ExportAllSlots);
+    m_bus.registerObject(path, this, QDBusConnection::ExportAllContents);
     m_bus.registerService(service);
 }
 
@@ -33,10 +33,10 @@ QStringList FakeNotificationServer::GetCapabilities()
 }
 
 uint FakeNotificationServer::Notify(const QString & /*application*/, uint replaced, const QString & /*icon*/,
-                                    const QString & /*title*/, const QString &text,
-                                    const QStringList & /*actions*/, const QVariantMap & /*hints*/,
-                                    int /*expiry*/)
+                                    const QString &title, const QString &text, const QStringList &actions,
+                                    const QVariantMap &hints, int expiry)
 {
+    last = {replaced, title, text, actions, hints, expiry};
     asked.append(text);
     leaveOpen(replaced != 0 ? replaced : ++m_last);
     return 0;

@@ -23,7 +23,18 @@ public:
     explicit FakeNotificationServer(QDBusConnection bus);
     ~FakeNotificationServer() override;
 
-    /// The texts of those that it has been asked to show.
+    /// One that it has been asked to show.
+    struct Asked {
+        uint replaced = 0;
+        QString title;
+        QString text;
+        QStringList actions;
+        QVariantMap hints;
+        int expiry = 0;
+    };
+    Asked last;
+
+    /// The texts of all that it has been asked to show.
     QStringList asked;
 
     /// The numbers of those that it has been asked to close.
@@ -38,6 +49,10 @@ public:
     Q_SLOT uint Notify(const QString &application, uint replaced, const QString &icon, const QString &title,
                        const QString &text, const QStringList &actions, const QVariantMap &hints, int expiry);
     Q_SLOT void CloseNotification(uint number);
+
+Q_SIGNALS:
+    void ActionInvoked(uint number, const QString &action);
+    void ActivationToken(uint number, const QString &token);
 
 private:
     void leaveOpen(const QVariant &answer);

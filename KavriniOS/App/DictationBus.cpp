@@ -17,10 +17,15 @@ const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 } // namespace
 
-DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, QDBusConnection bus)
-    : m_bridge(bridge), m_dictations(dictations), m_bus(std::move(bus))
+DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, DictationSignals &signs,
+                           QDBusConnection bus)
+    : m_bridge(bridge), m_dictations(dictations), m_signals(signs), m_bus(std::move(bus))
 {
     m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
+    m_announcer.setConnection(m_bus);
+    m_announcer.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    connect(&m_announcer, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this] { m_signals.expectNoDelivery(m_announced); });
 }
 
 void DictationBus::Start()
@@ -67,7 +72,7 @@ double DictationBus::Outcome(qulonglong number, QString & /*failure*/)
 {
     std::optional<QFuture<DictationOutcome>> known = m_dictations.outcome(number);
     if (!known) {
-        sendErrorReply(refusal, u"There is no such dictation."_s);
+        refuseUnknown();
         return 0;
     }
     setDelayedReply(true);
@@ -75,6 +80,28 @@ double DictationBus::Outcome(qulonglong number, QString & /*failure*/)
         bus.send(call.createReply({outcome.stamp, outcome.failure}));
     });
     return 0;
+}
+
+void DictationBus::Announce(qulonglong number)
+{
+    if (!m_signals.announce(number)) {
+        refuseUnknown();
+        return;
+    }
+    m_announced = number;
+    m_announcer.setWatchedServices({message().service()});
+}
+
+void DictationBus::Delivered(qulonglong number, const QString &problem)
+{
+    if (!m_signals.delivered(number, problem)) {
+        refuseUnknown();
+    }
+}
+
+void DictationBus::refuseUnknown()
+{
+    sendErrorReply(refusal, u"There is no such dictation."_s);
 }
 
 void DictationBus::answer(const std::optional<Error> &failure)

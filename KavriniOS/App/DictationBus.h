@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "App/DictationSignals.h"
 #include "dictation/DictationBridge.h"
 #include "dictation/Dictations.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusServiceWatcher>
 #include <QObject>
 
 namespace kavrin
@@ -23,8 +25,8 @@ public:
     /// The object's path below the application's name.
     static QString path() { return QStringLiteral("/app/kavrin/Kavrin/Dictation"); }
 
-    /// Both must outlive this object.
-    DictationBus(DictationBridge &bridge, Dictations &dictations,
+    /// All must outlive this object.
+    DictationBus(DictationBridge &bridge, Dictations &dictations, DictationSignals &signs,
                  QDBusConnection bus = QDBusConnection::sessionBus());
 
     /// The interface as other programs call it.
@@ -41,13 +43,23 @@ public:
     /// why it has none, which is "" if the user has cancelled it. Refuses a number that it does not know.
     Q_SCRIPTABLE Q_SLOT double Outcome(qulonglong number, QString &failure);
 
+    /// For a program that puts the text of that dictation where the user wants it: shows its stages, until
+    /// the program says that the text is there or, in `problem`, where else it is. Both refuse a number that
+    /// Kavrin does not know.
+    Q_SCRIPTABLE Q_SLOT void Announce(qulonglong number);
+    Q_SCRIPTABLE Q_SLOT void Delivered(qulonglong number, const QString &problem);
+
 private:
+    void refuseUnknown();
     void answer(const std::optional<Error> &failure);
     void answer(QCoro::Task<std::optional<Error>> outcome);
 
     DictationBridge &m_bridge;
     Dictations &m_dictations;
+    DictationSignals &m_signals;
     QDBusConnection m_bus;
+    QDBusServiceWatcher m_announcer; ///< the last one, in case that it ends first
+    quint64 m_announced = 0; ///< the number of its dictation
 };
 
 } // namespace kavrin

@@ -3,9 +3,9 @@
 
 #include "App/CommandRelay.h"
 #include "App/DictationBus.h"
+#include "App/DictationSignals.h"
 #include "App/DictationTray.h"
 #include "App/FailureNotices.h"
-#include "App/SlowTranscription.h"
 #include "App/UrlHost.h"
 #include "codes/SaveVerificationCode.h"
 #include "dictation/DictationBridge.h"
@@ -107,8 +107,9 @@ struct KavrinApp::Services {
     DictateModelFactory dictateModels = DictateModelFactory(recorderPlatform(
         [this](const QString &message, bool isKept) { app.reportScreenFailure(message, isKept); }));
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
-    SlowTranscription slowTranscription = SlowTranscription(dictationBridge, dictations, notifications);
-    DictationBus dictationBus = DictationBus(dictationBridge, dictations);
+    DictationSignals dictationSignals =
+        DictationSignals(dictationBridge, dictations, notifications, failureNotices);
+    DictationBus dictationBus = DictationBus(dictationBridge, dictations, dictationSignals);
     std::stop_source stop;
     bool hasServed = false;
     // Exists only as long as the window: without Qt Quick, the process takes a quarter of the memory.
@@ -159,7 +160,6 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->dictationTray, &DictationTray::refused, &m_services->failureNotices,
             [this](const QString &reason) { m_services->failureNotices.report(reason); });
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
-    connect(&m_services->failureNotices, &FailureNotices::retryRequested, this, &KavrinApp::sendAgain);
     connect(this, &KavrinApp::damaged, this, &KavrinApp::reportDamage, Qt::QueuedConnection);
     UserDefaults::onDamage([this](const QString &text) { Q_EMIT damaged(text); });
     connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);
@@ -255,13 +255,6 @@ void KavrinApp::reportScreenFailure(const QString &message, bool isKept)
     }
 }
 
-void KavrinApp::sendAgain()
-{
-    if (const std::optional<Error> refusal = m_services->dictationBridge.again()) {
-        m_services->failureNotices.report(refusal->localizedDescription);
-    }
-}
-
 void KavrinApp::reportDamage(const QString &text)
 {
     // Not every desktop shows notifications.
@@ -297,6 +290,7 @@ void KavrinApp::stop()
 {
     Q_EMIT stopping();
     m_services->dictations.close();
+    m_services->dictationSignals.close();
     m_services->stop.request_stop();
     // A transcription that fails because of this still reports its failure.
     m_services->urlSession.endExchanges();

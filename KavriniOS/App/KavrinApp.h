@@ -87,7 +87,6 @@ private:
     void openVoiceTyping(const QString &activationToken);
     [[nodiscard]] bool isDictationScreenSeen() const;
     void reportScreenFailure(const QString &message, bool isKept);
-    void sendAgain();
     void reportDamage(const QString &text);
     static void onAppear();
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "App/DictationBus.h"
+#include "doubles/FakeNotifications.h"
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
 #include "support/PrivateBus.h"
@@ -81,7 +82,10 @@ protected:
     FakeRecorderPlatform machine;
     DictationBridge bridge{machine.platform(),
                            [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); }, [] {}};
-    DictationBus bus{bridge, machine.dictations};
+    FakeNotifications notifications;
+    FailureNotices failures{notifications};
+    DictationSignals signs{bridge, machine.dictations, notifications, failures};
+    DictationBus bus{bridge, machine.dictations, signs};
 };
 
 } // namespace

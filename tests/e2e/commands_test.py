@@ -201,9 +201,9 @@ class Cancelling(WithoutAnAnswer):
         self.session.ctl("dictate", "start")
         self.session.ctl("dictate", "stop")
         wait_until(notifications.shown, "a notification")
-        self.assertEqual(notifications.shown(), [("Voice typing", "The service has not answered yet.")])
-        self.assertEqual(notifications.actions(), ["default", "Open voice typing", "cancel", "Cancel dictation"])
-        notifications.press("cancel")
+        self.assertEqual(notifications.shown(), [("Transcribing", "The service has not answered yet.")])
+        self.assertEqual(notifications.actions(), ["default", "Open voice typing", "give-up", "Cancel"])
+        notifications.press("give-up")
         self.assert_nothing_comes()
         wait_until(lambda: notifications.calls("CloseNotification"), "the notification is taken back")
 
@@ -264,6 +264,27 @@ class SendingAgain(Commands):
                          "kavrinctl: A dictation is running. Wait until it has ended.")
         self.session.ctl("dictate", "cancel")
         self.wait_until_the_microphone_is_free()
+
+
+class Announced(Commands):
+    def test_a_notification_shows_how_it_goes_on_until_the_text_is_delivered(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        with Service() as service:
+            self.session.ctl("set", "provider", "custom")
+            self.session.ctl("set", "customURL", service.url)
+            self.suite.set("dictationCommand", "string", "start")
+            self.suite.wait_for("dictationState", "recording")
+            number, = self.bus.call(*DICTATION, "Commanded")
+            self.bus.call(*DICTATION, "Announce", "(t)", number)
+            wait_until(lambda: [title for title, _ in notifications.shown()] == ["Listening"], "the notification")
+            notifications.press("stop")
+            self.suite.wait_for("transcript", "said")
+        wait_until(lambda: notifications.shown()[-1][0] == "Transcribing", "the next stage")
+        self.assertEqual(notifications.calls("CloseNotification"), [])
+        self.bus.call(*DICTATION, "Delivered", "(ts)", number, "")
+        wait_until(lambda: notifications.calls("CloseNotification"), "the notification is taken back")
+        self.assertEqual(notifications.replaced(), [0, 1])
 
 
 class InTheTray(WithoutAnAnswer):

@@ -37,6 +37,7 @@ uint FakeNotificationServer::Notify(const QString & /*application*/, uint replac
                                     const QVariantMap &hints, int expiry)
 {
     last = {replaced, title, text, actions, hints, expiry};
+    isShown = true;
     asked.append(text);
     leaveOpen(replaced != 0 ? replaced : ++m_last);
     return 0;
@@ -45,12 +46,16 @@ uint FakeNotificationServer::Notify(const QString & /*application*/, uint replac
 void FakeNotificationServer::CloseNotification(uint number)
 {
     closed.push_back(number);
+    isShown = false;
 }
 
 void FakeNotificationServer::leaveOpen(const QVariant &answer)
 {
     setDelayedReply(true);
     m_open.push_back(message().createReply(answer));
+    if (answersAtOnce) {
+        this->answer();
+    }
 }
 
 void FakeNotificationServer::answer()

@@ -13,7 +13,7 @@
 namespace kavrin::test
 {
 
-/// Stands for the desktop's server of notifications. It shows each one only when the test says so.
+/// Stands for the desktop's server of notifications. It shows each one when the test says so, or at once.
 class FakeNotificationServer : public QObject, protected QDBusContext
 {
     Q_OBJECT
@@ -33,6 +33,8 @@ public:
         int expiry = 0;
     };
     Asked last;
+    bool isShown = false; ///< the last one
+    bool answersAtOnce = false;
 
     /// The texts of all that it has been asked to show.
     QStringList asked;

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "App/FailureNotices.h"
+#include "dictation/DictationBridge.h"
+#include "dictation/Dictations.h"
+#include "platform/Notifications.h"
+
+#include <QObject>
+#include <QTimer>
+
+namespace kavrin
+{
+
+/// Shows by notification how a dictation goes on, for those who look at their own window: each stage of a
+/// dictation that a program has announced, and of any dictation that its transcription takes long. Main
+/// thread only.
+class DictationSignals : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// All of them must outlive this object.
+    DictationSignals(DictationBridge &bridge, const Dictations &dictations, Notifications &notifications,
+                     FailureNotices &failures);
+
+    /// Shows the stages of the dictation with that number until it brings no text, or until delivered().
+    /// Returns false if there is no such dictation.
+    bool announce(quint64 number);
+
+    /// The text of that dictation is where the user wants it, or `problem` says to the user where else it is.
+    /// Returns false if there is no such dictation.
+    bool delivered(quint64 number, const QString &problem);
+
+    /// Nobody delivers the text of that dictation: once there is one, the user is told of the clipboard.
+    void expectNoDelivery(quint64 number);
+
+    /// Takes back what is shown, and shows nothing from then on.
+    void close();
+
+private:
+    enum class Stage { None, Listening, Transcribing, Slow };
+
+    static const Notifications::Notice &noticeOf(Stage stage);
+    void update();
+    void updatePatience();
+    void forgetEnded();
+    [[nodiscard]] std::optional<DictationOutcome> outcome() const;
+    [[nodiscard]] Stage stage() const;
+    void obey(const QString &button);
+    void sendAgain();
+
+    DictationBridge &m_bridge;
+    const Dictations &m_dictations;
+    Notifications &m_notifications;
+    FailureNotices &m_failures;
+    quint64 m_announced = 0; ///< the number of a dictation; 0 if there is none
+    bool m_isDelivered = true; ///< its announcer will say when its text is delivered
+    QTimer m_patience;
+    bool m_isSlow = false; ///< the transcription
+    bool m_isClosed = false;
+    Stage m_stage = Stage::None; ///< that is shown
+    Notifications::Number m_shown = 0;
+};
+
+} // namespace kavrin

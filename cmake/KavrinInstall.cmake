@@ -9,7 +9,7 @@ set(ordinary_file OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)  # not the user'
 find_program(KAVRIN_GZIP gzip REQUIRED)
 
 install(TARGETS kavrin kavrinctl kavrin-stt DESTINATION bin)
-install(TARGETS kavrin_curl kavrin_libav DESTINATION lib/kavrin PERMISSIONS ${ordinary_file})
+install(TARGETS kavrin_curl kavrin_libav kavrin_pulse DESTINATION lib/kavrin PERMISSIONS ${ordinary_file})
 install(FILES KavriniOS/App/Info.plist KavriniOS/App/entitlements.plist DESTINATION share/kavrin)
 
 install(FILES ${packaging}/app.kavrin.Kavrin.desktop DESTINATION share/applications)
@@ -63,7 +63,7 @@ get_property(compressed_files GLOBAL PROPERTY kavrin_compressed_files)
 add_custom_target(kavrin_compressed_files ALL DEPENDS ${compressed_files})
 
 # Everything that is installed, and no tests.
-add_custom_target(programs DEPENDS kavrin kavrinctl kavrin-stt kavrin_curl kavrin_libav kavrin_compressed_files)
+add_custom_target(programs DEPENDS kavrin kavrinctl kavrin-stt kavrin_curl kavrin_libav kavrin_pulse kavrin_compressed_files)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME kavrin)

@@ -21,7 +21,8 @@ DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, Dict
                            QDBusConnection bus)
     : m_bridge(bridge), m_dictations(dictations), m_signals(signs), m_bus(std::move(bus))
 {
-    m_bus.registerObject(path(), this, QDBusConnection::ExportScriptableSlots);
+    m_bus.registerObject(
+        path(), this, QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableProperties);
     m_announcer.setConnection(m_bus);
     m_announcer.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     connect(&m_announcer, &QDBusServiceWatcher::serviceUnregistered, this,

@@ -20,6 +20,7 @@ class DictationBus : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "app.kavrin.Dictation")
+    Q_PROPERTY(QString Version READ version CONSTANT)
 
 public:
     /// The object's path below the application's name.
@@ -28,6 +29,9 @@ public:
     /// All must outlive this object.
     DictationBus(DictationBridge &bridge, Dictations &dictations, DictationSignals &signs,
                  QDBusConnection bus = QDBusConnection::sessionBus());
+
+    /// The version of the program that runs. After an upgrade it may be an older one than that on the disk.
+    [[nodiscard]] static QString version() { return QStringLiteral(KAVRIN_VERSION); }
 
     /// The interface as other programs call it.
     Q_SCRIPTABLE Q_SLOT void Start();

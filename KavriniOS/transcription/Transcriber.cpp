@@ -2,15 +2,13 @@
 #include "transcription/Transcriber.h"
 
 #include "platform/Logging.h"
-#include "platform/PropertyList.h"
-#include "store/Shared.h"
+#include "transcription/SpeechService.h"
 #include "transcription/TranscriptionAnswer.h"
-#include "transcription/TranscriptionRequest.h"
 
 #include <QFile>
 #include <QUuid>
 
-#include <optional>
+#include <variant>
 
 namespace kavrin
 {
@@ -19,18 +17,6 @@ namespace
 {
 
 using namespace Qt::StringLiterals;
-
-/// Not through Prefs: a setting that was never written has other defaults here than in the catalogue. One
-/// that cannot be read has none: the recording would go to a service that the user did not choose. Throws
-/// Error.
-QString setting(const QString &key, const QString &fallback = {})
-{
-    const auto [stored, failure] = Shared::d().read(key);
-    if (failure) {
-        throw Error(*failure);
-    }
-    return (stored ? PropertyList::toText(*stored) : std::nullopt).value_or(fallback);
-}
 
 QByteArray readRecording(const QString &path, const RecordingCheck &check)
 {
@@ -48,49 +34,33 @@ QByteArray readRecording(const QString &path, const RecordingCheck &check)
                 u"The recording %1 could not be read: %2."_s.arg(path, file.errorString()));
 }
 
-MultipartService openaiService()
+UrlRequest requestFor(const SpeechService &service, const QByteArray &audio)
 {
-    return {u"https://" KAVRIN_OPENAI_HOST "/v1/audio/transcriptions"_s, setting(u"openaiKey"_s),
-            setting(u"openaiModel"_s, u"gpt-4o-mini-transcribe"_s)};
-}
-
-MultipartService customService()
-{
-    return {setting(u"customURL"_s), setting(u"customKey"_s), setting(u"customModel"_s, u"whisper-1"_s)};
-}
-
-GeminiService geminiService()
-{
-    return {QStringLiteral(KAVRIN_GEMINI_HOST), setting(u"geminiModel"_s, u"gemini-2.5-flash"_s),
-            setting(u"geminiKey"_s)};
-}
-
-UrlRequest requestFor(const QString &provider, const QByteArray &audio)
-{
-    if (provider == "gemini"_L1) {
-        return transcriptionRequest(geminiService(), audio);
+    if (const auto *gemini = std::get_if<GeminiService>(&service)) {
+        return transcriptionRequest(*gemini, audio);
     }
     const QString boundary = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    return transcriptionRequest(provider == "custom"_L1 ? customService() : openaiService(), boundary, audio);
+    return transcriptionRequest(std::get<MultipartService>(service), boundary, audio);
 }
 
-QString transcriptFrom(const QString &provider, const QByteArray &body)
+QString transcriptFrom(const SpeechService &service, const QByteArray &body)
 {
-    return provider == "gemini"_L1 ? geminiTranscript(body) : multipartTranscript(body);
+    return std::holds_alternative<GeminiService>(service) ? geminiTranscript(body)
+                                                          : multipartTranscript(body);
 }
 
 } // namespace
 
 QCoro::Task<QString> Transcriber::transcribe(QString filePath, UrlSession &session, RecordingCheck check)
 {
-    const QString provider = setting(u"provider"_s, u"openai"_s);
+    const SpeechService service = chosenService();
     // The recording is released here, before the exchange begins. The request holds a copy.
-    UrlRequest request = requestFor(provider, readRecording(filePath, check));
+    UrlRequest request = requestFor(service, readRecording(filePath, check));
     qCInfo(Logging::transcription) << "Sending" << request.body.size() << "bytes";
     const QCoro::Task<QByteArray> exchange = session.data(std::move(request));
     const QByteArray body = co_await exchange;
     qCInfo(Logging::transcription) << "Received" << body.size() << "bytes";
-    co_return transcriptFrom(provider, body);
+    co_return transcriptFrom(service, body);
 }
 
 } // namespace kavrin

@@ -15,12 +15,8 @@ using namespace Qt::StringLiterals;
 
 UrlRequest postRequest(const QString &endpoint)
 {
-    const QUrl url(endpoint, QUrl::StrictMode);
-    if (url.isEmpty() || !url.isValid()) {
-        throw Error(u"cfg"_s, 1, u"Bad endpoint URL"_s);
-    }
     UrlRequest request;
-    request.url = endpoint.toUtf8();
+    request.url = requestUrl(endpoint);
     request.method = "POST";
     return request;
 }
@@ -62,6 +58,15 @@ QByteArray geminiBody(const QByteArray &audio)
 }
 
 } // namespace
+
+QByteArray requestUrl(const QString &endpoint)
+{
+    const QUrl url(endpoint, QUrl::StrictMode);
+    if (url.isEmpty() || !url.isValid()) {
+        throw Error(u"cfg"_s, 1, u"Bad endpoint URL"_s);
+    }
+    return endpoint.toUtf8();
+}
 
 UrlRequest transcriptionRequest(const MultipartService &service, const QString &boundary,
                                 const QByteArray &audio)

@@ -22,6 +22,9 @@ struct GeminiService {
     QString key;
 };
 
+/// The endpoint, unchanged, as a request has it. Throws Error of the domain "cfg" if it is not a URL.
+QByteArray requestUrl(const QString &endpoint);
+
 /// The request that makes `service` transcribe `audio`. `boundary` separates the fields of the body and must
 /// not occur in the audio. Throws Error of the domain "cfg" if the endpoint is not a URL.
 UrlRequest transcriptionRequest(const MultipartService &service, const QString &boundary,

@@ -46,7 +46,8 @@ class Form(unittest.TestCase):
         files = self.unpack()
         self.assertEqual(sorted(path for path in files if path.startswith(("usr/bin/", "usr/lib/kavrin/"))),
                          ["usr/bin/kavrin", "usr/bin/kavrin-stt", "usr/bin/kavrinctl",
-                          "usr/lib/kavrin/kavrin_curl.so", "usr/lib/kavrin/kavrin_libav.so"])
+                          "usr/lib/kavrin/kavrin_curl.so", "usr/lib/kavrin/kavrin_libav.so",
+                          "usr/lib/kavrin/kavrin_pulse.so"])
         self.assertEqual([path for path in files if path.endswith((".a", ".h", ".cmake"))], [])
         binaries = [content for path, content in files.items() if path.startswith(("usr/bin/", "usr/lib/kavrin/"))]
         self.assertFalse([content for content in binaries if bytes(BUILD) in content])

@@ -7,6 +7,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QVariantList>
 #include <QVariantMap>
 
@@ -19,16 +20,23 @@ namespace
 using namespace Qt::StringLiterals;
 
 const QString service = u"app.kavrin.Kavrin"_s;
+const QString dictation = u"app.kavrin.Dictation"_s;
 const QString refusal = u"app.kavrin.Kavrin.Error.Refused"_s;
 
 constexpr std::chrono::seconds readLimit(3);
 constexpr std::chrono::seconds noticeLimit(1);
 
+bool isThere()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    return bus.isConnected() && bus.interface()->isServiceRegistered(service);
+}
+
 /// Whether the application is there and gives no answer. One that ends meanwhile gives none, either.
-bool isUnanswered(const QDBusConnection &bus, const QDBusError &error)
+bool isUnanswered(const QDBusError &error)
 {
     const bool isMissing = error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout;
-    return isMissing && bus.interface()->isServiceRegistered(service);
+    return isMissing && isThere();
 }
 
 /// Waits for the answer. It is an error if no application is there; the call starts none.
@@ -42,14 +50,14 @@ QDBusMessage call(const QString &path, const QString &interface, const QString &
 }
 
 /// The application's answer. An error if no application is there.
-QDBusMessage ask(const QString &method, std::chrono::milliseconds limit)
+QDBusMessage ask(const QString &method, std::chrono::milliseconds limit, const QString &interface = dictation,
+                 const QVariantList &arguments = {})
 {
-    const QDBusMessage answer =
-        call(u"/app/kavrin/Kavrin/Dictation"_s, u"app.kavrin.Dictation"_s, method, {}, limit);
+    const QDBusMessage answer = call(u"/app/kavrin/Kavrin/Dictation"_s, interface, method, arguments, limit);
     if (answer.errorName() == refusal) {
         throw Refusal{answer.errorMessage()};
     }
-    if (isUnanswered(QDBusConnection::sessionBus(), QDBusError(answer))) {
+    if (isUnanswered(QDBusError(answer))) {
         throw Refusal{
             u"Kavrin runs but has not answered. Look whether the desktop asks you for the microphone; "
             "otherwise restart Kavrin."_s};
@@ -69,6 +77,16 @@ std::optional<QString> runningState()
     const QDBusMessage answer = ask(u"State"_s, readLimit);
     const bool isThere = answer.type() == QDBusMessage::ReplyMessage;
     return isThere ? std::optional(answer.arguments().value(0).toString()) : std::nullopt;
+}
+
+std::optional<QString> runningVersion()
+{
+    const QDBusMessage answer =
+        ask(u"Get"_s, readLimit, u"org.freedesktop.DBus.Properties"_s, {dictation, u"Version"_s});
+    if (answer.type() == QDBusMessage::ReplyMessage) {
+        return answer.arguments().value(0).value<QDBusVariant>().variant().toString();
+    }
+    return isThere() ? std::optional(QString()) : std::nullopt;
 }
 
 QString takeRunningFailure()

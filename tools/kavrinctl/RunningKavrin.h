@@ -19,6 +19,10 @@ bool askForDictation(const QString &method, std::chrono::milliseconds limit);
 /// "idle". None if no application is there. Throws Refusal if no answer comes.
 std::optional<QString> runningState();
 
+/// The version of the running application. None if no application is there; empty if it is too old to tell.
+/// Throws Refusal if no answer comes.
+std::optional<QString> runningVersion();
+
 /// Why the last dictation of the running application brought no text. The application tells each failure
 /// once. Empty if there is none. Throws Refusal if no answer comes.
 QString takeRunningFailure();

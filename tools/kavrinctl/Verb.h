@@ -46,5 +46,6 @@ void saveCode(QStringList &arguments);
 void transcribe(QStringList &arguments);
 void dictate(QStringList &arguments);
 void watchMessages(QStringList &arguments);
+void doctor(QStringList &arguments);
 
 } // namespace kavrin::ctl

@@ -64,6 +64,11 @@ constexpr std::array verbs = {
          "after\n"
          "SECONDS, or five minutes.",
          dictate},
+    Verb{"doctor", "[--json]", "Whether everything that dictation needs works, and what to do if not",
+         "Asks Kavrin, the sound server, the speech service and the desktop. Opens the microphone for a "
+         "second.\n"
+         "No sound is kept or sent. The exit code is 0 only if nothing is bad.",
+         doctor},
     Verb{"watch-messages", "[--containing WORD]",
          "Save the verification codes of text messages as they arrive",
          "Runs until it is ended. Modems may come and go; what is on them already is left alone.\n"

@@ -24,6 +24,7 @@ namespace
 
 constexpr const char *address = "127.0.0.1";
 constexpr const char *path = "/v1/audio/transcriptions";
+constexpr const char *modelsPath = "/v1/models";
 constexpr const char *jsonType = "application/json";
 constexpr const char *textType = "text/plain; charset=utf-8";
 
@@ -121,6 +122,9 @@ SpeechServer::SpeechServer(SpeechRecognizer &recognizer, std::chrono::millisecon
                            refuse(response, {500, failure.what()});
                        }
                    });
+    m_server->Get(modelsPath, [](const httplib::Request & /*request*/, httplib::Response &response) {
+        response.set_content(R"({"object":"list","data":[{"id":"en-us","object":"model"}]})", jsonType);
+    });
     refuseEverythingElse(*m_server, m_uploadTime);
 }
 

@@ -24,7 +24,8 @@ class SpeechRecognizer;
 struct UploadForm;
 
 /// The HTTP interface of the speech service: `POST /v1/audio/transcriptions` on 127.0.0.1, with the answers
-/// of OpenAI's transcription service.
+/// of OpenAI's transcription service. `GET /v1/models` is answered with a list of one model, so that a
+/// program can find out that the service runs.
 ///
 /// The form fields `file` and `model` are required; `model` may have any value. `response_format` is `json`
 /// (also if absent) or `text`. The service reads and ignores all other fields and any Authorization header.

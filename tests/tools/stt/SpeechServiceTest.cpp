@@ -212,6 +212,14 @@ TEST_F(SpeechService, RefusesAFormThatDoesNotAskForATranscription)
     }
 }
 
+TEST_F(SpeechService, TellsWhichModelItHas)
+{
+    const Answer answer = send("GET", QStringLiteral("/v1/models"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.type, "application/json");
+    EXPECT_EQ(answer.body, R"({"object":"list","data":[{"id":"en-us","object":"model"}]})");
+}
+
 TEST_F(SpeechService, RefusesWhatIsNoUpload)
 {
     struct Case {

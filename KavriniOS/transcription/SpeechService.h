@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "transcription/TranscriptionRequest.h"
+
+#include <variant>
+
+namespace kavrin
+{
+
+using SpeechService = std::variant<MultipartService, GeminiService>;
+
+/// The service that the shared settings choose. Every call reads them again. Throws Error if they cannot be
+/// read: a recording would go to a service that the user did not choose.
+SpeechService chosenService();
+
+} // namespace kavrin

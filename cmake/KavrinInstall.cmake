@@ -10,7 +10,8 @@ find_program(KAVRIN_GZIP gzip REQUIRED)
 
 install(TARGETS kavrin kavrinctl kavrin-stt DESTINATION bin)
 install(TARGETS kavrin_curl kavrin_libav kavrin_pulse DESTINATION lib/kavrin PERMISSIONS ${ordinary_file})
-install(FILES KavriniOS/App/Info.plist KavriniOS/App/entitlements.plist DESTINATION share/kavrin)
+install(FILES KavriniOS/App/Info.plist KavriniOS/App/entitlements.plist tools/kavrinctl/setup/sample.m4a
+  DESTINATION share/kavrin)
 
 install(FILES ${packaging}/app.kavrin.Kavrin.desktop DESTINATION share/applications)
 install(FILES ${packaging}/app.kavrin.Kavrin.metainfo.xml DESTINATION share/metainfo)

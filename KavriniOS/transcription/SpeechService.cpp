@@ -5,7 +5,9 @@
 #include "platform/PropertyList.h"
 #include "store/Shared.h"
 
+#include <algorithm>
 #include <optional>
+#include <variant>
 
 namespace kavrin
 {
@@ -15,42 +17,66 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// Not through Prefs: a setting that was never written has other defaults here than in the catalogue.
-QString setting(const QString &key, const QString &fallback = {})
+/// The settings as they stand, or as changes would make them.
+class Settings
 {
-    const auto [stored, failure] = Shared::d().read(key);
-    if (failure) {
-        throw Error(*failure);
+public:
+    explicit Settings(const Changes &instead) : m_instead(instead) { }
+
+    /// Not through Prefs: a setting that was never written has other defaults here than in the catalogue.
+    [[nodiscard]] QString get(const QString &key, const QString &fallback = {}) const
+    {
+        const auto change = std::ranges::find(m_instead, key, &Change::key);
+        return (change == m_instead.end() ? stored(key) : changed(*change)).value_or(fallback);
     }
-    return (stored ? PropertyList::toText(*stored) : std::nullopt).value_or(fallback);
+
+private:
+    static std::optional<QString> stored(const QString &key)
+    {
+        const auto [value, failure] = Shared::d().read(key);
+        if (failure) {
+            throw Error(*failure);
+        }
+        return value ? PropertyList::toText(*value) : std::nullopt;
+    }
+
+    static std::optional<QString> changed(const Change &change)
+    {
+        const auto *text = change.value ? std::get_if<QString>(&*change.value) : nullptr;
+        return text ? std::optional(*text) : std::nullopt;
+    }
+
+    const Changes &m_instead;
+};
+
+MultipartService openaiService(const Settings &settings)
+{
+    return {u"https://" KAVRIN_OPENAI_HOST "/v1/audio/transcriptions"_s, settings.get(u"openaiKey"_s),
+            settings.get(u"openaiModel"_s, u"gpt-4o-mini-transcribe"_s)};
 }
 
-MultipartService openaiService()
+MultipartService customService(const Settings &settings)
 {
-    return {u"https://" KAVRIN_OPENAI_HOST "/v1/audio/transcriptions"_s, setting(u"openaiKey"_s),
-            setting(u"openaiModel"_s, u"gpt-4o-mini-transcribe"_s)};
+    return {settings.get(u"customURL"_s), settings.get(u"customKey"_s),
+            settings.get(u"customModel"_s, u"whisper-1"_s)};
 }
 
-MultipartService customService()
+GeminiService geminiService(const Settings &settings)
 {
-    return {setting(u"customURL"_s), setting(u"customKey"_s), setting(u"customModel"_s, u"whisper-1"_s)};
-}
-
-GeminiService geminiService()
-{
-    return {QStringLiteral(KAVRIN_GEMINI_HOST), setting(u"geminiModel"_s, u"gemini-2.5-flash"_s),
-            setting(u"geminiKey"_s)};
+    return {QStringLiteral(KAVRIN_GEMINI_HOST), settings.get(u"geminiModel"_s, u"gemini-2.5-flash"_s),
+            settings.get(u"geminiKey"_s)};
 }
 
 } // namespace
 
-SpeechService chosenService()
+SpeechService chosenService(const Changes &instead)
 {
-    const QString provider = setting(u"provider"_s, u"openai"_s);
+    const Settings settings(instead);
+    const QString provider = settings.get(u"provider"_s, u"openai"_s);
     if (provider == "gemini"_L1) {
-        return geminiService();
+        return geminiService(settings);
     }
-    return provider == "custom"_L1 ? customService() : openaiService();
+    return provider == "custom"_L1 ? customService(settings) : openaiService(settings);
 }
 
 } // namespace kavrin

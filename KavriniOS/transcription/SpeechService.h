@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/UserDefaults.h"
 #include "transcription/TranscriptionRequest.h"
 
 #include <variant>
@@ -10,8 +11,9 @@ namespace kavrin
 
 using SpeechService = std::variant<MultipartService, GeminiService>;
 
-/// The service that the shared settings choose. Every call reads them again. Throws Error if they cannot be
-/// read: a recording would go to a service that the user did not choose.
-SpeechService chosenService();
+/// The service that the shared settings choose, or would choose after the changes `instead`. Every call reads
+/// them again. Throws Error if they cannot be read: a recording would go to a service that the user did not
+/// choose.
+SpeechService chosenService(const Changes &instead = {});
 
 } // namespace kavrin

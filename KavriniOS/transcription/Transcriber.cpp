@@ -2,12 +2,12 @@
 #include "transcription/Transcriber.h"
 
 #include "platform/Logging.h"
-#include "transcription/SpeechService.h"
 #include "transcription/TranscriptionAnswer.h"
 
 #include <QFile>
 #include <QUuid>
 
+#include <utility>
 #include <variant>
 
 namespace kavrin
@@ -53,7 +53,14 @@ QString transcriptFrom(const SpeechService &service, const QByteArray &body)
 
 QCoro::Task<QString> Transcriber::transcribe(QString filePath, UrlSession &session, RecordingCheck check)
 {
-    const SpeechService service = chosenService();
+    const QCoro::Task<QString> transcription =
+        transcribeWith(chosenService(), std::move(filePath), session, std::move(check));
+    co_return co_await transcription;
+}
+
+QCoro::Task<QString> Transcriber::transcribeWith(SpeechService service, QString filePath, UrlSession &session,
+                                                 RecordingCheck check)
+{
     // The recording is released here, before the exchange begins. The request holds a copy.
     UrlRequest request = requestFor(service, readRecording(filePath, check));
     qCInfo(Logging::transcription) << "Sending" << request.body.size() << "bytes";

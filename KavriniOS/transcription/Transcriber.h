@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/UrlSession.h"
+#include "transcription/SpeechService.h"
 
 #include <QCoroTask>
 #include <QString>
@@ -29,6 +30,10 @@ struct Transcriber {
     ///
     /// Main thread only; `session` must outlive the task.
     static QCoro::Task<QString> transcribe(QString filePath, UrlSession &session, RecordingCheck check = {});
+
+    /// Like transcribe(), with any service, whatever the settings choose.
+    static QCoro::Task<QString> transcribeWith(SpeechService service, QString filePath, UrlSession &session,
+                                               RecordingCheck check = {});
 };
 
 } // namespace kavrin

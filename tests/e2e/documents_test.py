@@ -198,7 +198,6 @@ class Commands(unittest.TestCase):
         self.session.run("sh", "-eu", "-c", settings)
         self.assertEqual(self.session.ctl("get", "customURL"), address)
         self.assertEqual(self.session.ctl("transcribe", CLIP), SPOKEN)
-        self.assertIn(settings.splitlines(), [block.splitlines()[1:] for block in blocks(read("README.md"), "sh")])
 
     def test_the_log_of_a_bug_report_is_written(self):
         block, = blocks(section("README.md", "Report a bug"), "sh")

@@ -46,7 +46,8 @@ class PublicServices(contextlib.AbstractContextManager):
 
     def __init__(self, session, answers):
         certificate, key = session.folder / "public.pem", session.folder / "public-key.pem"
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj", "/CN=Kavrin",
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                        "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2", "-subj", "/CN=Kavrin",
                         "-addext", "subjectAltName=" + ",".join(f"DNS:{name}" for name in NAMES),
                         "-out", certificate, "-keyout", key], check=True, capture_output=True)
         self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), _Handler)

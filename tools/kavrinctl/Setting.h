@@ -9,6 +9,12 @@ namespace kavrin::ctl
 /// The setting `key` of the catalogue. Throws Refusal if there is none, or if it is an action.
 const Prefs::Item &findSetting(const QString &key);
 
+/// A person's text as a value that the setting's control could enter. Throws Refusal if it does not fit.
+PropertyListValue enteredValue(const Prefs::Item &item, const QString &text);
+
+/// Asks for a value of the setting `key` that no other user may see. Throws Refusal if none is entered.
+QString askForValue(const QString &key);
+
 /// Throws Refusal if the settings cannot be read. Prefs would have their defaults then.
 void expectReadableSettings();
 

@@ -96,7 +96,8 @@ private:
     }
 };
 
-/// A value that no other user may see. Throws Refusal if there is none.
+} // namespace
+
 QString askForValue(const QString &key)
 {
     QString value = askForLine(key + u": "_s);
@@ -106,8 +107,6 @@ QString askForValue(const QString &key)
     }
     return value;
 }
-
-} // namespace
 
 const Prefs::Item &findSetting(const QString &key)
 {
@@ -119,6 +118,11 @@ const Prefs::Item &findSetting(const QString &key)
         throw Refusal{u"\"%1\" is something to do in the application and has no value."_s.arg(key)};
     }
     return *item;
+}
+
+PropertyListValue enteredValue(const Prefs::Item &item, const QString &text)
+{
+    return std::visit(ParseValue{item, text}, item.kind);
 }
 
 void expectReadableSettings()
@@ -157,8 +161,8 @@ void set(QStringList &arguments)
     expectCount(arguments, 2, 2);
     const Prefs::Item &item = findSetting(arguments.at(0));
     const QString text = arguments.at(1) == u"-" ? askForValue(item.key) : arguments.at(1);
-    const PropertyListValue value = std::visit(ParseValue{item, text}, item.kind);
-    expectNoFailure(Prefs::store({{item.key, value}}), u"%1 could not be stored"_s.arg(item.key));
+    expectNoFailure(Prefs::store({{item.key, enteredValue(item, text)}}),
+                    u"%1 could not be stored"_s.arg(item.key));
 }
 
 } // namespace kavrin::ctl

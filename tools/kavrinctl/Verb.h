@@ -47,5 +47,6 @@ void transcribe(QStringList &arguments);
 void dictate(QStringList &arguments);
 void watchMessages(QStringList &arguments);
 void doctor(QStringList &arguments);
+void setup(QStringList &arguments);
 
 } // namespace kavrin::ctl

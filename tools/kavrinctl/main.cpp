@@ -64,6 +64,15 @@ constexpr std::array verbs = {
          "after\n"
          "SECONDS, or five minutes.",
          dictate},
+    Verb{"setup",
+         "embedded [--keep]\nserver URL [--model MODEL] [--key] [--keep]\nopenai [--keep]\ngemini [--keep]",
+         "Choose the speech service, and try it with a sample of speech",
+         "embedded starts kavrin-stt, which needs neither account nor network. server is any with OpenAI's\n"
+         "interface; URL is its whole address, such as http://127.0.0.1:8080/v1/audio/transcriptions.\n"
+         "openai, gemini and --key ask for a key, which a terminal does not show, or read it from standard "
+         "input.\n"
+         "Nothing changes if the service does not understand the sample, unless you say --keep.",
+         setup},
     Verb{"doctor", "[--json]", "Whether everything that dictation needs works, and what to do if not",
          "Asks Kavrin, the sound server, the speech service and the desktop. Opens the microphone for a "
          "second.\n"
@@ -113,7 +122,7 @@ void write(std::FILE *stream, const QString &text)
 /// Whether a running application may know a setting that the verb has changed.
 bool mayChangeSettings(const Verb &verb)
 {
-    constexpr std::array names = {"set"_L1, "tools"_L1, "import"_L1, "reset"_L1};
+    constexpr std::array names = {"set"_L1, "tools"_L1, "import"_L1, "reset"_L1, "setup"_L1};
     return std::ranges::find(names, QLatin1String(verb.name)) != names.end();
 }
 

@@ -27,6 +27,11 @@ TEST(Kavrinctl, WrongUsageIsExplainedOnStandardErrorWithCode2)
         {u"dictate"_s, u"wait"_s, u"--timeout"_s},
         {u"dictate"_s, u"wait"_s, u"--timeout"_s, u"-1"_s},
         {u"doctor"_s, u"me"_s},
+        {u"setup"_s},
+        {u"setup"_s, u"another"_s},
+        {u"setup"_s, u"openai"_s, u"sk-1"_s},
+        {u"setup"_s, u"server"_s},
+        {u"setup"_s, u"server"_s, u"http://a/"_s, u"--model"_s},
         {u"doctor"_s, u"--colour"_s},
         {u"export"_s, u"now"_s},
         {u"reset"_s},
@@ -45,9 +50,10 @@ TEST(Kavrinctl, EveryVerbExplainsItself)
 {
     const Outcome general = kavrinctl({u"--help"_s});
     EXPECT_EQ(general.exitCode, 0);
-    for (const QString &verb : {u"where"_s, u"catalogue"_s, u"get"_s, u"set"_s, u"defaults"_s, u"tools"_s,
-                                u"export"_s, u"import"_s, u"reset"_s, u"extract-code"_s, u"save-code"_s,
-                                u"transcribe"_s, u"dictate"_s, u"watch-messages"_s, u"doctor"_s}) {
+    for (const QString &verb :
+         {u"where"_s, u"catalogue"_s, u"get"_s, u"set"_s, u"defaults"_s, u"tools"_s, u"export"_s, u"import"_s,
+          u"reset"_s, u"extract-code"_s, u"save-code"_s, u"transcribe"_s, u"dictate"_s, u"watch-messages"_s,
+          u"doctor"_s, u"setup"_s}) {
         EXPECT_TRUE(general.output.contains(u"  "_s + verb + u' ')) << verb.toStdString();
         const Outcome help = kavrinctl({verb, u"--help"_s});
         EXPECT_EQ(help.exitCode, 0);

@@ -16,7 +16,7 @@ namespace
 
 using namespace Qt::StringLiterals;
 
-const QString setUp = u"Choose a speech service: on the page \"Voice typing\", or as README.md says."_s;
+const QString setUp = u"Choose one: \"kavrinctl setup embedded\" needs neither account nor network."_s;
 
 /// Whether the service is OpenAI or Gemini, whose answers are known.
 bool isPublic()

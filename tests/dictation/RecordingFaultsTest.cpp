@@ -318,7 +318,7 @@ TEST_F(SuiteDiskFaults, AFullOneKeepsTheFailureFromTheKeyboardOnlyUntilThereIsRo
     useService(service.url(u"/"_s));
     QStringList told;
     Recorder::Platform platform = m_dictation->machine.platform();
-    platform.reportFailure = [&](const QString &message) { told.append(message); };
+    platform.reportFailure = [&](const QString &message, bool) { told.append(message); };
     Recorder recorder(platform);
     recorder.autoReset = true;
     QCoro::waitFor(recorder.start());

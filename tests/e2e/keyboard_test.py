@@ -242,7 +242,7 @@ class KeyboardGuide(unittest.TestCase):
         self.assertEqual({**section, "items": []}, {**real["sections"][0], "items": []})
         self.assertEqual({**page, "sections": []}, {**real, "sections": []})
         self.suite.set("dictationState", "string", "idle")
-        self.beat()
+        self.session.start_kavrin("--background")
         documented = re.search(r'`(\{"running".*?\})`', read("docs/keyboard.md"))[1]
         self.assertEqual(json.loads(self.session.ctl("dictate", "status", "--json")), json.loads(documented))
 

@@ -66,6 +66,11 @@ void PrivateDisplay::show(const QString &program, const QStringList &arguments)
     startTied(client, program, arguments);
 }
 
+void PrivateDisplay::endServer()
+{
+    end(m_server);
+}
+
 QString PrivateDisplay::startServer(const QString &program, const QStringList &arguments)
 {
     startTied(m_server, program, arguments);

@@ -29,6 +29,9 @@ public:
     /// that type.
     [[nodiscard]] virtual QString clipboard(const QString &type = {}) const = 0;
 
+    /// Kills the display's server.
+    void endServer();
+
     /// Presses a key in the window that has the focus.
     virtual void press() = 0;
 

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/typing/X11Typing.h"
+
+#include "platform/linux/typing/Pasting.h"
+#include "platform/linux/typing/X11Reply.h"
+
+#include <QDeadlineTimer>
+#include <QPointer>
+
+#include <chrono>
+#include <utility>
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds tick = 5ms;
+constexpr std::chrono::milliseconds patienceWithUser = 2s;
+constexpr std::chrono::milliseconds patienceWithProgram = 5s;
+
+xcb_connection_t *connectToServer()
+{
+    xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection) != 0) {
+        xcb_disconnect(connection);
+        throw typingError(u"The X11 server cannot be reached."_s);
+    }
+    return connection;
+}
+
+} // namespace
+
+X11Typing::X11Typing()
+    : m_connection(connectToServer()), m_keys(m_connection.get()), m_selections(m_connection.get()),
+      m_events(xcb_get_file_descriptor(m_connection.get()), QSocketNotifier::Read)
+{
+    connect(&m_events, &QSocketNotifier::activated, this, &X11Typing::handleEvents);
+}
+
+QString X11Typing::name() const
+{
+    return u"X11"_s;
+}
+
+QCoro::Task<std::optional<Error>> X11Typing::type(QString text)
+{
+    if (std::optional<Error> refusal = refusalToPaste(text)) {
+        co_return refusal;
+    }
+    if (text.isEmpty()) {
+        co_return std::nullopt;
+    }
+    try {
+        const QCoro::Task<> pasting = paste(text);
+        co_await pasting;
+    } catch (const Error &error) {
+        co_return error;
+    }
+    co_return std::nullopt;
+}
+
+QCoro::Task<> X11Typing::paste(QString text)
+{
+    const QPointer<X11Typing> self = this;
+    const bool isSet = m_selections.set(text);
+    if (!isSet) {
+        throw typingError(u"The text cannot be put on the clipboard: another program keeps it, or the X11 "
+                          "server is gone."_s);
+    }
+    const QCoro::Task<bool> release = holds([this] { return !m_keys.isModifierHeld(); }, patienceWithUser);
+    const bool isReleased = co_await release;
+    if (!self) {
+        co_return;
+    }
+    if (!isReleased) {
+        throw typingError(u"A key such as Shift or Ctrl is held, so nothing was typed."_s);
+    }
+    if (!m_keys.pressShiftInsert()) {
+        throw typingError(u"The keyboard has no Shift or no Insert key to paste with."_s);
+    }
+    const QCoro::Task<bool> taking = holds([this] { return m_selections.isTaken(); }, patienceWithProgram);
+    const bool isTaken = co_await taking;
+    if (!isTaken) {
+        throw typingError(u"No program took the text."_s);
+    }
+}
+
+/// Resumes with true once `condition` holds, with false where it does not within `limit`, or where this
+/// object is destroyed.
+QCoro::Task<bool> X11Typing::holds(std::function<bool()> condition, std::chrono::milliseconds limit)
+{
+    const QPointer<X11Typing> self = this;
+    const QDeadlineTimer deadline(limit);
+    while (self) {
+        const bool isHolding = condition();
+        handleEvents(); // a reply that was awaited may have brought some along
+        if (isHolding || deadline.hasExpired()) {
+            co_return isHolding;
+        }
+        const QCoro::Task<> waiting = pause(tick);
+        co_await waiting;
+    }
+    co_return false;
+}
+
+void X11Typing::handleEvents()
+{
+    while (const X11Reply event = X11Reply(xcb_poll_for_event(m_connection.get()))) {
+        if ((event->response_type & 0x7f) == XCB_SELECTION_REQUEST) {
+            m_selections.answer(reinterpret_cast<const xcb_selection_request_event_t &>(*event));
+        }
+    }
+    if (xcb_connection_has_error(m_connection.get()) != 0) {
+        m_events.setEnabled(false); // it would report the end of the connection for ever
+    }
+}
+
+} // namespace kavrin

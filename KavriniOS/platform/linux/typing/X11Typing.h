@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Typing.h"
+#include "platform/linux/typing/X11Keys.h"
+#include "platform/linux/typing/X11Selections.h"
+
+#include <QSocketNotifier>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace kavrin
+{
+
+/// Types under X11: the text is put on the clipboard and on the primary selection, because terminals paste
+/// the latter, and Shift+Insert is pressed. Both selections hold the text for as long as this object exists.
+///
+/// The text is not typed key by key: characters that the keyboard lacks must be put on keys for that, and a
+/// program that looks at the keyboard a little too late loses them.
+class X11Typing : public Typing
+{
+    Q_OBJECT
+
+public:
+    /// Throws Error where the display of the environment cannot be reached, or lets no program type.
+    X11Typing();
+
+    [[nodiscard]] QString name() const override;
+
+    /// Waits for modifiers that the user holds, at most two seconds, and for a program that takes the text,
+    /// at most five. Otherwise the text is on the clipboard, and the failure says so.
+    QCoro::Task<std::optional<Error>> type(QString text) override;
+
+private:
+    struct Disconnect {
+        void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
+    };
+
+    void handleEvents();
+    QCoro::Task<> paste(QString text);
+    QCoro::Task<bool> holds(std::function<bool()> condition, std::chrono::milliseconds limit);
+
+    std::unique_ptr<xcb_connection_t, Disconnect> m_connection;
+    X11Keys m_keys;
+    X11Selections m_selections;
+    QSocketNotifier m_events;
+};
+
+} // namespace kavrin

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/typing/findTyping.h"
+
+#include "platform/linux/typing/Pasting.h"
+#include "platform/linux/typing/VirtualKeyboardTyping.h"
+#include "platform/linux/typing/X11Typing.h"
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+Result<std::unique_ptr<Typing>> findUnderWayland()
+{
+    if (const std::optional<Error> obstacle = VirtualKeyboardTyping::obstacle()) {
+        return {nullptr, obstacle};
+    }
+    return {std::make_unique<VirtualKeyboardTyping>()};
+}
+
+Result<std::unique_ptr<Typing>> findUnderX11()
+{
+    try {
+        return {std::make_unique<X11Typing>()};
+    } catch (const Error &error) {
+        return {nullptr, error};
+    }
+}
+
+} // namespace
+
+Result<std::unique_ptr<Typing>> findTyping()
+{
+    if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
+        return findUnderWayland();
+    }
+    if (qEnvironmentVariableIsSet("DISPLAY")) {
+        return findUnderX11();
+    }
+    return {nullptr, typingError(u"There is no display to type at. Start this from a desktop session."_s)};
+}
+
+} // namespace kavrin

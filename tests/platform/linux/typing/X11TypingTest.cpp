@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/typing/X11Typing.h"
+#include "TypingFixture.h"
+#include "support/ChildProcess.h"
+
+#include <gmock/gmock.h>
+
+namespace kavrin::test
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+class X11TypingTest : public testing::Test
+{
+protected:
+    /// Presses keys as the user does.
+    static void press(const QString &verb, const QString &key)
+    {
+        ASSERT_TRUE(ChildProcess(u"xdotool"_s, {verb, key}).succeeds());
+    }
+
+    PrivateX11Display m_display;
+};
+
+} // namespace
+
+TEST_F(X11TypingTest, IsNotChangedByCapsLock)
+{
+    showField(m_display, u"Terminal"_s);
+    X11Typing typing;
+    press(u"key"_s, u"Caps_Lock"_s);
+    EXPECT_EQ(type(typing, u"Aa Üü"_s), u"");
+    EXPECT_TRUE(waitUntil([] { return fieldText() == u"Aa Üü"_s; })) << qPrintable(fieldText());
+}
+
+TEST_F(X11TypingTest, WaitsUntilTheUserReleasesAModifier)
+{
+    showField(m_display, u"Terminal"_s);
+    X11Typing typing;
+    press(u"keydown"_s, u"ctrl"_s);
+    QCoro::Task<std::optional<Error>> task = typing.type(u"hello"_s);
+    EXPECT_FALSE(task.isReady());
+    press(u"keyup"_s, u"ctrl"_s);
+    const std::optional<Error> failure = await(std::move(task));
+    ASSERT_FALSE(failure) << failure->what();
+    EXPECT_TRUE(waitUntil([] { return fieldText() == u"hello"_s; })) << qPrintable(fieldText());
+}
+
+TEST_F(X11TypingTest, LeavesTheTextOnTheClipboardWhereAModifierIsHeld)
+{
+    showField(m_display, u"Terminal"_s);
+    X11Typing typing;
+    press(u"keydown"_s, u"ctrl"_s);
+    EXPECT_THAT(type(typing, u"hello"_s).toStdString(), testing::HasSubstr("held"));
+    EXPECT_EQ(m_display.clipboard(), u"hello"_s);
+    EXPECT_EQ(fieldText(), u"");
+}
+
+TEST_F(X11TypingTest, SaysSoWhereNoWindowTakesTheText)
+{
+    X11Typing typing;
+    EXPECT_THAT(type(typing, u"hello"_s).toStdString(), testing::HasSubstr("No program took the text"));
+    EXPECT_EQ(m_display.clipboard(), u"hello"_s);
+}
+
+TEST_F(X11TypingTest, HoldsTheTextAlsoForTheMouse)
+{
+    X11Typing typing;
+    const QCoro::Task<std::optional<Error>> task = typing.type(everyKind);
+    QString primary;
+    EXPECT_TRUE(waitUntil([&] {
+        ChildProcess xclip(u"xclip"_s, {u"-selection"_s, u"primary"_s, u"-o"_s});
+        return xclip.succeeds() && xclip.output() == everyKind;
+    }));
+}
+
+TEST_F(X11TypingTest, SaysSoWhereTheServerIsGone)
+{
+    X11Typing typing;
+    m_display.endServer();
+    EXPECT_THAT(type(typing, u"hello"_s).toStdString(), testing::HasSubstr("the X11 server is gone"));
+}
+
+} // namespace kavrin::test

@@ -8,12 +8,12 @@ set(documentation share/doc/kavrin)
 set(ordinary_file OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)  # not the user's umask
 find_program(KAVRIN_GZIP gzip REQUIRED)
 
-install(TARGETS kavrin kavrinctl kavrin-stt DESTINATION bin)
+install(TARGETS kavrin kavrinctl kavrin-stt kavrin-typist DESTINATION bin)
 install(TARGETS kavrin_curl kavrin_libav kavrin_pulse DESTINATION lib/kavrin PERMISSIONS ${ordinary_file})
 install(FILES KavriniOS/App/Info.plist KavriniOS/App/entitlements.plist tools/kavrinctl/setup/sample.m4a
   DESTINATION share/kavrin)
 
-install(FILES ${packaging}/app.kavrin.Kavrin.desktop DESTINATION share/applications)
+install(FILES ${packaging}/app.kavrin.Kavrin.desktop ${packaging}/app.kavrin.Typist.desktop DESTINATION share/applications)
 install(FILES ${packaging}/app.kavrin.Kavrin.metainfo.xml DESTINATION share/metainfo)
 install(FILES ${packaging}/icons/app.kavrin.Kavrin.svg DESTINATION share/icons/hicolor/scalable/apps)
 install(FILES ${packaging}/icons/app.kavrin.Kavrin-symbolic.svg DESTINATION share/icons/hicolor/symbolic/apps)
@@ -51,12 +51,14 @@ function(kavrin_install_compressed source destination)
   install(FILES ${compressed} DESTINATION ${destination})
 endfunction()
 
-kavrin_install_configured(app.kavrin.Kavrin.service.in share/dbus-1/services)
-foreach(unit kavrin kavrin-stt kavrin-messages)
+foreach(name app.kavrin.Kavrin app.kavrin.Typist)
+  kavrin_install_configured(${name}.service.in share/dbus-1/services)
+endforeach()
+foreach(unit kavrin kavrin-stt kavrin-messages app-app.kavrin.Typist)
   # Not lib: below a home folder, systemd looks only here.
   kavrin_install_configured(systemd/${unit}.service.in share/systemd/user)
 endforeach()
-foreach(program kavrin kavrinctl kavrin-stt)
+foreach(program kavrin kavrinctl kavrin-stt kavrin-typist)
   kavrin_install_compressed(man/${program}.1 share/man/man1)
 endforeach()
 kavrin_install_compressed(debian/changelog ${documentation})
@@ -64,7 +66,8 @@ get_property(compressed_files GLOBAL PROPERTY kavrin_compressed_files)
 add_custom_target(kavrin_compressed_files ALL DEPENDS ${compressed_files})
 
 # Everything that is installed, and no tests.
-add_custom_target(programs DEPENDS kavrin kavrinctl kavrin-stt kavrin_curl kavrin_libav kavrin_pulse kavrin_compressed_files)
+add_custom_target(programs
+  DEPENDS kavrin kavrinctl kavrin-stt kavrin-typist kavrin_curl kavrin_libav kavrin_pulse kavrin_compressed_files)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME kavrin)

@@ -21,7 +21,7 @@ BUILD = FOLDER / "build"
 
 # With assertions, because a mutant may read what is not there: an empty optional, or beyond an end.
 FLAGS = "-O0 -w -D_GLIBCXX_ASSERTIONS -DQT_FORCE_ASSERTS"
-PROGRAMS = ("kavrin", "kavrinctl", "kavrin-stt")
+PROGRAMS = ("kavrin", "kavrinctl", "kavrin-stt", "kavrin-typist")
 GIB = 1024 ** 3
 
 

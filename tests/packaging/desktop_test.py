@@ -16,7 +16,7 @@ from packages import install, run
 from support.private_session import ROOT
 
 PACKAGING = ROOT / "packaging"
-UNITS = ("kavrin.service", "kavrin-stt.service", "kavrin-messages.service")
+UNITS = ("kavrin.service", "kavrin-stt.service", "kavrin-messages.service", "app-app.kavrin.Typist.service")
 
 
 def sections(path):
@@ -98,13 +98,17 @@ class Installed(unittest.TestCase):
                         self.assertTrue((document.parent / link).exists())
 
     def test_the_bus_and_the_units_start_the_installed_programs(self):
-        service = sections(self.prefix / "share" / "dbus-1" / "services" / "app.kavrin.Kavrin.service")["D-BUS Service"]
-        self.assertEqual(service["Name"], "app.kavrin.Kavrin")
-        self.assertIn(service["SystemdService"], UNITS)
-        commands = [service["Exec"], *(self.unit(name)["Service"]["ExecStart"] for name in UNITS)]
         bin_folder = self.prefix / "bin"
-        self.assertEqual(commands, [f"{bin_folder}/kavrin --background", f"{bin_folder}/kavrin --background",
-                                    f"{bin_folder}/kavrin-stt --port 49732", f"{bin_folder}/kavrinctl watch-messages"])
+        self.assertEqual([self.unit(name)["Service"]["ExecStart"] for name in UNITS],
+                         [f"{bin_folder}/kavrin --background", f"{bin_folder}/kavrin-stt --port 49732",
+                          f"{bin_folder}/kavrinctl watch-messages", f"{bin_folder}/kavrin-typist"])
+        for name in ("app.kavrin.Kavrin", "app.kavrin.Typist"):
+            with self.subTest(name):
+                path = self.prefix / "share" / "dbus-1" / "services" / f"{name}.service"
+                service = sections(path)["D-BUS Service"]
+                unit = self.unit(service["SystemdService"])["Service"]
+                self.assertEqual((service["Name"], service["Exec"]), (unit["BusName"], unit["ExecStart"]))
+                self.assertEqual(service["Name"], name)
 
     def test_the_service_manager_accepts_the_units(self):
         with tempfile.TemporaryDirectory() as runtime:
@@ -115,11 +119,18 @@ class Installed(unittest.TestCase):
                     done = subprocess.run(verify, env=environment, capture_output=True, text=True, check=False)
                     self.assertEqual((done.returncode, done.stderr), (0, ""))
 
-    def test_the_unit_of_the_application_ends_with_the_graphical_session(self):
-        unit = self.unit("kavrin.service")
-        self.assertEqual(unit["Service"]["BusName"], "app.kavrin.Kavrin")
-        self.assertEqual({unit["Unit"]["PartOf"], unit["Unit"]["After"], unit["Install"]["WantedBy"]},
-                         {"graphical-session.target"})
+    def test_the_units_that_need_a_desktop_end_with_the_graphical_session(self):
+        for name in ("kavrin.service", "app-app.kavrin.Typist.service"):
+            with self.subTest(name):
+                unit = self.unit(name)
+                self.assertEqual({unit["Unit"]["PartOf"], unit["Unit"]["After"], unit["Install"]["WantedBy"]},
+                                 {"graphical-session.target"})
+
+    def test_desktops_find_the_typist_by_its_unit(self):
+        path = self.prefix / "share" / "applications" / "app.kavrin.Typist.desktop"
+        run("desktop-file-validate", "--no-hints", path)
+        self.assertEqual(sections(path)["Desktop Entry"]["NoDisplay"], "true")
+        self.assertTrue(self.unit_path(f"app-{path.stem}.service").is_file())
 
     def test_the_service_manager_does_not_wait_for_the_speech_service(self):
         self.assertEqual(self.unit("kavrin-stt.service")["Service"]["TimeoutStopSec"], "5")

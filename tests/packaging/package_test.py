@@ -45,7 +45,7 @@ class Form(unittest.TestCase):
     def test_it_holds_what_people_run_and_nothing_of_the_build(self):
         files = self.unpack()
         self.assertEqual(sorted(path for path in files if path.startswith(("usr/bin/", "usr/lib/kavrin/"))),
-                         ["usr/bin/kavrin", "usr/bin/kavrin-stt", "usr/bin/kavrinctl",
+                         ["usr/bin/kavrin", "usr/bin/kavrin-stt", "usr/bin/kavrin-typist", "usr/bin/kavrinctl",
                           "usr/lib/kavrin/kavrin_curl.so", "usr/lib/kavrin/kavrin_libav.so",
                           "usr/lib/kavrin/kavrin_pulse.so"])
         self.assertEqual([path for path in files if path.endswith((".a", ".h", ".cmake"))], [])

@@ -22,9 +22,9 @@ class Prefix(unittest.TestCase):
 
     def test_every_program_says_its_version(self):
         said = {run(self.prefix / "bin" / name, "--version", env={"QT_QPA_PLATFORM": "offscreen"})
-                for name in ("kavrin", "kavrin-stt", "kavrinctl")}
+                for name in ("kavrin", "kavrin-stt", "kavrin-typist", "kavrinctl")}
         versions = {line.split()[1] for line in said}
-        self.assertEqual((len(said), len(versions)), (3, 1))
+        self.assertEqual((len(said), len(versions)), (4, 1))
 
     def test_no_program_looks_for_libraries_in_a_folder_of_its_own(self):
         binaries = [path for path in self.prefix.rglob("*") if path.is_file() and path.read_bytes().startswith(ELF)]

@@ -45,6 +45,7 @@ void extractCode(QStringList &arguments);
 void saveCode(QStringList &arguments);
 void transcribe(QStringList &arguments);
 void dictate(QStringList &arguments);
+void type(QStringList &arguments);
 void watchMessages(QStringList &arguments);
 void doctor(QStringList &arguments);
 void setup(QStringList &arguments);

@@ -52,8 +52,8 @@ TEST(Kavrinctl, EveryVerbExplainsItself)
     EXPECT_EQ(general.exitCode, 0);
     for (const QString &verb :
          {u"where"_s, u"catalogue"_s, u"get"_s, u"set"_s, u"defaults"_s, u"tools"_s, u"export"_s, u"import"_s,
-          u"reset"_s, u"extract-code"_s, u"save-code"_s, u"transcribe"_s, u"dictate"_s, u"watch-messages"_s,
-          u"doctor"_s, u"setup"_s}) {
+          u"reset"_s, u"extract-code"_s, u"save-code"_s, u"transcribe"_s, u"dictate"_s, u"type"_s,
+          u"watch-messages"_s, u"doctor"_s, u"setup"_s}) {
         EXPECT_TRUE(general.output.contains(u"  "_s + verb + u' ')) << verb.toStdString();
         const Outcome help = kavrinctl({verb, u"--help"_s});
         EXPECT_EQ(help.exitCode, 0);

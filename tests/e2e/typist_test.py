@@ -1,0 +1,305 @@
+# SPDX-License-Identifier: MIT
+"""From the key of kavrin-typist to the text in another program's window, with everything real but the service."""
+
+import contextlib
+import http.server
+import json
+import pathlib
+import queue
+import subprocess
+import sys
+import threading
+import time
+import unittest
+
+from support.desktop import Bus
+from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
+from support.speech import SPOKEN
+
+CLIP = SPEECH / "cards" / "001.wav"
+TYPIST = ("app.kavrin.Typist", "/app/kavrin/Typist", "app.kavrin.Typist")
+DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
+ALL_OF_UNICODE = "Grüße – 2 €, naïve Straße, 日本語, 👍🏽"
+
+# A terminal program that stores each byte that is typed.
+CATCHER = """
+import os, sys, tty
+tty.setraw(0)
+with open(sys.argv[1], "wb", buffering=0) as typed:
+    while byte := os.read(0, 4096):
+        typed.write(byte)
+"""
+
+
+class Service:
+    """A speech service that answers with the next of its texts."""
+
+    def __init__(self):
+        self.asked = threading.Semaphore(0)
+        self._texts = queue.Queue()
+        outer = self
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_POST(self):
+                self.rfile.read(int(self.headers["Content-Length"]))
+                outer.asked.release()
+                body = json.dumps({"text": outer._texts.get()}).encode()
+                self.send_response(200)
+                self.send_header("Content-Length", str(len(body)))
+                self.end_headers()
+                with contextlib.suppress(OSError):  # the client may have gone
+                    self.wfile.write(body)
+
+            def log_message(self, *_):
+                pass
+
+        self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        self._server.daemon_threads = True
+        self.url = f"http://127.0.0.1:{self._server.server_port}/v1/audio/transcriptions"
+
+    def answer(self, text):
+        self._texts.put(text)
+
+    def __enter__(self):
+        threading.Thread(target=self._server.serve_forever, daemon=True).start()
+        return self
+
+    def __exit__(self, *_):
+        self._server.shutdown()
+        self._server.server_close()
+
+
+class Terminal:
+    """A terminal window that has the focus, and what is typed into it."""
+
+    def __init__(self, session):
+        self._file = session.folder / "typed"
+        session.start("xterm", "-u8", "-e", sys.executable, "-c", CATCHER, self._file, stderr=subprocess.DEVNULL)
+        # Not before the terminal is there: the display begins anew when its last client goes, and drops new ones.
+        wait_until(self._file.exists, "the terminal runs its program")
+        search = ("xdotool", "search", "--onlyvisible", "--class", "xterm")
+        window = wait_until(lambda: session.run(*search, check=False).stdout.strip(), "the terminal is shown")
+        session.run("xdotool", "windowfocus", "--sync", window)
+
+    def text(self):
+        return self._file.read_text(encoding="utf-8", errors="replace")
+
+    def wait_for(self, text):
+        wait_until(lambda: self.text() == text, f"{text[:60]!r} is typed", limit=60)
+
+
+class TypistTest(unittest.TestCase):
+    def setUp(self):
+        self.session = self.enterContext(PrivateSession(display=True))
+        self.bus = Bus(self.session)
+        self.suite = self.session.suite()
+        self.service = self.enterContext(Service())
+        self.session.ctl("set", "provider", "custom")
+        self.session.ctl("set", "customURL", self.service.url)
+        self.terminal = Terminal(self.session)
+
+    def let_the_bus_start(self, name, program, *arguments):
+        services = pathlib.Path(self.session.env["XDG_DATA_HOME"]) / "dbus-1" / "services"
+        services.mkdir(parents=True, exist_ok=True)
+        command = " ".join(str(part) for part in (self.session.bin / program, *arguments))
+        (services / f"{name}.service").write_text(f"[D-BUS Service]\nName={name}\nExec={command}\n", encoding="utf-8")
+        bus = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
+        self.bus.call(*bus, "ReloadConfig")
+        self.bus.call(*bus, "UpdateActivationEnvironment", "(a{ss})", self.session.env)
+
+    def start_typist(self):
+        typist = self.session.start(self.session.bin / "kavrin-typist")
+        wait_until(lambda: self.bus.has("app.kavrin.Typist"), "the typist is there")
+        return typist
+
+    def start(self):
+        """Both programs; returns their processes."""
+        return self.session.start_kavrin("--background"), self.start_typist()
+
+    def type(self, *arguments):
+        self.session.ctl("type", *arguments)
+
+    def refused(self, *arguments):
+        """What kavrinctl says when the typist refuses."""
+        done = self.session.run(self.session.bin / "kavrinctl", "type", *arguments, check=False)
+        self.assertEqual(done.returncode, 1, done.stdout)
+        return done.stderr.strip()
+
+    def activity(self):
+        return self.bus.call(*DICTATION, "State")[0]
+
+    def wait_for_activity(self, activity):
+        wait_until(lambda: self.activity() == activity, f"Kavrin is {activity}")
+
+    def clipboard(self):
+        return self.session.run("xclip", "-selection", "clipboard", "-o", check=False).stdout
+
+    def begin(self, *arguments):
+        """Begins a dictation, as soon as the one before is over."""
+        toggle = (self.session.bin / "kavrinctl", "type", "toggle", *arguments)
+        wait_until(lambda: self.session.run(*toggle, check=False).returncode == 0, "a dictation begins")
+        self.wait_for_activity("recording")
+
+    def end(self, *text):
+        """Ends it. With a text, that is what the service answers."""
+        for answer in text:
+            self.service.answer(answer)
+        self.type("toggle")
+        self.assertTrue(self.service.asked.acquire(timeout=30), "the service is asked")
+
+    def dictate(self, text, *arguments):
+        self.begin(*arguments)
+        self.end(text)
+
+    def expect_nothing_typed(self, clipboard):
+        """The dictation is over, its text is on the clipboard, and the next one is typed and nothing else."""
+        wait_until(lambda: self.clipboard() == clipboard, "the text is on the clipboard")
+        self.dictate("next")
+        self.terminal.wait_for("next")
+
+
+class Typed(TypistTest):
+    def test_what_was_said_stands_where_the_cursor_is(self):
+        self.session.start_speech_service()
+        self.start()
+        self.begin()
+        self.session.play(CLIP)
+        self.type("toggle")
+        wait_until(lambda: SPOKEN == self.terminal.text(), "the spoken words are typed")
+
+    def test_all_of_unicode_arrives_as_it_was(self):
+        self.start()
+        self.dictate(ALL_OF_UNICODE)
+        self.terminal.wait_for(ALL_OF_UNICODE)
+        self.assertEqual(self.clipboard(), ALL_OF_UNICODE)
+        self.assertEqual(self.suite.get("tUsed"), self.suite.get("tStamp"))
+
+    def test_a_key_that_is_held_records_until_it_is_released(self):
+        self.start()
+        self.service.answer("held")
+        self.type("press")
+        self.wait_for_activity("recording")
+        time.sleep(0.5)  # the key is held that long
+        self.type("press")
+        self.assertEqual(self.activity(), "recording")
+        self.type("release")
+        self.terminal.wait_for("held")
+
+    def test_no_control_character_is_typed(self):
+        self.start()
+        self.dictate("one\r\ntwo\tthree\x1b\x03\x04 four\n")
+        self.terminal.wait_for("one two three four")
+
+    def test_an_empty_text_is_marked_as_used(self):
+        self.start()
+        self.dictate("")
+        wait_until(lambda: self.suite.get("tUsed"), "the transcript is marked")
+        self.dictate("next")
+        self.terminal.wait_for("next")
+
+    def test_a_long_text_arrives_whole(self):
+        text = "".join(f"{number:04} words " for number in range(1000))[:10_000].strip()
+        self.start()
+        self.dictate(text)
+        self.terminal.wait_for(text)
+
+    def test_two_presses_at_once_are_one(self):
+        self.start()
+        self.service.answer("once")
+        presses = [self.session.start(self.session.bin / "kavrinctl", "type", "press") for _ in range(2)]
+        self.assertEqual([press.wait(30) for press in presses], [0, 0])
+        self.wait_for_activity("recording")
+        time.sleep(0.5)  # the key is held that long
+        self.type("release")
+        self.terminal.wait_for("once")
+
+
+class NotTyped(TypistTest):
+    def test_a_cancelled_recording(self):
+        self.start()
+        self.begin()
+        self.type("cancel")
+        self.wait_for_activity("idle")
+        self.assertEqual([self.suite.get(key) for key in ("transcript", "tStamp", "tUsed")], [None, None, None])
+        self.assertEqual(self.clipboard(), "")
+
+    def test_a_cancelled_transcription(self):
+        self.start()
+        self.begin()
+        self.end()
+        self.type("cancel")
+        self.wait_for_activity("idle")
+        self.service.answer("too late")
+        self.assertEqual([self.suite.get(key) for key in ("transcript", "tStamp", "tUsed")], [None, None, None])
+        self.dictate("next")
+        self.terminal.wait_for("next")
+
+    def test_the_text_of_a_dictation_that_the_key_has_only_ended(self):
+        self.start()
+        self.session.ctl("dictate", "start")
+        self.service.answer("somebody else's")
+        self.end()
+        self.expect_nothing_typed("somebody else's")
+
+    def test_a_text_that_another_keyboard_has_marked(self):
+        self.start()
+        self.suite.database.execute(
+            "CREATE TRIGGER another AFTER UPDATE ON defaults WHEN NEW.key = 'tStamp' BEGIN INSERT OR REPLACE INTO"
+            " defaults VALUES ('tUsed', 'double', NEW.value); END")
+        self.suite.database.execute(
+            "CREATE TRIGGER first AFTER INSERT ON defaults WHEN NEW.key = 'tStamp' BEGIN INSERT OR REPLACE INTO"
+            " defaults VALUES ('tUsed', 'double', NEW.value); END")
+        self.dictate("theirs")
+        self.begin()
+        self.assertEqual(self.clipboard(), "theirs")
+        self.suite.database.execute("DROP TRIGGER another")
+        self.suite.database.execute("DROP TRIGGER first")
+        self.end("next")
+        self.terminal.wait_for("next")
+
+    def test_a_text_whose_mark_cannot_be_stored(self):
+        self.start()
+        for change in ("INSERT", "UPDATE"):
+            self.suite.database.execute(f"CREATE TRIGGER refused{change} BEFORE {change} ON defaults WHEN NEW.key ="
+                                        " 'tUsed' BEGIN SELECT RAISE(ABORT, 'no room'); END")
+        self.dictate("unmarked")
+        self.begin()
+        self.assertEqual(self.clipboard(), "unmarked")
+        for change in ("INSERT", "UPDATE"):
+            self.suite.database.execute(f"DROP TRIGGER refused{change}")
+        self.end("next")
+        self.terminal.wait_for("next")
+
+    def test_nothing_while_the_session_is_locked(self):
+        self.start()
+        screen_saver = self.session.start(
+            "/usr/bin/python3", "-m", "dbusmock", "--session", "org.freedesktop.ScreenSaver",
+            "/org/freedesktop/ScreenSaver", "org.freedesktop.ScreenSaver", stdout=subprocess.DEVNULL)
+        wait_until(lambda: self.bus.has("org.freedesktop.ScreenSaver"), "the screen saver is there")
+        self.bus.call("org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver", "org.freedesktop.DBus.Mock",
+                      "AddMethod", "(sssss)", "", "GetActive", "", "b", "ret = True")
+        self.dictate("behind the lock")
+        self.begin()
+        self.assertEqual(self.clipboard(), "behind the lock")
+        self.session.end(screen_saver)
+        self.end("next")
+        self.terminal.wait_for("next")
+
+
+class Started(TypistTest):
+    def test_the_bus_starts_both_programs(self):
+        self.let_the_bus_start("app.kavrin.Kavrin", "kavrin", "--background")
+        self.let_the_bus_start("app.kavrin.Typist", "kavrin-typist")
+        self.dictate("from nothing")
+        self.terminal.wait_for("from nothing")
+
+    def test_it_says_that_kavrin_cannot_be_started(self):
+        self.start_typist()
+        self.assertIn("Kavrin does not answer", self.refused("toggle"))
+        self.assertIsNone(self.suite.get("dictationCommand"))
+
+
+
+if __name__ == "__main__":
+    enter_private_namespaces()
+    unittest.main(verbosity=2)

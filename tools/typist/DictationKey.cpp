@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include "tools/typist/DictationKey.h"
+
+#include <utility>
+
+namespace kavrin
+{
+
+using Action = DictationKey::Action;
+
+Action DictationKey::press(Time now)
+{
+    const bool isRepeat = m_hold && now - m_hold->seen <= longestRepeat;
+    if (isRepeat) {
+        m_hold->seen = now;
+        return Action::None;
+    }
+    const Action action = toggle();
+    m_hold = Hold{.since = now, .seen = now, .hasBegun = action == Action::Begin};
+    return action;
+}
+
+Action DictationKey::release(Time now)
+{
+    const std::optional<Hold> hold = std::exchange(m_hold, std::nullopt);
+    const bool isEnd = hold && hold->hasBegun && m_isOn && now - hold->since > longestTap;
+    return isEnd ? toggle() : Action::None;
+}
+
+Action DictationKey::toggle()
+{
+    m_isOn = !m_isOn;
+    return m_isOn ? Action::Begin : Action::End;
+}
+
+Action DictationKey::cancel()
+{
+    m_isOn = false;
+    return Action::Cancel;
+}
+
+} // namespace kavrin

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+#include "tools/typist/TypistBus.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+
+#include <utility>
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+const QString refusal = u"app.kavrin.Typist.Error.Refused"_s;
+
+LineBreaks lineBreaks(bool areKept)
+{
+    return areKept ? LineBreaks::Kept : LineBreaks::Blanks;
+}
+
+} // namespace
+
+TypistBus::TypistBus(Typist &typist, std::function<QString()> way, QDBusConnection bus)
+    : m_typist(typist), m_way(std::move(way)), m_bus(std::move(bus))
+{
+}
+
+bool TypistBus::claim()
+{
+    return m_bus.registerObject(u"/app/kavrin/Typist"_s, this, QDBusConnection::ExportScriptableSlots)
+        && m_bus.registerService(name());
+}
+
+void TypistBus::release()
+{
+    m_bus.unregisterService(name());
+}
+
+void TypistBus::Press(bool lines)
+{
+    answer(m_typist.press(lineBreaks(lines)));
+}
+
+void TypistBus::Release()
+{
+    m_typist.release();
+}
+
+void TypistBus::Toggle(bool lines)
+{
+    answer(m_typist.toggle(lineBreaks(lines)));
+}
+
+void TypistBus::Cancel()
+{
+    m_typist.cancel();
+}
+
+QString TypistBus::Way() const
+{
+    return m_way();
+}
+
+QString TypistBus::Shortcut() const
+{
+    return u"No shortcut. Make one of your desktop's run \"kavrinctl type toggle\"."_s;
+}
+
+void TypistBus::answer(QCoro::Task<std::optional<Error>> outcome)
+{
+    setDelayedReply(true);
+    outcome.then([bus = m_bus, call = message()](const std::optional<Error> &failure) {
+        bus.send(failure ? call.createErrorReply(refusal, failure->localizedDescription)
+                         : call.createReply());
+    });
+}
+
+} // namespace kavrin

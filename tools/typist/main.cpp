@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include "tools/typist/SessionLock.h"
+#include "tools/typist/TypistBus.h"
+
+#include "platform/Logging.h"
+#include "platform/UserDefaults.h"
+#include "platform/linux/desktop/CoreFiles.h"
+#include "platform/linux/desktop/SystemClock.h"
+#include "platform/linux/desktop/TerminationSignals.h"
+#include "platform/linux/typing/findTyping.h"
+#include "store/SuiteWriter.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using namespace kavrin;
+
+enum ExitCode { Failed = 1, WrongUsage = 2 };
+
+/// Ends the process on --help, --version and wrong usage.
+void readArguments(const QCoreApplication &application)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"Types what you dictate where the cursor is. kavrinctl type is its key.\n"
+        "Serves app.kavrin.Typist on the session bus until it is terminated."_s);
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const bool isUnderstood = parser.parse(application.arguments());
+    if (!isUnderstood || !parser.positionalArguments().isEmpty()) {
+        std::fprintf(stderr, "kavrin-typist: %s\nSee kavrin-typist --help.\n",
+                     isUnderstood ? "It takes no arguments." : qUtf8Printable(parser.errorText()));
+        std::exit(WrongUsage);
+    }
+    parser.process(application); // --help and --version
+}
+
+/// The name of the way, or why there is none.
+QString wayOfTyping()
+{
+    const auto [typing, obstacle] = findTyping();
+    return obstacle ? obstacle->localizedDescription : typing->name();
+}
+
+int serve()
+{
+    const SuiteWriter suiteWriter;
+    SystemClock clock;
+    RunningKavrin kavrin;
+    // Kept until the next text: it may still serve the last one to those who paste it.
+    std::unique_ptr<Typing> used;
+    const auto use = [&used]() -> Result<Typing *> {
+        auto [found, obstacle] = findTyping();
+        if (found) {
+            used = std::move(found);
+        }
+        return {used.get(), obstacle};
+    };
+    Typist typist({.kavrin = kavrin, .clock = clock, .findTyping = use, .isLocked = isSessionLocked});
+    TypistBus bus(typist, wayOfTyping);
+    if (!bus.claim()) {
+        std::fputs("kavrin-typist: Another one is running, or there is no session bus.\n", stderr);
+        return Failed;
+    }
+    const TerminationSignals termination;
+    QObject::connect(&termination, &TerminationSignals::requested, &bus, &TypistBus::release);
+    QObject::connect(&termination, &TerminationSignals::requested, &typist, &Typist::stop);
+    QObject::connect(&typist, &Typist::stopped, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    leaveNoCoreFiles();
+    Logging::setUp();
+    UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
+    const QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(u"kavrin-typist"_s);
+    QCoreApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
+    readArguments(application);
+    return serve();
+}

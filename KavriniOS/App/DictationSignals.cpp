@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <utility>
 
 namespace kavrin
 {
@@ -49,6 +50,18 @@ const Notifications::Notice &DictationSignals::noticeOf(Stage stage)
              openSettings,
              {stop, cancel},
              Stay::UntilWithdrawn}},
+        Row{Stage::Silent,
+            {u"Kavrin hears nothing"_s,
+             u"Speak louder, or choose another microphone in the sound settings of your desktop."_s,
+             openSettings,
+             {stop, cancel},
+             Stay::UntilWithdrawn}},
+        Row{Stage::Muted,
+            {u"Kavrin hears nothing"_s,
+             u"The microphone is muted. Turn it on in the sound settings of your desktop."_s,
+             openSettings,
+             {stop, cancel},
+             Stay::UntilWithdrawn}},
         Row{Stage::Transcribing,
             {u"Transcribing"_s,
              u"The text comes when the service has answered."_s,
@@ -66,8 +79,10 @@ const Notifications::Notice &DictationSignals::noticeOf(Stage stage)
 }
 
 DictationSignals::DictationSignals(DictationBridge &bridge, const Dictations &dictations,
-                                   Notifications &notifications, FailureNotices &failures)
-    : m_bridge(bridge), m_dictations(dictations), m_notifications(notifications), m_failures(failures)
+                                   Notifications &notifications, FailureNotices &failures,
+                                   std::function<bool()> isScreenSeen)
+    : m_bridge(bridge), m_dictations(dictations), m_notifications(notifications), m_failures(failures),
+      m_isScreenSeen(std::move(isScreenSeen))
 {
     m_patience.setSingleShot(true);
     m_patience.setInterval(patience);
@@ -76,6 +91,7 @@ DictationSignals::DictationSignals(DictationBridge &bridge, const Dictations &di
         update();
     });
     connect(&dictations, &Dictations::stateChanged, this, &DictationSignals::update);
+    connect(&dictations, &Dictations::hearingChanged, this, &DictationSignals::update);
     connect(&notifications, &Notifications::pressed, this, &DictationSignals::obey);
     connect(&failures, &FailureNotices::retryRequested, this, &DictationSignals::sendAgain);
 }
@@ -128,6 +144,9 @@ void DictationSignals::update()
     if (wanted == m_stage) {
         return;
     }
+    if (m_stage == Stage::Silent || m_stage == Stage::Muted) {
+        m_heardAgain = silence() == Stage::None ? m_dictations.latest() : m_heardAgain;
+    }
     m_stage = wanted;
     if (wanted == Stage::None) {
         m_notifications.withdraw(m_shown);
@@ -174,6 +193,9 @@ DictationSignals::Stage DictationSignals::stage() const
     if (m_isClosed) {
         return Stage::None;
     }
+    if (const Stage silent = silence(); silent != Stage::None) {
+        return silent;
+    }
     const bool isAnnounced = m_announced != 0;
     if (isAnnounced && m_dictations.active() != nullptr && m_dictations.latest() == m_announced) {
         return Stage::Listening;
@@ -183,6 +205,25 @@ DictationSignals::Stage DictationSignals::stage() const
     }
     const bool isUnderWay = m_dictations.isTranscribing() || outcome();
     return isAnnounced && isUnderWay ? Stage::Transcribing : Stage::None;
+}
+
+/// The user is told once in a recording.
+DictationSignals::Stage DictationSignals::silence() const
+{
+    const Recorder *const recording = m_dictations.recording();
+    const bool isTold = m_dictations.latest() == m_heardAgain;
+    if (recording == nullptr || isTold || m_isScreenSeen()) {
+        return Stage::None;
+    }
+    switch (recording->hearing()) {
+    case Recorder::Hearing::Nothing:
+        return Stage::Silent;
+    case Recorder::Hearing::Muted:
+        return Stage::Muted;
+    case Recorder::Hearing::Sound:
+        break;
+    }
+    return Stage::None;
 }
 
 /// A button of a notice that has just been replaced may come too late, and then does nothing.

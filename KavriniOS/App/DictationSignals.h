@@ -9,20 +9,23 @@
 #include <QObject>
 #include <QTimer>
 
+#include <functional>
+
 namespace kavrin
 {
 
 /// Shows by notification how a dictation goes on, for those who look at their own window: each stage of a
-/// dictation that a program has announced, and of any dictation that its transcription takes long. Main
-/// thread only.
+/// dictation that a program has announced, and of any dictation that nothing is heard, or that its
+/// transcription takes long. Main thread only.
 class DictationSignals : public QObject
 {
     Q_OBJECT
 
 public:
-    /// All of them must outlive this object.
-    DictationSignals(DictationBridge &bridge, const Dictations &dictations, Notifications &notifications,
-                     FailureNotices &failures);
+    /// All of them must outlive this object. `isScreenSeen` says whether the window shows what is heard.
+    DictationSignals(
+        DictationBridge &bridge, const Dictations &dictations, Notifications &notifications,
+        FailureNotices &failures, std::function<bool()> isScreenSeen = [] { return false; });
 
     /// Shows the stages of the dictation with that number until it brings no text, or until delivered().
     /// Returns false if there is no such dictation.
@@ -39,7 +42,7 @@ public:
     void close();
 
 private:
-    enum class Stage { None, Listening, Transcribing, Slow };
+    enum class Stage { None, Listening, Silent, Muted, Transcribing, Slow };
 
     static const Notifications::Notice &noticeOf(Stage stage);
     void update();
@@ -47,6 +50,7 @@ private:
     void forgetEnded();
     [[nodiscard]] std::optional<DictationOutcome> outcome() const;
     [[nodiscard]] Stage stage() const;
+    [[nodiscard]] Stage silence() const;
     void obey(const QString &button);
     void sendAgain();
 
@@ -54,6 +58,8 @@ private:
     const Dictations &m_dictations;
     Notifications &m_notifications;
     FailureNotices &m_failures;
+    const std::function<bool()> m_isScreenSeen;
+    quint64 m_heardAgain = 0; ///< the number of the last dictation in which a silence has ended
     quint64 m_announced = 0; ///< the number of a dictation; 0 if there is none
     bool m_isDelivered = true; ///< its announcer will say when its text is delivered
     QTimer m_patience;

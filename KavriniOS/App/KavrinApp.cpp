@@ -108,7 +108,8 @@ struct KavrinApp::Services {
         [this](const QString &message, bool isKept) { app.reportScreenFailure(message, isKept); }));
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
     DictationSignals dictationSignals =
-        DictationSignals(dictationBridge, dictations, notifications, failureNotices);
+        DictationSignals(dictationBridge, dictations, notifications, failureNotices,
+                         [this] { return app.isDictationScreenSeen(); });
     DictationBus dictationBus = DictationBus(dictationBridge, dictations, dictationSignals);
     std::stop_source stop;
     bool hasServed = false;

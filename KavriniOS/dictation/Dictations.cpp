@@ -24,6 +24,7 @@ void Dictations::add(Recorder &recorder)
     m_recorders.append(&recorder);
     connect(&recorder, &Recorder::stateChanged, this, &Dictations::stateChanged);
     connect(&recorder, &Recorder::startingChanged, this, &Dictations::stateChanged);
+    connect(&recorder, &Recorder::hearingChanged, this, &Dictations::hearingChanged);
     // Queued, because the pointer is null only then.
     connect(&recorder, &QObject::destroyed, this, &Dictations::stateChanged, Qt::QueuedConnection);
 }

@@ -98,6 +98,7 @@ public:
 Q_SIGNALS:
     /// state() or activity() may have changed.
     void stateChanged();
+    void hearingChanged(); ///< of the recorder that records
 
 private:
     QList<QPointer<Recorder>> m_recorders;

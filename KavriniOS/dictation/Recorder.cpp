@@ -29,6 +29,7 @@ namespace
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds meterInterval = 50ms;
+constexpr std::chrono::milliseconds longestSilence = 3s;
 
 const QString listening = u"Listening… tap the keyboard mic again to stop."_s;
 
@@ -266,6 +267,7 @@ void Recorder::endRecording()
 {
     delete m_meter;
     setLevel(0);
+    setHearing(Hearing::Sound);
     if (m_recorder) {
         m_recorder->stop();
         checkRecording();
@@ -376,6 +378,7 @@ void Recorder::startMeter()
     m_meter = new QTimer(this);
     connect(m_meter, &QTimer::timeout, this, &Recorder::updateMeter);
     m_meter->start(meterInterval);
+    m_silence.start();
 }
 
 void Recorder::updateMeter()
@@ -389,6 +392,18 @@ void Recorder::updateMeter()
     }
     m_recorder->updateMeters();
     setLevel(levelOf(m_recorder->averagePower(0)));
+    updateHearing();
+}
+
+void Recorder::updateHearing()
+{
+    if (m_level > 0 || m_recorder->failure()) {
+        m_silence.start();
+    }
+    // Asked before it is needed, because the answer takes a moment.
+    const bool isMuted = m_level == 0 && m_recorder->isMuted();
+    const bool isSilent = m_silence.hasExpired(longestSilence.count());
+    setHearing(!isSilent ? Hearing::Sound : isMuted ? Hearing::Muted : Hearing::Nothing);
 }
 
 /// Reports a failure at once, while the user still speaks and can react. Sound that comes late ends it.
@@ -445,6 +460,14 @@ void Recorder::setMessage(const QString &message)
     if (m_message != message) {
         m_message = message;
         Q_EMIT messageChanged();
+    }
+}
+
+void Recorder::setHearing(Hearing hearing)
+{
+    if (m_hearing != hearing) {
+        m_hearing = hearing;
+        Q_EMIT hearingChanged();
     }
 }
 

@@ -8,6 +8,7 @@
 #include "platform/Pasteboard.h"
 #include "platform/SystemSound.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QTimer>
@@ -30,6 +31,13 @@ class Recorder : public QObject
 public:
     enum class S { idle, recording, working, done };
     Q_ENUM(S)
+
+    /// What comes from the microphone.
+    enum class Hearing {
+        Sound, ///< or a silence of less than three seconds, or the recording has failed, or there is none
+        Nothing,
+        Muted, ///< nothing, because the user has muted it
+    };
 
     /// What a recorder needs from the machine. All of it must outlive the recorder and its last
     /// transcription.
@@ -74,6 +82,8 @@ public:
     /// The input level, 0 to 1, refreshed 20 times a second while recording.
     [[nodiscard]] double level() const { return m_level; }
 
+    [[nodiscard]] Hearing hearing() const { return m_hearing; }
+
     /// The path of the only recording file. Every recording overwrites it, and nothing deletes it.
     static QString url();
 
@@ -104,6 +114,7 @@ Q_SIGNALS:
     void startingChanged();
     void messageChanged();
     void levelChanged();
+    void hearingChanged();
 
 private:
     enum class End { None, Stop, Cancel };
@@ -125,6 +136,8 @@ private:
     void settle(S state, const QString &message);
     void startMeter();
     void updateMeter();
+    void updateHearing();
+    void setHearing(Hearing hearing);
     void checkRecording();
     [[nodiscard]] std::optional<Error> emptiness() const;
     void beginTranscription(Recording recording);
@@ -156,6 +169,8 @@ private:
     std::stop_source m_question; ///< for the microphone
     QString m_message = QStringLiteral("Starting…");
     double m_level = 0;
+    Hearing m_hearing = Hearing::Sound;
+    QElapsedTimer m_silence; ///< since the last sound
     QPointer<QTimer> m_meter;
     std::shared_ptr<AudioRecorder> m_recorder;
 };

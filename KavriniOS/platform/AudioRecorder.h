@@ -49,6 +49,10 @@ public:
     /// Whether the file holds any sound. Only after stop().
     [[nodiscard]] virtual bool hasSound() const = 0;
 
+    /// Whether the user has muted the microphone. The machine takes a moment to answer, so this is its answer
+    /// to an earlier call, and false at first.
+    virtual bool isMuted() = 0;
+
     /// Metering costs nothing until it is enabled.
     virtual void setMeteringEnabled(bool enabled) = 0;
 

@@ -20,6 +20,7 @@ namespace
 
 const QString listening = u"Listening: Stop, Cancel"_s;
 const QString transcribing = u"Transcribing: Cancel"_s;
+const QString silent = u"Kavrin hears nothing: Stop, Cancel"_s;
 const QString none = u"none"_s;
 
 /// A keyboard on the bus, which announces dictations.
@@ -90,6 +91,12 @@ protected:
 
     void press(const QString &button) { Q_EMIT server.ActionInvoked(1, button); }
 
+    void hear(float power, Recorder::Hearing heard)
+    {
+        machine.recorders.back().lock()->power = power;
+        ASSERT_TRUE(waitUntil([&] { return bridge.recorder().hearing() == heard; }));
+    }
+
     /// The title and the buttons of what the desktop shows.
     QString shown()
     {
@@ -118,7 +125,9 @@ protected:
 
     DictationBridge bridge{platform(), [](const QByteArray &) { return std::make_unique<FakeAudioPlayer>(); },
                            [] {}};
-    DictationSignals signs{bridge, machine.dictations, notifications, failures};
+    bool isScreenSeen = false;
+    DictationSignals signs{bridge, machine.dictations, notifications, failures,
+                           [this] { return isScreenSeen; }};
     DictationBus dictationBus{bridge, machine.dictations, signs};
     Announcer announcer;
 };
@@ -200,6 +209,47 @@ TEST_F(DictationSignalsTest, IfTheAnnouncerEndsTheUserIsToldOfTheClipboard)
     start();
     bridge.cancel();
     EXPECT_EQ(shown(), u"Voice typing: ");
+}
+
+TEST_F(DictationSignalsTest, ASilenceIsShownOnceInARecordingUntilSoundComes)
+{
+    start();
+    hear(-60, Recorder::Hearing::Nothing);
+    EXPECT_EQ(shown(), silent);
+    hear(-20, Recorder::Hearing::Sound);
+    EXPECT_EQ(shown(), none);
+    hear(-60, Recorder::Hearing::Nothing);
+    EXPECT_EQ(shown(), none);
+    bridge.cancel();
+
+    start();
+    announce();
+    machine.recorders.back().lock()->muted = true;
+    hear(-60, Recorder::Hearing::Muted);
+    EXPECT_EQ(shown(), silent);
+    EXPECT_TRUE(server.last.text.contains(u"muted"_s));
+    hear(-20, Recorder::Hearing::Sound);
+    EXPECT_EQ(shown(), listening);
+    bridge.cancel();
+    EXPECT_EQ(shown(), none);
+}
+
+TEST_F(DictationSignalsTest, ASilenceThatTheWindowShowsIsNotShown)
+{
+    isScreenSeen = true;
+    start();
+    hear(-60, Recorder::Hearing::Nothing);
+    EXPECT_EQ(shown(), none);
+    bridge.cancel();
+}
+
+TEST_F(DictationSignalsTest, ASilenceIsNoLongerShownOnceTheRecordingHasEnded)
+{
+    start();
+    hear(-60, Recorder::Hearing::Nothing);
+    EXPECT_EQ(shown(), silent);
+    bridge.cancel();
+    EXPECT_EQ(shown(), none);
 }
 
 TEST_F(DictationSignalsTest, UnknownNumbersAreRefused)

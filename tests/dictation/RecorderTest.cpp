@@ -247,6 +247,26 @@ TEST_F(RecorderTest, TheMeterLooksTwentyTimesASecondWhileItRecordsOnly)
     waitUntil([&] { return recorder.state() != Recorder::S::working; });
 }
 
+TEST_F(RecorderTest, HearsNothingAfterThreeSecondsOfSilenceUntilSoundComes)
+{
+    using Hearing = Recorder::Hearing;
+    QList<Hearing> heard;
+    QObject::connect(&recorder, &Recorder::hearingChanged, &recorder,
+                     [&] { heard.append(recorder.hearing()); });
+    QElapsedTimer time;
+    time.start();
+    start();
+    const std::shared_ptr<FakeAudioRecorder> recording = machine.recorders.back().lock();
+    ASSERT_TRUE(waitUntil([&] { return recorder.hearing() == Hearing::Nothing; }));
+    EXPECT_GE(time.elapsed(), 3000);
+    recording->muted = true;
+    ASSERT_TRUE(waitUntil([&] { return recorder.hearing() == Hearing::Muted; }));
+    recording->power = -30;
+    ASSERT_TRUE(waitUntil([&] { return recorder.hearing() == Hearing::Sound; }));
+    recorder.cancel();
+    EXPECT_EQ(heard, (QList{Hearing::Nothing, Hearing::Muted, Hearing::Sound}));
+}
+
 TEST_F(RecorderTest, TheLevelIsThatOfTheFirstChannel)
 {
     const auto audioRecorder = std::make_shared<SlowAudioRecorder>(machine.journal);

@@ -77,6 +77,7 @@ public:
     bool firstSamplesCome = true;
     bool holdsSound = true;
     float power = -160;
+    bool muted = false;
     std::optional<Error> recordingFailure;
     std::optional<Error> failureAtStop;
     std::optional<QFuture<void>> firstSamples; ///< what record() waits for
@@ -104,6 +105,7 @@ public:
     [[nodiscard]] bool isRecording() const override { return m_isRecording; }
     [[nodiscard]] bool hasSound() const override { return holdsSound; }
     [[nodiscard]] std::optional<Error> failure() const override { return recordingFailure; }
+    bool isMuted() override { return muted; }
     void setMeteringEnabled(bool enabled) override { m_isMetering = enabled; }
     void updateMeters() override { m_measured = m_isMetering ? power : -160; }
     [[nodiscard]] float averagePower(int) const override { return m_measured; }

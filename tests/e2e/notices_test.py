@@ -13,6 +13,7 @@ from support.screen_reader import Window, WindowSession
 from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
+PROSE = SPEECH / "librivox" / "sense_and_sensibility_01_austen_64kb-0870.wav"
 TITLE = "Voice typing"
 TYPED = "sk-typed-2358"
 MESSAGE = "Hazel Bank: your code is 482913"
@@ -170,6 +171,30 @@ class InTheBackground(unittest.TestCase):
         self.session.play(CLIP)
         self.session.ctl("dictate", "stop")
         self.suite.wait_for("transcript", SPOKEN)
+        with RefusingService('["no"]') as service:  # whatever came before it was shown before it
+            fail_with(self.session, service)
+        self.expect_notice(notifications, 'Error: ["no"]')
+
+    def test_a_silence_is_told_until_sound_comes_and_whether_the_microphone_is_muted(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        for count, (muted, reason) in enumerate((("0", "Speak louder"), ("1", "The microphone is muted.")), 1):
+            with self.subTest(reason):
+                self.session.run("pactl", "set-source-mute", "microphone", muted)
+                self.suite.set("dictationCommand", "string", "start")
+                wait_until(lambda told=reason: any(told in text for _, text in notifications.shown()), reason)
+                self.assertEqual({title for title, _ in notifications.shown()}, {"Kavrin hears nothing"})
+                self.session.run("pactl", "set-source-mute", "microphone", "0")
+                self.session.play(CLIP)
+                wait_until(lambda closed=count: len(notifications.calls("CloseNotification")) == closed, "it goes")
+                self.session.ctl("dictate", "cancel")
+
+    def test_speech_is_no_silence(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        self.session.ctl("dictate", "start")
+        self.session.play(PROSE)
+        self.session.ctl("dictate", "cancel")
         with RefusingService('["no"]') as service:  # whatever came before it was shown before it
             fail_with(self.session, service)
         self.expect_notice(notifications, 'Error: ["no"]')

@@ -152,6 +152,15 @@ std::optional<Error> PulseAudioRecorder::failure() const
     return m_writer->failure();
 }
 
+bool PulseAudioRecorder::isMuted()
+{
+    const SoundServer::Lock lock(*m_server);
+    if (m_stream) {
+        m_stream->askWhetherMuted();
+    }
+    return m_stream && m_stream->isMuted();
+}
+
 void PulseAudioRecorder::setMeteringEnabled(bool enabled)
 {
     const SoundServer::Lock lock(*m_server);

@@ -46,6 +46,7 @@ public:
 
     /// Sound should have come after two seconds. Some headsets need one to switch their microphone on.
     [[nodiscard]] std::optional<Error> failure() const override;
+    bool isMuted() override;
     void setMeteringEnabled(bool enabled) override;
     void updateMeters() override;
     [[nodiscard]] float averagePower(int channel) const override;

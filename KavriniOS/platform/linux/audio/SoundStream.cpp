@@ -86,9 +86,11 @@ void SoundStream::close()
     if (!m_stream) {
         return;
     }
-    if (m_draining) {
-        pa_operation_cancel(m_draining);
-        pa_operation_unref(std::exchange(m_draining, nullptr));
+    for (pa_operation **operation : {&m_draining, &m_asking}) {
+        if (*operation) {
+            pa_operation_cancel(*operation);
+            pa_operation_unref(std::exchange(*operation, nullptr));
+        }
     }
     m_server->suspendedStreams().forget(m_stream);
     pa_stream_set_state_callback(m_stream, nullptr, nullptr);
@@ -135,6 +137,25 @@ void SoundStream::endWhenDrained()
 {
     if (!m_draining) {
         m_draining = pa_stream_drain(m_stream, &drained, this);
+    }
+}
+
+void SoundStream::askWhetherMuted()
+{
+    if (!m_asking && pa_stream_get_state(m_stream) == PA_STREAM_READY) {
+        m_asking = pa_context_get_source_info_by_index(m_server->context(),
+                                                       pa_stream_get_device_index(m_stream), &noteMute, this);
+    }
+}
+
+/// Called for each source that was asked for, and once more at the end.
+void SoundStream::noteMute(pa_context * /*context*/, const pa_source_info *source, int end, void *self)
+{
+    auto *sound = static_cast<SoundStream *>(self);
+    if (end == 0) {
+        sound->m_isMuted = source->mute != 0;
+    } else if (sound->m_asking) {
+        pa_operation_unref(std::exchange(sound->m_asking, nullptr));
     }
 }
 

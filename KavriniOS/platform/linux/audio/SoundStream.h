@@ -50,6 +50,13 @@ public:
     /// Whether the server has suspended the stream's device.
     [[nodiscard]] bool isSuspended() const;
 
+    /// What the server has last said to askWhetherMuted() of the source that is captured. Only with the
+    /// server's lock held.
+    [[nodiscard]] bool isMuted() const { return m_isMuted; }
+
+    /// Returns at once, and asks one thing at a time. Only for a capture, with the server's lock held.
+    void askWhetherMuted();
+
     /// Runs the transfer handler with the bytes that can be transferred now. Only with the server's lock
     /// held.
     void transferNow();
@@ -61,6 +68,7 @@ private:
     static void stateChanged(pa_stream *stream, void *self);
     static void suspensionChanged(pa_stream *stream, void *self);
     static void transferable(pa_stream *stream, std::size_t bytes, void *self);
+    static void noteMute(pa_context *context, const pa_source_info *source, int end, void *self);
     static void drained(pa_stream *stream, int success, void *self);
 
     void open(const Description &description);
@@ -71,6 +79,8 @@ private:
     Direction m_direction;
     pa_stream *m_stream = nullptr;
     pa_operation *m_draining = nullptr;
+    pa_operation *m_asking = nullptr;
+    bool m_isMuted = false;
 };
 
 } // namespace kavrin

@@ -186,6 +186,20 @@ TEST_F(PulseAudioRecorderTest, MetersSilence)
     EXPECT_EQ(power(*recorder), -160);
 }
 
+TEST_F(PulseAudioRecorderTest, KnowsWhetherTheMicrophoneIsMuted)
+{
+    const auto recorder = makeRecorder();
+    EXPECT_TRUE(await(recorder->record()));
+    for (const bool muted : {true, false}) {
+        m_machine.control({QStringLiteral("set-source-mute"), QStringLiteral("microphone"),
+                           muted ? QStringLiteral("1") : QStringLiteral("0")});
+        EXPECT_TRUE(waitUntil([&] { return recorder->isMuted() == muted; }));
+    }
+    recorder->isMuted(); // asked, and not answered when it ends
+    recorder->stop();
+    EXPECT_FALSE(recorder->isMuted());
+}
+
 TEST_F(PulseAudioRecorderTest, MetersAFullScaleToneAtMinusThreeDecibels)
 {
     const auto recorder = makeRecorder();

@@ -21,8 +21,6 @@ namespace
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds tick = 5ms;
-constexpr std::chrono::milliseconds patienceWithUser = 2s;
-constexpr std::chrono::milliseconds patienceWithProgram = 5s;
 
 xcb_connection_t *connectToServer()
 {
@@ -36,8 +34,9 @@ xcb_connection_t *connectToServer()
 
 } // namespace
 
-X11Typing::X11Typing()
-    : m_connection(connectToServer()), m_keys(m_connection.get()), m_selections(m_connection.get()),
+X11Typing::X11Typing(Patience patience)
+    : m_connection(connectToServer()), m_patience(patience), m_keys(m_connection.get()),
+      m_selections(m_connection.get()),
       m_events(xcb_get_file_descriptor(m_connection.get()), QSocketNotifier::Read)
 {
     connect(&m_events, &QSocketNotifier::activated, this, &X11Typing::handleEvents);
@@ -73,7 +72,7 @@ QCoro::Task<> X11Typing::paste(QString text)
         throw typingError(u"The text cannot be put on the clipboard: another program keeps it, or the X11 "
                           "server is gone."_s);
     }
-    const QCoro::Task<bool> release = holds([this] { return !m_keys.isModifierHeld(); }, patienceWithUser);
+    const QCoro::Task<bool> release = holds([this] { return !m_keys.isModifierHeld(); }, m_patience.withUser);
     const bool isReleased = co_await release;
     if (!self) {
         co_return;
@@ -84,7 +83,7 @@ QCoro::Task<> X11Typing::paste(QString text)
     if (!m_keys.pressShiftInsert()) {
         throw typingError(u"The keyboard has no Shift or no Insert key to paste with."_s);
     }
-    const QCoro::Task<bool> taking = holds([this] { return m_selections.isTaken(); }, patienceWithProgram);
+    const QCoro::Task<bool> taking = holds([this] { return m_selections.isTaken(); }, m_patience.withProgram);
     const bool isTaken = co_await taking;
     if (!isTaken) {
         throw typingError(u"No program took the text."_s);

@@ -24,13 +24,20 @@ class X11Typing : public Typing
     Q_OBJECT
 
 public:
+    /// How long type() waits for the user to release the modifiers, and for a program to take the text.
+    struct Patience {
+        std::chrono::milliseconds withUser = std::chrono::seconds(2);
+        std::chrono::milliseconds withProgram = std::chrono::seconds(5);
+    };
+
     /// Throws Error where the display of the environment cannot be reached, or lets no program type.
-    X11Typing();
+    X11Typing() : X11Typing(Patience{}) { }
+    explicit X11Typing(Patience patience);
 
     [[nodiscard]] QString name() const override;
 
-    /// Waits for modifiers that the user holds, at most two seconds, and for a program that takes the text,
-    /// at most five. Otherwise the text is on the clipboard, and the failure says so.
+    /// Waits for modifiers that the user holds, and for a program that takes the text. If it waits in vain,
+    /// the text is on the clipboard, and the failure says what happened.
     QCoro::Task<std::optional<Error>> type(QString text) override;
 
 private:
@@ -43,6 +50,7 @@ private:
     QCoro::Task<bool> holds(std::function<bool()> condition, std::chrono::milliseconds limit);
 
     std::unique_ptr<xcb_connection_t, Disconnect> m_connection;
+    Patience m_patience;
     X11Keys m_keys;
     X11Selections m_selections;
     QSocketNotifier m_events;

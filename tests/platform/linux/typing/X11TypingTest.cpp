@@ -9,6 +9,7 @@ namespace kavrin::test
 {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -39,10 +40,12 @@ TEST_F(X11TypingTest, IsNotChangedByCapsLock)
 TEST_F(X11TypingTest, WaitsUntilTheUserReleasesAModifier)
 {
     showField(m_display, u"Terminal"_s);
-    X11Typing typing;
+    X11Typing typing({.withUser = 1min});
     press(u"keydown"_s, u"ctrl"_s);
     QCoro::Task<std::optional<Error>> task = typing.type(u"hello"_s);
+    press(u"keydown"_s, u"alt"_s); // meanwhile it could have typed
     EXPECT_FALSE(task.isReady());
+    press(u"keyup"_s, u"alt"_s);
     press(u"keyup"_s, u"ctrl"_s);
     const std::optional<Error> failure = await(std::move(task));
     ASSERT_FALSE(failure) << failure->what();
@@ -52,7 +55,7 @@ TEST_F(X11TypingTest, WaitsUntilTheUserReleasesAModifier)
 TEST_F(X11TypingTest, LeavesTheTextOnTheClipboardWhereAModifierIsHeld)
 {
     showField(m_display, u"Terminal"_s);
-    X11Typing typing;
+    X11Typing typing({.withUser = 50ms});
     press(u"keydown"_s, u"ctrl"_s);
     EXPECT_THAT(type(typing, u"hello"_s).toStdString(), testing::HasSubstr("held"));
     EXPECT_EQ(m_display.clipboard(), u"hello"_s);
@@ -61,7 +64,7 @@ TEST_F(X11TypingTest, LeavesTheTextOnTheClipboardWhereAModifierIsHeld)
 
 TEST_F(X11TypingTest, SaysSoWhereNoWindowTakesTheText)
 {
-    X11Typing typing;
+    X11Typing typing({.withProgram = 50ms});
     EXPECT_THAT(type(typing, u"hello"_s).toStdString(), testing::HasSubstr("No program took the text"));
     EXPECT_EQ(m_display.clipboard(), u"hello"_s);
 }

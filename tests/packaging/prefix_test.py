@@ -28,7 +28,7 @@ class Prefix(unittest.TestCase):
 
     def test_no_program_looks_for_libraries_in_a_folder_of_its_own(self):
         binaries = [path for path in self.prefix.rglob("*") if path.is_file() and path.read_bytes().startswith(ELF)]
-        self.assertEqual(len(binaries), 6)
+        self.assertEqual(len(binaries), 7)
         for path in binaries:
             with self.subTest(path.name):
                 self.assertNotRegex(run("readelf", "--dynamic", path), "RPATH|RUNPATH")

@@ -15,6 +15,7 @@ import unittest
 from support.desktop import Bus
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.speech import SPOKEN
+from support.suite_case import Holder
 
 CLIP = SPEECH / "cards" / "001.wav"
 TYPIST = ("app.kavrin.Typist", "/app/kavrin/Typist", "app.kavrin.Typist")
@@ -298,6 +299,98 @@ class Started(TypistTest):
         self.assertIn("Kavrin does not answer", self.refused("toggle"))
         self.assertIsNone(self.suite.get("dictationCommand"))
 
+
+
+class KavrinEnds(TypistTest):
+    def go_on(self, kavrin):
+        """Kavrin is gone, and starts again: the next dictation is typed, and no other."""
+        self.session.end(kavrin)
+        wait_until(lambda: not self.bus.has("app.kavrin.Kavrin"), "Kavrin is gone")
+        self.session.start_kavrin("--background")
+        self.dictate("next")
+        self.terminal.wait_for("next")
+
+    def test_while_it_records(self):
+        kavrin, _ = self.start()
+        self.begin()
+        self.go_on(kavrin)
+
+    def test_while_it_transcribes(self):
+        kavrin, _ = self.start()
+        self.begin()
+        self.end()
+        self.service.answer("lost")
+        self.go_on(kavrin)
+
+
+class TypistEnds(TypistTest):
+    def setUp(self):
+        super().setUp()
+        self.kavrin, self.typist = self.start()
+
+    def start_another(self):
+        wait_until(lambda: not self.bus.has("app.kavrin.Typist"), "the typist is gone")
+        self.start_typist()
+
+    def test_killed_while_kavrin_records(self):
+        self.begin()
+        self.session.end(self.typist)
+        self.start_another()
+        self.service.answer("said before")
+        self.end()
+        self.expect_nothing_typed(clipboard="said before")
+
+    def test_killed_while_kavrin_transcribes(self):
+        self.begin()
+        self.end()
+        self.session.end(self.typist)
+        self.start_another()
+        self.service.answer("said before")
+        self.expect_nothing_typed(clipboard="said before")
+
+    def test_killed_as_soon_as_the_text_is_marked_it_types_nothing_twice(self):
+        text = "words " * 500 + "end"
+        self.service.answer(text)
+        self.begin()
+        self.type("toggle")
+        wait_until(lambda: self.suite.get("tUsed"), "the text is marked", interval=0)
+        self.session.end(self.typist)
+        self.start_another()
+        self.dictate("|next")
+        wait_until(lambda: self.terminal.text().endswith("|next"), "the next text is typed")
+        self.assertTrue(text.startswith(self.terminal.text().removesuffix("|next")), self.terminal.text())
+
+    def test_asked_to_end_while_kavrin_records_it_ends_the_recording(self):
+        self.service.answer("said before")
+        self.begin()
+        self.typist.terminate()
+        self.assertEqual(self.typist.wait(30), 0)
+        wait_until(lambda: self.clipboard() == "said before", "the text is on the clipboard")
+        self.assertEqual(self.terminal.text(), "")
+
+    def test_asked_to_end_while_kavrin_transcribes_it_ends_at_once(self):
+        self.begin()
+        self.end()
+        self.typist.terminate()
+        self.assertEqual(self.typist.wait(30), 0)
+        self.service.answer("said before")
+        wait_until(lambda: self.clipboard() == "said before", "the text is on the clipboard")
+        self.assertEqual(self.terminal.text(), "")
+
+    def test_asked_to_end_while_nothing_happens(self):
+        self.typist.terminate()
+        self.assertEqual(self.typist.wait(30), 0)
+        self.assertFalse(self.bus.has("app.kavrin.Typist"))
+
+
+class LockedSuite(TypistTest):
+    def test_the_key_says_so_and_nothing_is_recorded(self):
+        self.start()
+        with Holder(self.suite.database.execute("PRAGMA database_list").fetchone()[2], "BEGIN IMMEDIATE"):
+            self.assertIn("locked", self.refused("toggle"))
+        self.assertEqual(self.activity(), "idle")
+        self.dictate("next")
+        self.terminal.wait_for("next")
 
 
 if __name__ == "__main__":

@@ -27,12 +27,7 @@ const QString none = u"none"_s;
 class Announcer
 {
 public:
-    Announcer()
-    {
-        m_bus =
-            QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"announcer"_s);
-    }
-
+    Announcer() = default;
     ~Announcer() { end(); }
 
     Announcer(const Announcer &) = delete;
@@ -57,7 +52,8 @@ public:
     }
 
 private:
-    QDBusConnection m_bus{QString()};
+    QDBusConnection m_bus =
+        QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"announcer"_s);
 };
 
 class DictationSignalsTest : public testing::Test

@@ -25,7 +25,7 @@ QCoro::Task<bool> storeIf(QString key, PropertyListValue value, std::function<bo
         *isStored = mayStore(stored);
         return *isStored ? Value(value) : Value();
     };
-    const QFuture<std::optional<Error>> written = SuiteWriter::edit(key, edit, [](bool) {});
+    const QFuture<std::optional<Error>> written = SuiteWriter::edit(key, edit, [](bool) { });
     const std::optional<Error> failure = co_await written;
     if (failure) {
         throw Error(*failure);

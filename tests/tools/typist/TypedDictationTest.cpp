@@ -111,10 +111,7 @@ private:
     RunningKavrin m_running;
     TypedDictation m_dictation{{.kavrin = m_running,
                                 .clock = clock,
-                                .findTyping =
-                                    [this] {
-                                        return Result<Typing *>{&window, obstacle};
-                                    },
+                                .findTyping = [this] { return Result<Typing *>{&window, obstacle}; },
                                 .isLocked = [this]() -> QCoro::Task<bool> { co_return isLocked; }},
                                LineBreaks::Blanks};
 };

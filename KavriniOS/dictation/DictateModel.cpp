@@ -24,24 +24,29 @@ void DictateModel::follow(const Recorder &recorder)
     connect(&recorder, &Recorder::levelChanged, this, &DictateModel::levelChanged, once);
 }
 
-/// What it shows stays until another recorder begins.
-void DictateModel::showWhatRecords()
+void DictateModel::show(Recorder *recorder)
 {
-    Recorder *const active = m_dictations.active();
-    if (active == nullptr || active == &shown()) {
+    if (recorder == nullptr || recorder == &shown()) {
         return;
     }
-    m_other = active == &m_recorder ? nullptr : active;
-    follow(*active);
+    m_other = recorder == &m_recorder ? nullptr : recorder;
+    follow(*recorder);
     Q_EMIT stateChanged();
     Q_EMIT messageChanged();
     Q_EMIT levelChanged();
 }
 
+/// What it shows stays until another recorder begins.
+void DictateModel::showWhatRecords()
+{
+    show(m_dictations.active());
+}
+
 void DictateModel::start()
 {
-    showWhatRecords();
-    if (m_dictations.active() == nullptr) {
+    Recorder *const busy = m_dictations.busy();
+    show(busy);
+    if (busy == nullptr) {
         m_recorder.start();
     }
 }

@@ -13,7 +13,8 @@ namespace kavrin
 /// transcript. A transcription that is running completes and hands its text over.
 ///
 /// If another recorder records when the screen opens, or begins to do so later, the screen shows and stops
-/// that recording, and leaves it running when it closes. Main thread only.
+/// that recording, and leaves it running when it closes. If another one's recording is transcribed when the
+/// screen opens, it shows that. Main thread only.
 class DictateModel : public QObject
 {
     Q_OBJECT
@@ -31,7 +32,7 @@ class DictateModel : public QObject
 public:
     explicit DictateModel(Recorder::Platform platform, QObject *parent = nullptr);
 
-    /// Asks for the microphone and records. The properties show the result.
+    /// Asks for the microphone and records, unless a recorder is busy. The properties show the result.
     Q_INVOKABLE void start();
 
     /// Ends the recording and transcribes it.
@@ -51,11 +52,12 @@ Q_SIGNALS:
 private:
     [[nodiscard]] const Recorder &shown() const { return m_other ? *m_other : m_recorder; }
     void follow(const Recorder &recorder);
+    void show(Recorder *recorder);
     void showWhatRecords();
 
     Dictations &m_dictations;
     Recorder m_recorder;
-    QPointer<Recorder> m_other; ///< the last one that recorded, if it is not the screen's own
+    QPointer<Recorder> m_other; ///< the one that is shown, if it is not the screen's own
 };
 
 /// Makes the model of each presentation. Main thread only.

@@ -78,8 +78,8 @@ QCoro::Task<std::optional<Error>> DictationBridge::start(std::shared_ptr<Recorde
     if (dictations.active() != nullptr) {
         co_return std::nullopt;
     }
-    if (recorder->state() == Recorder::S::working) {
-        co_return refusal(u"The last dictation is still being transcribed."_s);
+    if (dictations.isTranscribing()) {
+        co_return refusal(Recorder::stillTranscribing());
     }
     if (recorder->state() == Recorder::S::done) {
         recorder->setState(Recorder::S::idle);

@@ -28,7 +28,7 @@ public:
     [[nodiscard]] const Recorder &recorder() const { return *m_recorder; }
 
     /// Begins a recording, unless one begins or runs, whichever recorder it is. Resumes when it runs, with
-    /// nothing, or with why there is none.
+    /// nothing, or with why there is none. Refuses while anything is transcribed.
     QCoro::Task<std::optional<Error>> start();
 
     /// Ends the recording that runs or begins, whichever recorder it is. Returns why there is nothing to end.

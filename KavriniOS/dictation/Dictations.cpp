@@ -37,9 +37,22 @@ Recorder *Dictations::recording() const
 
 Recorder *Dictations::active() const
 {
-    const auto found = std::ranges::find_if(m_recorders, [](const auto &recorder) {
-        return recorder && (recorder->state() == S::recording || recorder->isStarting());
-    });
+    return find(
+        [](const Recorder &recorder) { return recorder.state() == S::recording || recorder.isStarting(); });
+}
+
+Recorder *Dictations::busy() const
+{
+    Recorder *const recorder = active();
+    return recorder != nullptr
+        ? recorder
+        : find([](const Recorder &transcribing) { return transcribing.state() == S::working; });
+}
+
+Recorder *Dictations::find(bool (*matches)(const Recorder &)) const
+{
+    const auto found = std::ranges::find_if(
+        m_recorders, [matches](const auto &recorder) { return recorder && matches(*recorder); });
     return found == m_recorders.end() ? nullptr : found->data();
 }
 
@@ -111,10 +124,8 @@ bool Dictations::giveUpTranscriptions()
             end(transcription);
         }
     }
-    if (hasGivenUp && recording() == nullptr) {
-        DictationState::publish(dictation::idle);
-    }
     if (hasGivenUp) {
+        DictationState::publish(dictation::idle);
         setFailure(Recorder::cancelled());
     }
     return hasGivenUp;

@@ -49,6 +49,10 @@ public:
     /// The recorder that records or is about to. There is never more than one. Null if there is none.
     [[nodiscard]] Recorder *active() const;
 
+    /// The recorder that records, is about to, or has its recording transcribed. Null if there is none, or if
+    /// it no longer exists.
+    [[nodiscard]] Recorder *busy() const;
+
     /// The state that matters most to the user: a recording comes before a transcription, and a transcription
     /// before `idle`.
     [[nodiscard]] Recorder::S state() const;
@@ -101,6 +105,8 @@ Q_SIGNALS:
     void hearingChanged(); ///< of the recorder that records
 
 private:
+    [[nodiscard]] Recorder *find(bool (*matches)(const Recorder &)) const;
+
     QList<QPointer<Recorder>> m_recorders;
     QList<std::shared_ptr<Transcription>> m_transcriptions;
     bool m_isClosed = false;

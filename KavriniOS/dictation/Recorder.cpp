@@ -80,15 +80,6 @@ QByteArray contentsOf(const QString &path)
     return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// What ends may not be all that goes on: the state is then about what is left.
-void publishWhatGoesOn(const Dictations &dictations)
-{
-    const QString activity = dictations.activity();
-    if (activity == dictation::recording || activity == dictation::working) {
-        DictationState::publish(activity);
-    }
-}
-
 QString recordingFailed(const std::exception &error)
 {
     return u"Recording failed: "_s + QString::fromUtf8(error.what());
@@ -133,6 +124,10 @@ std::optional<Error> Recorder::obstacle() const
 
 QCoro::Task<> Recorder::start()
 {
+    if (m_platform.dictations.isTranscribing()) {
+        setMessage(stillTranscribing());
+        co_return;
+    }
     if (const std::optional<Error> found = obstacle()) {
         fail(found->domain, recordingFailed(*found));
         co_return;
@@ -281,7 +276,6 @@ void Recorder::giveUp()
     DictationState::publish(dictation::idle);
     m_platform.dictations.setFailure(cancelled());
     m_platform.dictations.conclude(m_dictation, {});
-    publishWhatGoesOn(m_platform.dictations);
 }
 
 void Recorder::settle(S state, const QString &message)
@@ -317,7 +311,6 @@ QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
     }
     platform.backgroundTasks.end(task);
     platform.dictations.end(transcription);
-    publishWhatGoesOn(platform.dictations);
 }
 
 /// Whether the recording is kept then.

@@ -89,7 +89,7 @@ public:
 
     /// Asks for the microphone and records. Resumes when the recording runs, or when it has failed or the
     /// user has refused it; `message` then says so. The caller must check `state` first. It fails while
-    /// another recorder records.
+    /// another recorder records. While anything is transcribed, it records nothing and only says so.
     QCoro::Task<> start();
 
     /// Ends the recording and transcribes it, unless it holds no sound. Returns at once. The caller must
@@ -108,6 +108,13 @@ public:
 
     /// `message` after a dictation that was given up.
     static QString cancelled() { return QStringLiteral("The dictation was cancelled."); }
+
+    /// `message` after a start during a transcription, whose text would replace that of the new recording or
+    /// be replaced by it.
+    static QString stillTranscribing()
+    {
+        return QStringLiteral("The last dictation is still being transcribed.");
+    }
 
 Q_SIGNALS:
     void stateChanged();

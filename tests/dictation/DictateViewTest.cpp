@@ -337,6 +337,31 @@ TEST_F(DictateViewTest, ARecordingThatBeganElsewhereGoesOnWhenTheScreenIsClosed)
     EXPECT_EQ(other.state(), Recorder::S::recording);
 }
 
+TEST_F(DictateViewTest, OpenedDuringATranscriptionItShowsThatOne)
+{
+    Recorder other(machine.platform());
+    other.autoReset = true;
+    QCoro::waitFor(other.start());
+    other.stop();
+    present();
+    EXPECT_EQ(message(), u"Transcribing…");
+    EXPECT_TRUE(shows(u"Transcribing"_s));
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    machine.finishTranscription(u"text"_s);
+    EXPECT_TRUE(waitUntil([&] { return message() == u"text"; }));
+}
+
+TEST_F(DictateViewTest, OpenedDuringTheTranscriptionOfAClosedScreenItRecordsNothingAndSaysWhy)
+{
+    present();
+    click(u"Stop"_s);
+    close();
+    present();
+    EXPECT_EQ(message(), u"The last dictation is still being transcribed.");
+    EXPECT_TRUE(shows(u"Microphone off"_s));
+    EXPECT_EQ(machine.recorders.size(), 1U);
+}
+
 TEST_F(DictateViewTest, ASecondPresentationStartsAnew)
 {
     dictate(u"first"_s);

@@ -377,6 +377,25 @@ TEST_F(DictationBridgeTest, StartTellsThatTheLastDictationIsStillTranscribed)
     waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
 }
 
+TEST_F(DictationBridgeTest, AStartWhileTheRecordingOfAnotherRecorderIsTranscribedIsRefused)
+{
+    run();
+    Recorder screen(machine.platform());
+    QCoro::waitFor(screen.start());
+    screen.stop();
+    for (const auto &ask : {&DictationBridge::start, &DictationBridge::toggle}) {
+        EXPECT_EQ(failureOf(await((bridge.*ask)())), u"The last dictation is still being transcribed.");
+    }
+    command(u"start"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"working");
+    EXPECT_EQ(machine.recorders.size(), 1U);
+    machine.finishTranscription(u"text"_s);
+    ASSERT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"done"; }));
+    EXPECT_EQ(failureOf(await(bridge.start())), u"");
+}
+
 TEST_F(DictationBridgeTest, StopTellsThatThereIsNothingToStop)
 {
     EXPECT_EQ(failureOf(bridge.stop()), u"There is no recording to stop.");
@@ -457,15 +476,10 @@ TEST_F(DictationBridgeTest, ACancelledTranscriptionChangesNothingWhenItsAnswerCo
 
 TEST_F(DictationBridgeTest, CancellingTranscriptionsLeavesARecordingAlone)
 {
-    Recorder screen(machine.platform());
-    QCoro::waitFor(screen.start());
-    screen.stop();
     await(bridge.start());
-    EXPECT_EQ(failureOf(bridge.cancelTranscriptions()), u"");
-    EXPECT_EQ(screen.state(), Recorder::S::idle);
+    EXPECT_EQ(failureOf(bridge.cancelTranscriptions()), u"There is no dictation to cancel.");
     EXPECT_EQ(bridge.recorder().state(), Recorder::S::recording);
     EXPECT_EQ(shared(u"dictationState"_s), u"recording");
-    EXPECT_EQ(failureOf(bridge.cancelTranscriptions()), u"There is no dictation to cancel.");
 }
 
 TEST_F(DictationBridgeTest, ACancelledTranscriptionDoesNotDisturbTheNextDictation)

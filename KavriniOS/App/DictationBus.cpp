@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "App/DictationBus.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 
 #include <utility>
@@ -31,7 +32,9 @@ DictationBus::DictationBus(DictationBridge &bridge, Dictations &dictations, Dict
 
 void DictationBus::Start()
 {
-    answer(m_bridge.start());
+    if (isAwaited()) {
+        answer(m_bridge.start());
+    }
 }
 
 void DictationBus::Stop()
@@ -46,12 +49,16 @@ void DictationBus::Cancel()
 
 void DictationBus::Again()
 {
-    answer(m_bridge.again());
+    if (isAwaited()) {
+        answer(m_bridge.again());
+    }
 }
 
 void DictationBus::Toggle()
 {
-    answer(m_bridge.toggle());
+    if (isAwaited()) {
+        answer(m_bridge.toggle());
+    }
 }
 
 QString DictationBus::State() const
@@ -98,6 +105,13 @@ void DictationBus::Delivered(qulonglong number, const QString &problem)
     if (!m_signals.delivered(number, problem)) {
         refuseUnknown();
     }
+}
+
+/// False if the caller has left the bus before it got the answer that it wants. Waits for the bus, because a
+/// "Stop" that comes next must not overtake a "Start".
+bool DictationBus::isAwaited() const
+{
+    return !message().isReplyRequired() || m_bus.interface()->isServiceRegistered(message().service());
 }
 
 void DictationBus::refuseUnknown()

@@ -33,7 +33,8 @@ public:
     /// The version of the program that runs. After an upgrade it may be an older one than that on the disk.
     [[nodiscard]] static QString version() { return QStringLiteral(KAVRIN_VERSION); }
 
-    /// The interface as other programs call it.
+    /// The interface as other programs call it. Start, Toggle and Again do nothing for a caller that awaits
+    /// the answer but has left the bus: its user was told that they have failed.
     Q_SCRIPTABLE Q_SLOT void Start();
     Q_SCRIPTABLE Q_SLOT void Stop();
     Q_SCRIPTABLE Q_SLOT void Toggle();
@@ -54,6 +55,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Delivered(qulonglong number, const QString &problem);
 
 private:
+    [[nodiscard]] bool isAwaited() const;
     void refuseUnknown();
     void answer(const std::optional<Error> &failure);
     void answer(QCoro::Task<std::optional<Error>> outcome);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "App/DictationBus.h"
+#include "dictation/KeptRecordings.h"
 #include "doubles/FakeNotifications.h"
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
@@ -8,6 +9,7 @@
 #include "support/Suite.h"
 #include "support/Wait.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusPendingCall>
 
 #include <gtest/gtest.h>
@@ -34,14 +36,40 @@ protected:
         waitUntil([this] { return m_hasEnded; });
     }
 
+    static QDBusMessage request(const QString &method)
+    {
+        return QDBusMessage::createMethodCall(QDBusConnection::sessionBus().baseService(),
+                                              DictationBus::path(), u"app.kavrin.Dictation"_s, method);
+    }
+
     /// Another program's call.
     [[nodiscard]] QDBusPendingCall call(const QString &method, const QVariantList &arguments = {}) const
     {
-        QDBusMessage message =
-            QDBusMessage::createMethodCall(QDBusConnection::sessionBus().baseService(), DictationBus::path(),
-                                           u"app.kavrin.Dictation"_s, method);
+        QDBusMessage message = request(method);
         message.setArguments(arguments);
         return m_bus.connection().asyncCall(message);
+    }
+
+    /// A call of a program that has left the bus before it is taken. Returns when it was taken.
+    void callAndLeave(const QString &method, bool awaitsAnswer)
+    {
+        const QString connectionName = u"leaving"_s;
+        QString name;
+        {
+            QDBusConnection leaving = QDBusConnection::connectToBus(
+                qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), connectionName);
+            name = leaving.baseService();
+            if (awaitsAnswer) {
+                leaving.asyncCall(request(method));
+            } else {
+                leaving.send(request(method));
+            }
+            EXPECT_TRUE(leaving.interface()->isServiceRegistered(name)); // so the bus has the call
+        }
+        QDBusConnection::disconnectFromBus(connectionName);
+        // No event is handled here, so the call is not taken.
+        while (m_bus.connection().interface()->isServiceRegistered(name)) { }
+        answer(call(u"State"_s)); // which comes after the call
     }
 
     static QDBusMessage answer(const QDBusPendingCall &asked)
@@ -174,4 +202,20 @@ TEST_F(DictationBusTest, WhatTheUserCancelsHasNeitherStampNorReason)
 TEST_F(DictationBusTest, ANumberThatNoDictationHasIsRefused)
 {
     EXPECT_EQ(answer(askForOutcome(1)).errorName(), u"app.kavrin.Kavrin.Error.Refused");
+}
+
+TEST_F(DictationBusTest, WhoWaitsForTheAnswerButHasLeftBeginsNothing)
+{
+    ASSERT_TRUE(KeptRecordings::keep("spoken"));
+    for (const QString &method : {u"Start"_s, u"Toggle"_s, u"Again"_s}) {
+        callAndLeave(method, true);
+        EXPECT_EQ(machine.journal, Journal()) << method.toStdString();
+        EXPECT_EQ(machine.dictations.activity(), u"idle");
+    }
+}
+
+TEST_F(DictationBusTest, WhoWaitsForNoAnswerMayLeave)
+{
+    callAndLeave(u"Start"_s, false);
+    EXPECT_EQ(machine.dictations.activity(), u"recording");
 }

@@ -106,6 +106,29 @@ void send(const QString &text)
     }
 }
 
+bool isFresh(double time)
+{
+    return Date::now().secondsSince1970 - time < freshness;
+}
+
+/// Throws Refusal if the last dictation has failed, less than a minute ago.
+void expectNoFreshFailure()
+{
+    const QJsonObject failure = QJsonDocument::fromJson(storedString(dictation::errorKey).toUtf8()).object();
+    if (!failure.isEmpty() && isFresh(failure[u"at"].toDouble())) {
+        throw Refusal{failure[u"message"].toString()};
+    }
+}
+
+/// Takes back a "start" that the application has taken, unless another program has commanded something since.
+void takeBackStart()
+{
+    std::ignore = Shared::d().write({{dictation::commandKey, dictation::stopCommand, QString()}});
+    if (!waitUntil([] { return command() != dictation::stopCommand; }, QDeadlineTimer(answerLimit))) {
+        withdraw(dictation::stopCommand);
+    }
+}
+
 /// A recording may be left over in the state, because a dictation screen that was closed leaves it. Then the
 /// state changes as soon as the start is obeyed.
 void start()
@@ -119,10 +142,12 @@ void start()
         throw Refusal{u"The last dictation is still being transcribed."_s};
     }
     if (!waitUntil([] { return state() == dictation::recording; }, QDeadlineTimer(answerLimit))) {
+        expectNoFreshFailure();
+        const bool isStarting = state() == dictation::starting;
+        takeBackStart(); // the user may still be asked for the microphone
         throw Refusal{
-            state() == dictation::starting
-                ? u"Recording failed: the microphone could not be opened. Is a sound server running?"_s
-                : u"Recording did not start. Kavrin may not be allowed to use the microphone."_s};
+            isStarting ? u"Recording failed: the microphone could not be opened. Is a sound server running?"_s
+                       : u"Recording did not start. Kavrin may not be allowed to use the microphone."_s};
     }
 }
 
@@ -209,11 +234,6 @@ void status(bool asJson)
     }
 }
 
-bool isFresh(double time)
-{
-    return Date::now().secondsSince1970 - time < freshness;
-}
-
 /// Takes the transcript that nobody has used yet, as docs/keyboard.md demands it of keyboards: of several
 /// programs one gets it, and one that is a minute old was meant for another place. None if there is none.
 std::optional<QString> takeTranscript()
@@ -265,15 +285,6 @@ bool isUnderWay()
     return isRunning()
         && (command() == dictation::startCommand || command() == dictation::stopCommand
             || state() == dictation::recording || state() == dictation::working);
-}
-
-/// Throws Refusal if the last dictation has failed, less than a minute ago.
-void expectNoFreshFailure()
-{
-    const QJsonObject failure = QJsonDocument::fromJson(storedString(dictation::errorKey).toUtf8()).object();
-    if (!failure.isEmpty() && isFresh(failure[u"at"].toDouble())) {
-        throw Refusal{failure[u"message"].toString()};
-    }
 }
 
 [[noreturn]] void refuseFailed()

@@ -40,6 +40,13 @@ double storeTranscript(const QString &text, double age = 0)
     return stamp;
 }
 
+/// As the application does now.
+void storeFailure(const QString &message)
+{
+    const QString at = QString::number(Date::now().secondsSince1970, 'f', 3);
+    store(u"dictationError"_s, u"{\"code\":\"stt\",\"message\":\"%1\",\"at\":%2}"_s.arg(message, at));
+}
+
 /// Stands in for the running application: holds the lock, beats, and obeys a command as the test says.
 class Application
 {
@@ -123,6 +130,32 @@ TEST(KavrinctlDictate, AStartThatFailsIsSaid)
         EXPECT_EQ(outcome.exitCode, 1);
         EXPECT_TRUE(outcome.errors.contains(message)) << outcome.errors.toStdString();
     }
+}
+
+TEST(KavrinctlDictate, AStartThatIsSaidToHaveFailedIsTakenBack)
+{
+    QStringList commands;
+    {
+        const Application application([&](const QString &command) { commands.append(command); });
+        EXPECT_EQ(kavrinctl({u"dictate"_s, u"start"_s}).exitCode, 1);
+    }
+    EXPECT_EQ(commands, (QStringList{u"start"_s, u"stop"_s}));
+}
+
+TEST(KavrinctlDictate, AStartThatFailsIsSaidAsTheApplicationSaysIt)
+{
+    QStringList commands;
+    {
+        const Application application([&](const QString &command) {
+            commands.append(command);
+            storeFailure(u"Recording failed: no"_s);
+            store(u"dictationState"_s, u"starting"_s);
+        });
+        const Outcome outcome = kavrinctl({u"dictate"_s, u"start"_s});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.errors, u"kavrinctl: Recording failed: no\n");
+    }
+    EXPECT_EQ(commands, QStringList{u"start"_s}); // there is nothing to take back
 }
 
 TEST(KavrinctlDictate, AStartThatFailsIsSaidAlsoWhereARecordingIsLeftOverInTheState)
@@ -228,8 +261,7 @@ TEST(KavrinctlDictate, WaitSaysWhyTheLastDictationFailedAndPrintsNoTextOfBefore)
 {
     storeTranscript(u"of before"_s);
     store(u"dictationState"_s, u"idle"_s);
-    const QString at = QString::number(Date::now().secondsSince1970, 'f', 3);
-    store(u"dictationError"_s, u"{\"code\":\"stt\",\"message\":\"Error: no\",\"at\":%1}"_s.arg(at));
+    storeFailure(u"Error: no"_s);
     const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
     EXPECT_EQ(outcome.exitCode, 1);
     EXPECT_EQ(outcome.output, u"");

@@ -70,6 +70,13 @@ std::vector<std::u32string> partsOf(const std::u32string &key)
     return parts;
 }
 
+bool isControl(QChar character)
+{
+    const char16_t unit = character.unicode();
+    return character.category() == QChar::Other_Control || (unit >= 0x202a && unit <= 0x202e)
+        || (unit >= 0x2066 && unit <= 0x2069);
+}
+
 QString cut(const QString &line)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, line);
@@ -100,6 +107,12 @@ QStringList keysInForce()
     return keys;
 }
 
+QString withoutControls(QString text)
+{
+    std::ranges::replace_if(text, isControl, u' ');
+    return text;
+}
+
 QString maskedLine(const QString &message, QStringList keys)
 {
     // The longest key first: one key may be part of another.
@@ -110,7 +123,7 @@ QString maskedLine(const QString &message, QStringList keys)
             masked.replace(keyExpression(part), u"•••"_s);
         }
     }
-    return cut(masked.simplified());
+    return cut(withoutControls(masked).simplified());
 }
 
 } // namespace kavrin

@@ -104,6 +104,19 @@ TEST_F(FailureNoticesTest, MasksEveryPartOfALongKey)
     }
 }
 
+TEST_F(FailureNoticesTest, ShowsControlCharactersAsBlanks)
+{
+    const char16_t controls[] = {u'\0',     u'\a',     u'\x1b',   u'\x7f',   u'\u0080', u'\u009b',
+                                 u'\u009f', u'\u202a', u'\u202e', u'\u2066', u'\u2069'};
+    for (const char16_t control : controls) {
+        EXPECT_EQ(shown(u"no"_s + control + u"key "_s + control), u"no key") << unsigned(control);
+    }
+    for (const char16_t other : {u'\u00a1', u'\u200d', u'\u202f', u'\u206a', u'ü'}) {
+        const QString message = u"no"_s + other + u"key"_s;
+        EXPECT_EQ(shown(message), message.simplified()) << unsigned(other);
+    }
+}
+
 TEST_F(FailureNoticesTest, TakesATextOfBackslashesAsItIs)
 {
     test::put(Shared::d(), u"customKey"_s, u"sk-4711-\\\\"_s);

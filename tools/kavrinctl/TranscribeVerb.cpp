@@ -6,6 +6,7 @@
 #include "platform/linux/audio/SendableRecording.h"
 #include "platform/linux/audio/SoundCodecs.h"
 #include "platform/linux/network/NetworkUrlSession.h"
+#include "store/MaskedLine.h"
 #include "transcription/Transcriber.h"
 
 namespace kavrin::ctl
@@ -34,7 +35,7 @@ void transcribe(QStringList &arguments)
         const SendableRecording recording(file.path());
         print(await(Transcriber::transcribe(recording.path(), session, expectSound)));
     } catch (const Error &error) {
-        throw Refusal{u"%1: %2"_s.arg(error.domain, error.localizedDescription)};
+        throw Refusal{u"%1: %2"_s.arg(error.domain, withoutControls(error.localizedDescription))};
     } catch (const std::exception &error) {
         throw Refusal{QString::fromUtf8(error.what())};
     }

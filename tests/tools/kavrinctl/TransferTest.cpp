@@ -7,6 +7,7 @@
 #include "support/RefusedKey.h"
 #include "support/ScriptedServer.h"
 #include "support/Suite.h"
+#include "support/Wait.h"
 #include "tools/kavrinctl/Kavrinctl.h"
 
 #include <QCoreApplication>
@@ -225,6 +226,18 @@ TEST(Kavrinctl, TranscribeNamesTheDomainAndTheDescriptionOfAFailure)
     EXPECT_EQ(noFile.exitCode, 1);
     EXPECT_TRUE(noFile.errors.startsWith(u"kavrinctl: file: "));
     EXPECT_TRUE(noFile.errors.contains(u"/nonexistent/file.m4a"));
+}
+
+TEST(Kavrinctl, TranscribePrintsNoControlCharacterOfAService)
+{
+    ScriptedServer service;
+    service.add(answer("400 Bad Request", u"[\"no\u009b31m \u202eyek\"]"_s.toUtf8()));
+    Prefs::set(u"provider"_s, u"custom"_s);
+    Prefs::set(u"customURL"_s, service.url(u"/"_s).toString());
+    QProcess process;
+    process.start(programPath("kavrinctl"), {u"transcribe"_s, shortRecording().path});
+    ASSERT_TRUE(waitUntil([&] { return process.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(process.readAllStandardError(), "kavrinctl: stt: [\"no 31m  yek\"]\n");
 }
 
 TEST(Kavrinctl, TranscribeRefusesWhatDoesNotEndOrIsTooLarge)

@@ -29,12 +29,13 @@ namespace
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// Sets the mode only of a new folder: the mode of an existing one is somebody's choice.
+/// Makes the folder, and those above it that are missing. Sets no mode of an existing one.
 void makePrivateFolder(const QString &path)
 {
-    const bool isNew = !QFileInfo::exists(path) && QDir().mkpath(path);
-    if (isNew) {
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QFileInfo folder(path);
+    if (!folder.exists()) {
+        makePrivateFolder(folder.path());
+        ::mkdir(QFile::encodeName(path).constData(), 0700);
     }
 }
 

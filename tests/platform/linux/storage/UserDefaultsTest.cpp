@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <future>
@@ -34,6 +35,13 @@ void removeFiles(const QString &path)
     for (const QString &suffix : {u""_s, u"-wal"_s, u"-shm"_s}) {
         QFile::remove(path + suffix);
     }
+}
+
+mode_t modeOf(const QString &path)
+{
+    struct stat status = {};
+    ::stat(QFile::encodeName(path).constData(), &status);
+    return status.st_mode & 07777;
 }
 
 /// Another process's hands on the same file.
@@ -232,6 +240,19 @@ TEST(UserDefaults, OnlyTheUserMayReadTheFiles)
                       & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
                   0)
             << entry.fileName().toStdString();
+    }
+}
+
+TEST(UserDefaults, OnlyTheUserMayEnterTheFoldersThatAreMadeForTheSuite)
+{
+    const QString data = qEnvironmentVariable("XDG_DATA_HOME");
+    QDir(data).removeRecursively();
+    const mode_t before = umask(0);
+    const auto suite = makeSuite();
+    umask(before);
+    for (QString folder = suite->path(); folder != data;) {
+        folder = QFileInfo(folder).path();
+        EXPECT_EQ(modeOf(folder), 0700U) << folder.toStdString();
     }
 }
 

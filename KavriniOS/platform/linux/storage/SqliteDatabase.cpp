@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/storage/SqliteDatabase.h"
 
+#include "platform/Logging.h"
 #include "platform/linux/storage/DamageReports.h"
+#include "platform/linux/storage/PrivateFiles.h"
 #include "platform/linux/storage/SqliteDamage.h"
 #include "platform/linux/storage/SqliteLayout.h"
 
@@ -11,7 +13,6 @@
 #include <QStorageInfo>
 #include <QUrl>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,28 +30,6 @@ namespace
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// Makes the folder, and those above it that are missing. Sets no mode of an existing one.
-void makePrivateFolder(const QString &path)
-{
-    const QFileInfo folder(path);
-    if (!folder.exists()) {
-        makePrivateFolder(folder.path());
-        ::mkdir(QFile::encodeName(path).constData(), 0700);
-    }
-}
-
-// SQLite would let the process's umask choose the mode, so this function makes the file. SQLite's other files
-// get the mode of the database. It makes only a new file: closing a descriptor of an existing one would drop
-// all of the process's locks on it, including those of SQLite.
-void makePrivateFile(const QString &path)
-{
-    makePrivateFolder(QFileInfo(path).path());
-    const int file = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (file >= 0) {
-        ::close(file);
-    }
-}
-
 /// Whether no process can write below the folder at present.
 bool diskIsFullOrReadOnly(QDir folder)
 {
@@ -66,7 +45,8 @@ bool isPassing(int result, const QString &path)
 {
     constexpr std::array passing = {SQLITE_BUSY, SQLITE_FULL, SQLITE_IOERR, SQLITE_READONLY};
     return std::find(passing.begin(), passing.end(), result & 0xff) != passing.end()
-        || (result != SQLITE_MISMATCH && diskIsFullOrReadOnly(QFileInfo(path).dir()));
+        || (result != SQLITE_MISMATCH && result != SQLITE_PERM
+            && diskIsFullOrReadOnly(QFileInfo(path).dir()));
 }
 
 struct Explanation {
@@ -78,6 +58,9 @@ constexpr std::array explanations = {
     Explanation{SQLITE_FULL, "the disk is full. Make room on it and try again."},
     Explanation{SQLITE_READONLY,
                 "the file or its folder cannot be written to. Make both writable and try again."},
+    Explanation{SQLITE_PERM,
+                "the file or its folder belongs to another user, who could read what is stored there. Move "
+                "it away, or make it yours."},
     Explanation{SQLITE_BUSY, "another program keeps the file locked. End that program and try again."},
     Explanation{SQLITE_CANTOPEN,
                 "the file cannot be opened. Look whether its folder is there and writable, and whether "
@@ -243,8 +226,8 @@ int SqliteConnection::openFile(const QString &path, int flags, std::chrono::mill
     QByteArray uri = "file:" + QUrl::toPercentEncoding(path, "/");
     if (flags == SQLITE_OPEN_READONLY) {
         uri += "?immutable=1";
-    } else {
-        makePrivateFile(path);
+    } else if (!PrivateFiles::makeDatabase(path)) {
+        return SQLITE_PERM;
     }
     const int result =
         sqlite3_open_v2(uri.constData(), &m_handle, flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
@@ -391,7 +374,12 @@ bool SqliteDatabase::open()
         setAsideIfDamaged();
         result = openChecked();
     }
-    return result == SQLITE_OK || isPassing(result, m_path);
+    const bool isUsable = result == SQLITE_OK || isPassing(result, m_path);
+    if (!isUsable) {
+        qCWarning(Logging::store) << "Not opened:"
+                                  << failureOf(m_path, result, m_reader.errorMessage()).localizedDescription;
+    }
+    return isUsable;
 }
 
 /// Opens the connection if it is not open. If another process keeps the whole file locked, only the first

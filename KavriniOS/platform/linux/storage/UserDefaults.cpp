@@ -6,8 +6,10 @@
 #include "platform/PropertyList.h"
 #include "platform/linux/storage/BinaryPropertyListBounds.h"
 #include "platform/linux/storage/DamageReports.h"
+#include "platform/linux/storage/PrivateFiles.h"
 #include "platform/linux/storage/SqliteDatabase.h"
 
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QStandardPaths>
@@ -253,6 +255,12 @@ std::unique_ptr<UserDefaults> UserDefaults::suite(const QString &group)
 {
     const std::optional<QString> container = FileManager::containerPath(group);
     if (!container) {
+        return nullptr;
+    }
+    // Whoever may write into the folder of all groups can replace the folder of this one.
+    const QString groups = QFileInfo(*container).path();
+    if (!PrivateFiles::makeFolder(groups)) {
+        qCWarning(Logging::store) << "Not opened:" << groups << "belongs to another user";
         return nullptr;
     }
     auto database = std::make_unique<SqliteDatabase>(*container + u"/defaults.sqlite"_s);

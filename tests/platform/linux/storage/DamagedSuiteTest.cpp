@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <functional>
 #include <thread>
@@ -226,10 +227,18 @@ TEST(DamagedSuite, TheLogIsSetAsideWithTheFile)
 TEST(DamagedSuite, OnlyTheUserMayReadWhatWasSetAside)
 {
     const QString path = makeFile();
+    const Keyboard keyboard(path); // which keeps the log from being tidied up
+    test::put(*makeSuite(), u"key1"_s, u"in the log"_s);
     replace(path, "this is no database");
+    for (const QString &name : {path, path + u"-wal"_s}) {
+        ASSERT_EQ(::chmod(QFile::encodeName(name).constData(), 0666), 0);
+    }
     makeSuite();
-    for (const QFileInfo &copy : setAside(path)) {
-        EXPECT_EQ(copy.permissions() & ~(QFile::ReadUser | QFile::WriteUser),
+    QFileInfoList files = setAside(path);
+    ASSERT_EQ(files.size(), 2);
+    files << QFileInfo(path);
+    for (const QFileInfo &file : files) {
+        EXPECT_EQ(file.permissions() & ~(QFile::ReadUser | QFile::WriteUser),
                   QFile::ReadOwner | QFile::WriteOwner);
     }
 }

@@ -7,15 +7,19 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QTemporaryDir>
 
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <future>
 #include <limits>
+#include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace kavrin;
@@ -42,6 +46,17 @@ mode_t modeOf(const QString &path)
     struct stat status = {};
     ::stat(QFile::encodeName(path).constData(), &status);
     return status.st_mode & 07777;
+}
+
+constexpr uid_t somebody = 65534;
+
+/// The path of the suite as another user opens it, if that may use it.
+std::optional<QString> somebodysSuite()
+{
+    EXPECT_EQ(::seteuid(somebody), 0);
+    const auto suite = makeSuite();
+    EXPECT_EQ(::seteuid(0), 0);
+    return suite ? std::optional(suite->path()) : std::nullopt;
 }
 
 /// Another process's hands on the same file.
@@ -253,6 +268,48 @@ TEST(UserDefaults, OnlyTheUserMayEnterTheFoldersThatAreMadeForTheSuite)
     for (QString folder = suite->path(); folder != data;) {
         folder = QFileInfo(folder).path();
         EXPECT_EQ(modeOf(folder), 0700U) << folder.toStdString();
+    }
+}
+
+TEST(UserDefaults, AFolderOrFileThatLetsOthersInIsNarrowed)
+{
+    const QString path = makeSuite()->path();
+    Sqlite other(path);
+    other.text("SELECT count(*) FROM defaults"); // keeps the log open
+    test::put(*makeSuite(), u"openaiKey"_s, u"secret"_s);
+    const QString folder = QFileInfo(path).path();
+    const std::pair<QString, mode_t> rows[] = {
+        {QFileInfo(folder).path(), 0700}, {folder, 0700},           {path, 0600},
+        {path + u"-wal"_s, 0600},         {path + u"-shm"_s, 0600},
+    };
+    for (const auto &[name, expected] : rows) {
+        ASSERT_EQ(::chmod(QFile::encodeName(name).constData(), expected | 0066), 0);
+    }
+    EXPECT_EQ(makeSuite()->string(u"openaiKey"_s), u"secret"_s);
+    for (const auto &[name, expected] : rows) {
+        EXPECT_EQ(modeOf(name), expected) << name.toStdString();
+    }
+}
+
+TEST(UserDefaults, WhatBelongsToAnotherUserIsUsedByRootOnly)
+{
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "Only root can be two users.";
+    }
+    const QTemporaryDir data;
+    ASSERT_EQ(::chown(QFile::encodeName(data.path()).constData(), somebody, 0), 0);
+    qputenv("XDG_DATA_HOME", QFile::encodeName(data.path()));
+    const std::optional<QString> path = somebodysSuite();
+    ASSERT_TRUE(path);
+    const QString folder = QFileInfo(*path).path();
+    for (const QString &name : {QFileInfo(folder).path(), folder, *path}) {
+        const QByteArray foreign = QFile::encodeName(name);
+        ASSERT_EQ(::chown(foreign.constData(), 0, 0), 0);
+        ASSERT_EQ(::chmod(foreign.constData(), 0777), 0);
+        EXPECT_EQ(somebodysSuite(), std::nullopt) << foreign.constData();
+        EXPECT_NE(makeSuite(), nullptr);
+        ASSERT_EQ(::chown(foreign.constData(), somebody, 0), 0);
+        EXPECT_EQ(somebodysSuite(), path);
     }
 }
 

@@ -313,6 +313,16 @@ TEST(UserDefaults, WhatBelongsToAnotherUserIsUsedByRootOnly)
     }
 }
 
+TEST(UserDefaults, ALinkThatLeadsNowhereIsNoSuiteAndNothingIsMadeThere)
+{
+    const QString path = makeSuite()->path();
+    const QString target = qEnvironmentVariable("XDG_DATA_HOME") + u"/target"_s;
+    removeFiles(path);
+    ASSERT_TRUE(QFile::link(target, path));
+    EXPECT_EQ(makeSuite(), nullptr);
+    EXPECT_FALSE(QFile::exists(target));
+}
+
 TEST(UserDefaults, WhatAnotherProcessWritesIsSeenAtOnce)
 {
     const auto suite = makeSuite();

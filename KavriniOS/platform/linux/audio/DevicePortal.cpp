@@ -1,17 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/audio/DevicePortal.h"
 
-#include "platform/linux/audio/PortalRequest.h"
+#include "platform/Error.h"
+#include "platform/linux/PortalRequest.h"
 
 #include <QCoreApplication>
-#include <QCoroDBusPendingCall>
-#include <QCoroFuture>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusObjectPath>
-#include <QDBusPendingCall>
 #include <QStringList>
-#include <QVariantMap>
 
 namespace kavrin::DevicePortal
 {
@@ -24,21 +18,15 @@ QCoro::Task<bool> accessMicrophone(std::stop_token withdrawn)
     if (!bus.isConnected()) {
         co_return true;
     }
-    PortalRequest request(bus);
-    const std::stop_callback onWithdrawn(withdrawn, [&request] { request.close(); });
-    QDBusMessage question =
-        QDBusMessage::createMethodCall(PortalRequest::service(), u"/org/freedesktop/portal/desktop"_s,
-                                       u"org.freedesktop.portal.Device"_s, u"AccessDevice"_s);
-    question << static_cast<uint>(QCoreApplication::applicationPid()) << QStringList{u"microphone"_s}
-             << QVariantMap{{u"handle_token"_s, request.token()}};
-    const QDBusPendingCall call = bus.asyncCall(question);
-    const QDBusMessage reply = co_await call;
-    if (reply.type() != QDBusMessage::ReplyMessage) {
+    QDBusMessage question = PortalRequest::message(u"org.freedesktop.portal.Device"_s, u"AccessDevice"_s);
+    question << static_cast<uint>(QCoreApplication::applicationPid()) << QStringList{u"microphone"_s};
+    try {
+        const QCoro::Task<PortalRequest::Answer> asking = PortalRequest::ask(bus, question, {}, withdrawn);
+        const PortalRequest::Answer answer = co_await asking;
+        co_return answer.result == PortalRequest::granted;
+    } catch (const Error &) {
         co_return true;
     }
-    request.follow(reply.arguments().value(0).value<QDBusObjectPath>().path());
-    const QFuture<uint> answer = request.answer();
-    co_return co_await answer == PortalRequest::granted;
 }
 
 } // namespace kavrin::DevicePortal

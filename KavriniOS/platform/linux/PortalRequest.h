@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QCoroTask>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QFuture>
 #include <QObject>
 #include <QPromise>
 #include <QString>
 #include <QVariantMap>
+
+#include <stop_token>
 
 namespace kavrin
 {
@@ -23,36 +27,42 @@ public:
     static constexpr uint granted = 0; ///< 1 is refused by the user
     static constexpr uint ended = 2; ///< in another way
 
+    struct Answer {
+        uint result = ended;
+        QVariantMap details;
+    };
+
     /// The portal's name on the bus.
     static QString service();
 
-    /// Listens from now on.
-    explicit PortalRequest(const QDBusConnection &bus);
+    /// A call of a method of the portal.
+    static QDBusMessage message(const QString &interface, const QString &method);
 
-    /// The option "handle_token" of the question.
-    [[nodiscard]] const QString &token() const { return m_token; }
+    /// A new token, for the name of an object that the portal makes.
+    static QString newToken();
 
-    /// Listens to the path that the portal gave, if it is not the expected one (before version 0.9).
-    void follow(const QString &actualPath);
-
-    /// Takes the question back. The answer is `ended`.
-    void close();
-
-    /// The portal's answer; `granted` if the portal vanishes first.
-    [[nodiscard]] QFuture<uint> answer() const { return m_answer.future(); }
+    /// Asks by the call of a method whose last argument is `options`, and resumes with the answer. A request
+    /// to stop `withdrawn` takes the question back: the result is `ended`. If the portal vanishes, the result
+    /// is `granted`, without details. Throws Error where the portal does not take the question.
+    static QCoro::Task<Answer> ask(QDBusConnection bus, QDBusMessage question, QVariantMap options,
+                                   std::stop_token withdrawn);
 
 private:
+    explicit PortalRequest(const QDBusConnection &bus);
+
     [[nodiscard]] QString expectedPath() const;
     void listen(const QString &path);
-    void finish(uint result);
+    void follow(const QString &actualPath);
+    void close();
+    void finish(const Answer &answer);
     Q_SLOT void response(uint result, const QVariantMap &details);
 
     QDBusConnection m_bus;
     QDBusServiceWatcher m_portal;
-    QString m_token;
+    QString m_token = newToken();
     QString m_path; ///< of the object of the question
     bool m_isClosed = false;
-    QPromise<uint> m_answer;
+    QPromise<Answer> m_answer;
 };
 
 } // namespace kavrin

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/PortalRequest.h"
+
+#include "platform/Error.h"
+
+#include <QCoroDBusPendingCall>
+#include <QCoroFuture>
+#include <QDBusObjectPath>
+#include <QDBusPendingCall>
+#include <QUuid>
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+QString PortalRequest::service()
+{
+    return u"org.freedesktop.portal.Desktop"_s;
+}
+
+QDBusMessage PortalRequest::message(const QString &interface, const QString &method)
+{
+    return QDBusMessage::createMethodCall(service(), u"/org/freedesktop/portal/desktop"_s, interface, method);
+}
+
+QString PortalRequest::newToken()
+{
+    return u"kavrin_"_s + QUuid::createUuid().toString(QUuid::Id128);
+}
+
+QCoro::Task<PortalRequest::Answer> PortalRequest::ask(QDBusConnection bus, QDBusMessage question,
+                                                      QVariantMap options, std::stop_token withdrawn)
+{
+    PortalRequest request(bus);
+    const std::stop_callback onWithdrawn(withdrawn, [&request] { request.close(); });
+    options.insert(u"handle_token"_s, request.m_token);
+    question << options;
+    const QDBusPendingCall call = bus.asyncCall(question);
+    const QDBusMessage reply = co_await call;
+    if (reply.type() != QDBusMessage::ReplyMessage) {
+        throw Error(u"portal"_s, 1, u"The desktop's portal refuses: %1"_s.arg(reply.errorMessage()));
+    }
+    request.follow(reply.arguments().value(0).value<QDBusObjectPath>().path());
+    const QFuture<Answer> answer = request.m_answer.future();
+    co_return co_await answer;
+}
+
+PortalRequest::PortalRequest(const QDBusConnection &bus)
+    : m_bus(bus), m_portal(service(), bus, QDBusServiceWatcher::WatchForUnregistration)
+{
+    m_answer.start();
+    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish({granted, {}}); });
+    listen(expectedPath());
+}
+
+QString PortalRequest::expectedPath() const
+{
+    const QString sender = m_bus.baseService().mid(1).replace(u'.', u'_');
+    return u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(sender, m_token);
+}
+
+void PortalRequest::listen(const QString &path)
+{
+    m_path = path;
+    m_bus.connect(service(), path, u"org.freedesktop.portal.Request"_s, u"Response"_s, this,
+                  SLOT(response(uint, QVariantMap)));
+}
+
+/// Listens to the path that the portal gave, if it is not the expected one (before version 0.9).
+void PortalRequest::follow(const QString &actualPath)
+{
+    if (actualPath != m_path) {
+        listen(actualPath);
+        if (m_isClosed) {
+            close();
+        }
+    }
+}
+
+void PortalRequest::close()
+{
+    m_isClosed = true;
+    m_bus.send(
+        QDBusMessage::createMethodCall(service(), m_path, u"org.freedesktop.portal.Request"_s, u"Close"_s));
+    finish({ended, {}});
+}
+
+void PortalRequest::response(uint result, const QVariantMap &details)
+{
+    finish({result, details});
+}
+
+/// The first answer counts.
+void PortalRequest::finish(const Answer &answer)
+{
+    if (!m_answer.future().isFinished()) {
+        m_answer.addResult(answer);
+        m_answer.finish();
+    }
+}
+
+} // namespace kavrin

@@ -47,9 +47,9 @@ void readArguments(const QCoreApplication &application)
 }
 
 /// The name of the way, or why there is none.
-QString wayOfTyping()
+QString wayOfTyping(PortalKeyboard &keyboard)
 {
-    const auto [typing, obstacle] = findTyping();
+    const auto [typing, obstacle] = findTyping(keyboard);
     return obstacle ? obstacle->localizedDescription : typing->name();
 }
 
@@ -58,17 +58,18 @@ int serve()
     const SuiteWriter suiteWriter;
     SystemClock clock;
     RunningKavrin kavrin;
+    PortalKeyboard keyboard;
     // Kept until the next text: it may still serve the last one to those who paste it.
     std::unique_ptr<Typing> used;
-    const auto use = [&used]() -> Result<Typing *> {
-        auto [found, obstacle] = findTyping();
+    const auto use = [&used, &keyboard]() -> Result<Typing *> {
+        auto [found, obstacle] = findTyping(keyboard);
         if (found) {
             used = std::move(found);
         }
         return {used.get(), obstacle};
     };
     Typist typist({.kavrin = kavrin, .clock = clock, .findTyping = use, .isLocked = isSessionLocked});
-    TypistBus bus(typist, wayOfTyping);
+    TypistBus bus(typist, [&keyboard] { return wayOfTyping(keyboard); });
     if (!bus.claim()) {
         std::fputs("kavrin-typist: Another one is running, or there is no session bus.\n", stderr);
         return Failed;

@@ -19,9 +19,14 @@ QString PortalRequest::service()
     return u"org.freedesktop.portal.Desktop"_s;
 }
 
+QString PortalRequest::path()
+{
+    return u"/org/freedesktop/portal/desktop"_s;
+}
+
 QDBusMessage PortalRequest::message(const QString &interface, const QString &method)
 {
-    return QDBusMessage::createMethodCall(service(), u"/org/freedesktop/portal/desktop"_s, interface, method);
+    return QDBusMessage::createMethodCall(service(), path(), interface, method);
 }
 
 QString PortalRequest::newToken()

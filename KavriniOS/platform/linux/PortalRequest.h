@@ -35,6 +35,9 @@ public:
     /// The portal's name on the bus.
     static QString service();
 
+    /// The path of the object that has the portal's interfaces.
+    static QString path();
+
     /// A call of a method of the portal.
     static QDBusMessage message(const QString &interface, const QString &method);
 

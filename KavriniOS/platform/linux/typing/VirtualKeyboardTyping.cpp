@@ -3,12 +3,7 @@
 
 #include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/VirtualKeyboard.h"
-
-#include <QCoroProcess>
-#include <QProcess>
-#include <QStandardPaths>
-
-#include <chrono>
+#include "platform/linux/typing/WlCopy.h"
 
 namespace kavrin
 {
@@ -18,57 +13,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-using namespace std::chrono_literals;
-
-constexpr std::chrono::milliseconds patience = 5s;
-
-Error noWlCopy()
-{
-    return typingError(u"The program wl-copy is missing. Install the package wl-clipboard."_s);
-}
-
-/// Gives wl-copy the text, which leaves a process that serves it. Other users can read a program's arguments,
-/// so the text is its input.
-void start(QProcess &wlCopy, const QStringList &options, const QString &text)
-{
-    // The process that serves must not keep this end of a pipe open.
-    wlCopy.setStandardOutputFile(QProcess::nullDevice());
-    wlCopy.setStandardErrorFile(QProcess::nullDevice());
-    wlCopy.start(u"wl-copy"_s, options + QStringList{u"--type"_s, u"text/plain;charset=utf-8"_s});
-    wlCopy.write(text.toUtf8());
-    wlCopy.closeWriteChannel();
-}
-
-/// Resumes with whether the text can be pasted now.
-QCoro::Task<bool> ends(QProcess &wlCopy)
-{
-    const QCoro::Task<bool> end = qCoro(wlCopy).waitForFinished(patience);
-    co_await end;
-    co_return wlCopy.state() == QProcess::NotRunning &&wlCopy.error()
-        == QProcess::UnknownError &&wlCopy.exitCode() == 0;
-}
-
-QCoro::Task<bool> select(QString text)
-{
-    QProcess clipboard;
-    QProcess primary;
-    start(clipboard, {}, text);
-    start(primary, {u"--primary"_s}, text);
-    const QCoro::Task<bool> clipboardEnds = ends(clipboard);
-    const QCoro::Task<bool> primaryEnds = ends(primary);
-    const bool isOnClipboard = co_await clipboardEnds;
-    const bool isOnPrimary = co_await primaryEnds;
-    co_return isOnClipboard &&isOnPrimary;
-}
-
 QCoro::Task<> paste(QString text)
 {
     // The keyboard comes first: a window that knew none takes it while the text is put on the clipboard.
     VirtualKeyboard keyboard;
-    const QCoro::Task<bool> selection = select(text);
-    if (!co_await selection) {
-        throw typingError(u"The text cannot be put on the clipboard: wl-copy fails."_s);
-    }
+    const QCoro::Task<> selecting = selectByWlCopy(text);
+    co_await selecting;
     keyboard.pressShiftInsert();
 }
 
@@ -81,10 +31,7 @@ std::optional<Error> VirtualKeyboardTyping::obstacle()
     } catch (const Error &error) {
         return error;
     }
-    if (QStandardPaths::findExecutable(u"wl-copy"_s).isEmpty()) {
-        return noWlCopy();
-    }
-    return std::nullopt;
+    return obstacleToWlCopy();
 }
 
 QString VirtualKeyboardTyping::name() const

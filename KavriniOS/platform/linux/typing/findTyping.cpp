@@ -2,7 +2,9 @@
 #include "platform/linux/typing/findTyping.h"
 
 #include "platform/linux/typing/Pasting.h"
+#include "platform/linux/typing/PortalTyping.h"
 #include "platform/linux/typing/VirtualKeyboardTyping.h"
+#include "platform/linux/typing/WlCopy.h"
 #include "platform/linux/typing/X11Typing.h"
 
 namespace kavrin
@@ -13,12 +15,19 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-Result<std::unique_ptr<Typing>> findUnderWayland()
+Result<std::unique_ptr<Typing>> findUnderWayland(PortalKeyboard &keyboard)
 {
-    if (const std::optional<Error> obstacle = VirtualKeyboardTyping::obstacle()) {
+    const std::optional<Error> obstacle = VirtualKeyboardTyping::obstacle();
+    if (!obstacle) {
+        return {std::make_unique<VirtualKeyboardTyping>()};
+    }
+    if (!keyboard.isAvailable()) {
         return {nullptr, obstacle};
     }
-    return {std::make_unique<VirtualKeyboardTyping>()};
+    if (const std::optional<Error> noClipboard = obstacleToWlCopy()) {
+        return {nullptr, noClipboard};
+    }
+    return {std::make_unique<PortalTyping>(keyboard)};
 }
 
 Result<std::unique_ptr<Typing>> findUnderX11()
@@ -32,10 +41,10 @@ Result<std::unique_ptr<Typing>> findUnderX11()
 
 } // namespace
 
-Result<std::unique_ptr<Typing>> findTyping()
+Result<std::unique_ptr<Typing>> findTyping(PortalKeyboard &keyboard)
 {
     if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY")) {
-        return findUnderWayland();
+        return findUnderWayland(keyboard);
     }
     if (qEnvironmentVariableIsSet("DISPLAY")) {
         return findUnderX11();

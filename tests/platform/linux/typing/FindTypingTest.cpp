@@ -15,7 +15,8 @@ namespace
 /// The name of the way that is found, or why there is none.
 QString found()
 {
-    const Result<std::unique_ptr<Typing>> typing = findTyping();
+    PortalKeyboard keyboard;
+    const Result<std::unique_ptr<Typing>> typing = findTyping(keyboard);
     return typing.failure ? typing.failure->localizedDescription : typing.value->name();
 }
 

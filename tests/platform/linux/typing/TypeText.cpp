@@ -11,7 +11,8 @@
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const kavrin::Result<std::unique_ptr<kavrin::Typing>> typing = kavrin::findTyping();
+    kavrin::PortalKeyboard keyboard;
+    const kavrin::Result<std::unique_ptr<kavrin::Typing>> typing = kavrin::findTyping(keyboard);
     QTextStream output(stdout);
     if (typing.failure) {
         output << typing.failure->localizedDescription << Qt::endl;

@@ -24,7 +24,7 @@ protected:
             m_display->show(u"wtype"_s, {u"-s"_s, u"600000"_s, u"x"_s}); // the keyboard of the desk
         }
         showField(*m_display, QString::fromStdString(program));
-        Result<std::unique_ptr<Typing>> found = findTyping();
+        Result<std::unique_ptr<Typing>> found = findTyping(m_keyboard);
         ASSERT_FALSE(found.failure) << found.failure->what();
         m_typing = std::move(found.value);
     }
@@ -37,6 +37,7 @@ protected:
     }
 
     std::unique_ptr<PrivateDisplay> m_display;
+    PortalKeyboard m_keyboard;
     std::unique_ptr<Typing> m_typing;
     QString m_expected;
 };

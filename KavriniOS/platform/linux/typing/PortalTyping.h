@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "platform/Typing.h"
+#include "platform/linux/typing/PortalKeyboard.h"
+
+namespace kavrin
+{
+
+/// Types under Wayland desktops that ask their user before another program may (GNOME, Plasma). The text is
+/// put on the clipboard and on the primary selection, and Shift+Insert is pressed by the desktop's portal.
+///
+/// The text is not typed key by key: desktops drop the characters that the user's layout lacks without a
+/// word, and nothing tells which layout is in use.
+class PortalTyping : public Typing
+{
+    Q_OBJECT
+
+public:
+    /// `keyboard` must outlive this object. It stays plugged in afterwards.
+    explicit PortalTyping(PortalKeyboard &keyboard) : m_keyboard(keyboard) { }
+
+    [[nodiscard]] QString name() const override;
+
+    /// The desktop may ask the user first.
+    QCoro::Task<std::optional<Error>> type(QString text) override;
+
+private:
+    QCoro::Task<> paste(QString text);
+
+    PortalKeyboard &m_keyboard;
+};
+
+} // namespace kavrin

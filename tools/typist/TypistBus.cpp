@@ -23,8 +23,9 @@ LineBreaks lineBreaks(bool areKept)
 
 } // namespace
 
-TypistBus::TypistBus(Typist &typist, std::function<QString()> way, QDBusConnection bus)
-    : m_typist(typist), m_way(std::move(way)), m_bus(std::move(bus))
+TypistBus::TypistBus(Typist &typist, std::function<QString()> way, std::function<QString()> shortcut,
+                     QDBusConnection bus)
+    : m_typist(typist), m_way(std::move(way)), m_shortcut(std::move(shortcut)), m_bus(std::move(bus))
 {
 }
 
@@ -66,7 +67,7 @@ QString TypistBus::Way() const
 
 QString TypistBus::Shortcut() const
 {
-    return u"No shortcut. Make one of your desktop's run \"kavrinctl type toggle\"."_s;
+    return m_shortcut();
 }
 
 void TypistBus::answer(QCoro::Task<std::optional<Error>> outcome)

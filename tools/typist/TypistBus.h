@@ -23,8 +23,9 @@ class TypistBus : public QObject, protected QDBusContext
 public:
     static QString name() { return QStringLiteral("app.kavrin.Typist"); }
 
-    /// `typist` must outlive this object. `way` says how a text is typed now, or why it cannot be.
-    TypistBus(Typist &typist, std::function<QString()> way,
+    /// `typist` must outlive this object. `way` says how a text is typed now, or why it cannot be;
+    /// `shortcut` which shortcut is the key, or why none is.
+    TypistBus(Typist &typist, std::function<QString()> way, std::function<QString()> shortcut,
               QDBusConnection bus = QDBusConnection::sessionBus());
 
     /// Serves the bus. False if it cannot, because another typist does or because there is no bus.
@@ -50,6 +51,7 @@ private:
 
     Typist &m_typist;
     std::function<QString()> m_way;
+    std::function<QString()> m_shortcut;
     QDBusConnection m_bus;
 };
 

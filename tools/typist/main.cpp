@@ -7,6 +7,7 @@
 #include "platform/linux/desktop/CoreFiles.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/desktop/TerminationSignals.h"
+#include "platform/linux/typing/PortalShortcut.h"
 #include "platform/linux/typing/findTyping.h"
 #include "store/SuiteWriter.h"
 
@@ -17,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -69,11 +71,17 @@ int serve()
         return {used.get(), obstacle};
     };
     Typist typist({.kavrin = kavrin, .clock = clock, .findTyping = use, .isLocked = isSessionLocked});
-    TypistBus bus(typist, [&keyboard] { return wayOfTyping(keyboard); });
+    std::optional<PortalShortcut> shortcut;
+    TypistBus bus(
+        typist, [&keyboard] { return wayOfTyping(keyboard); }, [&shortcut] { return shortcut->name(); });
     if (!bus.claim()) {
         std::fputs("kavrin-typist: Another one is running, or there is no session bus.\n", stderr);
         return Failed;
     }
+    shortcut.emplace(); // after the claim: a second typist asks for no keys
+    QObject::connect(&*shortcut, &Shortcut::pressed, &typist,
+                     [&typist] { typist.press(LineBreaks::Blanks); });
+    QObject::connect(&*shortcut, &Shortcut::released, &typist, &Typist::release);
     const TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::requested, &bus, &TypistBus::release);
     QObject::connect(&termination, &TerminationSignals::requested, &typist, &Typist::stop);

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#include "platform/linux/typing/PortalShortcut.h"
+
+#include "platform/Error.h"
+
+#include <QDBusMetaType>
+#include <QList>
+#include <QPointer>
+
+#include <algorithm>
+#include <utility>
+
+namespace kavrin
+{
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+using Entries = QList<PortalShortcutEntry>;
+
+const QString interface = u"org.freedesktop.portal.GlobalShortcuts"_s;
+const QString application = u"app.kavrin.Typist"_s;
+const QString id = u"dictate"_s;
+
+Entries wishes()
+{
+    return {{id, {{u"description"_s, u"Dictate"_s}, {u"preferred_trigger"_s, u"CTRL+ALT+d"_s}}}};
+}
+
+/// What a person is told of the shortcut in an answer of the portal; empty if it is not there. Whether there
+/// is one does not show in the result: GNOME 48 says "ended" when the user has accepted it.
+QString keysOf(const PortalRequest::Answer &answer)
+{
+    const auto entries = qdbus_cast<Entries>(answer.details.value(u"shortcuts"_s));
+    const auto found =
+        std::ranges::find_if(entries, [](const PortalShortcutEntry &entry) { return entry.id == id; });
+    if (found == entries.end()) {
+        return {};
+    }
+    const QString keys = found->properties.value(u"trigger_description"_s).toString();
+    return keys.isEmpty() ? u"Choose its keys in the desktop's settings."_s : keys;
+}
+
+/// Plasma opens its settings at every "BindShortcuts", so a shortcut that it knows is left alone.
+QCoro::Task<QString> keysIn(std::shared_ptr<PortalSession> session)
+{
+    const QCoro::Task<> opening = session->open(application);
+    co_await opening;
+    const QCoro::Task<PortalRequest::Answer> listing = session->ask(u"ListShortcuts"_s, {}, {});
+    QString keys = keysOf(co_await listing);
+    if (keys.isEmpty()) {
+        const QVariantList arguments{QVariant::fromValue(wishes()), QString()};
+        const QCoro::Task<PortalRequest::Answer> binding = session->ask(u"BindShortcuts"_s, arguments, {});
+        keys = keysOf(co_await binding);
+    }
+    if (keys.isEmpty()) {
+        throw Error(u"shortcut"_s, 1, u"The desktop was not allowed to."_s);
+    }
+    co_return keys;
+}
+
+QString noKeys(const QString &reason)
+{
+    return u"The desktop gives Kavrin no shortcut. %1 Make one of its own run \"kavrinctl type toggle\"."_s
+        .arg(reason);
+}
+
+} // namespace
+
+PortalShortcut::PortalShortcut(QDBusConnection bus)
+    : m_bus(std::move(bus)),
+      m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForRegistration)
+{
+    qDBusRegisterMetaType<PortalShortcutEntry>();
+    qDBusRegisterMetaType<Entries>();
+    qRegisterMetaType<QDBusObjectPath>(); // connect() finds no slot with this type before
+    qWarning() << m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Activated"_s,
+                                this, SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Deactivated"_s, this,
+                  SLOT(onDeactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    connect(&m_portal, &QDBusServiceWatcher::serviceRegistered, this, &PortalShortcut::bindOnce);
+    bindOnce();
+}
+
+/// The first question makes the portal come, if it is not there.
+void PortalShortcut::bindOnce()
+{
+    if (!m_isBinding) {
+        bind();
+    }
+}
+
+QCoro::Task<> PortalShortcut::bind()
+{
+    m_isBinding = true;
+    const QPointer<PortalShortcut> self = this;
+    m_name = u"The desktop has not answered yet. Perhaps it asks you for the keys."_s;
+    const auto session = std::make_shared<PortalSession>(m_bus, interface);
+    QString name;
+    try {
+        const QCoro::Task<QString> asking = keysIn(session);
+        name = co_await asking;
+    } catch (const Error &error) {
+        name = noKeys(error.localizedDescription);
+    }
+    if (self) {
+        m_isBinding = false;
+        m_name = name;
+        m_session = session;
+        connect(session.get(), &PortalSession::closed, this, &PortalShortcut::setReleased);
+    }
+}
+
+bool PortalShortcut::isOurs(const QDBusObjectPath &session, const QString &shortcut) const
+{
+    return m_session && m_session->isOpen() && session.path() == m_session->handle() && shortcut == id;
+}
+
+/// Comes again and again while the keys are held.
+void PortalShortcut::onActivated(const QDBusObjectPath &session, const QString &shortcut, qulonglong /*time*/,
+                                 const QVariantMap & /*options*/)
+{
+    if (isOurs(session, shortcut) && !m_isDown) {
+        m_isDown = true;
+        Q_EMIT pressed();
+    }
+}
+
+void PortalShortcut::onDeactivated(const QDBusObjectPath &session, const QString &shortcut,
+                                   qulonglong /*time*/, const QVariantMap & /*options*/)
+{
+    if (isOurs(session, shortcut)) {
+        setReleased();
+    }
+}
+
+void PortalShortcut::setReleased()
+{
+    if (m_isDown) {
+        m_isDown = false;
+        Q_EMIT released();
+    }
+}
+
+} // namespace kavrin

@@ -7,6 +7,7 @@
 #include <QCoroDBusPendingCall>
 #include <QDBusPendingCall>
 #include <QDBusVariant>
+#include <QElapsedTimer>
 #include <QTimer>
 
 #include <stop_token>
@@ -24,6 +25,13 @@ const QString interface = u"org.freedesktop.portal.RemoteDesktop"_s;
 const QString application = u"app.kavrin.Typist"_s;
 
 constexpr int patienceWithPortal = 2000; // milliseconds
+
+/// An answer that takes longer is the user's: the desktop showed them its question.
+constexpr std::chrono::milliseconds quickestUser{500};
+
+/// How long the question may take to go and to give the focus back. GNOME animates that, and keys that come
+/// meanwhile are lost.
+constexpr std::chrono::milliseconds focusChange{1000};
 
 constexpr uint keyboardDevice = 1; // among the types of devices
 constexpr uint untilRevoked = 2; // of the modes of persisting
@@ -107,6 +115,8 @@ QCoro::Task<> PortalKeyboard::ask(PortalSession &session)
     const QVariantList noWindow{QString()};
     const QCoro::Task<PortalRequest::Answer> starting =
         session.ask(u"Start"_s, noWindow, {}, givingUp.get_token());
+    QElapsedTimer thought;
+    thought.start();
     const PortalRequest::Answer answer = co_await starting;
     if (!hasKeyboard(answer)) {
         throw typingError(
@@ -117,6 +127,10 @@ QCoro::Task<> PortalKeyboard::ask(PortalSession &session)
     }
     if (const QString token = answer.details.value(u"restore_token"_s).toString(); !token.isEmpty()) {
         RestoreToken::store(token);
+    }
+    if (thought.hasExpired(quickestUser.count())) {
+        const QCoro::Task<> goingBack = pause(focusChange);
+        co_await goingBack;
     }
 }
 

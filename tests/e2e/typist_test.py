@@ -360,6 +360,12 @@ class TypistEnds(TypistTest):
         wait_until(lambda: self.terminal.text().endswith("|next"), "the next text is typed")
         self.assertTrue(text.startswith(self.terminal.text().removesuffix("|next")), self.terminal.text())
 
+    def test_killed_once_the_text_is_typed_it_leaves_it_on_the_clipboard(self):
+        self.dictate("said before")
+        self.terminal.wait_for("said before")
+        self.session.end(self.typist)
+        self.assertEqual(self.clipboard(), "said before")
+
     def test_asked_to_end_while_kavrin_records_it_ends_the_recording(self):
         self.service.answer("said before")
         self.begin()

@@ -34,17 +34,39 @@ xcb_window_t makeWindow(xcb_connection_t *connection)
 
 X11Selections::X11Selections(xcb_connection_t *connection)
     : m_connection(connection), m_window(makeWindow(connection)), m_clipboard(atom(connection, "CLIPBOARD")),
-      m_targets(atom(connection, "TARGETS")),
+      m_targets(atom(connection, "TARGETS")), m_answer(atom(connection, "KAVRIN_CLIPBOARD")),
       m_textTypes{atom(connection, "UTF8_STRING"), atom(connection, "text/plain;charset=utf-8")}
 {
+}
+
+void X11Selections::askForClipboard()
+{
+    m_onClipboard.reset();
+    xcb_convert_selection(m_connection, m_window, m_clipboard, m_textTypes[0], m_answer, XCB_CURRENT_TIME);
+    xcb_flush(m_connection);
+}
+
+void X11Selections::hear(const xcb_selection_notify_event_t &answer)
+{
+    constexpr uint32_t limit = 1 << 20; // in units of four bytes; a longer text is no dictation
+    m_onClipboard.emplace();
+    if (answer.property == XCB_ATOM_NONE) {
+        return;
+    }
+    const auto cookie = xcb_get_property(m_connection, 1, m_window, m_answer, m_textTypes[0], 0, limit);
+    if (const X11Reply text = X11Reply(xcb_get_property_reply(m_connection, cookie, nullptr))) {
+        *m_onClipboard = QByteArray(static_cast<const char *>(xcb_get_property_value(text.get())),
+                                    xcb_get_property_value_length(text.get()));
+    }
 }
 
 bool X11Selections::set(const QString &text)
 {
     m_text = text.toUtf8();
     m_isTaken = false;
-    const bool ownsClipboard = own(m_clipboard);
-    return own(XCB_ATOM_PRIMARY) && ownsClipboard;
+    const bool isThere = m_onClipboard == m_text;
+    m_ownsClipboard = !isThere && own(m_clipboard);
+    return own(XCB_ATOM_PRIMARY) && (isThere || m_ownsClipboard);
 }
 
 bool X11Selections::own(xcb_atom_t selection)

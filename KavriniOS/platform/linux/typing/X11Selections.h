@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <array>
+#include <optional>
 #include <xcb/xcb.h>
 
 namespace kavrin
@@ -19,11 +20,18 @@ public:
     /// Owns nothing yet. The connection must outlive this object.
     explicit X11Selections(xcb_connection_t *connection);
 
-    /// Puts a text there. False where another program keeps one of the two.
+    /// Asks the program that owns the clipboard for its text. hear() gets the answer.
+    void askForClipboard();
+    void hear(const xcb_selection_notify_event_t &answer);
+    [[nodiscard]] bool isAnswered() const { return m_onClipboard.has_value(); }
+
+    /// Puts a text there. The clipboard stays with its owner where that has answered with the same text: it
+    /// may outlive this object. False where another program keeps one of the two.
     bool set(const QString &text);
 
-    /// Whether another program has asked for the text that was set last, such as the one to paste it.
-    [[nodiscard]] bool isTaken() const { return m_isTaken; }
+    /// Whether the program that pastes the text has asked for it, as far as that can be known: it may ask the
+    /// owner of the clipboard.
+    [[nodiscard]] bool isTaken() const { return m_isTaken || !m_ownsClipboard; }
 
     /// Gives the text to the program that asks for it.
     void answer(const xcb_selection_request_event_t &request);
@@ -38,8 +46,11 @@ private:
     xcb_window_t m_window;
     xcb_atom_t m_clipboard;
     xcb_atom_t m_targets;
+    xcb_atom_t m_answer; ///< the property of the window that answers go into
     std::array<xcb_atom_t, 2> m_textTypes;
     QByteArray m_text; ///< UTF-8
+    std::optional<QByteArray> m_onClipboard; ///< UTF-8; none until its owner has answered
+    bool m_ownsClipboard = false;
     bool m_isTaken = false;
 };
 

@@ -21,6 +21,7 @@ namespace
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds tick = 5ms;
+constexpr std::chrono::milliseconds patienceWithClipboard = 200ms;
 
 xcb_connection_t *connectToServer()
 {
@@ -67,6 +68,13 @@ QCoro::Task<std::optional<Error>> X11Typing::type(QString text)
 QCoro::Task<> X11Typing::paste(QString text)
 {
     const QPointer<X11Typing> self = this;
+    m_selections.askForClipboard();
+    const QCoro::Task<bool> answer =
+        holds([this] { return m_selections.isAnswered(); }, patienceWithClipboard);
+    co_await answer;
+    if (!self) {
+        co_return;
+    }
     const bool isSet = m_selections.set(text);
     if (!isSet) {
         throw typingError(u"The text cannot be put on the clipboard: another program keeps it, or the X11 "
@@ -111,8 +119,11 @@ QCoro::Task<bool> X11Typing::holds(std::function<bool()> condition, std::chrono:
 void X11Typing::handleEvents()
 {
     while (const X11Reply event = X11Reply(xcb_poll_for_event(m_connection.get()))) {
-        if ((event->response_type & 0x7f) == XCB_SELECTION_REQUEST) {
+        const int type = event->response_type & 0x7f;
+        if (type == XCB_SELECTION_REQUEST) {
             m_selections.answer(reinterpret_cast<const xcb_selection_request_event_t &>(*event));
+        } else if (type == XCB_SELECTION_NOTIFY) {
+            m_selections.hear(reinterpret_cast<const xcb_selection_notify_event_t &>(*event));
         }
     }
     if (xcb_connection_has_error(m_connection.get()) != 0) {

@@ -16,6 +16,7 @@ namespace kavrin
 
 /// Types under X11: the text is put on the clipboard and on the primary selection, because terminals paste
 /// the latter, and Shift+Insert is pressed. Both selections hold the text for as long as this object exists.
+/// A clipboard that another program owns, and that holds the text already, is left to that program.
 ///
 /// The text is not typed key by key: characters that the keyboard lacks must be put on keys for that, and a
 /// program that looks at the keyboard a little too late loses them.
@@ -36,8 +37,9 @@ public:
 
     [[nodiscard]] QString name() const override;
 
-    /// Waits for modifiers that the user holds, and for a program that takes the text. If it waits in vain,
-    /// the text is on the clipboard, and the failure says what happened.
+    /// Waits for modifiers that the user holds, and for a program that takes the text, unless that may take
+    /// it from another one. If it waits in vain, the text is on the clipboard, and the failure says what
+    /// happened.
     QCoro::Task<std::optional<Error>> type(QString text) override;
 
 private:

@@ -23,6 +23,18 @@ protected:
         ASSERT_TRUE(ChildProcess(u"xdotool"_s, {verb, key}).succeeds());
     }
 
+    /// Another program that puts a text on the clipboard, and holds it.
+    std::unique_ptr<ChildProcess> copy(const QString &text)
+    {
+        QFile file(QDir::home().filePath(u"copied"_s));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) != -1);
+        file.close();
+        const QStringList arguments = {u"-selection"_s, u"clipboard"_s, u"-quiet"_s, file.fileName()};
+        auto owner = std::make_unique<ChildProcess>(u"xclip"_s, arguments);
+        EXPECT_TRUE(waitUntil([&] { return m_display.clipboard() == text; }));
+        return owner;
+    }
+
     PrivateX11Display m_display;
 };
 
@@ -78,6 +90,36 @@ TEST_F(X11TypingTest, HoldsTheTextAlsoForTheMouse)
         ChildProcess xclip(u"xclip"_s, {u"-selection"_s, u"primary"_s, u"-o"_s});
         return xclip.succeeds() && xclip.output() == everyKind;
     }));
+}
+
+TEST_F(X11TypingTest, LeavesTheTextOnTheClipboardToTheProgramThatHasPutItThere)
+{
+    const std::unique_ptr<ChildProcess> owner = copy(everyKind);
+    showField(m_display, u"GTK"_s);
+    {
+        X11Typing typing;
+        EXPECT_EQ(type(typing, everyKind), u"");
+        EXPECT_TRUE(waitUntil([] { return fieldText() == everyKind; })) << qPrintable(fieldText());
+    }
+    EXPECT_EQ(m_display.clipboard(), everyKind);
+}
+
+TEST_F(X11TypingTest, TakesTheClipboardFromAProgramThatHasPutAnotherTextThere)
+{
+    const std::unique_ptr<ChildProcess> owner = copy(u"another"_s);
+    X11Typing typing({.withProgram = 50ms});
+    EXPECT_THAT(type(typing, u"hello"_s).toStdString(), testing::HasSubstr("No program took the text"));
+    EXPECT_EQ(m_display.clipboard(), u"hello"_s);
+}
+
+TEST_F(X11TypingTest, TakesTheClipboardFromAProgramThatHangs)
+{
+    const std::unique_ptr<ChildProcess> owner = copy(u"hello"_s);
+    owner->freeze();
+    showField(m_display, u"GTK"_s);
+    X11Typing typing;
+    EXPECT_EQ(type(typing, u"hello"_s), u"");
+    EXPECT_TRUE(waitUntil([] { return fieldText() == u"hello"_s; })) << qPrintable(fieldText());
 }
 
 TEST_F(X11TypingTest, SaysSoWhereTheServerIsGone)

@@ -20,10 +20,9 @@ public:
     /// A short name for a person: "Wayland virtual keyboard".
     [[nodiscard]] virtual QString name() const = 0;
 
-    /// Puts the text where the cursor is, character for character. It holds no control character, except
-    /// "\n" where line breaks are wanted: they are typed as Shift+Return, or the text is refused. Resumes
-    /// when everything was sent, or returns why it was not; a part of the text may have arrived then. One
-    /// call at a time.
+    /// Puts the text where the cursor is, character for character. A text that holds a control character,
+    /// such as a line break, is refused. Resumes when everything was sent, or returns why it was not; a part
+    /// of the text may have arrived then. One call at a time.
     virtual QCoro::Task<std::optional<Error>> type(QString text) = 0;
 };
 

@@ -89,8 +89,7 @@ class Completion(unittest.TestCase):
     def test_it_offers_the_options_of_every_verb_and_no_other(self):
         for verb in verbs():
             with self.subTest(verb):
-                subverbs = {"defaults": ("read", "write"), "dictate": ("status", "wait"), "setup": ("server",),
-                            "type": ("toggle", "press")}.get(verb, ())
+                subverbs = {"defaults": ("read", "write"), "dictate": ("status", "wait"), "setup": ("server",)}.get(verb, ())
                 lines = [("",), *((subverb, "") for subverb in subverbs), ("rowH", "-"), ("write", "rowH", "-")]
                 offered = {word for line in lines for word in self.complete(verb, *line) if word.startswith("--")}
                 self.assertEqual(offered - {"--help"}, options(" ".join(forms(verb))))

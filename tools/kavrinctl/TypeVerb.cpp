@@ -3,7 +3,6 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QVariantList>
 
 #include <algorithm>
 #include <array>
@@ -24,16 +23,15 @@ constexpr std::chrono::milliseconds answerLimit = std::chrono::seconds(30);
 struct KeyAction {
     QString name;
     QString method; ///< of the typist on the bus
-    bool mayBegin; ///< whether it may begin a dictation, which has its way with lines
 };
 
 const KeyAction &keyActionOf(const QString &name)
 {
     static const std::array actions = {
-        KeyAction{u"toggle"_s, u"Toggle"_s, true},
-        KeyAction{u"press"_s, u"Press"_s, true},
-        KeyAction{u"release"_s, u"Release"_s, false},
-        KeyAction{u"cancel"_s, u"Cancel"_s, false},
+        KeyAction{u"toggle"_s, u"Toggle"_s},
+        KeyAction{u"press"_s, u"Press"_s},
+        KeyAction{u"release"_s, u"Release"_s},
+        KeyAction{u"cancel"_s, u"Cancel"_s},
     };
     const auto *const found = std::ranges::find(actions, name, &KeyAction::name);
     if (found == actions.end()) {
@@ -42,11 +40,10 @@ const KeyAction &keyActionOf(const QString &name)
     return *found;
 }
 
-void callTypist(const QString &method, const QVariantList &arguments)
+void callTypist(const QString &method)
 {
-    QDBusMessage message = QDBusMessage::createMethodCall(u"app.kavrin.Typist"_s, u"/app/kavrin/Typist"_s,
-                                                          u"app.kavrin.Typist"_s, method);
-    message.setArguments(arguments);
+    const QDBusMessage message = QDBusMessage::createMethodCall(
+        u"app.kavrin.Typist"_s, u"/app/kavrin/Typist"_s, u"app.kavrin.Typist"_s, method);
     const QDBusMessage answer =
         QDBusConnection::sessionBus().call(message, QDBus::Block, int(answerLimit.count()));
     if (answer.errorName() == u"app.kavrin.Typist.Error.Refused") {
@@ -61,14 +58,9 @@ void callTypist(const QString &method, const QVariantList &arguments)
 
 void type(QStringList &arguments)
 {
-    const bool keepsLines = takeFlag(arguments, u"--lines"_s);
     expectNoFlags(arguments);
     expectCount(arguments, 1, 1);
-    const KeyAction &action = keyActionOf(arguments.first());
-    if (keepsLines && !action.mayBegin) {
-        throw UsageError{u"--lines belongs to toggle and press, which begin a dictation."_s};
-    }
-    callTypist(action.method, action.mayBegin ? QVariantList{keepsLines} : QVariantList());
+    callTypist(keyActionOf(arguments.first()).method);
 }
 
 } // namespace kavrin::ctl

@@ -36,7 +36,7 @@ QString withoutHalfPairs(const QString &text)
 
 } // namespace
 
-QString cleanText(const QString &text, LineBreaks lineBreaks)
+QString cleanText(const QString &text)
 {
     static const QRegularExpression tab = unicode(u"\\t"_s);
     static const QRegularExpression lineBreak =
@@ -51,7 +51,7 @@ QString cleanText(const QString &text, LineBreaks lineBreaks)
     clean.replace(lineBreak, u"\n"_s);
     clean.remove(acting);
     clean.remove(ends);
-    return lineBreaks == LineBreaks::Kept ? clean : clean.replace(oneOrMore, u" "_s);
+    return clean.replace(oneOrMore, u" "_s);
 }
 
 } // namespace kavrin

@@ -3,6 +3,7 @@
 
 #include "platform/Logging.h"
 #include "store/DictationKeys.h"
+#include "tools/typist/CleanText.h"
 #include "tools/typist/Handover.h"
 
 #include <QDeadlineTimer>
@@ -50,10 +51,7 @@ QCoro::Task<RunningKavrin::Outcome> hearOutcome(RunningKavrin &kavrin, quint64 n
 
 } // namespace
 
-TypedDictation::TypedDictation(Platform platform, LineBreaks lineBreaks)
-    : m_platform(std::move(platform)), m_lineBreaks(lineBreaks)
-{
-}
+TypedDictation::TypedDictation(Platform platform) : m_platform(std::move(platform)) { }
 
 QCoro::Task<> TypedDictation::begin()
 {
@@ -180,7 +178,7 @@ QCoro::Task<QString> TypedDictation::deliver(double stamp)
 
 QCoro::Task<QString> TypedDictation::type(Typing &typing, QString transcript)
 {
-    const QString text = cleanText(transcript, m_lineBreaks);
+    const QString text = cleanText(transcript);
     if (text.isEmpty()) {
         co_return QString();
     }

@@ -3,7 +3,6 @@
 
 #include "platform/Clock.h"
 #include "platform/Typing.h"
-#include "tools/typist/CleanText.h"
 #include "tools/typist/RunningKavrin.h"
 
 #include <functional>
@@ -27,7 +26,7 @@ public:
         std::function<QCoro::Task<bool>()> isLocked;
     };
 
-    TypedDictation(Platform platform, LineBreaks lineBreaks);
+    explicit TypedDictation(Platform platform);
 
     /// Starts Kavrin if it does not run, and begins to record. Resumes when Kavrin has taken that up. If
     /// Kavrin records already, ends that recording, and there is no dictation. Throws Error.
@@ -58,7 +57,6 @@ private:
     QCoro::Task<QString> type(Typing &typing, QString transcript);
 
     Platform m_platform;
-    const LineBreaks m_lineBreaks;
     quint64 m_number = 0; ///< Kavrin's; 0 before it has begun
     bool m_isEndWanted = false; ///< of the recording
     std::stop_source m_wake; ///< the end is wanted, or the dictation is over

@@ -22,30 +22,30 @@ DictationKey::Time Typist::now() const
     return DictationKey::Time(m_time.elapsed());
 }
 
-QCoro::Task<std::optional<Error>> Typist::press(LineBreaks lineBreaks)
+QCoro::Task<std::optional<Error>> Typist::press()
 {
-    return perform(m_key.press(now()), lineBreaks);
+    return perform(m_key.press(now()));
 }
 
-QCoro::Task<std::optional<Error>> Typist::toggle(LineBreaks lineBreaks)
+QCoro::Task<std::optional<Error>> Typist::toggle()
 {
-    return perform(m_key.toggle(), lineBreaks);
+    return perform(m_key.toggle());
 }
 
 void Typist::release()
 {
-    perform(m_key.release(now()), {});
+    perform(m_key.release(now()));
 }
 
 void Typist::cancel()
 {
-    perform(m_key.cancel(), {});
+    perform(m_key.cancel());
 }
 
-QCoro::Task<std::optional<Error>> Typist::perform(Action action, LineBreaks lineBreaks)
+QCoro::Task<std::optional<Error>> Typist::perform(Action action)
 {
     if (action == Action::Begin) {
-        const QCoro::Task<std::optional<Error>> beginning = begin(lineBreaks);
+        const QCoro::Task<std::optional<Error>> beginning = begin();
         co_return co_await beginning;
     }
     if (m_dictation && action == Action::End) {
@@ -56,14 +56,14 @@ QCoro::Task<std::optional<Error>> Typist::perform(Action action, LineBreaks line
     co_return std::nullopt;
 }
 
-QCoro::Task<std::optional<Error>> Typist::begin(LineBreaks lineBreaks)
+QCoro::Task<std::optional<Error>> Typist::begin()
 {
     if (m_dictation) {
         m_key.over();
         co_return Error(u"typist"_s, 1,
                         u"The last dictation is not over yet. Try again when its text stands."_s);
     }
-    const auto dictation = std::make_shared<TypedDictation>(m_platform, lineBreaks);
+    const auto dictation = std::make_shared<TypedDictation>(m_platform);
     m_dictation = dictation;
     std::optional<Error> failure;
     try {

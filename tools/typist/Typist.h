@@ -25,8 +25,8 @@ public:
 
     /// What happens to the key. If this begins a dictation, resumes when Kavrin has taken it up, or with why
     /// there is none.
-    QCoro::Task<std::optional<Error>> press(LineBreaks lineBreaks);
-    QCoro::Task<std::optional<Error>> toggle(LineBreaks lineBreaks);
+    QCoro::Task<std::optional<Error>> press();
+    QCoro::Task<std::optional<Error>> toggle();
     void release();
     void cancel();
 
@@ -37,8 +37,8 @@ Q_SIGNALS:
     void stopped();
 
 private:
-    QCoro::Task<std::optional<Error>> perform(DictationKey::Action action, LineBreaks lineBreaks);
-    QCoro::Task<std::optional<Error>> begin(LineBreaks lineBreaks);
+    QCoro::Task<std::optional<Error>> perform(DictationKey::Action action);
+    QCoro::Task<std::optional<Error>> begin();
     QCoro::Task<> finish(std::shared_ptr<TypedDictation> dictation);
     void setOver();
     [[nodiscard]] DictationKey::Time now() const;

@@ -16,11 +16,6 @@ namespace
 
 const QString refusal = u"app.kavrin.Typist.Error.Refused"_s;
 
-LineBreaks lineBreaks(bool areKept)
-{
-    return areKept ? LineBreaks::Kept : LineBreaks::Blanks;
-}
-
 } // namespace
 
 TypistBus::TypistBus(Typist &typist, std::function<QString()> way, std::function<QString()> shortcut,
@@ -40,9 +35,9 @@ void TypistBus::release()
     m_bus.unregisterService(name());
 }
 
-void TypistBus::Press(bool lines)
+void TypistBus::Press()
 {
-    answer(m_typist.press(lineBreaks(lines)));
+    answer(m_typist.press());
 }
 
 void TypistBus::Release()
@@ -50,9 +45,9 @@ void TypistBus::Release()
     m_typist.release();
 }
 
-void TypistBus::Toggle(bool lines)
+void TypistBus::Toggle()
 {
-    answer(m_typist.toggle(lineBreaks(lines)));
+    answer(m_typist.toggle());
 }
 
 void TypistBus::Cancel()

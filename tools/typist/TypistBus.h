@@ -34,10 +34,10 @@ public:
     /// Gives the name back: the next call starts another typist.
     void release();
 
-    /// The interface as other programs call it. `lines` keeps the line breaks of the text.
-    Q_SCRIPTABLE Q_SLOT void Press(bool lines);
+    /// The interface as other programs call it.
+    Q_SCRIPTABLE Q_SLOT void Press();
     Q_SCRIPTABLE Q_SLOT void Release();
-    Q_SCRIPTABLE Q_SLOT void Toggle(bool lines);
+    Q_SCRIPTABLE Q_SLOT void Toggle();
     Q_SCRIPTABLE Q_SLOT void Cancel();
 
     /// For people: how a text is typed, or why it cannot be.

@@ -79,8 +79,7 @@ int serve()
         return Failed;
     }
     shortcut.emplace(); // after the claim: a second typist asks for no keys
-    QObject::connect(&*shortcut, &Shortcut::pressed, &typist,
-                     [&typist] { typist.press(LineBreaks::Blanks); });
+    QObject::connect(&*shortcut, &Shortcut::pressed, &typist, [&typist] { typist.press(); });
     QObject::connect(&*shortcut, &Shortcut::released, &typist, &Typist::release);
     const TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::requested, &bus, &TypistBus::release);

@@ -112,8 +112,7 @@ private:
     TypedDictation m_dictation{{.kavrin = m_running,
                                 .clock = clock,
                                 .findTyping = [this] { return Result<Typing *>{&window, obstacle}; },
-                                .isLocked = [this]() -> QCoro::Task<bool> { co_return isLocked; }},
-                               LineBreaks::Blanks};
+                                .isLocked = [this]() -> QCoro::Task<bool> { co_return isLocked; }}};
 };
 
 } // namespace
@@ -179,8 +178,7 @@ TEST_F(TypedDictationTest, TypesNothingThatComesLater)
     expectOver();
     waitUntil([this] { return !kavrin.problems.isEmpty(); });
     EXPECT_EQ(window.typed, QStringList());
-    EXPECT_EQ(kavrin.problems,
-              QStringList{u"The text has come too late to be typed. The text is on the clipboard."_s});
+    EXPECT_EQ(kavrin.problems, QStringList{u"The text has come too late to be typed. The text is on the clipboard."_s});
 }
 
 TEST_F(TypedDictationTest, TypesNothingWhileTheSessionIsLocked)

@@ -12,7 +12,7 @@ import threading
 import time
 import unittest
 
-from support.desktop import Bus
+from support.desktop import Bus, Notifications
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.speech import SPOKEN
 from support.suite_case import Holder
@@ -285,6 +285,18 @@ class NotTyped(TypistTest):
         self.session.end(screen_saver)
         self.end("next")
         self.terminal.wait_for("next")
+
+
+    def test_without_a_display_a_notification_says_which_key_pastes_the_text(self):
+        notifications = Notifications(self.session, self.bus)
+        self.session.start_kavrin("--background")
+        self.session.start("env", "--unset=DISPLAY", self.session.bin / "kavrin-typist")
+        wait_until(lambda: self.bus.has("app.kavrin.Typist"), "the typist is there")
+        self.dictate("where to")
+        said = ("There is no display to type at. Start this from a desktop session. The text is on the clipboard: Ctrl+V "
+                "pastes it, in a terminal Ctrl+Shift+V.")
+        wait_until(lambda: said in [text for _, text in notifications.shown()], "the notification says so")
+        self.assertEqual(self.clipboard(), "where to")
 
 
 class Started(TypistTest):

@@ -29,7 +29,7 @@ constexpr double longestWait = 60; // seconds
 
 const QString busy = u"Kavrin is busy with another dictation. Try again when it is over."_s;
 const QString deaf = u"Kavrin does not take the command, which is withdrawn. Restart Kavrin."_s;
-const QString onClipboard = u" The text is on the clipboard."_s;
+const QString onClipboard = u" The text is on the clipboard: Ctrl+V pastes it, in a terminal Ctrl+Shift+V."_s;
 
 bool isRecording(const QString &activity)
 {

@@ -7,12 +7,13 @@ namespace kavrin
 {
 
 /// Lets the session record and play beside other applications, and activates it. Throws Error.
-inline void activateForDictation(AudioSession &session)
+inline QCoro::Task<> activateForDictation(AudioSession &session)
 {
     session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default,
                         AudioSession::MixWithOthers | AudioSession::AllowBluetooth
                             | AudioSession::DefaultToSpeaker);
-    session.activate();
+    const QCoro::Task<> activation = session.activate();
+    co_await activation;
 }
 
 } // namespace kavrin

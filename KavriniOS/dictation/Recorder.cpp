@@ -175,7 +175,9 @@ QCoro::Task<> Recorder::begin()
         co_return;
     }
     DictationState::publish(dictation::starting);
-    if (!prepare()) {
+    const QCoro::Task<bool> preparing = prepare();
+    const bool isPrepared = co_await preparing;
+    if (!self || !isPrepared) {
         co_return;
     }
     m_platform.sounds.play(SystemSound::Id::BeginRecording);
@@ -193,17 +195,24 @@ QCoro::Task<> Recorder::begin()
 
 /// Activates the session and makes a recorder for the file. False if that fails; the message then has the
 /// reason.
-bool Recorder::prepare()
+QCoro::Task<bool> Recorder::prepare()
 {
+    const QPointer<Recorder> self(this);
     try {
-        activateForDictation(m_platform.session);
+        const QCoro::Task<> activation = activateForDictation(m_platform.session);
+        co_await activation;
+        if (!self) {
+            co_return false;
+        }
         m_recorder = m_platform.makeRecorder(url(), AudioRecorderSettings());
     } catch (const std::exception &error) {
-        fail(codeOf(error), recordingFailed(error));
-        return false;
+        if (self) {
+            fail(codeOf(error), recordingFailed(error));
+        }
+        co_return false;
     }
     m_recorder->setMeteringEnabled(true);
-    return true;
+    co_return true;
 }
 
 void Recorder::endStart(End end)
@@ -287,7 +296,7 @@ void Recorder::settle(S state, const QString &message)
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
                                std::shared_ptr<Transcription> transcription, Recording recording)
 {
-    const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] { });
+    const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] {});
     Outcome outcome;
     try {
         if (recording.emptiness) {

@@ -5,6 +5,7 @@
 
 #include <QDataStream>
 #include <QIODevice>
+#include <QPointer>
 #include <QTimer>
 
 namespace kavrin
@@ -16,17 +17,29 @@ Standby::Standby(AudioSession &session, MakeAudioPlayer makePlayer)
     connect(&session, &AudioSession::interruption, this, &Standby::onInterruption);
 }
 
-void Standby::start()
+bool Standby::isPlaying() const
 {
-    if (m_player && m_player->isPlaying()) {
-        return;
+    return m_player && m_player->isPlaying();
+}
+
+QCoro::Task<> Standby::start()
+{
+    if (isPlaying()) {
+        co_return;
     }
+    const QPointer<Standby> self(this);
     try {
-        activateForDictation(m_session);
+        const QCoro::Task<> activation = activateForDictation(m_session);
+        co_await activation;
+        if (!self || isPlaying()) {
+            co_return;
+        }
         m_player = m_makePlayer(silentWAV());
     } catch (const Error &) {
-        m_player.reset();
-        return;
+        if (self) {
+            m_player.reset();
+        }
+        co_return;
     }
     m_player->setNumberOfLoops(-1);
     m_player->setVolume(1);

@@ -20,12 +20,13 @@ public:
 
     /// Starts to play, unless it plays already. It reports no failure; the end of the next interruption tries
     /// again.
-    void start();
+    QCoro::Task<> start();
 
     /// One second of silence as a RIFF/WAVE file: PCM, one channel, 8000 Hz, 16 bits; 16,044 bytes.
     static QByteArray silentWAV();
 
 private:
+    [[nodiscard]] bool isPlaying() const;
     void onInterruption(std::optional<AudioSession::InterruptionType> type);
 
     AudioSession &m_session;

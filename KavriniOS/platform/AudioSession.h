@@ -39,8 +39,9 @@ public:
     /// is active. Throws Error.
     virtual void setCategory(Category category, Mode mode, Options options) = 0;
 
-    /// Connects to the sound service. Does nothing if it is connected. Throws Error.
-    virtual void activate() = 0;
+    /// Connects to the sound service. Does nothing if it is connected. Throws Error. The task may outlive the
+    /// session.
+    virtual QCoro::Task<> activate() = 0;
 
 Q_SIGNALS:
     /// The system took sound away from this application, or gave it back. There is no type if the service

@@ -557,6 +557,24 @@ TEST_F(DictationBridgeTest, AStopBeforeTheFirstSamplesIsObeyedWhenTheyCome)
     waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
 }
 
+TEST_F(DictationBridgeTest, AStopWhileTheSoundServerIsAwaitedIsTakenAtOnceAndObeyedLater)
+{
+    QPromise<void> connection;
+    connection.start();
+    machine.session.connected = connection.future();
+    run();
+    command(u"start"_s);
+    pass();
+    command(u"stop"_s);
+    pass();
+    EXPECT_EQ(shared(u"dictationCommand"_s), u"");
+    EXPECT_EQ(shared(u"dictationState"_s), u"starting");
+    connection.finish();
+    EXPECT_TRUE(waitUntil([] { return shared(u"dictationState"_s) == u"working"; }));
+    machine.finishTranscription(u""_s);
+    waitUntil([] { return shared(u"dictationState"_s) == u"done"; });
+}
+
 TEST_F(DictationBridgeTest, AStartThatIsCancelledEndsWithoutARecording)
 {
     machine.session.answersAtOnce = false;

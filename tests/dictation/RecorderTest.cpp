@@ -687,6 +687,20 @@ TEST_F(RecorderTest, TwoNeverRecordAtOnce)
     EXPECT_EQ(sharedState(), u"recording");
 }
 
+TEST_F(RecorderTest, OneThatIsGoneWhileTheSessionIsActivatedRecordsNothing)
+{
+    QPromise<void> connection;
+    connection.start();
+    machine.session.connected = connection.future();
+    auto closing = std::make_unique<Recorder>(machine.platform());
+    const QCoro::Task<> starting = closing->start();
+    EXPECT_EQ(sharedState(), u"starting");
+    closing.reset();
+    connection.finish();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+    EXPECT_FALSE(machine.journal.contains(u"open"_s));
+}
+
 TEST_F(RecorderTest, TellsWhatTheProcessDoesWhateverTheSuiteSays)
 {
     EXPECT_EQ(machine.dictations.activity(), u"idle");

@@ -93,6 +93,34 @@ TEST_F(StandbyTest, StartingTwiceMakesOnePlayer)
     EXPECT_EQ(players.size(), 1U);
 }
 
+TEST_F(StandbyTest, StartingTwiceWhileTheSessionIsActivatedMakesOnePlayer)
+{
+    QPromise<void> connection;
+    connection.start();
+    session.connected = connection.future();
+    const QCoro::Task<> first = standby.start();
+    const QCoro::Task<> second = standby.start();
+    EXPECT_TRUE(players.empty());
+    connection.finish();
+    EXPECT_TRUE(waitUntil([&] { return first.isReady() && second.isReady(); }));
+    EXPECT_EQ(players.size(), 1U);
+}
+
+TEST_F(StandbyTest, OneThatIsGoneWhileTheSessionIsActivatedPlaysNothing)
+{
+    QPromise<void> connection;
+    connection.start();
+    session.connected = connection.future();
+    auto gone = std::make_unique<Standby>(session, [](const QByteArray &) -> std::unique_ptr<AudioPlayer> {
+        ADD_FAILURE() << "a player was made";
+        return nullptr;
+    });
+    const QCoro::Task<> starting = gone->start();
+    gone.reset();
+    connection.finish();
+    EXPECT_TRUE(waitUntil([&] { return starting.isReady(); }));
+}
+
 TEST_F(StandbyTest, APlayerThatWasInterruptedIsReplaced)
 {
     standby.start();

@@ -28,6 +28,7 @@ public:
     bool answersAtOnce = true; ///< otherwise the question for permission stays open until answer()
     std::optional<Error> categoryFailure;
     std::optional<Error> activationFailure;
+    std::optional<QFuture<void>> connected; ///< what activate() waits for
     Options options;
 
     QCoro::Task<bool> requestRecordPermission(std::stop_token withdrawn) override
@@ -55,9 +56,13 @@ public:
         }
     }
 
-    void activate() override
+    QCoro::Task<> activate() override
     {
         m_journal.append(QStringLiteral("activate"));
+        if (connected) {
+            const QFuture<void> connection = *connected;
+            co_await qCoro(connection).waitForFinished();
+        }
         if (activationFailure) {
             throw Error(*activationFailure);
         }

@@ -4,7 +4,9 @@
 #include "platform/Logging.h"
 #include "platform/linux/audio/DevicePortal.h"
 
+#include <QCoroFuture>
 #include <QFileInfo>
+#include <QPointer>
 
 #include <utility>
 
@@ -39,9 +41,17 @@ void PulseAudioSession::setCategory(Category /*category*/, Mode /*mode*/, Option
     }
 }
 
-void PulseAudioSession::activate()
+QCoro::Task<> PulseAudioSession::activate()
 {
-    m_server->connect();
+    const QPointer<PulseAudioSession> self(this);
+    const QFuture<std::optional<Error>> connecting = m_server->connecting();
+    const std::optional<Error> failure = co_await connecting;
+    if (failure) {
+        throw Error(*failure);
+    }
+    if (!self) {
+        co_return;
+    }
     qCInfo(Logging::sound) << "Connected to the sound server";
     m_active = true;
     applyCategory();

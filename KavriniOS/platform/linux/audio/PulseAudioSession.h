@@ -31,7 +31,7 @@ public:
 
     QCoro::Task<bool> requestRecordPermission(std::stop_token withdrawn = {}) override;
     void setCategory(Category category, Mode mode, Options options) override;
-    void activate() override;
+    QCoro::Task<> activate() override;
 
 private:
     void applyCategory();

@@ -31,45 +31,6 @@ pa_context *newContext(pa_mainloop_api *loop)
     return context;
 }
 
-/// Wakes the thread that waits on a server's loop when the time is over. The caller must hold the lock during
-/// the whole life of this object.
-class TimeLimit
-{
-public:
-    TimeLimit(pa_threaded_mainloop *loop, pa_context *context)
-        : m_loop(loop), m_api(pa_threaded_mainloop_get_api(loop)),
-          m_timer(pa_context_rttime_new(context, pa_rtclock_now() + connectingLimit, &ring, this))
-    {
-    }
-
-    ~TimeLimit()
-    {
-        if (m_timer) {
-            m_api->time_free(m_timer);
-        }
-    }
-
-    TimeLimit(const TimeLimit &) = delete;
-    TimeLimit &operator=(const TimeLimit &) = delete;
-
-    /// Without a timer nothing would ever wake the waiting thread, so the time then counts as over.
-    [[nodiscard]] bool isOver() const { return m_over || !m_timer; }
-
-private:
-    static void ring(pa_mainloop_api * /*api*/, pa_time_event * /*timer*/, const timeval * /*time*/,
-                     void *limit)
-    {
-        auto *self = static_cast<TimeLimit *>(limit);
-        self->m_over = true;
-        pa_threaded_mainloop_signal(self->m_loop, 0);
-    }
-
-    pa_threaded_mainloop *m_loop;
-    pa_mainloop_api *m_api;
-    bool m_over = false;
-    pa_time_event *m_timer;
-};
-
 } // namespace
 
 SoundServer::SoundServer() : m_loop(pa_threaded_mainloop_new())
@@ -83,6 +44,7 @@ SoundServer::~SoundServer()
 {
     {
         const Lock lock(*this);
+        endAttempt(soundError(u"the application ends"_s));
         disconnect();
     }
     if (m_started) {
@@ -91,43 +53,36 @@ SoundServer::~SoundServer()
     pa_threaded_mainloop_free(m_loop);
 }
 
-bool SoundServer::isUsable() const
+bool SoundServer::isReady() const
 {
-    return m_context && PA_CONTEXT_IS_GOOD(pa_context_get_state(m_context));
+    return m_context && pa_context_get_state(m_context) == PA_CONTEXT_READY;
 }
 
 void SoundServer::connect()
 {
     const Lock lock(*this);
-    beginConnecting();
-    bool timeIsOver = false;
-    {
-        const TimeLimit limit(m_loop, m_context);
-        while (isUsable() && pa_context_get_state(m_context) != PA_CONTEXT_READY && !timeIsOver) {
-            pa_threaded_mainloop_wait(m_loop);
-            timeIsOver = limit.isOver();
-        }
+    const QFuture<Outcome> outcome = attempt();
+    while (!outcome.isFinished()) {
+        pa_threaded_mainloop_wait(m_loop);
     }
-    if (pa_context_get_state(m_context) == PA_CONTEXT_READY) {
-        return;
+    if (const Outcome failure = outcome.result()) {
+        throw Error(*failure);
     }
-    const QString reason =
-        timeIsOver ? u"it does not answer"_s : QString::fromUtf8(pa_strerror(pa_context_errno(m_context)));
-    disconnect();
-    throw soundError(reason);
+}
+
+QFuture<std::optional<Error>> SoundServer::connecting()
+{
+    const Lock lock(*this);
+    return attempt();
 }
 
 void SoundServer::whenConnected(std::function<void(pa_context *)> work)
 {
     const Lock lock(*this);
-    try {
-        beginConnecting();
-    } catch (const Error &) {
-        return;
-    }
-    if (pa_context_get_state(m_context) == PA_CONTEXT_READY) {
+    attempt();
+    if (isReady()) {
         work(m_context);
-    } else if (isUsable()) {
+    } else if (m_attempt) {
         m_waiting.push_back(std::move(work));
     }
 }
@@ -138,27 +93,68 @@ void SoundServer::setMediaRole(const QByteArray &role)
     m_mediaRole = role;
 }
 
-void SoundServer::beginConnecting()
+/// How the attempt ends that goes on or begins now. Several callers may wait for one.
+QFuture<SoundServer::Outcome> SoundServer::attempt()
 {
-    if (isUsable()) {
-        return;
+    if (m_attempt) {
+        return m_attempt->future();
     }
+    m_attempt.emplace();
+    m_attempt->start();
+    const QFuture<Outcome> outcome = m_attempt->future();
+    if (isReady()) {
+        endAttempt(std::nullopt);
+        return outcome;
+    }
+    try {
+        beginAttempt();
+    } catch (const Error &error) {
+        endAttempt(error);
+    }
+    return outcome;
+}
+
+void SoundServer::beginAttempt()
+{
     disconnect();
-    if (!m_started) {
-        // Once the thread runs, this would rename the calling thread instead.
-        pa_threaded_mainloop_set_name(m_loop, "sound");
-        if (pa_threaded_mainloop_start(m_loop) < 0) {
-            throw soundError(u"no thread can be started"_s);
-        }
-        m_started = true;
-    }
+    startThread();
     m_context = newContext(pa_threaded_mainloop_get_api(m_loop));
-    if (!m_context) {
+    if (m_context) {
+        m_limit = pa_context_rttime_new(m_context, pa_rtclock_now() + connectingLimit, &limitReached, this);
+    }
+    if (!m_limit) {
         throw soundError(u"out of memory"_s);
     }
     pa_context_set_state_callback(m_context, &contextChanged, this);
     // The context's state tells whether this failed at once.
     pa_context_connect(m_context, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
+}
+
+void SoundServer::endAttempt(const Outcome &failure)
+{
+    if (!m_attempt) {
+        return;
+    }
+    if (m_limit) {
+        pa_threaded_mainloop_get_api(m_loop)->time_free(std::exchange(m_limit, nullptr));
+    }
+    m_attempt->addResult(failure);
+    m_attempt->finish();
+    m_attempt.reset();
+    pa_threaded_mainloop_signal(m_loop, 0);
+}
+
+void SoundServer::startThread()
+{
+    if (m_started) {
+        return;
+    }
+    // Once the thread runs, this would rename the calling thread instead.
+    pa_threaded_mainloop_set_name(m_loop, "sound");
+    if (pa_threaded_mainloop_start(m_loop) < 0) {
+        throw soundError(u"no thread can be started"_s);
+    }
+    m_started = true;
 }
 
 /// Ends all streams. Those that have no owner free themselves.
@@ -177,15 +173,23 @@ void SoundServer::contextChanged(pa_context *context, void *server)
 {
     auto *self = static_cast<SoundServer *>(server);
     const pa_context_state_t state = pa_context_get_state(context);
-    if (state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state)) {
-        const auto waiting = std::exchange(self->m_waiting, {});
-        if (state == PA_CONTEXT_READY) {
-            for (const auto &work : waiting) {
-                work(context);
-            }
+    if (state == PA_CONTEXT_READY) {
+        for (const auto &work : std::exchange(self->m_waiting, {})) {
+            work(context);
         }
-        pa_threaded_mainloop_signal(self->m_loop, 0);
+        self->endAttempt(std::nullopt);
+    } else if (!PA_CONTEXT_IS_GOOD(state)) {
+        self->m_waiting.clear();
+        self->endAttempt(soundError(QString::fromUtf8(pa_strerror(pa_context_errno(context)))));
     }
+}
+
+void SoundServer::limitReached(pa_mainloop_api * /*api*/, pa_time_event * /*timer*/, const timeval * /*time*/,
+                               void *server)
+{
+    auto *self = static_cast<SoundServer *>(server);
+    self->disconnect();
+    self->endAttempt(soundError(u"it does not answer"_s));
 }
 
 } // namespace kavrin

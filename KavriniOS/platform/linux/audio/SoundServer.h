@@ -5,10 +5,13 @@
 #include "platform/linux/audio/SuspendedStreams.h"
 
 #include <QByteArray>
+#include <QFuture>
+#include <QPromise>
 
 #include <pulse/pulseaudio.h>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace kavrin
@@ -39,6 +42,9 @@ public:
     /// Not on the sound thread.
     void connect();
 
+    /// The same without waiting: how that ends. Any thread may await it. Not on the sound thread.
+    [[nodiscard]] QFuture<std::optional<Error>> connecting();
+
     /// Runs `work` on the sound thread when the server is reached. If it is reached already, runs `work` at
     /// once on this thread; if it cannot be reached, never. Does not wait. `work` runs with the lock held.
     /// Not on the sound thread.
@@ -56,14 +62,22 @@ public:
 private:
     static void contextChanged(pa_context *context, void *server);
 
-    void beginConnecting();
+    static void limitReached(pa_mainloop_api *api, pa_time_event *timer, const timeval *time, void *server);
+
+    using Outcome = std::optional<Error>;
+    QFuture<Outcome> attempt();
+    void beginAttempt();
+    void endAttempt(const Outcome &failure);
+    void startThread();
     void disconnect();
-    [[nodiscard]] bool isUsable() const;
+    [[nodiscard]] bool isReady() const;
 
     SuspendedStreams m_suspendedStreams;
     pa_threaded_mainloop *m_loop;
     bool m_started = false; ///< the sound thread
     pa_context *m_context = nullptr;
+    std::optional<QPromise<Outcome>> m_attempt; ///< to connect, while it goes on
+    pa_time_event *m_limit = nullptr; ///< of the attempt
     std::vector<std::function<void(pa_context *)>> m_waiting;
     QByteArray m_mediaRole;
 };

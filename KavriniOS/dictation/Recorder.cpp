@@ -296,7 +296,7 @@ void Recorder::settle(S state, const QString &message)
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
                                std::shared_ptr<Transcription> transcription, Recording recording)
 {
-    const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] {});
+    const BackgroundTasks::Identifier task = platform.backgroundTasks.begin(u"transcribe"_s, [] { });
     Outcome outcome;
     try {
         if (recording.emptiness) {

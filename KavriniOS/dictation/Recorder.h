@@ -55,9 +55,10 @@ public:
         std::function<QString(const QString &message)> line = [](const QString &message) { return message; };
         /// Gets every failure in the words of `message`, even if the recorder no longer exists, and whether
         /// DictationBridge::again() can send its recording again.
-        std::function<void(const QString &message, bool isKept)> reportFailure = [](const QString &, bool) {};
+        std::function<void(const QString &message, bool isKept)> reportFailure = [](const QString &, bool) {
+        };
         /// Ends every call of `transcribe` that is running, which then throws Error.
-        std::function<void()> endTranscriptions = [] {};
+        std::function<void()> endTranscriptions = [] { };
     };
 
     explicit Recorder(Platform platform, QObject *parent = nullptr);

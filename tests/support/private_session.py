@@ -244,7 +244,9 @@ class PrivateSession:
 
     def _start_display(self):
         read, write = os.pipe()
-        process = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "2048x1536x24", "-nolisten", "tcp"],
+        # Without -noreset, the end of the last client ends those that are just connecting, too.
+        process = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "2048x1536x24", "-noreset",
+                                    "-nolisten", "tcp"],
                                    env=self.env, pass_fds=[write], stdout=subprocess.DEVNULL,
                                    stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=_die_with_parent)
         self._cleanup.callback(self.end, process)

@@ -132,6 +132,13 @@ bool mayChangeSettings(const Verb &verb)
     return std::ranges::find(names, QLatin1String(verb.name)) != names.end();
 }
 
+/// Otherwise, what the arguments hold would be changed on the way to a setting.
+bool areUtf8(int count, char **arguments)
+{
+    return std::all_of(arguments, arguments + count,
+                       [](const char *argument) { return QByteArrayView(argument).isValidUtf8(); });
+}
+
 int run(const Verb &verb, QStringList arguments)
 {
     if (arguments.value(0) == u"--help") {
@@ -165,6 +172,10 @@ int main(int argc, char **argv)
     ignoreRelativeBaseDirectories();
     Logging::setUp();
     const QCoreApplication application(argc, argv);
+    if (!areUtf8(argc, argv)) {
+        write(stderr, u"kavrinctl: An argument is not UTF-8 text.\n"_s);
+        return Refused;
+    }
     QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty()) {
         write(stderr, generalHelp());

@@ -166,6 +166,18 @@ TEST(Kavrinctl, SetKeepsTheValueWhereStandardInputHoldsNone)
     }
 }
 
+TEST(Kavrinctl, SetRefusesAnArgumentThatIsNotUtf8)
+{
+    Prefs::set(u"openaiKey"_s, u"sk"_s);
+    const QString command = u"exec \"$0\" set openaiKey \"$(printf 'abc\\377')\""_s; // QProcess passes UTF-8
+    QProcess process;
+    process.start(u"/bin/sh"_s, {u"-c"_s, command, programPath("kavrinctl")});
+    ASSERT_TRUE(process.waitForFinished());
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_EQ(process.readAllStandardError(), "kavrinctl: An argument is not UTF-8 text.\n");
+    EXPECT_EQ(Shared::d().string(u"openaiKey"_s), u"sk"_s);
+}
+
 TEST(Kavrinctl, SetTakesALongKeyFromStandardInputAndRefusesALongerOne)
 {
     const QByteArray longest(16'384, 'x');

@@ -106,9 +106,10 @@ void send(const QString &text)
     }
 }
 
+/// A time in the future is of a clock that was set back since.
 bool isFresh(double time)
 {
-    return Date::now().secondsSince1970 - time < freshness;
+    return std::abs(Date::now().secondsSince1970 - time) < freshness;
 }
 
 /// Throws Refusal if the last dictation has failed, less than a minute ago.

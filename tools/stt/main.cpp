@@ -2,6 +2,8 @@
 #include "tools/stt/SpeechRecognizer.h"
 #include "tools/stt/SpeechServer.h"
 
+#include "platform/linux/desktop/CoreFiles.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QScopeGuard>
@@ -89,6 +91,7 @@ int portOf(const QCommandLineParser &parser, const QCommandLineOption &option)
 
 int main(int argc, char **argv)
 {
+    kavrin::leaveNoCoreFiles();
     const sigset_t endingSignals = blockEndingSignals();
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"kavrin-stt"_s);

@@ -40,6 +40,17 @@ double storeTranscript(const QString &text, double age = 0)
     return stamp;
 }
 
+/// What `dictate wait` comes to if `used` is marked: no text, and `stamp` is marked then.
+void expectNoText(double used, double stamp)
+{
+    store(u"tUsed"_s, used);
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s, u"--timeout"_s, u"0"_s});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, u"");
+    EXPECT_TRUE(outcome.errors.contains(u"No transcript has come")) << outcome.errors.toStdString();
+    EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(stamp));
+}
+
 /// As the application does now.
 void storeFailure(const QString &message)
 {
@@ -228,15 +239,11 @@ TEST(KavrinctlDictate, WaitPrintsTheTextOfADictationThatHasJustEndedAndMarksIt)
 TEST(KavrinctlDictate, WaitPrintsNoTextThatIsAMinuteOldOrUsed)
 {
     const Application application([](const QString &) { });
+    const double future = storeTranscript(u"of a clock that was wrong"_s, -600);
+    expectNoText(0, future);
     const double old = storeTranscript(u"for another place"_s, 61);
-    for (const double used : {0.0, old}) {
-        store(u"tUsed"_s, used);
-        const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s, u"--timeout"_s, u"0"_s});
-        EXPECT_EQ(outcome.exitCode, 1);
-        EXPECT_EQ(outcome.output, u"");
-        EXPECT_TRUE(outcome.errors.contains(u"No transcript has come")) << outcome.errors.toStdString();
-        EXPECT_EQ(Shared::d().object(u"tUsed"_s), PropertyListValue(old));
-    }
+    expectNoText(0, old);
+    expectNoText(old, old);
 }
 
 TEST(KavrinctlDictate, WaitPrintsNoTextThatAKeyboardUsesBetweenReadingAndMarking)

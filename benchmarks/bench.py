@@ -15,10 +15,11 @@ import speech
 import start
 import store
 import table
+import typist
 from support.private_session import ROOT, Failure, enter_private_namespaces
 
 MEASUREMENTS = {"loopback": loopback, "store": store, "codes": codes, "pages": pages, "start": start,
-                "dictation": dictation, "speech": speech, "idle": idle}
+                "dictation": dictation, "typist": typist, "speech": speech, "idle": idle}
 
 
 def read_arguments():

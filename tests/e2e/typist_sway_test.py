@@ -1,23 +1,15 @@
 # SPDX-License-Identifier: MIT
 """The typist's key as sway binds it, pressed as on a keyboard, and its text in a window of sway."""
 
-import os
 import re
 import subprocess
 import sys
 import time
 import unittest
 
-from support.private_session import ANOTHER_USER, ROOT, PrivateSession, enter_private_namespaces, wait_until
+from support.private_session import ROOT, enter_private_namespaces, wait_until
+from support.sway import SwaySession, become_ordinary_user
 from typist_test import ALL_OF_UNICODE, CATCHER, Service
-
-
-def become_ordinary_user():
-    """Sway refuses to run as root, and a session has one user."""
-    if os.geteuid() == 0:
-        os.setgroups([])
-        os.setresgid(ANOTHER_USER, ANOTHER_USER, ANOTHER_USER)
-        os.setresuid(ANOTHER_USER, ANOTHER_USER, ANOTHER_USER)
 
 
 def documented_lines():
@@ -26,30 +18,15 @@ def documented_lines():
     return re.findall(r"`([^`]+)`", re.search(r"^\| sway \|(.*)$", text, re.MULTILINE)[1])
 
 
-class SwaySession(PrivateSession):
-    """A session whose display is sway without a screen. It runs in that session, as a login starts it."""
-
-    def _start_display(self):
-        self.env |= {"PATH": f"{self.bin}:{self.env['PATH']}", "WLR_BACKENDS": "headless",
-                     "WLR_LIBINPUT_NO_DEVICES": "1", "WLR_RENDERER": "pixman"}
-        configuration = self.folder / "sway.conf"
-        configuration.write_text("\n".join(["xwayland disable", *documented_lines(),
-                                            "exec printenv WAYLAND_DISPLAY", ""]), encoding="utf-8")
-        sway = self.start("sway", "--config", configuration, stderr=subprocess.DEVNULL)
-        self.env["WAYLAND_DISPLAY"] = sway.stdout.readline().strip()
-        self.env["QT_QPA_PLATFORM"] = "wayland"
-
-
 class Sway(unittest.TestCase):
     def setUp(self):
         try:
-            self.session = self.enterContext(SwaySession(display=True))
+            self.session = self.enterContext(SwaySession(*documented_lines()))
         except PermissionError as error:
             self.skipTest(f"an ordinary user cannot run the programs here: {error}")
         self.service = self.enterContext(Service())
         self.session.ctl("set", "provider", "custom")
         self.session.ctl("set", "customURL", self.service.url)
-        self.start("wtype", "-s", "600000", "x")  # the keyboard of the desk, at which nobody types
         self.typed = self.session.folder / "typed"
         self.start("foot", "--log-level", "none", sys.executable, "-c", CATCHER, self.typed)
         wait_until(self.typed.exists, "the terminal runs its program")

@@ -35,16 +35,15 @@ QCoro::Task<> Standby::start()
             co_return;
         }
         m_player = m_makePlayer(silentWAV());
+        m_player->setNumberOfLoops(-1);
+        m_player->setVolume(1);
+        m_player->prepareToPlay();
+        m_player->play();
     } catch (const Error &) {
         if (self) {
             m_player.reset();
         }
-        co_return;
     }
-    m_player->setNumberOfLoops(-1);
-    m_player->setVolume(1);
-    m_player->prepareToPlay();
-    m_player->play();
 }
 
 void Standby::onInterruption(std::optional<AudioSession::InterruptionType> type)

@@ -84,7 +84,7 @@ double DictationBus::Outcome(qulonglong number, QString & /*failure*/)
         return 0;
     }
     setDelayedReply(true);
-    known->then(this, [bus = m_bus, call = message()](const DictationOutcome &outcome) {
+    known->then([bus = m_bus, call = message()](const DictationOutcome &outcome) {
         bus.send(call.createReply({outcome.stamp, outcome.failure}));
     });
     return 0;

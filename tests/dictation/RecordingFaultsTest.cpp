@@ -304,7 +304,7 @@ protected:
         return folder;
     }
 
-    PrivateDisk m_disk{suiteFolder(), 1024 * 1024};
+    PrivateDisk m_disk{suiteFolder(), qint64(1024) * 1024};
     PrivateSoundServer m_soundServer;
     std::optional<RealDictation> m_dictation;
 };

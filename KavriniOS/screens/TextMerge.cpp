@@ -16,9 +16,11 @@ namespace
 /// Where a place in the shown text is in the stored one, which has two characters for some line ends.
 qsizetype storedPlace(QStringView stored, qsizetype shownPlace)
 {
-    qsizetype place = 0;
-    for (qsizetype shown = 0; shown < shownPlace; ++shown) {
-        place += stored.sliced(place).startsWith(u"\r\n") ? 2 : 1;
+    constexpr QStringView lineEnd = u"\r\n";
+    qsizetype place = shownPlace;
+    for (qsizetype end = stored.indexOf(lineEnd); end >= 0 && end < place;
+         end = stored.indexOf(lineEnd, end + lineEnd.size())) {
+        ++place;
     }
     return place;
 }
@@ -50,7 +52,7 @@ QString withEdit(const QString &stored, const QString &before, const QString &no
 
 QString mergedText(const QString &base, const QString &mine, const QString &theirs)
 {
-    if (mine == theirs) {
+    if (mine == theirs || base == theirs) {
         return mine;
     }
     const QStringList baseLines = base.split(u'\n');

@@ -131,7 +131,7 @@ TEST_F(UnwritableDisk, AnotherThatIsMountedInItsPlaceIsNoticed)
     store(u"old"_s);
     const auto suite = UserDefaults::suite(group);
     test::put(*suite, u"key"_s, u"older"_s);
-    const PrivateDisk other(m_folder, 1024 * 1024); // numbers its files in the same way
+    const PrivateDisk other(m_folder, qint64(1024) * 1024); // numbers its files in the same way
     store(u"new"_s);
     EXPECT_EQ(suite->string(u"key"_s), u"new"_s);
     EXPECT_EQ(test::failureOf(suite->set(u"key"_s, u"newer"_s)), u"");

@@ -25,6 +25,10 @@ class Bus:
         return self._connection.call_sync(service, path, interface, method, parameters, None, 0, 10_000,
                                           None).unpack()
 
+    def send(self, service, path, interface, method):
+        """Calls a method, and does not wait for the answer."""
+        self._connection.call(service, path, interface, method, None, None, 0, 10_000, None, None)
+
     def get(self, service, path, interface, name):
         return self.call(service, path, "org.freedesktop.DBus.Properties", "Get", "(ss)", interface, name)[0]
 

@@ -57,6 +57,8 @@ QString wayOfTyping(PortalKeyboard &keyboard)
 
 int serve()
 {
+    // First, because whoever sees the name on the bus may ask this process to end.
+    const TerminationSignals termination;
     const SuiteWriter suiteWriter;
     SystemClock clock;
     RunningKavrin kavrin;
@@ -81,7 +83,6 @@ int serve()
     shortcut.emplace(); // after the claim: a second typist asks for no keys
     QObject::connect(&*shortcut, &Shortcut::pressed, &typist, [&typist] { typist.press(); });
     QObject::connect(&*shortcut, &Shortcut::released, &typist, &Typist::release);
-    const TerminationSignals termination;
     QObject::connect(&termination, &TerminationSignals::requested, &bus, &TypistBus::release);
     QObject::connect(&termination, &TerminationSignals::requested, &typist, &Typist::stop);
     QObject::connect(&typist, &Typist::stopped, qApp, &QCoreApplication::quit, Qt::QueuedConnection);

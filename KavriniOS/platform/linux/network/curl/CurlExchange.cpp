@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <optional>
 #include <span>
 
 namespace kavrin
@@ -146,12 +145,12 @@ public:
             m_lastMove = now;
         }
         if (!isAnswered(transfer)) {
-            m_firstByte.reset();
-        } else if (!m_firstByte) {
-            m_firstByte = now;
+            m_answerEnd = Clock::time_point::max();
+        } else if (m_answerEnd == Clock::time_point::max()) {
+            m_answerEnd = now + m_answer;
         }
-        const Clock::time_point end = std::min(m_lastMove + m_silence, m_firstByte.value_or(now) + m_answer);
-        return std::chrono::ceil<std::chrono::milliseconds>(end - now);
+        return std::chrono::ceil<std::chrono::milliseconds>(std::min(m_lastMove + m_silence, m_answerEnd)
+                                                            - now);
     }
 
 private:
@@ -166,7 +165,7 @@ private:
     std::chrono::milliseconds m_silence;
     std::chrono::milliseconds m_answer;
     Clock::time_point m_lastMove = Clock::now();
-    std::optional<Clock::time_point> m_firstByte; ///< of the answer
+    Clock::time_point m_answerEnd = Clock::time_point::max(); ///< at the latest, once the answer has begun
     curl_off_t m_moved = 0; ///< bytes, either way, until m_lastMove
 };
 

@@ -76,8 +76,8 @@ PortalShortcut::PortalShortcut(QDBusConnection bus)
     qDBusRegisterMetaType<PortalShortcutEntry>();
     qDBusRegisterMetaType<Entries>();
     qRegisterMetaType<QDBusObjectPath>(); // connect() finds no slot with this type before
-    qWarning() << m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Activated"_s,
-                                this, SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Activated"_s, this,
+                  SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Deactivated"_s, this,
                   SLOT(onDeactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     connect(&m_portal, &QDBusServiceWatcher::serviceRegistered, this, &PortalShortcut::bindOnce);

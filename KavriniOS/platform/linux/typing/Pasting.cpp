@@ -11,19 +11,27 @@ namespace kavrin
 
 using namespace Qt::StringLiterals;
 
+QCoro::Task<std::optional<Error>> Pasting::type(QString text)
+{
+    const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
+    if (std::any_of(text.begin(), text.end(), isControl)) {
+        co_return typingError(u"A text with line breaks or other control characters is not typed."_s);
+    }
+    if (text.isEmpty()) {
+        co_return std::nullopt;
+    }
+    try {
+        const QCoro::Task<> pasting = paste(text);
+        co_await pasting;
+    } catch (const Error &error) {
+        co_return error;
+    }
+    co_return std::nullopt;
+}
+
 Error typingError(const QString &description)
 {
     return {u"typing"_s, 1, description};
-}
-
-std::optional<Error> refusalToPaste(const QString &text)
-{
-    const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
-    if (std::none_of(text.begin(), text.end(), isControl)) {
-        return std::nullopt;
-    }
-    return typingError(u"A text with line breaks or other control characters is not typed here. Ask for one "
-                       "without line breaks, or paste it yourself."_s);
 }
 
 QCoro::Task<> pause(std::chrono::milliseconds duration)

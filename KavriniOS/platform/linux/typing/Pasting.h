@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Error.h"
+#include "platform/Typing.h"
 
 #include <QCoroTask>
 #include <QString>
@@ -12,12 +13,23 @@
 namespace kavrin
 {
 
+/// Types by a paste: the text is put on the clipboard and on the primary selection, and Shift+Insert is
+/// pressed.
+class Pasting : public Typing
+{
+    Q_OBJECT
+
+public:
+    /// Refuses a text with a control character, which would be a key in a terminal. A line break is one.
+    QCoro::Task<std::optional<Error>> type(QString text) final;
+
+private:
+    /// Pastes a text that is neither empty nor refused. Throws Error.
+    virtual QCoro::Task<> paste(QString text) = 0;
+};
+
 /// A failure of typing, in words for a person.
 Error typingError(const QString &description);
-
-/// Why a text must not be pasted: it holds a control character, which would be a key in a terminal. A line
-/// break is one.
-std::optional<Error> refusalToPaste(const QString &text);
 
 /// Resumes after `duration`.
 QCoro::Task<> pause(std::chrono::milliseconds duration);

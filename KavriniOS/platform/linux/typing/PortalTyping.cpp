@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/typing/PortalTyping.h"
 
-#include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/WlCopy.h"
 
 namespace kavrin
@@ -12,23 +11,6 @@ using namespace Qt::StringLiterals;
 QString PortalTyping::name() const
 {
     return u"desktop portal"_s;
-}
-
-QCoro::Task<std::optional<Error>> PortalTyping::type(QString text)
-{
-    if (std::optional<Error> refusal = refusalToPaste(text)) {
-        co_return refusal;
-    }
-    if (text.isEmpty()) {
-        co_return std::nullopt;
-    }
-    try {
-        const QCoro::Task<> pasting = paste(text);
-        co_await pasting;
-    } catch (const Error &error) {
-        co_return error;
-    }
-    co_return std::nullopt;
 }
 
 QCoro::Task<> PortalTyping::paste(QString text)

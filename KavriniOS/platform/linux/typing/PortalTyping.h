@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/Typing.h"
+#include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/PortalKeyboard.h"
 
 namespace kavrin
@@ -12,7 +12,7 @@ namespace kavrin
 ///
 /// The text is not typed key by key: desktops drop the characters that the user's layout lacks without a
 /// word, and nothing tells which layout is in use.
-class PortalTyping : public Typing
+class PortalTyping : public Pasting
 {
     Q_OBJECT
 
@@ -22,11 +22,9 @@ public:
 
     [[nodiscard]] QString name() const override;
 
-    /// The desktop may ask the user first.
-    QCoro::Task<std::optional<Error>> type(QString text) override;
-
 private:
-    QCoro::Task<> paste(QString text);
+    /// The desktop may ask the user first.
+    QCoro::Task<> paste(QString text) override;
 
     PortalKeyboard &m_keyboard;
 };

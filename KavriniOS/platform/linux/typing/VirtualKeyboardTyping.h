@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/Typing.h"
+#include "platform/linux/typing/Pasting.h"
 
 namespace kavrin
 {
@@ -12,7 +12,7 @@ namespace kavrin
 ///
 /// The text is not typed key by key: Chromium takes only 16 bits of a character from a key, and a compositor
 /// disconnects a program, which then ends, where the keys of a long text come faster than it reads them.
-class VirtualKeyboardTyping : public Typing
+class VirtualKeyboardTyping : public Pasting
 {
     Q_OBJECT
 
@@ -21,7 +21,9 @@ public:
     static std::optional<Error> obstacle();
 
     [[nodiscard]] QString name() const override;
-    QCoro::Task<std::optional<Error>> type(QString text) override;
+
+private:
+    QCoro::Task<> paste(QString text) override;
 };
 
 } // namespace kavrin

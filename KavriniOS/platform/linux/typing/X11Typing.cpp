@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/typing/X11Typing.h"
 
-#include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/X11Reply.h"
 
 #include <QDeadlineTimer>
@@ -46,23 +45,6 @@ X11Typing::X11Typing(Patience patience)
 QString X11Typing::name() const
 {
     return u"X11"_s;
-}
-
-QCoro::Task<std::optional<Error>> X11Typing::type(QString text)
-{
-    if (std::optional<Error> refusal = refusalToPaste(text)) {
-        co_return refusal;
-    }
-    if (text.isEmpty()) {
-        co_return std::nullopt;
-    }
-    try {
-        const QCoro::Task<> pasting = paste(text);
-        co_await pasting;
-    } catch (const Error &error) {
-        co_return error;
-    }
-    co_return std::nullopt;
 }
 
 QCoro::Task<> X11Typing::paste(QString text)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "platform/Typing.h"
+#include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/X11Keys.h"
 #include "platform/linux/typing/X11Selections.h"
 
@@ -20,12 +20,12 @@ namespace kavrin
 ///
 /// The text is not typed key by key: characters that the keyboard lacks must be put on keys for that, and a
 /// program that looks at the keyboard a little too late loses them.
-class X11Typing : public Typing
+class X11Typing : public Pasting
 {
     Q_OBJECT
 
 public:
-    /// How long type() waits for the user to release the modifiers, and for a program to take the text.
+    /// How long a paste waits for the user to release the modifiers, and for a program to take the text.
     struct Patience {
         std::chrono::milliseconds withUser = std::chrono::seconds(2);
         std::chrono::milliseconds withProgram = std::chrono::seconds(5);
@@ -37,18 +37,16 @@ public:
 
     [[nodiscard]] QString name() const override;
 
-    /// Waits for modifiers that the user holds, and for a program that takes the text, unless that may take
-    /// it from another one. If it waits in vain, the text is on the clipboard, and the failure says what
-    /// happened.
-    QCoro::Task<std::optional<Error>> type(QString text) override;
-
 private:
     struct Disconnect {
         void operator()(xcb_connection_t *connection) const { xcb_disconnect(connection); }
     };
 
+    /// Waits for modifiers that the user holds, and for a program that takes the text, unless that may take
+    /// it from another one. If it waits in vain, the text is on the clipboard, and the failure says what
+    /// happened.
+    QCoro::Task<> paste(QString text) override;
     void handleEvents();
-    QCoro::Task<> paste(QString text);
     QCoro::Task<bool> holds(std::function<bool()> condition, std::chrono::milliseconds limit);
 
     std::unique_ptr<xcb_connection_t, Disconnect> m_connection;

@@ -709,17 +709,23 @@ TEST(NetworkUrlSession, RefusesACertificateForAnotherName)
     EXPECT_TRUE(server.received().empty());
 }
 
-TEST(NetworkUrlSession, SaysThatAServerDoesNotSpeakTls)
+TEST(NetworkUrlSession, SaysThatAServerDoesNotSpeakModernTls)
 {
-    QTcpServer server;
-    ASSERT_TRUE(server.listen(QHostAddress(QHostAddress::LocalHost)));
-    QObject::connect(&server, &QTcpServer::pendingConnectionAvailable, &server, [&server] {
-        QTcpSocket *socket = server.nextPendingConnection();
-        socket->write("HTTP/1.1 400 Bad Request\r\n\r\n");
-        socket->disconnectFromHost();
-    });
-    const QUrl url(u"https://127.0.0.1:%1/"_s.arg(server.serverPort()));
-    expectFailure(failureOf(get(url)), CURLE_SSL_CONNECT_ERROR, insecureConnection(u"127.0.0.1"_s));
+    const QByteArray plainHttp = "HTTP/1.1 400 Bad Request\r\n\r\n";
+    const QByteArray onlyTls10("\x15\x03\x01\x00\x02\x02\x46", 7); // the alert "protocol_version"
+    for (const QByteArray &answer : {plainHttp, onlyTls10}) {
+        QTcpServer server;
+        ASSERT_TRUE(server.listen(QHostAddress(QHostAddress::LocalHost)));
+        QObject::connect(&server, &QTcpServer::pendingConnectionAvailable, &server, [&] {
+            QTcpSocket *socket = server.nextPendingConnection();
+            socket->write(answer);
+            socket->disconnectFromHost();
+        });
+        const QUrl url(u"https://127.0.0.1:%1/"_s.arg(server.serverPort()));
+        expectFailure(failureOf(get(url)), CURLE_SSL_CONNECT_ERROR,
+                      u"No secure connection to 127.0.0.1 could be made: nothing there speaks HTTPS, or only "
+                      "an outdated version of it. Check the address and its port."_s);
+    }
 }
 
 TEST(NetworkUrlSession, FollowsNoRedirectFromASecureAddressToAnother)

@@ -22,8 +22,12 @@ constexpr QStringView unknown =
     u"No server named %1 was found; check the address and the network connection.";
 constexpr QStringView unknownProxy = u"The proxy on the way to %1 was not found.";
 constexpr QStringView failedProxy = u"The proxy on the way to %1 failed.";
-constexpr QStringView insecure = u"No secure connection to %1 could be made; its certificate may be unknown, "
-                                 "expired or made out to another name.";
+constexpr QStringView distrusted =
+    u"No secure connection to %1 could be made; its certificate may be unknown, "
+    "expired or made out to another name.";
+constexpr QStringView noTls =
+    u"No secure connection to %1 could be made: nothing there speaks HTTPS, or only an "
+    "outdated version of it. Check the address and its port.";
 constexpr QStringView noAuthorities =
     u"No secure connection to %1 could be made: the certificates that this system trusts cannot be read. "
     "Install the package ca-certificates, or mend SSL_CERT_FILE.";
@@ -44,9 +48,9 @@ constexpr struct Failure {
     {CURLE_COULDNT_RESOLVE_PROXY, unknown, unknownProxy},
     {CURLE_PROXY, failedProxy},
     {CURLE_OPERATION_TIMEDOUT, late},
-    {CURLE_PEER_FAILED_VERIFICATION, insecure},
-    {CURLE_SSL_CONNECT_ERROR, insecure},
-    {CURLE_SSL_ISSUER_ERROR, insecure},
+    {CURLE_PEER_FAILED_VERIFICATION, distrusted},
+    {CURLE_SSL_CONNECT_ERROR, noTls},
+    {CURLE_SSL_ISSUER_ERROR, distrusted},
     {CURLE_SSL_CACERT_BADFILE, noAuthorities},
     {CURLE_BAD_CONTENT_ENCODING, strange},
     {CURLE_HTTP2, strange},

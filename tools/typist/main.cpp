@@ -7,6 +7,7 @@
 #include "platform/linux/desktop/CoreFiles.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/desktop/TerminationSignals.h"
+#include "platform/linux/storage/BaseDirectories.h"
 #include "platform/linux/typing/PortalShortcut.h"
 #include "platform/linux/typing/findTyping.h"
 #include "store/SuiteWriter.h"
@@ -94,6 +95,7 @@ int serve()
 int main(int argc, char **argv)
 {
     leaveNoCoreFiles();
+    ignoreRelativeBaseDirectories();
     Logging::setUp();
     UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
     const QCoreApplication application(argc, argv);

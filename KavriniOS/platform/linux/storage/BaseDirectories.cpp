@@ -3,6 +3,9 @@
 
 #include <QByteArray>
 
+#include <pwd.h>
+#include <unistd.h>
+
 namespace kavrin
 {
 
@@ -13,6 +16,10 @@ void ignoreRelativeBaseDirectories()
         if (!qgetenv(variable).startsWith('/')) {
             qunsetenv(variable);
         }
+    }
+    if (!qgetenv("HOME").startsWith('/')) {
+        const passwd *user = getpwuid(getuid());
+        qputenv("HOME", user ? user->pw_dir : "/");
     }
 }
 

@@ -16,8 +16,9 @@ import time
 from dictation import POLL, Service, resident_megabytes
 from figures import MEDIAN_AND_95, median_and_95
 from idle import wake_ups
-from support.private_session import PrivateSession, wait_until
+from support.private_session import PrivateSession
 from support.sway import SwaySession, become_ordinary_user
+from support.terminal_field import TerminalField
 from table import Row, at_most, excess_at_most
 
 OPTIONS = {"rounds": (40, 3, "texts to type, under X11 and under sway"),
@@ -26,39 +27,6 @@ LENGTH = 200  # characters
 TEXT = ("The quick brown fox jumps over the lazy dog, " * 5)[:LENGTH - 1] + "."
 XDOTOOL = ("xdotool", "type", "--delay", "0", TEXT)
 WTYPE = ("wtype", TEXT)
-
-# A terminal program that notes how many bytes have come, and when.
-IN_TERMINAL = """
-import os, sys, time, tty
-tty.setraw(0)
-total = 0
-with open(sys.argv[1], "w", buffering=1) as seen:
-    while part := os.read(0, 4096):
-        total += len(part)
-        print(total, time.monotonic(), file=seen)
-"""
-
-
-class Field:
-    """A terminal that has the focus."""
-
-    def __init__(self, session, *terminal):
-        self._file = session.folder / "seen"
-        self._length = 0
-        session.start(*terminal, sys.executable, "-c", IN_TERMINAL, self._file, stderr=subprocess.DEVNULL)
-        wait_until(self._file.exists, "the terminal runs its program")
-
-    def time_of_next_text(self):
-        """When the last character of it came, in seconds of the monotonic clock."""
-        self._length += LENGTH
-
-        def came():
-            lines = [line.split() for line in self._file.read_text(encoding="ascii").splitlines(keepends=True)
-                     if line.endswith("\n")]
-            return next((float(moment) for total, moment in lines if int(total) >= self._length), None)
-
-        return wait_until(came, "the text is typed")
-
 
 def dictate(session, service, field, rounds):
     """Milliseconds from each press of the key to "recording", and from the service's answer to the last character."""
@@ -73,7 +41,7 @@ def dictate(session, service, field, rounds):
         press.wait()
         session.ctl("type", "toggle")
         first_byte, exchange = service.next_exchange()
-        typed.append(1000 * (field.time_of_next_text() - first_byte) - exchange)
+        typed.append(1000 * (field.time_of_next_text(TEXT) - first_byte) - exchange)
     return starts, typed
 
 
@@ -83,7 +51,7 @@ def type_with(session, field, tool, rounds):
     for _ in range(rounds):
         begun = time.monotonic()
         process = session.start(*tool)
-        times.append(1000 * (field.time_of_next_text() - begun))
+        times.append(1000 * (field.time_of_next_text(TEXT) - begun))
         process.wait()
     return times
 
@@ -102,11 +70,7 @@ def use(session, field, tool, rounds):
 def under_x11(rounds, seconds):
     """As use() returns it, but for the process: its memory in megabytes and its wake-ups a second."""
     with PrivateSession(display=True) as session:
-        field = Field(session, "xterm", "-u8", "-e")
-        search = ("xdotool", "search", "--onlyvisible", "--class", "xterm")
-        window = wait_until(lambda: session.run(*search, check=False).stdout.strip(), "the terminal is shown")
-        session.run("xdotool", "windowfocus", "--sync", window)
-        *times, typist = use(session, field, XDOTOOL, rounds)
+        *times, typist = use(session, TerminalField.under_x11(session), XDOTOOL, rounds)
         before = wake_ups(typist.pid)
         time.sleep(seconds)
         return *times, resident_megabytes(typist.pid), (wake_ups(typist.pid) - before) / seconds
@@ -114,7 +78,7 @@ def under_x11(rounds, seconds):
 
 def under_sway(rounds):
     with SwaySession() as session:
-        field = Field(session, "foot", "--log-level", "none")
+        field = TerminalField(session, "foot", "--log-level", "none")
         return use(session, field, WTYPE, rounds)[:-1]
 
 

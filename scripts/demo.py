@@ -23,7 +23,7 @@ sys.dont_write_bytecode = True
 
 from support.private_session import (  # noqa: E402
     PORT, SPEECH, Failure, PrivateSession, enter_private_namespaces, wait_until)
-from support.time_lines import TimeLine, picture  # noqa: E402
+from support.time_lines import TimeLine  # noqa: E402
 from support.word_error_rate import WordErrorRate, word_error_rate  # noqa: E402
 
 # All of the read prose, and one speaker of playing cards: the folder, the file of the spoken words, and the names.
@@ -95,9 +95,10 @@ def main():
         enter_private_namespaces()
     if port_is_taken():
         raise Failure(f"port {PORT} of this machine is taken, most likely by a running Kavrin; end that first")
-    time_lines = demonstrate_microphone() if options.mic else demonstrate_recordings()
-    if options.svg:
-        options.svg.write_text(picture(time_lines), encoding="utf-8")
+    if options.mic:
+        demonstrate_microphone()
+    else:
+        demonstrate_recordings()
 
 
 def parse_options():
@@ -105,7 +106,6 @@ def parse_options():
         prog="scripts/demo", description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--mic", action="store_true",
                         help="listen to this machine's microphone instead of the recordings")
-    parser.add_argument("--svg", metavar="FILE", type=pathlib.Path, help="draw the time lines as an SVG picture")
     return parser.parse_args()
 
 
@@ -114,15 +114,17 @@ def port_is_taken():
         return probe.connect_ex(("127.0.0.1", PORT)) == 0
 
 
+def clips():
+    return [Clip(folder, transcription, name) for folder, transcription, names in RECORDINGS for name in names]
+
+
 def demonstrate_recordings():
-    clips = [Clip(folder, transcription, name) for folder, transcription, names in RECORDINGS for name in names]
-    time_lines = []
     total = WordErrorRate()
     with PrivateSession() as session:
         session.start_speech_service()
         session.start_kavrin()
         keyboard = Keyboard(session)
-        for clip in clips:
+        for clip in clips():
             def speak(path=clip.path):
                 session.play(path)
                 time.sleep(LAST_WORD)
@@ -132,10 +134,8 @@ def demonstrate_recordings():
                 raise Failure(f"{clip.name}: there is no transcript")
             rate = word_error_rate(clip.spoken, heard)
             report(time_line, spoken=clip.spoken, heard=heard, errors=str(rate))
-            time_lines.append(time_line)
             total += rate
-    print(f"\nWord error rate of all {len(clips)} recordings: {total}")
-    return time_lines
+    print(f"\nWord error rate of all {len(clips())} recordings: {total}")
 
 
 def demonstrate_microphone():
@@ -152,7 +152,6 @@ def demonstrate_microphone():
         if not heard:
             raise Failure("no word was understood")
         report(time_line, heard=heard)
-    return [time_line]
 
 
 def sound_server_of_this_machine():

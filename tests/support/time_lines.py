@@ -4,10 +4,10 @@
 from dataclasses import dataclass
 from xml.sax.saxutils import escape
 
-# The states that each of the keyboard's commands leads to, in their order, and what has passed by then.
+# The states that each command leads to, in their order, and what has passed by then.
 PHASES = {
     "start": {"starting": "command noticed", "recording": "microphone open"},
-    "stop": {"working": "command noticed", "done": "text there"},
+    "stop": {"working": "command noticed", "done": "text heard", "typed": "at the cursor"},
 }
 
 # Where the picture shows each command's time lines: left edge and width. Opening a microphone and transcribing
@@ -23,13 +23,13 @@ _STYLE = """
     .faint { fill: #6e6e73; }
     .grid { stroke: #d2d2d7; }
     .starting { fill: #a8c7fa; } .recording { fill: #2f6fde; }
-    .working { fill: #f3c98b; } .done { fill: #c77a12; }
+    .working { fill: #f3c98b; } .done { fill: #c77a12; } .typed { fill: #2e7d32; }
     @media (prefers-color-scheme: dark) {
       text { fill: #f5f5f7; }
       .faint { fill: #a1a1a6; }
       .grid { stroke: #424245; }
       .starting { fill: #34527f; } .recording { fill: #6ea8ff; }
-      .working { fill: #6b5126; } .done { fill: #f0b357; }
+      .working { fill: #6b5126; } .done { fill: #f0b357; } .typed { fill: #6fcf7f; }
     }
 """
 

@@ -2,6 +2,7 @@
 #include "dictation/DictateModel.h"
 
 #include "dictation/Dictations.h"
+#include "platform/PlatformText.h"
 
 namespace kavrin
 {
@@ -54,7 +55,11 @@ void DictateModel::start()
 /// A recorder that begins anew still has the message of its last dictation.
 QString DictateModel::message() const
 {
-    return shown().isStarting() ? u"Starting…"_s : shown().message();
+    if (shown().isStarting()) {
+        return u"Starting…"_s;
+    }
+    // What was said is shown as it was said.
+    return isRecording() ? platformText(shown().message()) : shown().message();
 }
 
 void DictateModel::stop()

@@ -3,6 +3,7 @@ import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
 import Kavrin.Dictation
+import Kavrin.Platform
 import Kavrin.Theme
 
 /// The dictation screen. It records from its creation, and releases its recorder when it is destroyed. A Loader makes a
@@ -141,7 +142,7 @@ FocusScope {
                         Layout.margins: Theme.margin
                         visible: view.rec.done
                         horizontalAlignment: Text.AlignHCenter
-                        text: qsTr("Swipe back to your app. The text is inserted when the keyboard reappears and is also on your clipboard.")
+                        text: Platform.text("Swipe back to your app. The text is inserted when the keyboard reappears and is also on your clipboard.")
                         Accessible.role: Accessible.StaticText
                         Accessible.name: text
                     }

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "screens/PageModel.h"
 
+#include "platform/PlatformText.h"
+
 #include <algorithm>
 
 namespace kavrin
 {
 
 SectionModel::SectionModel(const Prefs::Sect &section, QObject *parent)
-    : QObject(parent), m_title(section.title)
+    : QObject(parent), m_title(platformText(section.title))
 {
     for (const Prefs::Item &item : section.items) {
         if (item.onlyInKeyboard) {
@@ -35,7 +37,8 @@ void SectionModel::refresh()
     std::ranges::for_each(m_settings, &SettingModel::refresh);
 }
 
-PageModel::PageModel(const Prefs::Page &page, QObject *parent) : QObject(parent), m_title(page.title)
+PageModel::PageModel(const Prefs::Page &page, QObject *parent)
+    : QObject(parent), m_title(platformText(page.title))
 {
     for (const Prefs::Sect &section : page.sections) {
         m_sections.append(new SectionModel(section, this));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
+import Kavrin.Platform
 import Kavrin.Screens
 import Kavrin.Theme
 
@@ -73,7 +74,7 @@ Loader {
         id: contactsDenied
 
         StatusRow {
-            text: "Denied. Enable Contacts for Kavrin in iOS Settings."
+            text: Platform.text("Denied. Enable Contacts for Kavrin in iOS Settings.")
             color: Theme.secondaryText
         }
     }
@@ -104,7 +105,7 @@ Loader {
             spacing: -6
 
             StatusRow {
-                text: "Not shared (keyboard keeps its own copy)"
+                text: Platform.text("Not shared (keyboard keeps its own copy)")
                 symbol: "exclamationmark.triangle.fill"
                 color: Theme.warning
             }
@@ -112,7 +113,7 @@ Loader {
                 x: Theme.margin
                 width: parent.width - 2 * Theme.margin
                 bottomPadding: Theme.rowPadding
-                text: "Sideloading often strips the App Group. Use “Copy all settings & keys” here, then “Import settings from clipboard” in the keyboard's own settings."
+                text: Platform.text("Sideloading often strips the App Group. Use “Copy all settings & keys” here, then “Import settings from clipboard” in the keyboard's own settings.")
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }

@@ -189,7 +189,7 @@ QVariantList SettingModel::options() const
 {
     QVariantList options;
     for (const Prefs::Opt &option : kindOf<catalogue::Choice>(m_item).options) {
-        options.append(QVariantMap{{u"v"_s, option.v}, {u"t"_s, option.t}});
+        options.append(QVariantMap{{u"v"_s, option.v}, {u"t"_s, platformText(option.t)}});
     }
     return options;
 }

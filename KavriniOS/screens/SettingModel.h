@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "platform/PlatformText.h"
 #include "store/Prefs.h"
 
 #include <QCoroTask>
@@ -11,8 +12,8 @@
 namespace kavrin
 {
 
-/// One item of the catalogue as a row shows it. Reads through Prefs, and stores every change at once.
-/// Main thread only.
+/// One item of the catalogue as a row shows it, in the platform's words. Reads through Prefs, and stores
+/// every change at once. Main thread only.
 class SettingModel : public QObject
 {
     Q_OBJECT
@@ -52,10 +53,10 @@ public:
     explicit SettingModel(Prefs::Item item, QObject *parent = nullptr);
 
     [[nodiscard]] QString key() const { return m_item.key; }
-    [[nodiscard]] QString title() const { return m_item.title; }
+    [[nodiscard]] QString title() const { return platformText(m_item.title); }
 
     /// Empty if the item has none.
-    [[nodiscard]] QString footer() const { return m_item.footer.value_or(QString()); }
+    [[nodiscard]] QString footer() const { return platformText(m_item.footer.value_or(QString())); }
 
     [[nodiscard]] Kind kind() const { return Kind(m_item.kind.index()); }
     [[nodiscard]] bool isVisible() const { return m_visible; }

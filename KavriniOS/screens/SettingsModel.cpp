@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "screens/SettingsModel.h"
 
+#include "platform/PlatformText.h"
+
 #include <QVariantMap>
 
 #include <algorithm>
@@ -20,7 +22,8 @@ QVariantList SettingsModel::pages() const
 {
     QVariantList pages;
     for (const Prefs::Page &page : m_catalogue) {
-        pages.append(QVariantMap{{u"id"_s, page.id}, {u"title"_s, page.title}, {u"icon"_s, page.icon}});
+        pages.append(
+            QVariantMap{{u"id"_s, page.id}, {u"title"_s, platformText(page.title)}, {u"icon"_s, page.icon}});
     }
     return pages;
 }

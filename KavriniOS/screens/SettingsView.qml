@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 import QtQuick.Templates as T
+import Kavrin.Platform
 import Kavrin.Screens
 import Kavrin.Theme
 
@@ -44,7 +45,7 @@ TitledPage {
                 width: parent.width - 2 * Theme.margin
                 topPadding: Theme.rowPadding
                 bottomPadding: Theme.rowPadding
-                text: "Settings › General › Keyboard › Keyboards › Add New Keyboard › Kavrin, then enable Allow Full Access."
+                text: Platform.text("Settings › General › Keyboard › Keyboards › Add New Keyboard › Kavrin, then enable Allow Full Access.")
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
             }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "screens/ToolbarOrder.h"
 
+#include "platform/PlatformText.h"
 #include "screens/StoreNote.h"
 #include "screens/UnseenChanges.h"
 #include "store/Prefs.h"
@@ -60,7 +61,7 @@ QVariant ToolbarOrder::data(const QModelIndex &index, int role) const
     case ToolId:
         return id;
     case Title:
-        return tool != nullptr ? tool->title : QString();
+        return tool != nullptr ? platformText(tool->title) : QString();
     case Icon:
         return tool != nullptr ? tool->icon : QString();
     case Shown:

@@ -4,6 +4,7 @@
 #include "doubles/FakeRecorderPlatform.h"
 #include "store/Shared.h"
 #include "support/Painted.h"
+#include "support/PhoneWays.h"
 #include "support/QmlWindow.h"
 #include "support/Wait.h"
 
@@ -21,10 +22,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-const QString listening = u"Listening… tap the keyboard mic again to stop."_s;
+const QString listening = u"Listening… Press Stop when you are done."_s;
 const QString hint =
-    u"Swipe back to your app. The text is inserted when the keyboard reappears and is also on your "
-    "clipboard."_s;
+    u"The text is on your clipboard: paste it where you want it. A keyboard inserts it by itself."_s;
 
 QString shared(const QString &key)
 {
@@ -178,6 +178,7 @@ TEST_P(DictateViewStateTest, ShowsWhatTheStateIs)
     QStringList seen = painted(window().view(), view());
     seen.removeDuplicates(); // of a symbol that lights up
     EXPECT_EQ(seen, expected.painted);
+    EXPECT_EQ(phoneWaysIn(seen + window().names()), QStringList());
     for (const QString &name : {u"Stop"_s, u"Close"_s, hint}) {
         EXPECT_EQ(shows(name), expected.painted.contains(name)) << name.toStdString();
     }
@@ -218,6 +219,12 @@ TEST_P(DictateViewStateTest, LetsGoOfEverythingWhenClosed)
 
 INSTANTIATE_TEST_SUITE_P(DictateView, DictateViewStateTest, testing::ValuesIn(table),
                          [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(DictateViewTest, ShowsWhatWasSaidAsItWasSaid)
+{
+    dictate(u"iOS system dictation"_s);
+    EXPECT_EQ(message(), u"iOS system dictation");
+}
 
 TEST_F(DictateViewTest, DrawsTwoTranslucentCirclesAboutTheSymbol)
 {

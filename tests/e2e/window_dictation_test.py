@@ -15,10 +15,10 @@ from support.speech import SPOKEN
 
 CLIP = SPEECH / "cards" / "001.wav"
 
-LISTENING = "Listening… tap the keyboard mic again to stop."
+LISTENING = "Listening… Press Stop when you are done."
 NO_ANSWER = ("Recording failed: The sound server cannot be reached (it does not answer). Check that PipeWire or "
              "PulseAudio is running, then try again.")
-HINT = "Swipe back to your app. The text is inserted when the keyboard reappears and is also on your clipboard."
+HINT = "The text is on your clipboard: paste it where you want it. A keyboard inserts it by itself."
 
 # What the screen shows, from top to bottom.
 MESSAGE, STOP, CLOSE = "label", ("push button", "Stop"), ("push button", "Close")

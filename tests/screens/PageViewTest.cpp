@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "platform/PlatformText.h"
 #include "screens/Screens.h"
 #include "support/StoredValues.h"
 
@@ -24,13 +25,13 @@ QStringList rowNames(const Prefs::Page &page)
 {
     const QHash<QString, QString> named = {
         {u"act.contacts"_s, u"Allow contacts access"_s},
-        {u"act.syncStatus"_s, u"Not shared (keyboard keeps its own copy)"_s},
+        {u"act.syncStatus"_s, u"No keyboard has used these settings yet"_s},
     };
     QStringList names;
     for (const Prefs::Sect &section : page.sections) {
         for (const Prefs::Item &item : section.items) {
             if (Prefs::isVisible(item.key) && !notShown.contains(item.key)) {
-                names.append(named.value(item.key, item.title));
+                names.append(named.value(item.key, platformText(item.title)));
             }
         }
     }
@@ -50,7 +51,7 @@ TEST_F(PageViewTest, ShowsEveryVisibleItemOfEveryPageInItsOrder)
         openPage(page.id);
         const QStringList rows = rowNames(page);
         QStringList shown = window().names();
-        EXPECT_EQ(shown.takeFirst(), page.title);
+        EXPECT_EQ(shown.takeFirst(), platformText(page.title));
         for (const QString &row : rows) {
             const qsizetype at = shown.indexOf(row);
             EXPECT_GE(at, 0) << qPrintable(row) << " is not shown, or not in its order";
@@ -76,7 +77,7 @@ TEST_F(PageViewTest, ShowsRowsOfEveryKindWhateverTheSuiteHoldsAndLeavesItThere)
         Prefs::forget();
         openPage({{u"page"_s, u"Page"_s, u"gearshape"_s, {{u""_s, items}}}}, u"page"_s);
         for (const Prefs::Item &item : items) {
-            EXPECT_TRUE(window().names().contains(item.title)) << qPrintable(item.title);
+            EXPECT_TRUE(window().names().contains(platformText(item.title))) << qPrintable(item.title);
             EXPECT_EQ(stored(item.key), value) << qPrintable(item.title);
         }
     }
@@ -258,10 +259,11 @@ TEST_F(PageViewTest, GivesEveryControlNameRoleActionAndItsFooterAsDescription)
                     continue;
                 }
                 SCOPED_TRACE(qPrintable(item.key));
-                QAccessibleInterface *control = window().find(item.title, roles[item.kind.index()]);
+                QAccessibleInterface *control =
+                    window().find(platformText(item.title), roles[item.kind.index()]);
                 ASSERT_TRUE(control != nullptr);
-                EXPECT_TRUE(
-                    control->text(QAccessible::Description).endsWith(item.footer.value_or(QString())));
+                EXPECT_TRUE(control->text(QAccessible::Description)
+                                .endsWith(platformText(item.footer.value_or(QString()))));
                 EXPECT_FALSE(control->actionInterface() == nullptr
                              || control->actionInterface()->actionNames().isEmpty());
             }

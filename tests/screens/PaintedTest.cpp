@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/Painted.h"
+#include "platform/PlatformText.h"
 #include "screens/Screens.h"
 #include "support/Suite.h"
 
@@ -41,25 +42,26 @@ protected:
 /// What the row of an item shows above its footer, as the settings stand.
 QStringList bodyOf(const Prefs::Item &item)
 {
+    const QString title = platformText(item.title);
     const QHash<QString, QStringList> ofActions = {
-        {u"act.toolbar"_s, {item.title, u"(chevron.right)"_s}},
+        {u"act.toolbar"_s, {title, u"(chevron.right)"_s}},
         {u"act.contacts"_s, {u"Allow contacts access"_s}},
         {u"act.syncStatus"_s,
-         {u"(exclamationmark.triangle.fill)"_s, u"Not shared (keyboard keeps its own copy)"_s,
-          u"Sideloading often strips the App Group. Use “Copy all settings & keys” here, then “Import "
+         {u"(exclamationmark.triangle.fill)"_s, u"No keyboard has used these settings yet"_s,
+          u"A keyboard in a sandbox may keep its own copy. Use “Copy all settings & keys” here, then “Import "
           u"settings from clipboard” in the keyboard's own settings."_s}},
     };
     if (const auto *slider = std::get_if<catalogue::Slider>(&item.kind)) {
-        return {item.title, Prefs::format(slider->defaultValue, slider->unit)};
+        return {title, Prefs::format(slider->defaultValue, slider->unit)};
     }
     if (const auto *choice = std::get_if<catalogue::Choice>(&item.kind)) {
         const auto chosen = std::ranges::find(choice->options, choice->defaultValue, &Prefs::Opt::v);
-        return {item.title, chosen->t, u"(chevron.up.chevron.down)"_s};
+        return {title, platformText(chosen->t), u"(chevron.up.chevron.down)"_s};
     }
     if (const auto *text = std::get_if<catalogue::Text>(&item.kind); text && !text->defaultValue.isEmpty()) {
-        return {item.title, text->defaultValue};
+        return {title, text->defaultValue};
     }
-    return ofActions.value(item.key, {item.title});
+    return ofActions.value(item.key, {title});
 }
 
 QStringList rowOf(const Prefs::Item &item)
@@ -67,7 +69,7 @@ QStringList rowOf(const Prefs::Item &item)
     if (!Prefs::isVisible(item.key) || item.onlyInKeyboard) {
         return {};
     }
-    return item.footer ? bodyOf(item) + QStringList{*item.footer} : bodyOf(item);
+    return item.footer ? bodyOf(item) + QStringList{platformText(*item.footer)} : bodyOf(item);
 }
 
 QStringList contentOf(const Prefs::Page &page)
@@ -131,7 +133,8 @@ TEST_F(PaintedTest, AStatusShowsItsSymbolAndItsText)
     EXPECT_EQ(shown().last(2), (QStringList{u"(checkmark.circle.fill)"_s, u"Allowed"_s}));
     contacts.status = Contacts::AuthorizationStatus::Denied;
     openPage(u"extensions"_s, wholePage);
-    EXPECT_EQ(shown().last(), u"Denied. Enable Contacts for Kavrin in iOS Settings.");
+    EXPECT_EQ(shown().last(),
+              u"Not available: this desktop has no address book, or does not let Kavrin read it.");
     put(Shared::d(), u"probeKb"_s, true);
     openPage(u"advanced"_s, wholePage);
     EXPECT_EQ(shown().mid(2, 2),
@@ -167,7 +170,8 @@ TEST_F(PaintedTest, TheFirstScreenShowsHowToBeginAndTheWayToEveryPage)
     openSettings(wholePage);
     QStringList expected = {
         u"Kavrin"_s, u"Setup"_s,
-        u"Settings › General › Keyboard › Keyboards › Add New Keyboard › Kavrin, then enable Allow Full Access."_s,
+        platformText(
+            u"Settings › General › Keyboard › Keyboards › Add New Keyboard › Kavrin, then enable Allow Full Access."_s),
         u"Try the keyboard here"_s};
     for (const Prefs::Page &page : Prefs::pages()) {
         expected += {u"(%1)"_s.arg(page.icon), page.title, u"(chevron.right)"_s};

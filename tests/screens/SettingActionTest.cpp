@@ -17,7 +17,8 @@ TEST_F(SettingActionTest, SaysHowAccessToContactsStands)
         Status status;
         QString row;
     };
-    const QString denied = u"Denied. Enable Contacts for Kavrin in iOS Settings."_s;
+    const QString denied =
+        u"Not available: this desktop has no address book, or does not let Kavrin read it."_s;
     for (const Case &c : std::vector<Case>{{Status::NotDetermined, u"Allow contacts access"_s},
                                            {Status::Restricted, denied},
                                            {Status::Denied, denied},
@@ -31,7 +32,8 @@ TEST_F(SettingActionTest, SaysHowAccessToContactsStands)
 TEST_F(SettingActionTest, ShowsTheAnswerAboutContactsWithoutLeavingThePage)
 {
     for (const auto &[answer, row] : std::vector<std::pair<Status, QString>>{
-             {Status::Denied, u"Denied. Enable Contacts for Kavrin in iOS Settings."_s},
+             {Status::Denied,
+              u"Not available: this desktop has no address book, or does not let Kavrin read it."_s},
              {Status::Authorized, u"Allowed"_s}}) {
         contacts.status = Status::NotDetermined;
         openPage(u"extensions"_s);
@@ -44,15 +46,16 @@ TEST_F(SettingActionTest, ShowsTheAnswerAboutContactsWithoutLeavingThePage)
 TEST_F(SettingActionTest, SaysWhetherTheKeyboardHasBeenSeenInTheSuite)
 {
     openPage(u"advanced"_s);
-    EXPECT_TRUE(window().find(u"Not shared (keyboard keeps its own copy)"_s) != nullptr);
+    EXPECT_TRUE(window().find(u"No keyboard has used these settings yet"_s) != nullptr);
     EXPECT_TRUE(
-        window().find(u"Sideloading often strips the App Group. Use “Copy all settings & keys” here, then "
-                      u"“Import settings from clipboard” in the keyboard's own settings."_s)
+        window().find(
+            u"A keyboard in a sandbox may keep its own copy. Use “Copy all settings & keys” here, then "
+            u"“Import settings from clipboard” in the keyboard's own settings."_s)
         != nullptr);
     test::put(Shared::d(), u"probeKb"_s, false);
     openPage(u"advanced"_s);
     EXPECT_TRUE(window().find(u"Keyboard and app share settings"_s) != nullptr);
-    EXPECT_TRUE(window().find(u"Not shared (keyboard keeps its own copy)"_s) == nullptr);
+    EXPECT_TRUE(window().find(u"No keyboard has used these settings yet"_s) == nullptr);
 }
 
 TEST_F(SettingActionTest, CopiesAllSettingsAndSaysSoUntilThePageIsLeft)

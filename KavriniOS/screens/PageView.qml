@@ -10,11 +10,25 @@ TitledPage {
 
     required property PageModel page
     required property SettingActions actions
+    /// Shows what the page's settings do; null if there is nothing to show.
+    property Component preview: null
+    property bool previewFolded: false
 
     /// The user wants to try dictation.
     signal dictate
 
+    /// The user wants to fold the preview, or to see it again.
+    signal previewFoldToggled
+
     title: page.title
+    // Below the page, it must leave half of the height for the settings.
+    showsAside: preview !== null && (isAsideBeside || height >= 2 * aside.implicitHeight)
+    aside: PreviewPlace {
+        preview: view.preview
+        beside: view.isAsideBeside
+        folded: view.previewFolded
+        onFoldToggled: view.previewFoldToggled()
+    }
 
     Component {
         id: toolbarOrderView

@@ -10,23 +10,32 @@ TitledPage {
     id: view
 
     required property SettingsModel settings
+    /// Whether no other list of the pages is in view.
+    property bool alone: true
+    /// Whether the user has folded the preview, on all pages.
+    property bool previewFolded: false
 
     /// The user wants to try dictation.
     signal dictate
 
-    title: "Kavrin"
+    title: alone ? "Kavrin" : "Start"
 
-    function openPage(id: string) {
-        T.StackView.view.push(pageView, {
-            page: settings.makePage(id),
-            actions: settings.actions
-        });
+    function openPage(id: string, operation: int) {
+        const stack = T.StackView.view;
+        const page = settings.makePage(id);
+        if (page) {
+            stack.push(pageView, { page: page, pageId: id, actions: settings.actions }, operation);
+        } else if (id === "dictionary") {
+            stack.push(dictionaryView, { pageId: id }, operation);
+        }
     }
 
     Component {
         id: pageView
 
         PageView {
+            previewFolded: view.previewFolded
+            onPreviewFoldToggled: view.previewFolded = !view.previewFolded
             onDictate: view.dictate()
         }
     }
@@ -58,33 +67,9 @@ TitledPage {
         }
     }
 
-    Card {
-        Repeater {
-            model: view.settings.pages
-
-            CardRow {
-                id: row
-
-                required property var modelData
-
-                textInset: Theme.margin + Theme.symbolSize + 14
-
-                LinkRow {
-                    text: row.modelData.title
-                    symbol: row.modelData.icon
-                    onClicked: view.openPage(row.modelData.id)
-                }
-            }
-        }
-    }
-
-    Card {
-        CardRow {
-            LinkRow {
-                text: "Personal dictionary & shortcuts"
-                symbol: "character.book.closed"
-                onClicked: view.T.StackView.view.push(dictionaryView)
-            }
-        }
+    PageList {
+        visible: view.alone
+        settings: view.settings
+        onOpened: id => view.openPage(id, T.StackView.PushTransition)
     }
 }

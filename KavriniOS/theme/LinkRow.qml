@@ -7,6 +7,10 @@ PressButton {
     id: row
 
     property string symbol
+    /// Whether its page takes the place of this one. The page may also stand beside it.
+    property bool leadsAway: true
+    /// Whether its page stands beside it now.
+    property bool current: false
 
     width: parent.width
     implicitHeight: Math.max(Theme.rowHeight, implicitContentHeight + topPadding + bottomPadding)
@@ -15,8 +19,19 @@ PressButton {
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
 
+    Accessible.selected: current
+
     background: RowBackground {
         control: row
+
+        Rectangle {
+            z: -1
+            anchors.fill: parent
+            anchors.margins: 3
+            radius: Theme.radius - 3
+            visible: row.current
+            color: Theme.pressed
+        }
     }
     contentItem: RowLayout {
         spacing: 14
@@ -31,6 +46,7 @@ PressButton {
             text: row.text
         }
         Symbol {
+            visible: row.leadsAway
             name: "chevron.right"
             size: 13
             color: Theme.secondaryText

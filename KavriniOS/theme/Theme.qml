@@ -41,6 +41,12 @@ QtObject {
     readonly property int barHeight: 52
     readonly property int symbolSize: 20
     readonly property int contentWidth: 640
+    /// The list of pages stands beside the page from this width on.
+    readonly property real twoPanesWidth: Math.max(800, sidebarWidth + 380 * fontScale)
+    readonly property real sidebarWidth: Math.round(290 * fontScale)
+    /// What belongs to a page stands beside its content if the page has this width.
+    readonly property real asideFromWidth: asideWidth + 390 * fontScale
+    readonly property int asideWidth: 380
 
     /// The type size follows the font size that the desktop asks for. Its lines are 18 pixels high if the desktop asks
     /// for none.

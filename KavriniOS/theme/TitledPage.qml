@@ -3,12 +3,18 @@ import QtQuick
 import QtQuick.Templates as T
 
 /// A page: a bar with the content below it. The content begins with a large title, which shrinks into the bar as it
-/// scrolls away. The content keeps a readable width.
+/// scrolls away. The content keeps a readable width. What always stays in view is beside it or below it.
 FocusScope {
     id: page
 
     property string title
-    property bool canGoBack: T.StackView.index > 0
+    /// Names the page; empty if nobody asks for it by name.
+    property string pageId
+    property bool canGoBack: T.StackView.index > (T.StackView.view?.rootIndex ?? 0)
+    /// Stays in view beside the content if the page is wide enough for both, otherwise below it. May be null.
+    property Item aside: null
+    property bool showsAside: aside !== null
+    readonly property bool isAsideBeside: width >= Theme.asideFromWidth
     default property alias content: column.data
     readonly property alias contentColumn: column
     readonly property alias flickable: flickable
@@ -64,6 +70,8 @@ FocusScope {
 
         anchors.fill: parent
         anchors.topMargin: Theme.barHeight
+        anchors.rightMargin: page.showsAside && page.isAsideBeside ? asidePlace.width : 0
+        anchors.bottomMargin: page.showsAside && !page.isAsideBeside ? asidePlace.height : 0
         contentWidth: width
         contentHeight: column.height
         boundsBehavior: Flickable.DragOverBounds
@@ -74,7 +82,7 @@ FocusScope {
             id: column
 
             x: (parent.width - width) / 2
-            width: Math.min(page.width - 2 * Theme.margin, Theme.contentWidth)
+            width: Math.min(parent.width - 2 * Theme.margin, Theme.contentWidth)
             bottomPadding: 2 * Theme.margin
             spacing: 26
 
@@ -95,6 +103,17 @@ FocusScope {
                 Accessible.name: text
             }
         }
+    }
+
+    Item {
+        id: asidePlace
+
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        visible: page.showsAside
+        width: page.isAsideBeside ? Theme.asideWidth : parent.width
+        height: page.isAsideBeside ? parent.height - Theme.barHeight : page.aside?.implicitHeight ?? 0
+        children: page.aside ? [page.aside] : []
     }
 
     Item {

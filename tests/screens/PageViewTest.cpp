@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QQmlComponent>
 #include <QtTest/QTest>
 
 #include <algorithm>
@@ -388,6 +389,71 @@ TEST_F(PageViewTest, ShowsWhatIsStoredAgainWhenItIsOpenedAgain)
     window().click(u"Bold letters"_s);
     openPage(u"look"_s);
     EXPECT_TRUE(window().find(u"Bold letters"_s)->state().checked);
+}
+
+class PreviewPlaceTest : public Screens
+{
+protected:
+    /// Shows the page "Layout" with a preview of this height.
+    void openPageWithPreview(QSize size, int height)
+    {
+        openPage(u"layout"_s, size);
+        m_preview = std::make_unique<QQmlComponent>(window().view().engine());
+        m_preview->setData(u"import QtQuick; Item { implicitHeight: %1; Accessible.role: Accessible.Graphic; "
+                           "Accessible.name: \"Preview\" }"_s.arg(height)
+                               .toUtf8(),
+                           QUrl());
+        window().top()->setProperty("preview", QVariant::fromValue(m_preview.get()));
+    }
+
+    /// The preview's place in the window; empty where there is none.
+    QRect preview()
+    {
+        window().view().grabWindow();
+        const QQuickItem *item = window().item(u"Preview"_s);
+        return item ? item->mapRectToScene(item->boundingRect()).toRect() : QRect();
+    }
+
+private:
+    std::unique_ptr<QQmlComponent> m_preview;
+};
+
+TEST_F(PreviewPlaceTest, IsBesideAWidePageAndBelowANarrowOne)
+{
+    openPageWithPreview(QSize(800, 720), 200);
+    const QQuickItem *row = window().item(u"Key height"_s);
+    EXPECT_GT(preview().left(), row->mapToScene(QPointF(row->width(), 0)).x());
+    openPageWithPreview(QSize(360, 720), 200);
+    EXPECT_GT(preview().top(), 400);
+    EXPECT_EQ(preview().height(), 200);
+}
+
+TEST_F(PreviewPlaceTest, StaysInViewWhereverThePageIsScrolled)
+{
+    openPageWithPreview(QSize(360, 720), 200);
+    const QRect before = preview();
+    window().click(u"Number row"_s);
+    EXPECT_EQ(preview(), before);
+    const QQuickItem *row = window().item(u"Number row"_s);
+    EXPECT_LE(row->mapToScene(QPointF(0, row->height())).y(), before.top());
+}
+
+TEST_F(PreviewPlaceTest, IsFoldedAndUnfoldedBelowAPage)
+{
+    openPageWithPreview(QSize(360, 720), 200);
+    QSignalSpy toggled(window().top(), SIGNAL(previewFoldToggled()));
+    window().click(u"Hide preview"_s);
+    EXPECT_EQ(toggled.count(), 1);
+    window().top()->setProperty("previewFolded", true);
+    EXPECT_EQ(preview(), QRect());
+    EXPECT_TRUE(window().find(u"Show preview"_s) != nullptr);
+}
+
+TEST_F(PreviewPlaceTest, LeavesHalfOfThePageToTheSettings)
+{
+    openPageWithPreview(QSize(360, 400), 200);
+    EXPECT_EQ(preview(), QRect());
+    EXPECT_TRUE(window().find(u"Hide preview"_s) == nullptr);
 }
 
 } // namespace

@@ -45,13 +45,12 @@ protected:
     void openPage(const QString &id, QSize size = QSize(360, 720)) { openPage(Prefs::pages(), id, size); }
 
     /// Shows the first screen of the application.
-    void openSettings(QSize size = QSize(360, 720))
+    void openSettings(QSize size = QSize(360, 720)) { open(u"SettingsView"_s, {}, size); }
+
+    /// Shows all settings, as the application's window does.
+    void openPanes(QSize size = QSize(360, 720), const QVariantMap &properties = {})
     {
-        m_window.reset();
-        m_settings = std::make_unique<SettingsModel>(pasteboard, contacts);
-        m_window = std::make_unique<QmlWindow>(
-            u"Kavrin.Screens"_s, u"SettingsView"_s,
-            QVariantMap{{u"settings"_s, QVariant::fromValue(m_settings.get())}}, size);
+        open(u"SettingsPanes"_s, properties, size);
     }
 
     QmlWindow &window() { return *m_window; }
@@ -61,6 +60,14 @@ protected:
     static std::optional<PropertyListValue> stored(const QString &key) { return Shared::d().object(key); }
 
 private:
+    void open(const QString &type, QVariantMap properties, QSize size)
+    {
+        m_window.reset();
+        m_settings = std::make_unique<SettingsModel>(pasteboard, contacts);
+        properties.insert(u"settings"_s, QVariant::fromValue(m_settings.get()));
+        m_window = std::make_unique<QmlWindow>(u"Kavrin.Screens"_s, type, properties, size);
+    }
+
     std::vector<Prefs::Page> m_catalogue;
     std::unique_ptr<SettingsModel> m_settings;
     std::unique_ptr<PageModel> m_page;

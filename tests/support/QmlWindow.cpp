@@ -106,12 +106,18 @@ QQuickItem *QmlWindow::top() const
     return m_view.rootObject()->property("currentItem").value<QQuickItem *>();
 }
 
+QAccessibleInterface *QmlWindow::topInterface() const
+{
+    QAccessibleInterface *interface = QAccessible::queryAccessibleInterface(top());
+    return interface ? interface : QAccessible::queryAccessibleInterface(m_view.rootObject()->window());
+}
+
 QAccessibleInterface *QmlWindow::find(const QString &name, QAccessible::Role role) const
 {
     QAccessibleInterface *found = nullptr;
     bool done = false;
     visit(
-        QAccessible::queryAccessibleInterface(top()),
+        topInterface(),
         [&](QAccessibleInterface *interface) {
             if (interface->text(QAccessible::Name) == name
                 && (role == QAccessible::NoRole || interface->role() == role)) {
@@ -134,7 +140,7 @@ QStringList QmlWindow::names() const
     QStringList names;
     bool done = false;
     visit(
-        QAccessible::queryAccessibleInterface(top()),
+        topInterface(),
         [&](QAccessibleInterface *interface) {
             const QString name = interface->text(QAccessible::Name);
             if (!name.isEmpty()) {
@@ -157,8 +163,10 @@ void QmlWindow::click(const QString &name)
 void QmlWindow::click(QQuickItem *item)
 {
     m_view.grabWindow(); // lays out what has just appeared
-    if (top()->metaObject()->indexOfMethod("show(QQuickItem*)") >= 0) {
-        QMetaObject::invokeMethod(top(), "show", Q_ARG(QQuickItem *, item));
+    for (QQuickItem *page = item; page != nullptr; page = page->parentItem()) {
+        if (page->metaObject()->indexOfMethod("show(QQuickItem*)") >= 0) {
+            QMetaObject::invokeMethod(page, "show", Q_ARG(QQuickItem *, item));
+        }
     }
     const QPointF middle = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
     QTest::mouseClick(&m_view, Qt::LeftButton, Qt::NoModifier, middle.toPoint());

@@ -39,6 +39,9 @@ public:
     [[nodiscard]] QQuickItem *root() const;
     [[nodiscard]] QQuickItem *top() const;
 
+    /// What a screen reader finds instead of the top view: the window where the view itself is nothing to it.
+    [[nodiscard]] QAccessibleInterface *topInterface() const;
+
     /// What a screen reader finds visible under a name in the top view, the first with the role `role` where
     /// one is given; null where there is nothing.
     [[nodiscard]] QAccessibleInterface *find(const QString &name,

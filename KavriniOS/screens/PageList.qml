@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import Kavrin.Screens
+import Kavrin.Theme
+
+/// Links to every page, and to the dictionary. They lead away, or choose what stands beside the list.
+Column {
+    id: list
+
+    required property SettingsModel settings
+    /// Whether the page stands beside the list. The list then has a link to the first screen, too.
+    property bool beside: false
+    /// The id of the page beside the list; empty for the first screen.
+    property string current
+
+    /// The user wants to see the page with this id; empty for the first screen.
+    signal opened(id: string)
+
+    width: parent.width
+    spacing: 26
+
+    component PageLinks: Card {
+        id: links
+
+        property alias pages: repeater.model
+
+        Repeater {
+            id: repeater
+
+            CardRow {
+                id: row
+
+                required property var modelData
+
+                textInset: Theme.margin + Theme.symbolSize + 14
+
+                LinkRow {
+                    text: row.modelData.title
+                    symbol: row.modelData.icon
+                    leadsAway: !list.beside
+                    current: list.beside && list.current === row.modelData.id
+                    onClicked: list.opened(row.modelData.id)
+                }
+            }
+        }
+    }
+
+    PageLinks {
+        visible: list.beside
+        pages: [{ id: "", title: "Start", icon: "gearshape" }]
+    }
+    PageLinks {
+        pages: list.settings.pages
+    }
+    PageLinks {
+        pages: [{ id: "dictionary", title: "Personal dictionary & shortcuts", icon: "character.book.closed" }]
+    }
+}

@@ -1,0 +1,153 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import QtQuick.Templates as T
+import Kavrin.Screens
+import Kavrin.Theme
+
+/// All settings: a stack of pages and, where there is room beside it, the list of pages.
+FocusScope {
+    id: panes
+
+    required property SettingsModel settings
+    /// The id of the page that is shown at first; empty for the first screen.
+    property string initialPage
+    /// The id of the page that was chosen last; empty for the first screen.
+    readonly property string page: stack.depth > 1 ? stack.get(1).pageId : ""
+    readonly property bool wide: width >= Theme.twoPanesWidth
+    /// Whether the keyboard moved the focus last. The next page shows the focus then, too.
+    property bool keyboardInUse: false
+    readonly property Item focusedItem: Window.activeFocusItem
+
+    /// The user wants to try dictation.
+    signal dictate
+
+    onFocusedItemChanged: {
+        if (focusedItem?.visualFocus !== undefined && !stack.busy) {
+            keyboardInUse = focusedItem.visualFocus;
+        }
+    }
+    Component.onCompleted: {
+        if (initialPage !== "") {
+            stack.get(0).openPage(initialPage, T.StackView.Immediate);
+        }
+    }
+
+    /// Shows the page with this id; without an id, the first screen.
+    function openPage(id: string) {
+        const first = stack.get(0);
+        stack.pop(first, T.StackView.Immediate);
+        if (id !== "") {
+            first.openPage(id, wide ? T.StackView.Immediate : T.StackView.PushTransition);
+        }
+    }
+
+    /// Gives the page the focus that it had before. If it had none and the keyboard is in use, its first control gets
+    /// it.
+    function focusCurrent() {
+        const page = stack.currentItem;
+        page?.forceActiveFocus();
+        if (!keyboardInUse) {
+            return;
+        }
+        if (focusedItem === page) {
+            page.nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
+        } else if (focusedItem?.visualFocus === false) {
+            focusedItem.focusReason = Qt.TabFocusReason;
+        }
+    }
+
+    function goBack() {
+        if (stack.depth > stack.rootIndex + 1 && !stack.busy) {
+            stack.pop();
+        }
+    }
+
+    Loader {
+        id: sidebar
+
+        z: 1
+        anchors.left: parent.left
+        width: active ? Theme.sidebarWidth : 0
+        height: parent.height
+        active: panes.wide
+        sourceComponent: TitledPage {
+            title: "Kavrin"
+
+            PageList {
+                settings: panes.settings
+                beside: true
+                current: panes.page
+                onOpened: id => panes.openPage(id)
+            }
+        }
+    }
+    Rectangle {
+        z: 1
+        anchors.right: sidebar.right
+        visible: panes.wide
+        width: 1
+        height: parent.height
+        color: Theme.hairline
+    }
+
+    T.StackView {
+        id: stack
+
+        readonly property real away: LayoutMirroring.enabled ? -width : width
+        /// From this page there is no way back, because the list of pages leads to the pages before it.
+        readonly property int rootIndex: panes.wide ? 1 : 0
+
+        anchors.left: sidebar.right
+        anchors.right: parent.right
+        height: parent.height
+        focus: true
+        clip: panes.wide
+        initialItem: SettingsView {
+            settings: panes.settings
+            alone: !panes.wide
+            onDictate: panes.dictate()
+        }
+        onCurrentItemChanged: panes.focusCurrent()
+
+        Connections {
+            target: stack.currentItem
+            ignoreUnknownSignals: true
+
+            function onBack() {
+                panes.goBack();
+            }
+        }
+
+        // This is in an item so that an open list gets Escape first.
+        Shortcut {
+            sequences: ["Escape", StandardKey.Back]
+            enabled: panes.enabled
+            onActivated: panes.goBack()
+        }
+
+        component Slide: NumberAnimation {
+            property: "x"
+            duration: Theme.transition
+            easing.type: Easing.OutCubic
+        }
+
+        pushEnter: Transition {
+            Slide { from: stack.away; to: 0 }
+        }
+        pushExit: Transition {
+            Slide { from: 0; to: -stack.away / 4 }
+        }
+        popEnter: Transition {
+            Slide { from: -stack.away / 4; to: 0 }
+        }
+        popExit: Transition {
+            Slide { from: 0; to: stack.away }
+        }
+    }
+
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.BackButton
+        onClicked: panes.goBack()
+    }
+}

@@ -78,11 +78,13 @@ constexpr std::array verbs = {
          "second.\n"
          "No sound is kept or sent. The exit code is 0 only if nothing is bad.",
          doctor},
-    Verb{"type", "toggle | press | release | cancel",
+    Verb{"type", "toggle | press | release | cancel | shortcut",
          "Dictate, and have kavrin-typist type the text where the cursor is",
          "For the key bindings of a desktop. toggle starts, or stops. With press and release, a key that is\n"
          "held records while it is held; one that is tapped starts, or stops.\n"
-         "cancel gives up the dictation: nothing is typed.",
+         "cancel gives up the dictation: nothing is typed.\n"
+         "shortcut makes the desktop ask again whether it gives kavrin-typist a key, after you have refused "
+         "that.",
          type},
     Verb{"watch-messages", "[--containing WORD]",
          "Save the verification codes of text messages as they arrive",

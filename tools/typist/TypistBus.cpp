@@ -18,9 +18,8 @@ const QString refusal = u"app.kavrin.Typist.Error.Refused"_s;
 
 } // namespace
 
-TypistBus::TypistBus(Typist &typist, std::function<QString()> way, std::function<QString()> shortcut,
-                     QDBusConnection bus)
-    : m_typist(typist), m_way(std::move(way)), m_shortcut(std::move(shortcut)), m_bus(std::move(bus))
+TypistBus::TypistBus(Typist &typist, Answers answers, QDBusConnection bus)
+    : m_typist(typist), m_answers(std::move(answers)), m_bus(std::move(bus))
 {
 }
 
@@ -57,12 +56,20 @@ void TypistBus::Cancel()
 
 QString TypistBus::Way() const
 {
-    return m_way();
+    return m_answers.way();
 }
 
 QString TypistBus::Shortcut() const
 {
-    return m_shortcut();
+    return m_answers.shortcut();
+}
+
+QString TypistBus::AskForShortcut()
+{
+    setDelayedReply(true);
+    m_answers.askForShortcut().then(
+        [bus = m_bus, call = message()](const QString &name) { bus.send(call.createReply(name)); });
+    return {};
 }
 
 void TypistBus::answer(QCoro::Task<std::optional<Error>> outcome)

@@ -23,10 +23,15 @@ class TypistBus : public QObject, protected QDBusContext
 public:
     static QString name() { return QStringLiteral("app.kavrin.Typist"); }
 
-    /// `typist` must outlive this object. `way` says how a text is typed now, or why it cannot be;
-    /// `shortcut` which shortcut is the key, or why none is.
-    TypistBus(Typist &typist, std::function<QString()> way, std::function<QString()> shortcut,
-              QDBusConnection bus = QDBusConnection::sessionBus());
+    /// What others answer.
+    struct Answers {
+        std::function<QString()> way; ///< how a text is typed now, or why it cannot be
+        std::function<QString()> shortcut; ///< which shortcut is the key, or why none is
+        std::function<QCoro::Task<QString>()> askForShortcut; ///< the same, after the user was asked again
+    };
+
+    /// `typist` must outlive this object.
+    TypistBus(Typist &typist, Answers answers, QDBusConnection bus = QDBusConnection::sessionBus());
 
     /// Serves the bus. False if it cannot, because another typist does or because there is no bus.
     bool claim();
@@ -46,12 +51,14 @@ public:
     /// For people: which shortcut is the key, or why none is.
     Q_SCRIPTABLE Q_SLOT QString Shortcut() const;
 
+    /// Makes the desktop ask for a shortcut that the user has refused. Answers as Shortcut(), when they have.
+    Q_SCRIPTABLE Q_SLOT QString AskForShortcut();
+
 private:
     void answer(QCoro::Task<std::optional<Error>> outcome);
 
     Typist &m_typist;
-    std::function<QString()> m_way;
-    std::function<QString()> m_shortcut;
+    Answers m_answers;
     QDBusConnection m_bus;
 };
 

@@ -75,8 +75,10 @@ int serve()
     };
     Typist typist({.kavrin = kavrin, .clock = clock, .findTyping = use, .isLocked = isSessionLocked});
     std::optional<PortalShortcut> shortcut;
-    TypistBus bus(
-        typist, [&keyboard] { return wayOfTyping(keyboard); }, [&shortcut] { return shortcut->name(); });
+    TypistBus bus(typist,
+                  {.way = [&keyboard] { return wayOfTyping(keyboard); },
+                   .shortcut = [&shortcut] { return shortcut->name(); },
+                   .askForShortcut = [&shortcut] { return shortcut->askAgain(); }});
     if (!bus.claim()) {
         std::fputs("kavrin-typist: Another one is running, or there is no session bus.\n", stderr);
         return Failed;

@@ -2,8 +2,10 @@
 #include "platform/linux/typing/PortalShortcut.h"
 
 #include "platform/Error.h"
+#include "platform/linux/typing/ShortcutRefusal.h"
 
 #include <QDBusMetaType>
+#include <QElapsedTimer>
 #include <QList>
 #include <QPointer>
 
@@ -43,22 +45,50 @@ QString keysOf(const PortalRequest::Answer &answer)
     return keys.isEmpty() ? u"Choose its keys in the desktop's settings."_s : keys;
 }
 
+Error failure(const QString &reason)
+{
+    return {u"shortcut"_s, 1, reason};
+}
+
+Error refusal()
+{
+    return failure(u"You have refused it; \"kavrinctl type shortcut\" makes it ask you again."_s);
+}
+
+/// Has the desktop ask the user. Throws Error.
+QCoro::Task<QString> newKeys(std::shared_ptr<PortalSession> session, std::chrono::milliseconds quickestUser)
+{
+    QElapsedTimer thought;
+    thought.start();
+    const QVariantList arguments{QVariant::fromValue(wishes()), QString()};
+    const QCoro::Task<PortalRequest::Answer> binding = session->ask(u"BindShortcuts"_s, arguments, {});
+    const PortalRequest::Answer answer = co_await binding;
+    const QString keys = keysOf(answer);
+    if (!keys.isEmpty()) {
+        co_return keys;
+    }
+    if (answer.result == PortalRequest::granted || thought.elapsed() < quickestUser.count()) {
+        throw failure(u"It does not say why."_s);
+    }
+    ShortcutRefusal::keep();
+    throw refusal();
+}
+
 /// Plasma opens its settings at every "BindShortcuts", so a shortcut that it knows is left alone.
-QCoro::Task<QString> keysIn(std::shared_ptr<PortalSession> session)
+QCoro::Task<QString> keysIn(std::shared_ptr<PortalSession> session, std::chrono::milliseconds quickestUser)
 {
     const QCoro::Task<> opening = session->open(application);
     co_await opening;
     const QCoro::Task<PortalRequest::Answer> listing = session->ask(u"ListShortcuts"_s, {}, {});
-    QString keys = keysOf(co_await listing);
-    if (keys.isEmpty()) {
-        const QVariantList arguments{QVariant::fromValue(wishes()), QString()};
-        const QCoro::Task<PortalRequest::Answer> binding = session->ask(u"BindShortcuts"_s, arguments, {});
-        keys = keysOf(co_await binding);
+    const QString keys = keysOf(co_await listing);
+    if (!keys.isEmpty()) {
+        co_return keys;
     }
-    if (keys.isEmpty()) {
-        throw Error(u"shortcut"_s, 1, u"The desktop was not allowed to."_s);
+    if (ShortcutRefusal::isKept()) {
+        throw refusal();
     }
-    co_return keys;
+    const QCoro::Task<QString> asking = newKeys(session, quickestUser);
+    co_return co_await asking;
 }
 
 QString noKeys(const QString &reason)
@@ -69,8 +99,8 @@ QString noKeys(const QString &reason)
 
 } // namespace
 
-PortalShortcut::PortalShortcut(QDBusConnection bus)
-    : m_bus(std::move(bus)),
+PortalShortcut::PortalShortcut(QDBusConnection bus, std::chrono::milliseconds quickestUser)
+    : m_bus(std::move(bus)), m_quickestUser(quickestUser),
       m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForRegistration)
 {
     qDBusRegisterMetaType<PortalShortcutEntry>();
@@ -92,6 +122,17 @@ void PortalShortcut::bindOnce()
     }
 }
 
+QCoro::Task<QString> PortalShortcut::askAgain()
+{
+    const QPointer<PortalShortcut> self = this;
+    ShortcutRefusal::forget();
+    if (!m_isBinding) {
+        const QCoro::Task<> binding = bind();
+        co_await binding;
+    }
+    co_return self ? m_name : QString();
+}
+
 QCoro::Task<> PortalShortcut::bind()
 {
     m_isBinding = true;
@@ -100,7 +141,7 @@ QCoro::Task<> PortalShortcut::bind()
     const auto session = std::make_shared<PortalSession>(m_bus, interface);
     QString name;
     try {
-        const QCoro::Task<QString> asking = keysIn(session);
+        const QCoro::Task<QString> asking = keysIn(session, m_quickestUser);
         name = co_await asking;
     } catch (const Error &error) {
         name = noKeys(error.localizedDescription);

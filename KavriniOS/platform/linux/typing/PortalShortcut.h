@@ -10,6 +10,7 @@
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
 
+#include <chrono>
 #include <memory>
 #include <tuple>
 
@@ -25,16 +26,24 @@ struct PortalShortcutEntry {
 };
 
 /// The shortcut "Dictate" of the desktop's portal (org.freedesktop.portal.GlobalShortcuts). The user chooses
-/// its keys in a dialog of the desktop, once, and changes them in the desktop's settings. Main thread only.
+/// its keys in a dialog of the desktop, once, and changes them in the desktop's settings. If they refuse, no
+/// later start asks them, either. Main thread only.
 class PortalShortcut : public Shortcut
 {
     Q_OBJECT
 
 public:
+    /// A refusal that comes sooner is not the user's: the desktop has not asked them.
+    static constexpr std::chrono::milliseconds quickestUser{500};
+
     /// Asks the portal for the shortcut, and does not wait for the user. Asks again whenever a portal comes.
-    explicit PortalShortcut(QDBusConnection bus = QDBusConnection::sessionBus());
+    explicit PortalShortcut(QDBusConnection bus = QDBusConnection::sessionBus(),
+                            std::chrono::milliseconds quickestUser = PortalShortcut::quickestUser);
 
     [[nodiscard]] QString name() const override { return m_name; }
+
+    /// Asks the portal also if the user has refused before. Resumes with name() when they have answered.
+    QCoro::Task<QString> askAgain();
 
 private:
     void bindOnce();
@@ -47,6 +56,7 @@ private:
                               const QVariantMap &options);
 
     QDBusConnection m_bus;
+    std::chrono::milliseconds m_quickestUser;
     QDBusServiceWatcher m_portal;
     std::shared_ptr<PortalSession> m_session; ///< null before the desktop has given the keys
     QString m_name;

@@ -2,6 +2,7 @@
 #include "platform/linux/typing/RestoreToken.h"
 
 #include "platform/Logging.h"
+#include "platform/linux/typing/StateFolder.h"
 
 #include <QDir>
 #include <QFile>
@@ -16,15 +17,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-QString folder()
-{
-    const QString state = qEnvironmentVariable("XDG_STATE_HOME");
-    return (QDir::isAbsolutePath(state) ? state : QDir::homePath() + u"/.local/state"_s) + u"/kavrin"_s;
-}
-
 QString path()
 {
-    return folder() + u"/remote-desktop-token"_s;
+    return stateFolder() + u"/remote-desktop-token"_s;
 }
 
 } // namespace
@@ -42,7 +37,7 @@ QString load()
 
 void store(const QString &token)
 {
-    QDir().mkpath(folder());
+    QDir().mkpath(stateFolder());
     QSaveFile file(path());
     const bool isOpen = file.open(QIODevice::WriteOnly);
     // The new file is not the old one, so its rights are set before anything is in it.

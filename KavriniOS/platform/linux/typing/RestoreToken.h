@@ -3,9 +3,8 @@
 
 #include <QString>
 
-/// What the portal of the desktop recognises an earlier answer of the user by: a file of the user's state
-/// folder
-/// ($XDG_STATE_HOME, XDG Base Directory Specification 0.8) that only they can read.
+/// What the portal of the desktop recognises an earlier answer of the user by: a file of stateFolder() that
+/// only they can read.
 namespace kavrin::RestoreToken
 {
 

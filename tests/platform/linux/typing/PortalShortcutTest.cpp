@@ -14,6 +14,7 @@ namespace kavrin::test
 {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -31,9 +32,10 @@ class PortalShortcutTest : public testing::Test
 {
 protected:
     /// A shortcut that has its keys, or a reason why it has none.
-    std::unique_ptr<PortalShortcut> shortcut()
+    std::unique_ptr<PortalShortcut>
+    shortcut(std::chrono::milliseconds quickestUser = PortalShortcut::quickestUser)
     {
-        auto made = std::make_unique<PortalShortcut>();
+        auto made = std::make_unique<PortalShortcut>(m_bus.connection(), quickestUser);
         EXPECT_TRUE(waitUntil([&] { return !made->name().contains(u"not answered"); }));
         QObject::connect(made.get(), &Shortcut::pressed, made.get(), [this] { m_heard += u'p'; });
         QObject::connect(made.get(), &Shortcut::released, made.get(), [this] { m_heard += u'r'; });
@@ -59,9 +61,9 @@ TEST_F(PortalShortcutTest, AsksForTheKeysOnlyWhereTheDesktopDoesNotKnowThem)
         QString name;
     };
     const FakePortal::Answer nothing{0, {}};
-    const QString refused =
-        u"The desktop gives Kavrin no shortcut. The desktop was not allowed to. Make one of its "
-        "own run \"kavrinctl type toggle\"."_s;
+    const QString none =
+        u"The desktop gives Kavrin no shortcut. It does not say why. Make one of its own run "
+        "\"kavrinctl type toggle\"."_s;
     for (const Case &c : std::to_array<Case>({
              {"Plasma, first time", nothing, listing(u"dictate"_s, u"Ctrl+Alt+D"_s), 1, u"Ctrl+Alt+D"_s},
              {"Plasma, later", listing(u"dictate"_s, u"Ctrl+Alt+D"_s), nothing, 0, u"Ctrl+Alt+D"_s},
@@ -69,9 +71,8 @@ TEST_F(PortalShortcutTest, AsksForTheKeysOnlyWhereTheDesktopDoesNotKnowThem)
               u"Press <Control><Alt>d"_s},
              {"keys removed", listing(u"dictate"_s, u""_s), nothing, 0,
               u"Choose its keys in the desktop's settings."_s},
-             {"refused", nothing, {2, {}}, 1, refused},
-             {"cancelled", nothing, {1, {}}, 1, refused},
-             {"another shortcut", listing(u"paint"_s, u"P"_s), nothing, 1, refused},
+             {"without asking the user", nothing, {2, {}}, 1, none},
+             {"another shortcut", listing(u"paint"_s, u"P"_s), nothing, 1, none},
          })) {
         SCOPED_TRACE(c.desktop);
         const qsizetype before = timesBound();
@@ -79,6 +80,32 @@ TEST_F(PortalShortcutTest, AsksForTheKeysOnlyWhereTheDesktopDoesNotKnowThem)
         EXPECT_EQ(shortcut()->name(), c.name);
         EXPECT_EQ(timesBound() - before, c.timesBound);
     }
+}
+
+TEST_F(PortalShortcutTest, ThatTheUserHasRefusedIsAskedNoMore)
+{
+    const QString refused = u"The desktop gives Kavrin no shortcut. You have refused it; \"kavrinctl type "
+                            "shortcut\" makes it ask you again. Make one of its own run \"kavrinctl type "
+                            "toggle\"."_s;
+    for (const uint answer : {1U, 2U}) {
+        m_portal.answers = {{u"BindShortcuts"_s, FakePortal::Answer{answer, {}}}};
+        const qsizetype before = timesBound();
+        EXPECT_EQ(shortcut(0ms)->name(), refused);
+        EXPECT_EQ(shortcut(0ms)->name(), refused);
+        EXPECT_EQ(timesBound() - before, 1);
+
+        m_portal.answers = {{u"BindShortcuts"_s, listing(u"dictate"_s, u"D"_s, answer)}};
+        EXPECT_EQ(await(shortcut(0ms)->askAgain()), u"D");
+        EXPECT_EQ(timesBound() - before, 2);
+    }
+}
+
+TEST_F(PortalShortcutTest, ThatTheUserHasRefusedTheyMayGiveInTheDesktopsSettings)
+{
+    m_portal.answers = {{u"BindShortcuts"_s, FakePortal::Answer{1, {}}}};
+    shortcut(0ms);
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    EXPECT_EQ(shortcut()->name(), u"D");
 }
 
 TEST_F(PortalShortcutTest, TellsOfOnePressAndOneRelease)

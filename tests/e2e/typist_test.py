@@ -73,12 +73,13 @@ class Service:
 class Terminal:
     """A terminal window that has the focus, and what is typed into it."""
 
-    def __init__(self, session):
-        self._file = session.folder / "typed"
-        session.start("xterm", "-u8", "-e", sys.executable, "-c", CATCHER, self._file, stderr=subprocess.DEVNULL)
+    def __init__(self, session, name="typed"):
+        self._file = session.folder / name
+        session.start("xterm", "-u8", "-title", name, "-e", sys.executable, "-c", CATCHER, self._file,
+                      stderr=subprocess.DEVNULL)
         # Not before the terminal is there: the display begins anew when its last client goes, and drops new ones.
         wait_until(self._file.exists, "the terminal runs its program")
-        search = ("xdotool", "search", "--onlyvisible", "--class", "xterm")
+        search = ("xdotool", "search", "--onlyvisible", "--name", f"^{name}$")
         window = wait_until(lambda: session.run(*search, check=False).stdout.strip(), "the terminal is shown")
         session.run("xdotool", "windowfocus", "--sync", window)
 
@@ -202,6 +203,14 @@ class Typed(TypistTest):
         self.dictate(text)
         self.terminal.wait_for(text)
 
+    def test_a_text_goes_where_the_cursor_is_when_it_comes(self):
+        self.start()
+        self.begin()
+        another = Terminal(self.session, "another")
+        self.end("over there")
+        another.wait_for("over there")
+        self.assertEqual(self.terminal.text(), "")
+
     def test_two_presses_at_once_are_one(self):
         self.start()
         self.service.answer("once")
@@ -303,6 +312,10 @@ class Started(TypistTest):
         self.let_the_bus_start("app.kavrin.Typist", "kavrin-typist")
         self.dictate("from nothing")
         self.terminal.wait_for("from nothing")
+
+    def test_it_says_that_the_desktop_offers_no_shortcut(self):
+        self.start_typist()
+        self.assertIn("The desktop gives Kavrin no shortcut.", self.refused("shortcut"))
 
     def test_it_says_that_kavrin_cannot_be_started(self):
         self.start_typist()

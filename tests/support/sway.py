@@ -29,8 +29,8 @@ class SwaySession(PrivateSession):
         configuration = self.folder / "sway.conf"
         configuration.write_text("\n".join(["xwayland disable", *self._lines, "exec printenv WAYLAND_DISPLAY", ""]),
                                  encoding="utf-8")
-        sway = self.start("sway", "--config", configuration, stderr=subprocess.DEVNULL)
-        self.env["WAYLAND_DISPLAY"] = sway.stdout.readline().strip()
+        self.sway = self.start("sway", "--config", configuration, stderr=subprocess.DEVNULL)
+        self.env["WAYLAND_DISPLAY"] = self.sway.stdout.readline().strip()
         self.env["QT_QPA_PLATFORM"] = "wayland"
         # The keyboard of the desk, at which nobody types.
         self.start("wtype", "-s", "6000000", "x", stdout=subprocess.DEVNULL)

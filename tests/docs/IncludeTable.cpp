@@ -69,8 +69,8 @@ QString read(const QString &path)
 QString includedPath(const QString &line)
 {
     static const QRegularExpression include(uR"regex(^\s*#\s*include\s*"([^"]*)")regex"_s);
-    static const QRegularExpression import(uR"regex(^\s*import\s+Kavrin\.(\w+))regex"_s);
-    const QString module = import.match(line).captured(1);
+    static const QRegularExpression import(uR"regex(^\s*import\s+Kavrin\.([\w.]+))regex"_s);
+    const QString module = import.match(line).captured(1).replace(u'.', u'/');
     return module.isEmpty() ? include.match(line).captured(1) : module + u'/';
 }
 

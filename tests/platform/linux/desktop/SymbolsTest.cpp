@@ -32,12 +32,15 @@ QStringList names()
         u"chevron.left"_s,
         u"chevron.right"_s,
         u"chevron.up.chevron.down"_s,
+        u"delete.left"_s,
         u"ellipsis"_s,
         u"exclamationmark.triangle.fill"_s,
         u"eye"_s,
         u"eye.slash"_s,
         u"line.3.horizontal"_s,
         u"mic.fill"_s,
+        u"return"_s,
+        u"shift"_s,
         u"xmark.circle.fill"_s,
     };
     for (const catalogue::Page &page : catalogue::pages()) {

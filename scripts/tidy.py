@@ -63,11 +63,17 @@ def changed_files():
 
 def tools():
     """The versions of everything outside the checkout."""
-    return said_by("dpkg-query", "--show", "*-dev", TIDY) + (ROOT / ".clang-tidy").read_text(encoding="utf-8")
+    return said_by("dpkg-query", "--show", "*-dev", TIDY)
 
 
-def fingerprint(command, files, versions):
-    digest = hashlib.sha256(command.replace(str(ROOT), ".").encode() + versions.encode())
+def configuration(path):
+    """What the folders of a unit say of its checks."""
+    files = (folder / ".clang-tidy" for folder in path.parents if folder.is_relative_to(ROOT))
+    return "".join(file.read_text(encoding="utf-8") for file in files if file.exists())
+
+
+def fingerprint(path, command, files, versions):
+    digest = hashlib.sha256((command.replace(str(ROOT), ".") + versions + configuration(path)).encode())
     for file in files:
         digest.update(file.read_bytes())
     return digest.hexdigest()
@@ -91,7 +97,7 @@ def main():
     wanted, commands = {}, []
     for path, command, files in units():
         commands.append({"directory": str(BUILD), "file": str(path), "command": command})
-        clean = cache / fingerprint(command, files, versions)
+        clean = cache / fingerprint(path, command, files, versions)
         if not clean.exists() and ("--all" in sys.argv or changed.intersection(files)):
             wanted[path] = clean
     (database / "compile_commands.json").write_text(json.dumps(commands), encoding="utf-8")

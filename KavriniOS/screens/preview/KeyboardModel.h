@@ -51,8 +51,8 @@ public:
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
     [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
-    /// The width of the screen that the keyboard is on, in logical pixels. It stays as it was where it is to be 0 or
-    /// less, as a view's is before it has a size.
+    /// The width of the screen that the keyboard is on, in logical pixels. It stays as it was where it is to
+    /// be 0 or less, as a view's is before it has a size.
     [[nodiscard]] double screenWidth() const { return m_screenWidth; }
     void setScreenWidth(double width);
 

@@ -84,6 +84,24 @@ TEST(KeyboardColors, HaveAnAccentOfItsOwnForEachOption)
     EXPECT_FALSE(seen.contains(QColor(Qt::black).name()));
 }
 
+/// A row of the document's table of colours.
+QString row(const QString &what, const QColor &light, const QColor &dark)
+{
+    return u"| %1 | `%2` | `%3` |\n"_s.arg(what, light.name(), dark.name());
+}
+
+TEST(KeyboardColors, AreThoseOfTheDocument)
+{
+    for (const QString &accent : accents()) {
+        const KeyboardLook look = lookWith({{u"accent"_s, accent}});
+        const QString what = u"accent `%1`"_s.arg(accent);
+        const KeyboardColors light = KeyboardColors::of(look, false);
+        const KeyboardColors dark = KeyboardColors::of(look, true);
+        EXPECT_TRUE(document().contains(row(what, light.accent, dark.accent))) << qPrintable(what);
+        EXPECT_TRUE(document().contains(row(u"behind the keys"_s, light.ground, dark.ground)));
+    }
+}
+
 TEST(KeyboardColors, MeasureContrastAsWcagDoes)
 {
     EXPECT_DOUBLE_EQ(contrast(Qt::black, Qt::white), 21);

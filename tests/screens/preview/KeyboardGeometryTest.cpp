@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
+#include <map>
 
 namespace kavrin::test
 {
@@ -244,6 +246,21 @@ TEST(KeyboardGeometry, ShowsThePopupAboveItsKeyAndWithinTheScreen)
         EXPECT_LT(geometry.popup.bottom(), geometry.pressed.top());
         EXPECT_GT(geometry.popupSize, find(geometry, u"g"_s).labelSize);
     });
+}
+
+TEST(KeyboardGeometry, HasTheLettersOfTheDocument)
+{
+    for (const QString &language : {u"en"_s, u"tr"_s}) {
+        std::map<double, QString> rows; // by their tops
+        for (const auto &key : KeyboardGeometry::of(lookWith({{u"language"_s, language}}), 400, false).keys) {
+            rows[key.cap.top()] += key.key.label.size() == 1 ? key.key.label : QString();
+        }
+        QString expected = u"| `%1` |"_s.arg(language);
+        for (const auto &[top, letters] : rows) {
+            expected += letters.isEmpty() ? QString() : u" %1 |"_s.arg(letters);
+        }
+        EXPECT_TRUE(document().contains(expected)) << qPrintable(expected);
+    }
 }
 
 TEST(KeyboardGeometry, MakesRoomForAllTools)

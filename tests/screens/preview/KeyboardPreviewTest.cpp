@@ -199,8 +199,8 @@ TEST_F(KeyboardPreviewTest, CutsNoTextOffAtTheEndsOfEachSlider)
 {
     for (const int width : {288, 1200}) {
         open(QSize(width, 700));
-        for (const Settings &settings : extremes()) {
-            for (const QString &language : {u"en"_s, u"tr"_s}) {
+        for (const QString &language : {u"en"_s, u"tr"_s}) {
+            for (const Settings &settings : extremes()) {
                 Settings all = {{u"language"_s, language}, {u"numberRow"_s, true}, {u"hints"_s, u"all"_s}};
                 all.insert(all.end(), settings.begin(), settings.end());
                 show(all);
@@ -208,6 +208,18 @@ TEST_F(KeyboardPreviewTest, CutsNoTextOffAtTheEndsOfEachSlider)
                 EXPECT_EQ(illegible(window().root()), QStringList());
             }
         }
+    }
+}
+
+TEST_F(KeyboardPreviewTest, ShrinksWhereThereIsNotEnoughHeight)
+{
+    open();
+    show({});
+    const double whole = window().root()->implicitHeight();
+    for (const auto &[room, height] :
+         std::vector<std::pair<double, double>>{{whole + 1, whole}, {whole, whole}, {200, 200}}) {
+        window().root()->setProperty("maximumHeight", room);
+        EXPECT_DOUBLE_EQ(window().root()->implicitHeight(), height);
     }
 }
 

@@ -3,7 +3,9 @@
 
 #include "screens/preview/KeyboardLook.h"
 #include "store/Prefs.h"
+#include "support/Paths.h"
 
+#include <QFile>
 #include <QStringList>
 
 #include <vector>
@@ -58,6 +60,13 @@ inline std::vector<Settings> extremes()
         }
     }
     return all;
+}
+
+/// The document whose formulas the preview draws by.
+inline QString document()
+{
+    QFile file(sourcePath("docs/settings.md"));
+    return file.open(QFile::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
 /// For the messages of a test.

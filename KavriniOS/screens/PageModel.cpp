@@ -18,6 +18,7 @@ SectionModel::SectionModel(const Prefs::Sect &section, QObject *parent)
         auto *setting = new SettingModel(item, this);
         connect(setting, &SettingModel::changed, this, &SectionModel::changed);
         connect(setting, &SettingModel::visibleChanged, this, &SectionModel::visibleChanged);
+        connect(setting, &SettingModel::ticked, this, &SectionModel::ticked);
         m_settings.append(setting);
     }
 }
@@ -43,6 +44,7 @@ PageModel::PageModel(const Prefs::Page &page, QObject *parent)
     for (const Prefs::Sect &section : page.sections) {
         m_sections.append(new SectionModel(section, this));
         connect(m_sections.back(), &SectionModel::changed, this, &PageModel::changed);
+        connect(m_sections.back(), &SectionModel::ticked, this, &PageModel::ticked);
     }
 }
 

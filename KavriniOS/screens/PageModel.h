@@ -40,6 +40,9 @@ Q_SIGNALS:
     /// A stored setting may show or hide other rows.
     void changed();
 
+    /// A row has read its value again.
+    void ticked();
+
 private:
     QString m_title;
     QList<SettingModel *> m_settings;
@@ -71,6 +74,9 @@ public:
 
 Q_SIGNALS:
     void reloaded();
+
+    /// A row has read its value again.
+    void ticked();
 
 private:
     QString m_title;

@@ -2,6 +2,7 @@
 import QtQuick
 import QtQuick.Templates as T
 import Kavrin.Screens
+import Kavrin.Screens.Preview
 import Kavrin.Theme
 
 /// One page of the settings catalogue.
@@ -11,8 +12,10 @@ TitledPage {
     required property PageModel page
     required property SettingActions actions
     /// Shows what the page's settings do; null if there is nothing to show.
-    property Component preview: null
+    property Component preview: pagesOfTheKeyboard.includes(pageId) ? keyboardPreview : null
     property bool previewFolded: false
+    /// The pages with settings that the preview of the keyboard draws.
+    readonly property var pagesOfTheKeyboard: ["layout", "look", "gestures", "correction"]
 
     /// The user wants to try dictation.
     signal dictate
@@ -24,12 +27,34 @@ TitledPage {
     // Below the page, it must leave half of the height for the settings.
     showsAside: preview !== null && (isAsideBeside || height >= 2 * aside.implicitHeight)
     aside: PreviewPlace {
+        id: place
+
         preview: view.preview
         beside: view.isAsideBeside
         folded: view.previewFolded
         onFoldToggled: view.previewFoldToggled()
     }
 
+    Component {
+        id: keyboardPreview
+
+        KeyboardPreview {
+            id: keyboard
+
+            maximumHeight: (view.isAsideBeside ? view.height - Theme.barHeight : Math.floor(view.height / 2))
+                           - place.frameHeight
+            // Settings may have changed on another page.
+            onVisibleChanged: read()
+
+            Connections {
+                target: view.page
+
+                function onTicked() {
+                    keyboard.read();
+                }
+            }
+        }
+    }
     Component {
         id: toolbarOrderView
 

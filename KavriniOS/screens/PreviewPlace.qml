@@ -10,6 +10,8 @@ Item {
     required property Component preview
     required property bool beside
     property bool folded: false
+    /// What it needs for itself beside the preview.
+    readonly property real frameHeight: header.height + Theme.margin
 
     /// The user wants to fold the preview, or to see it again.
     signal foldToggled

@@ -19,7 +19,8 @@ Item {
     }
 
     property real maximumHeight: Infinity
-    readonly property real shrinking: Math.min(1, (maximumHeight - caption.height) / ground.height)
+    /// The picture's scale, 1/3 at least.
+    readonly property real shrinking: Math.max(1 / 3, Math.min(1, (maximumHeight - caption.height) / ground.height))
 
     implicitWidth: 360
     implicitHeight: ground.height * shrinking + caption.height

@@ -23,8 +23,14 @@ Action DictationKey::press(Time now)
 Action DictationKey::release(Time now)
 {
     const std::optional<Hold> hold = std::exchange(m_hold, std::nullopt);
+    m_released = now;
     const bool isEnd = hold && hold->hasBegun && m_isOn && now - hold->since > longestTap;
     return isEnd ? toggle() : Action::None;
+}
+
+bool DictationKey::isHeld(Time now) const
+{
+    return m_hold || (m_released && now - *m_released < longestModifier);
 }
 
 Action DictationKey::toggle()

@@ -23,6 +23,9 @@ public:
     /// the release was lost.
     static constexpr Time longestRepeat{2000};
 
+    /// How long after the key people release its modifiers.
+    static constexpr Time longestModifier{200};
+
     Action press(Time now);
     Action release(Time now);
 
@@ -30,6 +33,10 @@ public:
     Action toggle();
 
     Action cancel();
+
+    /// Whether it is pressed, or was a moment ago: its modifiers are released after it. Desktops that tell
+    /// of no release leave that open.
+    [[nodiscard]] bool isHeld(Time now) const;
 
     /// The dictation is over, whoever has ended it.
     void over() { m_isOn = false; }
@@ -43,6 +50,7 @@ private:
 
     bool m_isOn = false; ///< whether the next tap ends a dictation
     std::optional<Hold> m_hold; ///< none while the key is up
+    std::optional<Time> m_released; ///< when it was last released
 };
 
 } // namespace kavrin

@@ -24,6 +24,11 @@ constexpr std::chrono::milliseconds patienceForStart = 3s;
 constexpr std::chrono::milliseconds commandInterval = 20ms;
 constexpr std::chrono::milliseconds recordingInterval = 250ms;
 
+/// How long the user may hold the key after the text has come. Its modifiers would make another shortcut of
+/// a paste.
+constexpr std::chrono::milliseconds patienceWithKey = 2s;
+constexpr std::chrono::milliseconds keyInterval = 10ms;
+
 /// A text that comes later was meant for another place.
 constexpr double longestWait = 60; // seconds
 
@@ -146,6 +151,17 @@ QCoro::Task<> TypedDictation::record()
     }
 }
 
+/// Resumes with whether the user has released the key.
+QCoro::Task<bool> TypedDictation::awaitRelease()
+{
+    const QDeadlineTimer limit(patienceWithKey);
+    while (m_platform.isKeyHeld() && !limit.hasExpired()) {
+        const QCoro::Task<> sleep = m_platform.clock.sleep(keyInterval, {});
+        co_await sleep;
+    }
+    co_return !m_platform.isKeyHeld();
+}
+
 /// Resumes with why the text is on the clipboard only, or with nothing.
 QCoro::Task<QString> TypedDictation::deliver(double stamp)
 {
@@ -159,6 +175,10 @@ QCoro::Task<QString> TypedDictation::deliver(double stamp)
     const QCoro::Task<bool> asking = m_platform.isLocked();
     if (co_await asking) {
         co_return u"The session is locked."_s + onClipboard;
+    }
+    const QCoro::Task<bool> releasing = awaitRelease();
+    if (!co_await releasing) {
+        co_return u"The key is still held, so nothing was typed."_s + onClipboard;
     }
     std::optional<QString> transcript;
     try {

@@ -24,6 +24,8 @@ public:
         /// The way of typing that works now, or why there is none. It is used until the next call.
         std::function<Result<Typing *>()> findTyping;
         std::function<QCoro::Task<bool>()> isLocked;
+        /// Whether the user still presses the key that ends the dictation, or its modifiers.
+        std::function<bool()> isKeyHeld = [] { return false; };
     };
 
     explicit TypedDictation(Platform platform);
@@ -53,6 +55,7 @@ private:
 
     QCoro::Task<bool> handOverStart();
     QCoro::Task<> record();
+    QCoro::Task<bool> awaitRelease();
     QCoro::Task<QString> deliver(double stamp);
     QCoro::Task<QString> type(Typing &typing, QString transcript);
 

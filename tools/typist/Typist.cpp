@@ -14,6 +14,7 @@ using Action = DictationKey::Action;
 
 Typist::Typist(TypedDictation::Platform platform) : m_platform(std::move(platform))
 {
+    m_platform.isKeyHeld = [this] { return m_key.isHeld(now()); };
     m_time.start();
 }
 

@@ -109,6 +109,17 @@ TEST(DictationKey, AReleaseWithoutAPressIsNothing)
     tell({{Event::Release, 0ms, none}, {Event::Press, 1ms, begin}});
 }
 
+TEST(DictationKey, IsHeldFromThePressUntilItsModifiersAreReleased)
+{
+    DictationKey key;
+    EXPECT_FALSE(key.isHeld(0ms));
+    key.press(0ms);
+    EXPECT_TRUE(key.isHeld(5000ms));
+    key.release(5000ms);
+    EXPECT_TRUE(key.isHeld(5199ms));
+    EXPECT_FALSE(key.isHeld(5200ms));
+}
+
 TEST(DictationKey, ToggleBeginsAndEnds)
 {
     tell({{Event::Toggle, 0ms, begin}, {Event::Toggle, 1ms, end}, {Event::Toggle, 2ms, begin}});

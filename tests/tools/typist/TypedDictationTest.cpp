@@ -100,6 +100,8 @@ protected:
     Window window;
     std::optional<Error> obstacle; ///< to any way of typing
     bool isLocked = false;
+    bool isKeyHeld = false;
+    int looksAtKey = 0;
     bool isOver = false;
 
 private:
@@ -114,7 +116,12 @@ private:
     TypedDictation m_dictation{{.kavrin = m_running,
                                 .clock = clock,
                                 .findTyping = [this] { return Result<Typing *>{&window, obstacle}; },
-                                .isLocked = [this]() -> QCoro::Task<bool> { co_return isLocked; }}};
+                                .isLocked = [this]() -> QCoro::Task<bool> { co_return isLocked; },
+                                .isKeyHeld =
+                                    [this] {
+                                        ++looksAtKey;
+                                        return isKeyHeld;
+                                    }}};
 };
 
 } // namespace
@@ -189,6 +196,28 @@ TEST_F(TypedDictationTest, TypesNothingWhileTheSessionIsLocked)
     dictate(u"said"_s);
     EXPECT_EQ(window.typed, QStringList());
     EXPECT_EQ(kavrin.problems, QStringList{u"The session is locked."_s + onClipboard});
+}
+
+TEST_F(TypedDictationTest, WaitsUntilTheKeyIsReleased)
+{
+    record();
+    end();
+    isKeyHeld = true;
+    kavrin.transcribe(u"said"_s, stamp);
+    EXPECT_TRUE(waitUntil([this] { return looksAtKey > 3; }));
+    EXPECT_EQ(window.typed, QStringList());
+    isKeyHeld = false;
+    expectOver();
+    EXPECT_EQ(window.typed, QStringList{u"said"_s});
+}
+
+TEST_F(TypedDictationTest, TypesNothingWhileTheKeyIsHeld)
+{
+    isKeyHeld = true;
+    dictate(u"said"_s);
+    EXPECT_EQ(window.typed, QStringList());
+    EXPECT_EQ(kavrin.problems, QStringList{u"The key is still held, so nothing was typed."_s + onClipboard});
+    EXPECT_EQ(Shared::d().object(u"tUsed"_s), std::nullopt);
 }
 
 TEST_F(TypedDictationTest, SaysWhyThereIsNoWayOfTyping)

@@ -15,7 +15,7 @@ sys.path.insert(0, str(ROOT / "tests"))
 sys.dont_write_bytecode = True
 
 from support.private_session import Failure, enter_private_namespaces, wait_until  # noqa: E402
-from support.screen_reader import Window, WindowSession  # noqa: E402
+from support.screen_reader import FIRST_PAGES, Window, WindowSession  # noqa: E402
 
 SIZES = {"phone": "360x720", "desktop": "1000x740"}
 COLOUR_SCHEMES = {"light": 2, "dark": 1}  # the numbers of org.freedesktop.appearance
@@ -72,7 +72,7 @@ class Album:
         self._window = Window(session, self._process)
         session.focus_window(self._process)
         session.run("xdotool", "mousemove", "2047", "1535")  # away from the window
-        wait_until(lambda: self._window.page() in ("Kavrin", "Start"), "the first page")
+        wait_until(lambda: self._window.page() in FIRST_PAGES, "the first page")
 
     def take_all(self, pages):
         self._take("settings")

@@ -82,6 +82,16 @@ def bare_root(suite):
     return base
 
 
+def command_in_root(root, folder, command, binds, *options, **environment):
+    """The words that run a command in a folder of the root, with mounts and processes of its own. `binds` are folders of
+    this machine, each with its place there."""
+    return ["unshare", "--mount", "--pid", "--fork", "--kill-child", sys.executable, "-B",
+            ROOT / "scripts" / "enter_root.py", *options,
+            *[f"--bind={place}:{shown_at}" for place, shown_at in binds.items()], root,
+            "env", "--ignore-environment", f"PATH={PATH}", *[f"{name}={value}" for name, value in environment.items()],
+            "sh", "-c", f'cd {folder} && exec "$@"', "in", *command]
+
+
 class Machine:
     """A copy of the bare root, with a clone of this checkout in the home of the user who runs the commands."""
 
@@ -123,14 +133,11 @@ class Machine:
 
     def _run(self, command, user):
         """The command's exit code and its output, which is also shown as it comes."""
-        home = self._home if user == self._options.user else "/root"
+        options = [*(["--container"] if self._options.container else []), *(["--user", USER_ID] if user else [])]
+        binds = {self._archives: "/var/cache/apt/archives", self._ccache: f"{self._home}/.cache/ccache"}
         process = subprocess.Popen(
-            ["unshare", "--mount", "--pid", "--fork", "--kill-child",
-             sys.executable, "-B", ROOT / "scripts" / "enter_root.py",
-             *(["--container"] if self._options.container else []), *(["--user", USER_ID] if user else []),
-             "--bind", f"{self._archives}:/var/cache/apt/archives", "--bind", f"{self._ccache}:{self._home}/.cache/ccache",
-             self._root, "env", "--ignore-environment", f"PATH={PATH}", f"HOME={home}", f"USER={USER if user else 'root'}",
-             "sh", "-c", f'cd {self._home}/kavrin && exec "$@"', "in", *command],
+            command_in_root(self._root, f"{self._home}/kavrin", command, binds, *options,
+                            HOME=self._home if user == self._options.user else "/root", USER=USER if user else "root"),
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, errors="replace")
         said = []
         for line in process.stdout:

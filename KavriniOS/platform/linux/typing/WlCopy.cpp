@@ -19,6 +19,15 @@ namespace
 
 constexpr std::chrono::seconds patience{5};
 
+/// How long the focus may take to go back. GNOME tells nobody, and keys that come before are lost.
+constexpr std::chrono::milliseconds focusChange{500};
+
+/// Whether only a window with the focus may set a selection.
+bool takesFocus()
+{
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(u"GNOME"_s);
+}
+
 /// Other users can read a program's arguments, so the text is its input.
 QCoro::Task<> select(QString text, QStringList options)
 {
@@ -54,6 +63,10 @@ QCoro::Task<> selectByWlCopy(QString text)
     co_await primary;
     const QCoro::Task<> clipboard = select(text, {});
     co_await clipboard;
+    if (takesFocus()) {
+        const QCoro::Task<> goingBack = pause(focusChange);
+        co_await goingBack;
+    }
 }
 
 } // namespace kavrin

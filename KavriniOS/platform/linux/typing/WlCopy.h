@@ -19,7 +19,7 @@ std::optional<Error> obstacleToWlCopy();
 /// for a person. Main thread only.
 ///
 /// Compositors without a protocol for clipboard managers (GNOME) let only a window with the focus set a
-/// selection. There wl-copy opens one for a moment.
+/// selection. There wl-copy opens one for a moment, and this waits for the focus to go back.
 QCoro::Task<> selectByWlCopy(QString text);
 
 } // namespace kavrin

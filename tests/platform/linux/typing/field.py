@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
 """Shows a text field of another program, and keeps what is in it in a file: field.py PROGRAM FILE. PROGRAM is qt,
-gtk, terminal or chromium. The file is there once the field has the focus."""
+gtk, terminal or chromium. Under X11 and sway, the file is there once the field has the focus."""
 
 import glob
 import http.server
@@ -15,7 +15,7 @@ import time
 
 PROGRAM, FILE = sys.argv[1], pathlib.Path(sys.argv[2])
 WAYLAND = os.environ.get("QT_QPA_PLATFORM") == "wayland"
-SOCKETS = pathlib.Path(os.environ.get("WAYLAND_DISPLAY", "")).parent / "sway-ipc.*.sock"
+SWAY_SOCKETS = glob.glob(str(pathlib.Path(os.environ.get("WAYLAND_DISPLAY", "")).parent / "sway-ipc.*.sock"))
 
 # What runs in the terminal. It takes keys one by one, as an editor does.
 IN_TERMINAL = 'stty raw -echo; exec /usr/bin/python3 "$0" in-terminal "$1"'
@@ -44,8 +44,7 @@ def wait_until(condition):
 
 
 def sway(question):
-    sockets = glob.glob(str(SOCKETS))
-    return json.loads(subprocess.run(["swaymsg", "--raw", "--socket", sockets[0], "--type", question], check=True,
+    return json.loads(subprocess.run(["swaymsg", "--raw", "--socket", SWAY_SOCKETS[0], "--type", question], check=True,
                                      capture_output=True).stdout)
 
 
@@ -56,9 +55,9 @@ def has_focus(node):
 
 def focus():
     """Waits for the window, and gives it the focus where no window manager does."""
-    if WAYLAND:
+    if SWAY_SOCKETS:
         wait_until(lambda: has_focus(sway("get_tree")))
-    else:
+    elif not WAYLAND:
         subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "^field$", "windowfocus", "--sync",
                         "%@"], check=True, stdout=subprocess.DEVNULL)
 
@@ -133,12 +132,13 @@ def chromium():
                                 f"--app=http://127.0.0.1:{server.server_port}/"],
                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     focus()
-    press = ["wtype", "-k", "Shift_L"] if WAYLAND else ["xdotool", "key", "Shift_L"]
+    press = ["wtype", "-k", "Shift_L"] if SWAY_SOCKETS else ["xdotool", "key", "Shift_L"]
     while not Page.hears_keys.wait(0.2):  # the window has the focus before its page hears of keys
-        subprocess.run(press, check=True)
+        if SWAY_SOCKETS or not WAYLAND:
+            subprocess.run(press, check=True)
     browser.wait()
 
 
-if WAYLAND:
+if SWAY_SOCKETS:
     wait_until(lambda: any(device["type"] == "keyboard" for device in sway("get_inputs")))
 {"gtk": gtk, "terminal": terminal, "in-terminal": in_terminal, "chromium": chromium}[PROGRAM]()

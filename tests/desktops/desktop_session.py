@@ -1,0 +1,110 @@
+# SPDX-License-Identifier: MIT
+"""Sessions of the desktops that most people have, without a screen."""
+
+import pathlib
+import subprocess
+from typing import NamedTuple
+
+from hands import GnomeHands, PlasmaHands
+from support.desktop import Bus
+from support.private_session import PrivateSession, wait_until
+
+SOCKET = "wayland-desktop"
+
+
+class Question(NamedTuple):
+    """A dialog of the desktop."""
+    title: str
+    yes: tuple  # the combinations of keys that accept it, one after the other
+
+
+class DesktopSession(PrivateSession):
+    """A session of the packages that are installed here. The subclass names what is peculiar to a desktop. Needs an
+    ordinary user."""
+
+    ENVIRONMENT = {}
+    COMMAND = ()
+    SHORTCUT_QUESTION = None  # none where the desktop asks nothing
+    TYPING_QUESTION = None
+    PORTAL = ""  # the part of the desktop's portal that is the desktop's own
+
+    def __init__(self):
+        super().__init__(bin_dir="/usr/bin", display=True)
+
+    def _make_environment(self):
+        """That of programs of the session, which the bus starts, too."""
+        return super()._make_environment() | {
+            "XDG_SESSION_TYPE": "wayland", "WAYLAND_DISPLAY": SOCKET, "QT_QPA_PLATFORM": "wayland",
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "GTK_A11Y": "atspi",  # for active_window.py
+            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.folder}/run/system-bus", **self.ENVIRONMENT}
+
+    def _start_display(self):
+        self._start_system_bus()
+        log = self.folder / "desktop.log"
+        with log.open("w", encoding="utf-8") as output:
+            self.start("env", "--unset=WAYLAND_DISPLAY", "--unset=QT_QPA_PLATFORM", *self.COMMAND, stdout=output,
+                       stderr=subprocess.STDOUT)
+        wait_until((pathlib.Path(self.env["XDG_RUNTIME_DIR"]) / SOCKET).exists, "the desktop has begun", limit=60)
+        self._finish_start()
+        # One that the desktop asked for something before it was ready offers nothing of the desktop's.
+        self.start("/usr/libexec/xdg-desktop-portal", "--replace", stderr=subprocess.DEVNULL)
+
+    def _start_system_bus(self):
+        """With a login manager, without which GNOME ends at once."""
+        bus = self.start("dbus-daemon", "--session", "--nofork", "--print-address",
+                         f"--address={self.env['DBUS_SYSTEM_BUS_ADDRESS']}", stderr=subprocess.DEVNULL)
+        bus.stdout.readline()
+        self.start("/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind", stdout=subprocess.DEVNULL)
+        self.run("gdbus", "wait", "--system", "--timeout", "60", "org.freedesktop.login1")
+
+    def _finish_start(self):
+        """Waits for what begins after the display, and sets up self.hands."""
+        raise NotImplementedError
+
+    def lock(self):
+        raise NotImplementedError
+
+
+class Gnome(DesktopSession):
+    ENVIRONMENT = {"XDG_CURRENT_DESKTOP": "GNOME", "GSK_RENDERER": "cairo"}
+    COMMAND = ("gnome-shell", "--headless", "--virtual-monitor", "1024x768", "--wayland-display", SOCKET)
+    SHORTCUT_QUESTION = Question("Add Keyboard Shortcuts", (("tab",), ("shift", "tab"), ("shift", "tab"), ("enter",)))
+    # "Allow Remote Interaction", then "Share".
+    TYPING_QUESTION = Question("Remote Desktop", (("tab",), ("space",), ("shift", "tab"), ("shift", "tab"), ("enter",)))
+    PORTAL = "org.freedesktop.impl.portal.desktop.gnome"
+
+    def _finish_start(self):
+        self.run("gdbus", "wait", "--session", "--timeout", "60", "org.gnome.Mutter.RemoteDesktop")
+        self.hands = GnomeHands(self)
+        wait_until(self._is_overview, "GNOME shows its overview, in which it begins", limit=60)
+        wait_until(self._leave_overview, "GNOME leaves its overview", limit=60, interval=1)
+
+    def lock(self):
+        """GNOME locks only what its display manager has started. So the login manager says that it is locked."""
+        self.run("gdbus", "call", "--system", "--dest", "org.freedesktop.login1", "--object-path", "/org/freedesktop/login1",
+                 "--method", "org.freedesktop.DBus.Mock.AddObject", "/org/freedesktop/login1/session/auto",
+                 "org.freedesktop.login1.Session", "{'LockedHint': <true>}", "[]")
+
+    def _is_overview(self):
+        return Bus(self).get("org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell", "OverviewActive")
+
+    def _leave_overview(self):
+        self.hands.tap("escape")
+        return not self._is_overview()
+
+
+class Plasma(DesktopSession):
+    ENVIRONMENT = {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "6", "KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1"}
+    COMMAND = ("kwin_wayland", "--virtual", "--socket", SOCKET)
+    TYPING_QUESTION = Question("Remote control requested", (("enter",),))
+    PORTAL = "org.freedesktop.impl.portal.desktop.kde"
+
+    def _finish_start(self):
+        self.hands = PlasmaHands(self)
+
+    def lock(self):
+        name = "org.freedesktop.ScreenSaver"
+        Bus(self).call(name, "/org/freedesktop/ScreenSaver", name, "Lock")
+
+
+DESKTOPS = {"gnome": Gnome, "plasma": Plasma}

@@ -90,14 +90,16 @@ double emptyOpening(SettingsModel &settings)
     return median(times);
 }
 
-/// The steps of a dragged slider, and frames of the same window in which nothing changes.
-QJsonObject dragging(SettingsModel &settings)
+/// The steps of a dragged slider, and frames of the same window in which nothing changes. The page has the
+/// preview of the keyboard if it knows its identifier.
+QJsonObject dragging(SettingsModel &settings, const QString &pageId, QSize size)
 {
     const std::unique_ptr<PageModel> page(settings.makePage(u"layout"_s));
     QmlWindow window(u"Kavrin.Screens"_s, u"PageView"_s,
                      {{u"page"_s, QVariant::fromValue(page.get())},
+                      {u"pageId"_s, pageId},
                       {u"actions"_s, QVariant::fromValue(settings.actions())}},
-                     QSize(420, 760));
+                     size);
     QQuickItem *slider = window.item(u"Key height"_s);
     const auto at = [slider](int value) {
         const double share = (value - 36) / 44.0;
@@ -132,7 +134,8 @@ int main(int argc, char **argv)
     SettingsModel settings(pasteboard, contacts);
     const QJsonObject figures = {{u"pages"_s, openings(settings)},
                                  {u"emptyPage"_s, emptyOpening(settings)},
-                                 {u"slider"_s, dragging(settings)}};
+                                 {u"slider"_s, dragging(settings, {}, QSize(420, 760))},
+                                 {u"preview"_s, dragging(settings, u"layout"_s, QSize(1100, 760))}};
     std::puts(QJsonDocument(figures).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

@@ -24,4 +24,7 @@ def measure(_):
         Row("A step of a dragged slider, until the next frame", "ms", (figures["slider"]["step"],),
             (("a frame in which nothing has changed", (figures["slider"]["unchanged"],)),), (at_most(33),),
             note="The step is stored within that time."),
+        Row("The same with the preview of the keyboard beside it", "ms", (figures["preview"]["step"],),
+            (("a frame in which nothing has changed", (figures["preview"]["unchanged"],)),), (at_most(33),),
+            note="Each step changes the height of every key."),
     ]

@@ -60,6 +60,9 @@ TitledPage {
 
         ToolbarOrderView {
             page: view.page
+            preview: view.preview
+            previewFolded: view.previewFolded
+            onPreviewFoldToggled: view.previewFoldToggled()
         }
     }
 

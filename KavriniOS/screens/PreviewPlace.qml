@@ -12,6 +12,8 @@ Item {
     property bool folded: false
     /// What it needs for itself beside the preview.
     readonly property real frameHeight: header.height + Theme.margin
+    /// The preview; null while it is folded.
+    readonly property Item shown: content.item
 
     /// The user wants to fold the preview, or to see it again.
     signal foldToggled
@@ -46,6 +48,7 @@ Item {
 
                 anchors.left: parent.left
                 anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
                 text: header.text
                 Accessible.ignored: true
             }

@@ -11,10 +11,25 @@ TitledPage {
     /// The page that this one was opened from; null if there is none.
     property PageModel page
     readonly property ToolbarOrder tools: ToolbarOrder { }
+    /// Shows what the toolbar looks like, and can read() it again; null if there is nothing to show.
+    property Component preview: null
+    property bool previewFolded: false
     /// Another process has changed settings, and the user holds a row.
     property bool isBehind: false
 
+    /// The user wants to fold the preview, or to see it again.
+    signal previewFoldToggled
+
     title: "Toolbar icons"
+    showsAside: preview !== null && (isAsideBeside || height >= 2 * aside.implicitHeight)
+    aside: PreviewPlace {
+        id: place
+
+        preview: view.preview
+        beside: view.isAsideBeside
+        folded: view.previewFolded
+        onFoldToggled: view.previewFoldToggled()
+    }
 
     function catchUp() {
         if (isBehind && !list.held) {
@@ -23,6 +38,18 @@ TitledPage {
         }
     }
 
+    /// A change is not stored yet when the model tells of it.
+    function readPreviewLater() {
+        Qt.callLater(() => place.shown?.read());
+    }
+
+    Connections {
+        target: view.tools
+
+        function onDataChanged() {
+            view.readPreviewLater();
+        }
+    }
     Connections {
         target: view.page
 

@@ -83,6 +83,16 @@ TEST_F(PagePreviewTest, FollowsWhatAnotherProgramStores)
     EXPECT_TRUE(waitUntil([&] { return picture() != before; }));
 }
 
+TEST_F(PagePreviewTest, FollowsTheEditorOfTheToolbar)
+{
+    openWithPreview(u"layout"_s, QSize(1100, 800));
+    window().click(u"Reorder & hide toolbar icons"_s);
+    ASSERT_TRUE(waitUntil([this] { return window().top() != window().root() && preview() != nullptr; }));
+    const QImage before = picture();
+    window().click(qobject_cast<QQuickItem *>(window().find(u"GIFs"_s, QAccessible::CheckBox)->object()));
+    EXPECT_TRUE(waitUntil([&] { return picture() != before; }));
+}
+
 TEST_F(PagePreviewTest, LeavesHalfOfANarrowPageToTheSettings)
 {
     for (const double rowHeight : {36.0, 54.0, 80.0}) {

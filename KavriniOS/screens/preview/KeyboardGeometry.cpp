@@ -159,4 +159,27 @@ KeyboardGeometry KeyboardGeometry::of(const KeyboardLook &look, double screenWid
     return geometry;
 }
 
+KeyboardGeometry KeyboardGeometry::scaled(double factor) const
+{
+    const auto scale = [factor](const QRectF &r) {
+        return withinPixels(r.left() * factor, r.top() * factor, r.right() * factor, r.bottom() * factor);
+    };
+    KeyboardGeometry result = *this;
+    for (double *length : {&result.height, &result.toolWidth}) {
+        *length *= factor;
+    }
+    for (QRectF *place : {&result.toolbar, &result.strip, &result.pressed, &result.popup}) {
+        *place = scale(*place);
+    }
+    for (QPointF *point : {&result.trailBegin, &result.trailEnd}) {
+        *point *= factor;
+    }
+    result.swelling = int(swelling * factor);
+    result.popupSize = int(popupSize * factor);
+    for (Key &key : result.keys) {
+        key = {key.key, scale(key.cap), scale(key.label), scale(key.hint), int(key.labelSize * factor)};
+    }
+    return result;
+}
+
 } // namespace kavrin

@@ -54,6 +54,9 @@ public:
 
     /// `screenWidth`: of the screen that the keyboard is on. `isLandscape`: whether that is wider than high.
     static KeyboardGeometry of(const KeyboardLook &look, double screenWidth, bool isLandscape);
+
+    /// The same, larger or smaller.
+    [[nodiscard]] KeyboardGeometry scaled(double factor) const;
 };
 
 } // namespace kavrin

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "screens/preview/KeyboardModel.h"
 
+#include <algorithm>
+
 namespace kavrin
 {
 
@@ -114,6 +116,14 @@ void KeyboardModel::setScreenWidth(double width)
     }
 }
 
+void KeyboardModel::setMaximumHeight(double height)
+{
+    if (height != m_maximumHeight) {
+        m_maximumHeight = height;
+        update();
+    }
+}
+
 void KeyboardModel::setDark(bool dark)
 {
     if (dark != m_isDark) {
@@ -145,7 +155,9 @@ void KeyboardModel::read()
 /// items.
 void KeyboardModel::update()
 {
-    const KeyboardGeometry geometry = KeyboardGeometry::of(m_look, m_screenWidth, showsLandscape());
+    const KeyboardGeometry realSize = KeyboardGeometry::of(m_look, m_screenWidth, showsLandscape());
+    m_scale = std::clamp(m_maximumHeight / realSize.height, 1.0 / 3, 1.0);
+    const KeyboardGeometry geometry = realSize.scaled(m_scale);
     m_colors = KeyboardColors::of(m_look, showsDark());
     if (geometry.keys.size() == m_geometry.keys.size()) {
         m_geometry = geometry;

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QtQml/qqmlregistration.h>
 
+#include <limits>
+
 namespace kavrin
 {
 
@@ -23,6 +25,8 @@ class KeyboardModel : public QAbstractListModel
     QML_ELEMENT
 
     Q_PROPERTY(double screenWidth READ screenWidth WRITE setScreenWidth NOTIFY changed)
+    Q_PROPERTY(double maximumHeight READ maximumHeight WRITE setMaximumHeight NOTIFY changed)
+    Q_PROPERTY(double scale READ scale NOTIFY changed)
     Q_PROPERTY(bool dark READ isDark WRITE setDark NOTIFY changed)
     Q_PROPERTY(kavrin::KeyboardLook look READ look NOTIFY changed)
     Q_PROPERTY(kavrin::KeyboardGeometry geometry READ geometry NOTIFY changed)
@@ -56,11 +60,20 @@ public:
     [[nodiscard]] double screenWidth() const { return m_screenWidth; }
     void setScreenWidth(double width);
 
+    /// The height that there is for the picture, in pixels. The keyboard is as large as on its screen, or so
+    /// much smaller that it fits, down to a third.
+    [[nodiscard]] double maximumHeight() const { return m_maximumHeight; }
+    void setMaximumHeight(double height);
+
+    /// How large the picture is: 1/3 to 1.
+    [[nodiscard]] double scale() const { return m_scale; }
+
     /// Whether the desktop is dark.
     [[nodiscard]] bool isDark() const { return m_isDark; }
     void setDark(bool dark);
 
     [[nodiscard]] const KeyboardLook &look() const { return m_look; }
+    /// In the picture, so at its scale.
     [[nodiscard]] const KeyboardGeometry &geometry() const { return m_geometry; }
     [[nodiscard]] const KeyboardColors &colors() const { return m_colors; }
 
@@ -87,6 +100,8 @@ private:
     void update();
 
     double m_screenWidth = 360;
+    double m_maximumHeight = std::numeric_limits<double>::infinity();
+    double m_scale = 1;
     bool m_isDark = false;
     Subject m_subject = Subject::Anything;
     KeyboardLook m_look;

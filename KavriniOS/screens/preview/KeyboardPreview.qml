@@ -19,11 +19,9 @@ Item {
     }
 
     property real maximumHeight: Infinity
-    /// The picture's scale, 1/3 at least.
-    readonly property real shrinking: Math.max(1 / 3, Math.min(1, (maximumHeight - caption.height) / ground.height))
 
     implicitWidth: 360
-    implicitHeight: ground.height * shrinking + caption.height
+    implicitHeight: ground.height + caption.height
     LayoutMirroring.enabled: false
     LayoutMirroring.childrenInherit: true
     Accessible.role: Accessible.Graphic
@@ -34,6 +32,7 @@ Item {
         id: keyboard
 
         screenWidth: preview.width - 2 * preview.inset
+        maximumHeight: preview.maximumHeight - caption.height - 2 * preview.inset
         dark: Theme.dark
     }
 
@@ -42,7 +41,7 @@ Item {
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         fontSizeMode: Text.HorizontalFit
-        minimumPixelSize: 9
+        minimumPixelSize: 9 * keyboard.scale
         elide: Text.ElideRight
         Accessible.ignored: true
     }
@@ -50,20 +49,19 @@ Item {
     Rectangle {
         id: ground
 
-        width: parent.width
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: screen.width + 2 * preview.inset
         height: screen.height + 2 * preview.inset
         radius: Theme.radius
         color: keyboard.colors.ground
-        scale: preview.shrinking
-        transformOrigin: Item.Top
 
         Item {
             id: screen
 
             x: preview.inset
             y: preview.inset
-            width: parent.width - 2 * preview.inset
-            height: keyboard.geometry.height
+            width: Math.round(keyboard.screenWidth * keyboard.scale)
+            height: Math.floor(keyboard.geometry.height)
 
             Row {
                 x: keyboard.geometry.toolbar.x
@@ -81,7 +79,7 @@ Item {
                         Symbol {
                             anchors.centerIn: parent
                             name: parent.modelData
-                            size: Math.min(20, parent.width * 0.75)
+                            size: Math.min(20 * keyboard.scale, parent.width * 0.75)
                             color: keyboard.colors.onGround
                         }
                     }
@@ -122,10 +120,10 @@ Item {
                         }
                         Label {
                             anchors.fill: parent
-                            anchors.margins: 6
+                            anchors.margins: 6 * keyboard.scale
                             text: suggestion.modelData
                             color: keyboard.colors.onGround
-                            font.pixelSize: 16
+                            font.pixelSize: 16 * keyboard.scale
                         }
                     }
                 }
@@ -159,7 +157,7 @@ Item {
                         id: face
 
                         anchors.fill: parent
-                        radius: Math.min(keyboard.look.radius, width / 2, height / 2)
+                        radius: Math.min(keyboard.look.radius * keyboard.scale, width / 2, height / 2)
                         color: parent.color
                         border.width: keyboard.look.keyBorder ? 1 : 0
                         border.color: keyboard.colors.border
@@ -172,7 +170,7 @@ Item {
 
                 readonly property point begin: keyboard.geometry.trailBegin
                 readonly property point end: keyboard.geometry.trailEnd
-                readonly property real thickness: keyboard.look.trailWidth
+                readonly property real thickness: keyboard.look.trailWidth * keyboard.scale
                 readonly property color color: keyboard.colors.accent
 
                 anchors.fill: parent
@@ -230,7 +228,7 @@ Item {
                         text: key.hint
                         color: key.textColor
                         opacity: 0.75
-                        font.pixelSize: Math.max(1, key.hintPlace.height - 2)
+                        font.pixelSize: Math.max(1, key.hintPlace.height - 2 * keyboard.scale)
                         horizontalAlignment: Text.AlignRight
                     }
                     Symbol {
@@ -261,7 +259,7 @@ Item {
                 width: keyboard.geometry.popup.width
                 height: keyboard.geometry.popup.height
                 visible: keyboard.look.popup
-                radius: Math.min(keyboard.look.radius + 4, width / 2, height / 2)
+                radius: Math.min((keyboard.look.radius + 4) * keyboard.scale, width / 2, height / 2)
                 color: keyboard.colors.cap
                 border.width: 1
                 border.color: keyboard.colors.border
@@ -280,7 +278,7 @@ Item {
     Footnote {
         id: caption
 
-        y: ground.height * preview.shrinking
+        anchors.top: ground.bottom
         width: parent.width
         topPadding: 6
         horizontalAlignment: Text.AlignHCenter

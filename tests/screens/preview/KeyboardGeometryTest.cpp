@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <map>
 
@@ -246,6 +247,28 @@ TEST(KeyboardGeometry, ShowsThePopupAboveItsKeyAndWithinTheScreen)
         EXPECT_LT(geometry.popup.bottom(), geometry.pressed.top());
         EXPECT_GT(geometry.popupSize, find(geometry, u"g"_s).labelSize);
     });
+}
+
+TEST(KeyboardGeometry, KeepsEverythingApartWhenItIsDrawnSmaller)
+{
+    forEachExtreme([](const KeyboardGeometry &geometry, double width) {
+        for (const double factor : {0.4, 0.75}) {
+            KeyboardGeometry smaller = geometry.scaled(factor);
+            smaller.height = std::ceil(smaller.height);
+            EXPECT_EQ(faults(smaller, std::ceil(width * factor)).join(u"; "_s).toStdString(), "");
+        }
+    });
+}
+
+TEST(KeyboardGeometry, IsDrawnSmallerInAllItsParts)
+{
+    const KeyboardGeometry half = KeyboardGeometry::of(lookWith({}), 400, false).scaled(0.5);
+    EXPECT_EQ(half.height, 168);
+    EXPECT_EQ(half.strip, QRectF(0, 19, 200, 19));
+    EXPECT_EQ(half.toolWidth, 20);
+    EXPECT_EQ(half.popupSize, 16);
+    EXPECT_EQ(find(half, u"q"_s).cap, QRectF(2, 41, 17, 27));
+    EXPECT_EQ(find(half, u"q"_s).labelSize, 11);
 }
 
 TEST(KeyboardGeometry, HasTheLettersOfTheDocument)

@@ -219,7 +219,8 @@ TEST_F(KeyboardPreviewTest, ShrinksWhereThereIsNotEnoughHeight)
     for (const auto &[room, height] :
          std::vector<std::pair<double, double>>{{whole + 1, whole}, {whole, whole}, {200, 200}}) {
         window().root()->setProperty("maximumHeight", room);
-        EXPECT_DOUBLE_EQ(window().root()->implicitHeight(), height);
+        EXPECT_NEAR(window().root()->implicitHeight(), height, 1);
+        EXPECT_LE(window().root()->implicitHeight(), room);
     }
 }
 

@@ -58,7 +58,7 @@ double shareOfLetter(const RowKey &key)
 /// How wide it is at the size of one pixel. The name of a language is made to fit when it is drawn.
 double widthPerSize(const RowKey &key)
 {
-    return key.role == KeyRole::Space ? 0 : key.label.size() > 1 ? 2 : 0.9;
+    return key.role == KeyRole::Space ? 0 : !key.symbol.isEmpty() ? 1.25 : key.label.size() > 1 ? 2 : 0.9;
 }
 
 int labelSize(const KeyboardLook &look, const RowKey &key, const QRectF &place)
@@ -85,6 +85,9 @@ KeyboardGeometry::Key placed(const KeyboardLook &look, const RowKey &key, const 
         const double inset = cap.width() < leastWidthWithInset ? 0 : 3;
         result.hint = QRectF(cap.left(), cap.top(), cap.width() - inset, hintHeight);
         result.label.setTop(result.hint.bottom());
+    }
+    if (key.role == KeyRole::Space) {
+        result.label.adjust(4, 0, -4, 0);
     }
     result.labelSize = labelSize(look, key, result.label);
     return result;

@@ -123,7 +123,8 @@ Item {
                             anchors.margins: 6 * keyboard.scale
                             text: suggestion.modelData
                             color: keyboard.colors.onGround
-                            font.pixelSize: 16 * keyboard.scale
+                            // All three alike.
+                            font.pixelSize: Math.max(9 * keyboard.scale, Math.min(16 * keyboard.scale, width / 4))
                         }
                     }
                 }
@@ -227,7 +228,6 @@ Item {
                         visible: height > 0 && text !== ""
                         text: key.hint
                         color: key.textColor
-                        opacity: 0.75
                         font.pixelSize: Math.max(1, key.hintPlace.height - 2 * keyboard.scale)
                         horizontalAlignment: Text.AlignRight
                     }

@@ -120,6 +120,7 @@ TEST(KeyboardGeometry, MakesLabelsAsLargeAsTheSettingSaysUnlessTheKeyIsTooSmall)
         {{{u"labelSize"_s, 18.0}}, 400, u"q"_s, 18},
         {{}, 400, u"123"_s, 16},
         {{}, 400, u"shift"_s, 19},
+        {{{u"labelSize"_s, 32.0}}, 300, u"face.smiling"_s, 24}, // a cap of 30 pixels
         {{}, 400, u"English · Türkçe"_s, 13},
         {{{u"labelSize"_s, 32.0}}, 300, u"q"_s, 26}, // a cap of 24 pixels
         {{{u"labelSize"_s, 32.0}, {u"rowH"_s, 36.0}}, 400, u"q"_s, 30},

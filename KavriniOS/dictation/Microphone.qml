@@ -21,7 +21,7 @@ Item {
         height: width
         radius: width / 2
         color: Theme.accent
-        scale: microphone.rec.recording ? 1 + microphone.rec.level * growth : 1
+        scale: microphone.rec.recording && !Theme.reducedMotion ? 1 + microphone.rec.level * growth : 1
 
         Behavior on scale {
             NumberAnimation {
@@ -52,6 +52,7 @@ Item {
         anchors.centerIn: parent
         name: microphone.rec.working ? "ellipsis" : "mic.fill"
         size: 46
+        growth: 1
         color: Theme.accent
         opacity: microphone.rec.working ? 0.35 : 1
     }
@@ -68,6 +69,7 @@ Item {
             anchors.left: parent.left
             name: symbol.name
             size: symbol.size
+            growth: symbol.growth
             color: symbol.color
         }
     }

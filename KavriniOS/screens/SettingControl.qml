@@ -72,6 +72,7 @@ CardRow {
             to: control.setting.upper
             stepSize: control.setting.step
             value: control.setting.number
+            defaultValue: control.setting.defaultNumber
             onMoved: value => control.setting.number = value
             onDraggedChanged: control.setting.held = dragged
         }

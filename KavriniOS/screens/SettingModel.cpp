@@ -147,6 +147,11 @@ QString SettingModel::numberText() const
     return Prefs::formatStored(number(), kindOf<catalogue::Slider>(m_item).unit);
 }
 
+double SettingModel::defaultNumber() const
+{
+    return kindOf<catalogue::Slider>(m_item).defaultValue;
+}
+
 double SettingModel::lower() const
 {
     return kindOf<catalogue::Slider>(m_item).lower;

@@ -33,6 +33,7 @@ class SettingModel : public QObject
 
     Q_PROPERTY(double number READ number WRITE setNumber NOTIFY ticked)
     Q_PROPERTY(QString numberText READ numberText NOTIFY ticked)
+    Q_PROPERTY(double defaultNumber READ defaultNumber CONSTANT)
     Q_PROPERTY(double lower READ lower CONSTANT)
     Q_PROPERTY(double upper READ upper CONSTANT)
     Q_PROPERTY(double step READ step CONSTANT)
@@ -84,6 +85,7 @@ public:
     [[nodiscard]] double number() const;
     void setNumber(double number);
     [[nodiscard]] QString numberText() const;
+    [[nodiscard]] double defaultNumber() const;
     [[nodiscard]] double lower() const;
     [[nodiscard]] double upper() const;
     [[nodiscard]] double step() const;

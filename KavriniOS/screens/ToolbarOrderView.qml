@@ -67,7 +67,7 @@ TitledPage {
             Item {
                 id: list
 
-                readonly property int iconWidth: 28
+                readonly property int iconWidth: Math.round(28 * Theme.fontScale)
                 readonly property int textGap: 14
 
                 /// The row that the user holds by its handle; null if there is none.
@@ -279,7 +279,7 @@ TitledPage {
                                 }
                                 SwitchRow {
                                     Layout.fillHeight: true
-                                    implicitWidth: 66
+                                    implicitWidth: indicator.width + leftPadding + rightPadding
                                     width: implicitWidth
                                     leftPadding: 8
                                     rightPadding: 8
@@ -298,13 +298,23 @@ TitledPage {
                                     // RowBackground and screen readers read this property.
                                     readonly property bool down: row.isHeld
                                     readonly property alias hovered: grabber.containsMouse
-                                    readonly property bool visualFocus: activeFocus
+                                    readonly property bool visualFocus: activeFocus && !isGrabbed
                                     readonly property int minimumValue: 1
                                     readonly property int maximumValue: view.tools.shownCount
                                     readonly property int stepSize: 1
                                     readonly property int position: row.position
                                     property real value
+                                    /// A pointer has given it the focus.
+                                    property bool isGrabbed: false
 
+                                    onActiveFocusChanged: isGrabbed = isGrabbed && activeFocus
+                                    Keys.onShortcutOverride: event => event.accepted = row.isHeld && event.key === Qt.Key_Escape
+                                    Keys.onEscapePressed: event => {
+                                        event.accepted = row.isHeld;
+                                        if (row.isHeld) {
+                                            list.letGo();
+                                        }
+                                    }
                                     onPositionChanged: value = position
                                     onValueChanged: {
                                         if (value !== position) {
@@ -313,7 +323,7 @@ TitledPage {
                                     }
 
                                     Layout.fillHeight: true
-                                    implicitWidth: 48
+                                    implicitWidth: Math.max(48, Theme.symbolSize + 12)
                                     activeFocusOnTab: true
                                     Accessible.role: Accessible.Slider
                                     Accessible.name: qsTr("Move %1").arg(row.title)
@@ -343,7 +353,11 @@ TitledPage {
                                         hoverEnabled: true
                                         preventStealing: true
                                         cursorShape: pressed ? Qt.ClosedHandCursor : Qt.OpenHandCursor
-                                        onPressed: mouse => list.take(row, pointerAt(mouse))
+                                        onPressed: mouse => {
+                                            handle.isGrabbed = true;
+                                            handle.forceActiveFocus(Qt.MouseFocusReason);
+                                            list.take(row, pointerAt(mouse));
+                                        }
                                         onPositionChanged: mouse => {
                                             if (pressed) {
                                                 list.drag(pointerAt(mouse));

@@ -14,7 +14,11 @@ PressButton {
     topPadding: Theme.rowPadding
     bottomPadding: Theme.rowPadding
 
+    containmentMask: ground.area
+
     background: RowBackground {
+        id: ground
+
         control: row
     }
     contentItem: RowText {

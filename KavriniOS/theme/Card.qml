@@ -28,6 +28,8 @@ Column {
         height: rows.height
         radius: Theme.radius
         color: Theme.card
+        border.width: Theme.highContrast ? 1 : 0
+        border.color: Theme.edge
 
         Column {
             id: rows

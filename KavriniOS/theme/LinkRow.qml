@@ -20,8 +20,11 @@ PressButton {
     bottomPadding: Theme.rowPadding
 
     Accessible.selected: current
+    containmentMask: ground.area
 
     background: RowBackground {
+        id: ground
+
         control: row
 
         Rectangle {

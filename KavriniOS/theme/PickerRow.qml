@@ -28,33 +28,53 @@ T.ComboBox {
         // Goes back to the old option if the new one could not be stored.
         currentIndex = Qt.binding(() => chosen);
     }
-    Keys.onReturnPressed: popup.open()
-    Keys.onEnterPressed: popup.open()
+    Keys.onPressed: event => {
+        if (!popup.visible) {
+            event.accepted = isForClosedList(event);
+        }
+    }
     Accessible.role: Accessible.ComboBox
     Accessible.name: title
     // Screen readers find no value in a combo box of Qt Quick, so the value comes first in its description.
     Accessible.description: footer ? displayText + ". " + footer : displayText
-    Accessible.onPressAction: {
+    Accessible.onPressAction: open()
+
+    function open() {
         forceActiveFocus(Qt.OtherFocusReason); // the keyboard controls the open list from here
         popup.open();
     }
 
+    /// Opens the list if a key is for that. No key chooses an option that the user does not see: those that would are
+    /// kept from the template.
+    function isForClosedList(event: var): bool {
+        const opening = [Qt.Key_Return, Qt.Key_Enter, Qt.Key_F4, Qt.Key_Up, Qt.Key_Down];
+        if (opening.includes(event.key)) {
+            popup.open();
+        }
+        const isCommand = event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier);
+        return opening.includes(event.key) || event.key === Qt.Key_Home || event.key === Qt.Key_End
+               || (!isCommand && event.text > " ");
+    }
+
+    containmentMask: ground.area
+
     background: RowBackground {
+        id: ground
+
         control: row
     }
     contentItem: RowLayout {
         spacing: 14
 
-        RowText {
+        TitleAndValue {
             Layout.fillWidth: true
-            Layout.minimumWidth: row.availableWidth * 0.3
-            text: row.title
-        }
-        RowText {
-            Layout.maximumWidth: row.availableWidth * 0.55
-            text: row.displayText
-            color: Theme.secondaryText
-            horizontalAlignment: Text.AlignRight
+            title: row.title
+
+            RowText {
+                width: parent.width
+                text: row.displayText
+                color: Theme.secondaryText
+            }
         }
         Symbol {
             name: "chevron.up.chevron.down"

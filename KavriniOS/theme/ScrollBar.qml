@@ -2,7 +2,7 @@
 import QtQuick
 import QtQuick.Templates as T
 
-/// A thin bar at the side. It is visible while not everything fits and something moves or points at it.
+/// A thin bar at the side, visible where not everything fits.
 T.ScrollBar {
     id: bar
 
@@ -14,13 +14,6 @@ T.ScrollBar {
     contentItem: Rectangle {
         implicitWidth: 6
         radius: 3
-        color: Theme.secondaryText
-        opacity: bar.pressed ? 0.8 : bar.active || bar.hovered ? 0.5 : 0
-
-        Behavior on opacity {
-            NumberAnimation {
-                duration: Theme.transition
-            }
-        }
+        color: bar.pressed ? Theme.secondaryText : Theme.edge
     }
 }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
-import QtQuick.Layouts
 import QtQuick.Templates as T
 
-/// A row with a title, a value in words, and a slider below.
+/// A row with a title, a value in words, and a slider below. A click on the value lets the user type it, and Return on
+/// the slider does. Escape takes back what is dragged.
 Item {
     id: row
 
@@ -14,33 +14,34 @@ Item {
     property alias to: slider.to
     property alias stepSize: slider.stepSize
     property real value
+    /// Has a mark on the track. NaN if there is none.
+    property real defaultValue: NaN
     readonly property bool dragged: slider.pressed
 
-    /// The user has moved the slider, or a screen reader has.
+    /// The user has moved the slider or typed a value, or a screen reader has.
     signal moved(real value)
 
     width: parent.width
     implicitHeight: heading.implicitHeight + slider.implicitHeight + 2 * Theme.rowPadding - 4
 
-    RowLayout {
+    TitleAndValue {
         id: heading
 
         x: Theme.margin
         y: Theme.rowPadding
         width: parent.width - 2 * Theme.margin
-        spacing: 14
+        title: row.title
 
-        RowText {
-            Layout.fillWidth: true
-            text: row.title
-        }
-        Text {
+        NumberText {
+            id: number
+
+            objectName: "value"
+            anchors.left: parent.left
             text: row.valueText
-            textFormat: Text.PlainText
-            color: Theme.secondaryText
-            font.pixelSize: Theme.bodySize
-            font.family: Theme.tabularFamily
-            Accessible.ignored: true
+            title: row.title
+            value: row.value
+            onEntered: value => slider.moveTo(value)
+            onFinished: slider.forceActiveFocus(Qt.TabFocusReason)
         }
     }
 
@@ -56,13 +57,51 @@ Item {
         // A value that is clipped before completion is not a move: a stored value beyond the range stays stored until
         // the user moves the slider.
         property bool ready: false
+        property real valueAtPress
+        /// The user has taken back what they drag, and still holds it.
+        property bool isTakenBack: false
+        /// What Up, Page Up and their like add.
+        readonly property var steps: ({
+            [Qt.Key_Up]: stepSize,
+            [Qt.Key_Down]: -stepSize,
+            [Qt.Key_PageUp]: 10 * stepSize,
+            [Qt.Key_PageDown]: -10 * stepSize,
+            [Qt.Key_Home]: from - to,
+            [Qt.Key_End]: to - from
+        })
 
-        implicitHeight: 36
+        function moveTo(wanted: real) {
+            const target = Math.max(from, Math.min(wanted, to));
+            if (target !== row.value) {
+                row.moved(target);
+            }
+        }
+
+        function takeBack() {
+            isTakenBack = true;
+            if (row.value !== valueAtPress) {
+                row.moved(valueAtPress);
+            }
+        }
+
+        /// Where the middle of the handle is when the slider stands at a value.
+        function placeOf(number: real): real {
+            const position = (Math.max(from, Math.min(number, to)) - from) / (to - from);
+            return handle.width / 2 + (mirrored ? 1 - position : position) * (width - handle.width);
+        }
+
+        implicitHeight: handle.height + 12
         snapMode: T.Slider.SnapAlways
         hoverEnabled: true
+        onPressedChanged: {
+            valueAtPress = row.value;
+            isTakenBack = false;
+        }
         onValueChanged: {
             if (ready && value !== row.value) {
-                row.moved(value);
+                if (!isTakenBack) {
+                    row.moved(value);
+                }
                 value = row.value; // the old value, if the new one could not be stored
             }
         }
@@ -74,12 +113,22 @@ Item {
         Accessible.onIncreaseAction: increase()
         Accessible.onDecreaseAction: decrease()
         Keys.onPressed: event => {
-            const target = event.key === Qt.Key_Home ? from : event.key === Qt.Key_End ? to : undefined;
-            if (target !== undefined) {
-                row.moved(target);
+            if (event.key in steps) {
+                moveTo(value + steps[event.key]);
                 event.accepted = true;
             }
         }
+        Keys.onReturnPressed: number.edit()
+        Keys.onEnterPressed: number.edit()
+        Keys.onShortcutOverride: event => event.accepted = pressed && event.key === Qt.Key_Escape
+        Keys.onEscapePressed: event => {
+            event.accepted = pressed;
+            if (pressed) {
+                takeBack();
+            }
+        }
+        // The template takes the release of any key for the end of a drag.
+        Keys.onReleased: event => event.accepted = pressed && event.key === Qt.Key_Escape
 
         // This binding survives a value that a screen reader sets.
         Binding {
@@ -89,20 +138,42 @@ Item {
             restoreMode: Binding.RestoreNone
         }
 
-        background: Rectangle {
+        background: Item {
+            readonly property real middle: height / 2
+
             x: 0
-            y: (slider.height - height) / 2
+            y: 0
             width: slider.width
-            height: 4
-            radius: 2
-            color: Theme.track
+            height: slider.height
 
             Rectangle {
-                x: slider.mirrored ? parent.width - width : 0
-                width: slider.handle.width / 2
-                       + (slider.mirrored ? 1 - slider.visualPosition : slider.visualPosition)
-                         * (slider.width - slider.handle.width)
-                height: parent.height
+                objectName: "track"
+                y: parent.middle - 2
+                width: parent.width
+                height: 4
+                radius: 2
+                color: Theme.edge
+            }
+            Rectangle {
+                objectName: "mark"
+                visible: !isNaN(row.defaultValue)
+                x: slider.placeOf(row.defaultValue) - 1
+                y: parent.middle - 8
+                width: 2
+                height: 16
+                color: Theme.edge
+            }
+            Rectangle {
+                // From 0 if there are values on both sides of it.
+                readonly property real start: row.from < 0 && row.to > 0 ? slider.placeOf(0)
+                                                                          : slider.mirrored ? parent.width : 0
+                readonly property real end: slider.placeOf(slider.value)
+
+                objectName: "fill"
+                x: Math.min(start, end)
+                y: parent.middle - 2
+                width: Math.abs(end - start)
+                height: 4
                 radius: 2
                 color: Theme.accent
             }
@@ -110,12 +181,12 @@ Item {
         handle: Rectangle {
             x: slider.visualPosition * (slider.width - width)
             y: (slider.height - height) / 2
-            width: 24
-            height: 24
-            radius: 12
+            width: Math.round(24 * Theme.controlScale)
+            height: width
+            radius: width / 2
             color: Theme.thumb
-            border.width: 1
-            border.color: Theme.hairline
+            border.width: Theme.edgeWidth
+            border.color: Theme.edge
             scale: slider.pressed ? 1.12 : 1
 
             Behavior on scale {

@@ -7,23 +7,27 @@ Item {
 
     required property string name
     property color color: Theme.text
-    property int size: Theme.symbolSize
+    /// Beside type of the usual size.
+    property int size: 20
+    property real growth: Theme.fontScale
     property alias mirror: image.mirror
 
-    implicitWidth: size
-    implicitHeight: size
+    readonly property int extent: Math.round(size * growth)
+
+    implicitWidth: extent
+    implicitHeight: extent
     Accessible.ignored: true
 
     Image {
         id: image
 
-        readonly property int pixels: Math.round(symbol.size * Screen.devicePixelRatio)
+        readonly property int pixels: Math.round(symbol.extent * Screen.devicePixelRatio)
 
         anchors.centerIn: parent
         width: pixels / Screen.devicePixelRatio
         height: width
         sourceSize: Qt.size(pixels, pixels)
-        source: symbol.name ? "image://symbol/" + symbol.name + "@" + symbol.size + "?" + String(symbol.color).slice(1) : ""
+        source: symbol.name ? "image://symbol/" + symbol.name + "@" + symbol.extent + "?" + String(symbol.color).slice(1) : ""
         Accessible.ignored: true
     }
 }

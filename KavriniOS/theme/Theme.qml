@@ -2,44 +2,60 @@
 pragma Singleton
 
 import QtQuick
+import "Contrast.js" as Contrast
 
 /// Every colour, distance, duration and type size of the application. Distances are in logical pixels,
 /// durations in milliseconds.
+///
+/// Every text has a contrast of 4.5 : 1 to its ground, also while its row is hovered or pressed, and whatever accent
+/// colour the desktop has; every control's edge has 3 : 1. The desktop may want more.
 QtObject {
     id: theme
 
-    /// What the desktop wants. The application sets both.
+    /// What the desktop wants. The application sets them.
     property bool dark: false
+    property bool highContrast: false
+    property bool reducedMotion: false
     property color desktopAccent: "transparent"
 
     readonly property color background: dark ? "#111114" : "#f2f2f6"
     readonly property color card: dark ? "#1d1d21" : "#ffffff"
     readonly property color raised: dark ? "#2a2a30" : "#ffffff"
-    readonly property color text: dark ? "#f4f4f6" : "#18181b"
-    readonly property color secondaryText: dark ? "#a5a5af" : "#62626c"
-    readonly property color hairline: dark ? "#34343b" : "#e3e3e9"
+    readonly property color highlight: dark ? "#14ffffff" : "#0c000000"
+    readonly property color pressed: dark ? "#1cffffff" : "#14000000"
+    readonly property color shadow: dark ? "#20000000" : "#08000000"
+
+    readonly property color text: highContrast ? (dark ? "#ffffff" : "#000000") : dark ? "#f4f4f6" : "#18181b"
+    readonly property color secondaryText: legible(dark ? "#a5a5af" : "#62626c")
+    readonly property color good: legible(dark ? "#3ddc74" : "#1a7f3c")
+    readonly property color warning: legible(dark ? "#ffb340" : "#b25e00")
+    readonly property color destructive: legible(dark ? "#ff6961" : "#c9211a")
+    /// The desktop's accent colour, made as dark or light as texts need it.
+    readonly property color accent: legible(desktopAccent.a > 0 ? desktopAccent : dark ? "#7d9dff" : "#3157d5")
+    /// Readable on the accent colour.
+    readonly property color accentText: dark ? "#18181b" : "#ffffff"
+
+    /// What separates, and need not be seen.
+    readonly property color hairline: highContrast ? edge : dark ? "#34343b" : "#e3e3e9"
+    /// The outline of what can be operated, and what shows where it can be moved to.
+    readonly property color edge: Contrast.legible(Qt.color(dark ? "#90909a" : "#74747e"), track, highContrast ? 5 : 3.6)
+    readonly property int edgeWidth: highContrast ? 2 : 1
+    /// What fills a control that is off.
     readonly property color track: dark ? "#46464f" : "#d6d6de"
     readonly property color thumb: "#ffffff"
-    readonly property color highlight: dark ? "#14ffffff" : "#0c000000"
-    readonly property color pressed: dark ? "#24ffffff" : "#18000000"
-    readonly property color shadow: dark ? "#20000000" : "#08000000"
-    readonly property color good: dark ? "#3ddc74" : "#1a7f3c"
-    readonly property color warning: dark ? "#ffb340" : "#b25e00"
-    readonly property color destructive: dark ? "#ff6961" : "#c9211a"
-    readonly property color accent: desktopAccent.a > 0 ? desktopAccent : dark ? "#7d9dff" : "#3157d5"
-    /// Roughly the relative luminance of WCAG 2, 0 to 1.
-    readonly property real accentLuminance: 0.2126 * accent.r * accent.r + 0.7152 * accent.g * accent.g
-                                            + 0.0722 * accent.b * accent.b
-    readonly property bool accentIsLight: accentLuminance > 0.3
-    /// Readable on the accent colour.
-    readonly property color accentText: accentIsLight ? "#18181b" : "#ffffff"
+
+    /// The colour as it must be for text on any ground that a row has.
+    function legible(color: color): color {
+        const ground = Qt.tint(dark ? card : background, pressed);
+        return Contrast.legible(Qt.color(color), ground, highContrast ? 7.2 : 4.6);
+    }
 
     readonly property int margin: 16
     readonly property int radius: 12
     readonly property int rowHeight: 48
     readonly property int rowPadding: 11
     readonly property int barHeight: 52
-    readonly property int symbolSize: 20
+    readonly property int symbolSize: Math.round(20 * fontScale)
     readonly property int contentWidth: 640
     /// The list of pages stands beside the page from this width on.
     readonly property real twoPanesWidth: Math.max(800, sidebarWidth + 380 * fontScale)
@@ -54,14 +70,17 @@ QtObject {
         font: Qt.application.font
     }
     readonly property real fontScale: Math.max(1, desktopFont.height / 18)
+    /// For switches and the handles of sliders.
+    readonly property real controlScale: Math.min(fontScale, 1.5)
     /// A family with digits of equal width; the interface font has none.
     readonly property string tabularFamily: "Noto Sans"
     readonly property string monospaceFamily: "monospace"
-    readonly property int largeTitleSize: Math.round(30 * fontScale)
+    /// What is large already grows less, so that words still fit into a line.
+    readonly property int largeTitleSize: Math.round(30 * Math.min(fontScale, 1.4))
     readonly property int titleSize: Math.round(17 * fontScale)
     readonly property int bodySize: Math.round(16 * fontScale)
     readonly property int footnoteSize: Math.round(13 * fontScale)
 
-    readonly property int transition: 260
-    readonly property int quickTransition: 120
+    readonly property int transition: reducedMotion ? 0 : 260
+    readonly property int quickTransition: reducedMotion ? 0 : 120
 }

@@ -2,12 +2,14 @@
 #include "screens/Screens.h"
 
 #include <QFont>
+#include <QFontMetricsF>
 #include <QGlyphRun>
 #include <QGuiApplication>
-#include <QQmlComponent>
-#include <QQmlEngine>
 #include <QRawFont>
+#include <QRegularExpression>
 #include <QTextLayout>
+
+#include <algorithm>
 
 namespace kavrin::test
 {
@@ -24,6 +26,47 @@ protected:
         QStringList clipped;
         collect(window().top(), clipped);
         return clipped;
+    }
+
+    /// The words of the interface that are longer than the line they stand in, so that they are cut or
+    /// broken.
+    QStringList brokenWords()
+    {
+        static const QRegularExpression address(u"\\w\\.\\w"_s);
+        QStringList broken;
+        for (const QQuickItem *text : window().items()) {
+            if (text->inherits("QQuickText")) {
+                const QFontMetricsF metrics(text->property("font").value<QFont>());
+                for (const QString &word :
+                     text->property("text").toString().split(QRegularExpression(u"[\\s-]"_s))) {
+                    if (metrics.horizontalAdvance(word) > text->width() + 1 && !word.contains(address)) {
+                        broken.append(word);
+                    }
+                }
+            }
+        }
+        return broken;
+    }
+
+    /// Opens a page in type of a size.
+    void openIn(int pointSize, const QString &page, QSize size = QSize(360, 720))
+    {
+        QFont font = QGuiApplication::font();
+        font.setPointSize(pointSize);
+        QGuiApplication::setFont(font);
+        openPage(page, size);
+    }
+
+    /// Where a text is in the window.
+    QRectF place(const QString &text)
+    {
+        for (const QQuickItem *item : window().items()) {
+            if (item->inherits("QQuickText") && item->property("text") == text) {
+                return item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+            }
+        }
+        ADD_FAILURE() << text.toStdString() << " is not shown";
+        return {};
     }
 
 private:
@@ -70,40 +113,55 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
                                            {360, 22, Qt::LeftToRight},
                                            {360, 22, Qt::RightToLeft},
                                            {1600, 10, Qt::LeftToRight}}) {
-        QFont font = QGuiApplication::font();
-        font.setPointSize(c.pointSize);
-        QGuiApplication::setFont(font);
         QGuiApplication::setLayoutDirection(c.direction);
         for (const Prefs::Page &page : Prefs::pages()) {
-            openPage(page.id, QSize(c.width, 720));
+            openIn(c.pointSize, page.id, QSize(c.width, 720));
             SCOPED_TRACE(qPrintable(u"%1, %2 wide, %3 pt"_s.arg(page.id).arg(c.width).arg(c.pointSize)));
             EXPECT_EQ(clippedTexts(), QStringList());
+            EXPECT_EQ(brokenWords(), QStringList());
         }
     }
 }
 
-TEST_F(LegibilityTest, WritesOnTheAccentColourInWhatStandsOutFromIt)
+TEST_F(LegibilityTest, PutsATitleAboveItsValueWhereBothDoNotFit)
 {
-    QQmlEngine engine;
-    engine.addImportPath(u"qrc:/qt/qml"_s);
-    QQmlComponent component(&engine);
-    component.setData(
-        "import QtQml; import Kavrin.Theme; QtObject { readonly property QtObject theme: Theme }", QUrl());
-    const std::unique_ptr<QObject> holder(component.create());
-    ASSERT_TRUE(holder != nullptr) << qPrintable(component.errorString());
-    auto *theme = holder->property("theme").value<QObject *>();
-    ASSERT_TRUE(theme != nullptr);
-    const QColor dark(0x18, 0x18, 0x1b);
-    const QColor light(Qt::white);
-    for (const auto &[accent, text] : std::vector<std::pair<QColor, QColor>>{
-             {QColor(Qt::transparent), light}, // the application's own blue
-             {QColor(Qt::yellow), dark},
-             {QColor(0x1a, 0x5f, 0xb4), light},
-             {QColor(0xff, 0x78, 0x00), dark},
-             {QColor(0x61, 0x35, 0x83), light}}) {
-        theme->setProperty("desktopAccent", accent);
-        EXPECT_EQ(theme->property("accentText").value<QColor>(), text) << qPrintable(accent.name());
+    struct Case {
+        QString page;
+        QString title;
+        QString value;
+        int pointSize;
+        bool fits;
+    };
+    Prefs::set(u"provider"_s, u"custom"_s);
+    const QString longOption = u"Custom (OpenAI-compatible)"_s;
+    for (const Case &c : std::vector<Case>{{u"layout"_s, u"Landscape height"_s, u"72%"_s, 10, true},
+                                           {u"layout"_s, u"Landscape height"_s, u"72%"_s, 22, false},
+                                           {u"layout"_s, u"Key height"_s, u"54 pt"_s, 22, true},
+                                           {u"layout"_s, u"Key hints"_s, u"Off"_s, 10, true},
+                                           {u"dictation"_s, u"Provider"_s, longOption, 10, false},
+                                           {u"dictation"_s, u"Provider"_s, longOption, 22, false}}) {
+        SCOPED_TRACE(qPrintable(u"%1 in %2 pt"_s.arg(c.title).arg(c.pointSize)));
+        openIn(c.pointSize, c.page);
+        const QRectF title = place(c.title);
+        const QRectF value = place(c.value);
+        EXPECT_EQ(value.top() >= title.bottom(), !c.fits);
+        EXPECT_EQ(value.left() >= title.right(), c.fits);
     }
+}
+
+TEST_F(LegibilityTest, DrawsSymbolsAsLargeAsTheTextBesideThem)
+{
+    const auto symbolHeight = [this](int pointSize) {
+        openIn(pointSize, u"layout"_s);
+        const auto items = window().items();
+        const auto symbol = std::ranges::find_if(items, [](const QQuickItem *item) {
+            return item->inherits("QQuickImage")
+                && item->property("source").toString().contains(u"chevron.up");
+        });
+        return (*symbol)->height();
+    };
+    const double usual = symbolHeight(10);
+    EXPECT_GT(symbolHeight(22), 1.6 * usual);
 }
 
 TEST_F(LegibilityTest, HasAGlyphForEveryCharacterOfTheCatalogue)

@@ -244,6 +244,20 @@ TEST_F(ToolbarOrderViewTest, StoresNothingWhereARowIsDroppedWhereItWas)
     EXPECT_EQ(storedOrder(), u"none");
 }
 
+TEST_F(ToolbarOrderViewTest, PutsADraggedRowBackWhenEscapeIsPressed)
+{
+    open();
+    const QStringList before = seen();
+    pressHandle(u"Clipboard"_s);
+    dragTo(middle(handle(u"GIFs"_s)).y());
+    window().press(Qt::Key_Escape);
+    EXPECT_EQ(seen(), before);
+    dragTo(middle(handle(u"YouTube"_s)).y());
+    release();
+    EXPECT_EQ(seen(), before);
+    EXPECT_EQ(storedOrder(), u"none");
+}
+
 TEST_F(ToolbarOrderViewTest, MovesARowThatIsDraggedByAFinger)
 {
     open();

@@ -135,6 +135,19 @@ QQuickItem *QmlWindow::item(const QString &name) const
     return interface != nullptr ? qobject_cast<QQuickItem *>(interface->object()) : nullptr;
 }
 
+QList<QQuickItem *> QmlWindow::items() const
+{
+    QList<QQuickItem *> items = {top()};
+    for (qsizetype index = 0; index < items.size(); ++index) {
+        for (QQuickItem *child : items[index]->childItems()) {
+            if (child->isVisible()) {
+                items.append(child);
+            }
+        }
+    }
+    return items;
+}
+
 QStringList QmlWindow::names() const
 {
     QStringList names;

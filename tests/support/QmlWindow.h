@@ -50,6 +50,9 @@ public:
     /// The item of find(); null where there is nothing.
     [[nodiscard]] QQuickItem *item(const QString &name) const;
 
+    /// All items that are shown in the top view, those above others last.
+    [[nodiscard]] QList<QQuickItem *> items() const;
+
     /// The names of all that a screen reader finds visible in the top view, in order; nameless things left
     /// out.
     [[nodiscard]] QStringList names() const;

@@ -361,4 +361,14 @@ QColor KavrinApp::accentColor() const
     return m_services->appearance.accentColor().value_or(QColor(Qt::transparent));
 }
 
+bool KavrinApp::hasHighContrast() const
+{
+    return m_services->appearance.hasHighContrast();
+}
+
+bool KavrinApp::hasReducedMotion() const
+{
+    return m_services->appearance.hasReducedMotion();
+}
+
 } // namespace kavrin

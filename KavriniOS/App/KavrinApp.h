@@ -30,6 +30,8 @@ class KavrinApp : public QObject
     Q_PROPERTY(kavrin::DictateModelFactory *dictateModels READ dictateModels CONSTANT)
     Q_PROPERTY(bool dark READ isDark NOTIFY appearanceChanged)
     Q_PROPERTY(QColor accentColor READ accentColor NOTIFY appearanceChanged)
+    Q_PROPERTY(bool highContrast READ hasHighContrast NOTIFY appearanceChanged)
+    Q_PROPERTY(bool reducedMotion READ hasReducedMotion NOTIFY appearanceChanged)
 
 public:
     KavrinApp();
@@ -69,6 +71,9 @@ public:
 
     /// Transparent if the desktop has no such setting.
     [[nodiscard]] QColor accentColor() const;
+
+    [[nodiscard]] bool hasHighContrast() const;
+    [[nodiscard]] bool hasReducedMotion() const;
 
 Q_SIGNALS:
     /// A damaged suite was set aside; `text` says so to the user. Any thread may emit it.

@@ -45,6 +45,16 @@ T.ApplicationWindow {
         property: "desktopAccent"
         value: window.app.accentColor
     }
+    Binding {
+        target: Theme
+        property: "highContrast"
+        value: window.app.highContrast
+    }
+    Binding {
+        target: Theme
+        property: "reducedMotion"
+        value: window.app.reducedMotion
+    }
 
     SettingsPanes {
         id: panes

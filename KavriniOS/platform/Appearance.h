@@ -21,8 +21,14 @@ public:
     /// The colour that the user has chosen for highlights. None if the desktop has no such setting.
     [[nodiscard]] virtual std::optional<QColor> accentColor() const = 0;
 
+    /// Whether the user wants texts and controls to stand out more than usual.
+    [[nodiscard]] virtual bool hasHighContrast() const = 0;
+
+    /// Whether the user wants nothing to move that need not move.
+    [[nodiscard]] virtual bool hasReducedMotion() const = 0;
+
 Q_SIGNALS:
-    /// isDark() or accentColor() has changed.
+    /// Any of these has changed.
     void changed();
 };
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace kavrin
 {
@@ -26,10 +27,23 @@ const QString interface = u"org.freedesktop.portal.Settings"_s;
 const QString appearance = u"org.freedesktop.appearance"_s;
 const QString colorSchemeKey = u"color-scheme"_s;
 const QString accentColorKey = u"accent-color"_s;
+const QString contrastKey = u"contrast"_s;
+const QString reducedMotionKey = u"reduced-motion"_s;
+
+// Where desktops say whether they animate, to portals that do not tell of reduced motion themselves.
+const QString gnome = u"org.gnome.desktop.interface"_s;
+const QString gnomeAnimationKey = u"enable-animations"_s;
+const QString plasma = u"org.kde.kdeglobals.KDE"_s;
+const QString plasmaAnimationKey = u"AnimationDurationFactor"_s;
+
+const QStringList namespaces = {appearance, gnome, plasma};
 
 // A value of "color-scheme". Any other value is no preference for dark.
 constexpr uint dark = 1;
 constexpr uint light = 2;
+
+constexpr uint moreContrast = 1; // a value of "contrast"
+constexpr uint lessMotion = 1; // a value of "reduced-motion"
 
 constexpr int firstTimeout = 150; // milliseconds
 constexpr int usualTimeout = -1;
@@ -57,6 +71,14 @@ std::optional<QColor> color(const QVariant &value)
         return std::nullopt;
     }
     return QColor::fromRgbF(float(parts[0]), float(parts[1]), float(parts[2]));
+}
+
+bool reducesMotion(const Settings &settings)
+{
+    const QVariant wish = settings[appearance].value(reducedMotionKey);
+    const bool isAnimatedByGnome = settings[gnome].value(gnomeAnimationKey, true).toBool();
+    const double slownessOfPlasma = settings[plasma].value(plasmaAnimationKey, 1).toDouble();
+    return wish.isValid() ? wish.toUInt() == lessMotion : !isAnimatedByGnome || slownessOfPlasma == 0;
 }
 
 } // namespace
@@ -95,7 +117,7 @@ bool PortalAppearance::eventFilter(QObject *watched, QEvent *event)
 void PortalAppearance::ask(int timeout)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, u"ReadAll"_s);
-    call << QStringList(appearance);
+    call << namespaces;
     auto *answer = new QDBusPendingCallWatcher(m_bus.asyncCall(call, timeout), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, &PortalAppearance::take);
     if (timeout == firstTimeout) {
@@ -113,9 +135,7 @@ void PortalAppearance::take(QDBusPendingCallWatcher *answer)
 
     const QDBusMessage reply = answer->reply();
     if (reply.signature() == u"a{sa{sv}}") {
-        Settings settings;
-        reply.arguments().constFirst().value<QDBusArgument>() >> settings;
-        m_settings = settings.value(appearance);
+        reply.arguments().constFirst().value<QDBusArgument>() >> m_settings;
         settle();
     } else if (isFirst && answer->error().type() == QDBusError::NoReply) {
         // The portal is still starting. Nobody waits any more, so it may take its time.
@@ -126,22 +146,28 @@ void PortalAppearance::take(QDBusPendingCallWatcher *answer)
 void PortalAppearance::onSettingChanged(const QString &settings, const QString &key,
                                         const QDBusVariant &value)
 {
-    if (settings == appearance) {
-        m_settings[key] = value.variant();
+    if (namespaces.contains(settings)) {
+        m_settings[settings][key] = value.variant();
         settle();
     }
 }
 
 void PortalAppearance::settle()
 {
-    const uint scheme = m_settings.value(colorSchemeKey).toUInt();
-    const bool isDark = scheme == dark || (scheme != light && isPaletteDark());
-    const std::optional<QColor> accentColor = color(m_settings.value(accentColorKey));
-    if (isDark != m_isDark || accentColor != m_accentColor) {
-        m_isDark = isDark;
-        m_accentColor = accentColor;
+    const Looks before = std::exchange(m_looks, looks());
+    if (before != m_looks) {
         Q_EMIT changed();
     }
+}
+
+PortalAppearance::Looks PortalAppearance::looks() const
+{
+    const QVariantMap wishes = m_settings[appearance];
+    const uint scheme = wishes.value(colorSchemeKey).toUInt();
+    return {.isDark = scheme == dark || (scheme != light && isPaletteDark()),
+            .accentColor = color(wishes.value(accentColorKey)),
+            .hasHighContrast = wishes.value(contrastKey).toUInt() == moreContrast,
+            .hasReducedMotion = reducesMotion(m_settings)};
 }
 
 } // namespace kavrin

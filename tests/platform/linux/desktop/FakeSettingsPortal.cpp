@@ -15,12 +15,17 @@ namespace
 constexpr QLatin1String service("org.freedesktop.portal.Desktop");
 constexpr QLatin1String path("/org/freedesktop/portal/desktop");
 constexpr QLatin1String interface("org.freedesktop.portal.Settings");
-constexpr QLatin1String appearance("org.freedesktop.appearance");
 
 } // namespace
 
-FakeSettingsPortal::FakeSettingsPortal(QDBusConnection bus, QVariantMap appearance, Answer answer)
-    : m_bus(std::move(bus)), m_appearance(std::move(appearance)), m_answer(answer)
+FakeSettingsPortal::FakeSettingsPortal(QDBusConnection bus, const QVariantMap &appearance, Answer answer)
+    : FakeSettingsPortal(std::move(bus), Settings{{QStringLiteral("org.freedesktop.appearance"), appearance}},
+                         answer)
+{
+}
+
+FakeSettingsPortal::FakeSettingsPortal(QDBusConnection bus, Settings settings, Answer answer)
+    : m_bus(std::move(bus)), m_settings(std::move(settings)), m_answer(answer)
 {
     connect(&m_thread, &QThread::finished, this, [this] { m_ended.set_value(); }, Qt::DirectConnection);
     m_thread.start();
@@ -38,7 +43,7 @@ FakeSettingsPortal::~FakeSettingsPortal()
     m_thread.wait();
 }
 
-void FakeSettingsPortal::ReadAll(const QStringList &namespaces)
+void FakeSettingsPortal::ReadAll(const QStringList &)
 {
     setDelayedReply(true);
     {
@@ -47,7 +52,7 @@ void FakeSettingsPortal::ReadAll(const QStringList &namespaces)
     }
     if (m_answer == Answer::Refusal) {
         m_bus.send(message().createErrorReply(QDBusError::AccessDenied, QStringLiteral("Not allowed")));
-    } else if (m_answer == Answer::AtOnce && namespaces.contains(appearance)) {
+    } else if (m_answer == Answer::AtOnce) {
         reply(message());
     }
 }
@@ -77,9 +82,13 @@ void FakeSettingsPortal::reply(const QDBusMessage &call)
 {
     QDBusArgument settings;
     settings.beginMap(QMetaType::fromType<QString>(), QMetaType::fromType<QVariantMap>());
-    settings.beginMapEntry();
-    settings << QString(appearance) << m_appearance;
-    settings.endMapEntry();
+    for (const QString &name : call.arguments().constFirst().toStringList()) {
+        if (m_settings.contains(name)) {
+            settings.beginMapEntry();
+            settings << name << m_settings.value(name);
+            settings.endMapEntry();
+        }
+    }
     settings.endMap();
     m_bus.send(call.createReply(QVariant::fromValue(settings)));
 }

@@ -4,6 +4,7 @@
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusMessage>
+#include <QMap>
 #include <QMutex>
 #include <QObject>
 #include <QThread>
@@ -29,8 +30,13 @@ public:
         Refusal,
     };
 
+    /// By namespace, by key.
+    using Settings = QMap<QString, QVariantMap>;
+
+    FakeSettingsPortal(QDBusConnection bus, Settings settings, Answer answer = Answer::AtOnce);
+
     /// `appearance` are the settings of org.freedesktop.appearance.
-    FakeSettingsPortal(QDBusConnection bus, QVariantMap appearance, Answer answer = Answer::AtOnce);
+    FakeSettingsPortal(QDBusConnection bus, const QVariantMap &appearance, Answer answer = Answer::AtOnce);
     ~FakeSettingsPortal() override;
 
     /// Answers what has been asked so far.
@@ -44,10 +50,11 @@ public:
     Q_SLOT void ReadAll(const QStringList &namespaces);
 
 private:
+    /// With the namespaces that were asked for.
     void reply(const QDBusMessage &call);
 
     QDBusConnection m_bus;
-    QVariantMap m_appearance;
+    Settings m_settings;
     Answer m_answer;
     mutable QMutex m_mutex;
     std::vector<QDBusMessage> m_calls;

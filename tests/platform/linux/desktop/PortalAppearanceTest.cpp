@@ -14,6 +14,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace kavrin::test
 {
@@ -87,6 +88,52 @@ TEST(PortalAppearance, IsAsThePortalSays)
         appearance.waitForFirstAnswer();
         EXPECT_EQ(appearance.isDark(), each.isDark);
         EXPECT_EQ(appearance.accentColor(), each.accentColor);
+    }
+}
+
+TEST(PortalAppearance, HasTheContrastAndTheMotionThatThePortalWants)
+{
+    struct Case {
+        std::string name;
+        FakeSettingsPortal::Settings settings;
+        bool hasHighContrast;
+        bool hasReducedMotion;
+    };
+    const QString appearanceSettings = u"org.freedesktop.appearance"_s;
+    const QString gnome = u"org.gnome.desktop.interface"_s;
+    const QString plasma = u"org.kde.kdeglobals.KDE"_s;
+    const auto wishes = [&](uint contrast, uint reducedMotion) {
+        return std::pair(appearanceSettings,
+                         QVariantMap{{u"contrast"_s, contrast}, {u"reduced-motion"_s, reducedMotion}});
+    };
+    const auto gnomeAnimates = [&](bool animates) {
+        return std::pair(gnome, QVariantMap{{u"enable-animations"_s, animates}});
+    };
+    const auto plasmaTakes = [&](const QVariant &factor) {
+        return std::pair(plasma, QVariantMap{{u"AnimationDurationFactor"_s, factor}});
+    };
+    const std::vector<Case> cases = {
+        {"nothing", {}, false, false},
+        {"no preference", {wishes(0, 0)}, false, false},
+        {"more contrast", {wishes(1, 0)}, true, false},
+        {"less motion", {wishes(0, 1)}, false, true},
+        {"both", {wishes(1, 1)}, true, true},
+        {"unknown", {wishes(2, 2)}, false, false},
+        {"still in GNOME", {gnomeAnimates(false)}, false, true},
+        {"moving in GNOME", {gnomeAnimates(true)}, false, false},
+        {"still in Plasma", {plasmaTakes(u"0"_s)}, false, true},
+        {"quick in Plasma", {plasmaTakes(u"0.5"_s)}, false, false},
+        {"moving, whatever GNOME says", {wishes(0, 0), gnomeAnimates(false)}, false, false},
+        {"still, whatever GNOME says", {wishes(0, 1), gnomeAnimates(true)}, false, true},
+    };
+    const Desktop desktop;
+    for (const Case &each : cases) {
+        SCOPED_TRACE(each.name);
+        const FakeSettingsPortal portal(desktop.bus.connection(), each.settings);
+        PortalAppearance appearance;
+        appearance.waitForFirstAnswer();
+        EXPECT_EQ(appearance.hasHighContrast(), each.hasHighContrast);
+        EXPECT_EQ(appearance.hasReducedMotion(), each.hasReducedMotion);
     }
 }
 
@@ -164,6 +211,11 @@ TEST(PortalAppearance, FollowsEachChange)
     portal.change(settings, u"accent-color"_s, rgb(-1, -1, -1));
     EXPECT_TRUE(waitUntil([&] { return !appearance.accentColor(); }));
     EXPECT_EQ(changes, 3);
+    portal.change(settings, u"contrast"_s, 1U);
+    EXPECT_TRUE(waitUntil([&] { return appearance.hasHighContrast(); }));
+    portal.change(u"org.gnome.desktop.interface"_s, u"enable-animations"_s, false);
+    EXPECT_TRUE(waitUntil([&] { return appearance.hasReducedMotion(); }));
+    EXPECT_EQ(changes, 5);
 }
 
 TEST(PortalAppearance, IgnoresWhatIsNotItsOwn)
@@ -175,7 +227,7 @@ TEST(PortalAppearance, IgnoresWhatIsNotItsOwn)
     int changes = 0;
     QObject::connect(&appearance, &Appearance::changed, [&] { ++changes; });
     portal.change(u"org.gnome.desktop.interface"_s, u"color-scheme"_s, 1U);
-    portal.change(u"org.freedesktop.appearance"_s, u"contrast"_s, 1U);
+    portal.change(u"org.freedesktop.appearance"_s, u"unknown"_s, 1U);
     portal.change(u"org.freedesktop.appearance"_s, u"color-scheme"_s, 2U);
     portal.change(u"org.freedesktop.appearance"_s, u"accent-color"_s, rgb(1, 0, 0));
     ASSERT_TRUE(waitUntil([&] { return appearance.accentColor().has_value(); }));

@@ -62,6 +62,7 @@ T.ApplicationWindow {
         anchors.fill: parent
         focus: !window.dictating
         enabled: !window.dictating
+        visible: !window.dictating // screen readers would find it beneath the dictation screen
         settings: window.app.settings
         onDictate: window.dictating = true
     }

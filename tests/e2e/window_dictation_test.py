@@ -82,6 +82,13 @@ class Screen(WindowDictation):
         self.close_screen()
         self.assertEqual(self.window.page(), "Voice typing")
 
+    def test_a_screen_reader_does_not_find_the_page_beneath_it(self):
+        self.open_screen()
+        self.wait_until_listening()
+        self.assertIsNone(self.window.look("Source", "combo box"))
+        self.close_screen()
+        self.window.find("Source", "combo box")
+
     def test_it_tells_every_state_on_the_way_to_an_error(self):
         service = self.enterContext(HangingService())
         self.session.ctl("set", "provider", "custom")

@@ -123,13 +123,14 @@ class SaveCode(CodesTest):
         self.assertEqual(values, {"otpCode": ("string", code), "otpPure": ("bool", pure),
                                   "otpSource": ("string", "message"), "otpUsed": ("bool", False)})
 
-    def test_saves_the_code_for_the_keyboard_and_prints_nothing(self):
+    def test_saves_the_code_for_the_keyboard_and_says_which(self):
         for arguments, standard_input, code, pure in (
                 ([MESSAGE], b"", "482913", False),
                 ([], b"code 1111\n", "1111", False),
                 (["-"], b"000042\n", "000042", True)):
             with self.subTest(code):
-                self.assertEqual(self.kavrinctl("save-code", *arguments, standard_input=standard_input), (0, "", ""))
+                self.assertEqual(self.kavrinctl("save-code", *arguments, standard_input=standard_input),
+                                 (0, f"Stored for the keyboard: {code}\n", ""))
                 self.expect_saved(code, pure)
 
     def test_a_new_code_is_unused(self):
@@ -139,15 +140,16 @@ class SaveCode(CodesTest):
         self.expect_saved("482913", False)
 
     def test_a_message_without_a_code_is_no_failure_and_changes_nothing(self):
+        nothing = (0, "There is no verification code in the message.\n", "")
         messages = (b"", b"\n", b"See you at seven", b"\0\0", b"482148214", b"code 4821 " + b"a" * 1_000_000)
         for message in messages:
-            self.assertEqual(self.kavrinctl("save-code", standard_input=message), (0, "", ""))
+            self.assertEqual(self.kavrinctl("save-code", standard_input=message), nothing)
         self.assertEqual(self.stored(), {})
         self.kavrinctl("save-code", MESSAGE)
         before = self.stored()
         for message in messages:
-            self.assertEqual(self.kavrinctl("save-code", standard_input=message), (0, "", ""))
-        self.assertEqual(self.kavrinctl("save-code", ""), (0, "", ""))
+            self.assertEqual(self.kavrinctl("save-code", standard_input=message), nothing)
+        self.assertEqual(self.kavrinctl("save-code", ""), nothing)
         self.assertEqual(self.stored(), before)
 
     def test_what_is_not_utf_8_is_refused_and_the_earlier_code_stays(self):
@@ -168,10 +170,10 @@ class SaveCode(CodesTest):
         self.assertIn("The code could not be stored", errors)
         self.assertIn(str(self.path), errors)
         self.assertNotIn(SECRET, errors)
-        self.assertEqual(self.kavrinctl("save-code", "See you at seven"), (0, "", ""))
+        self.assertEqual(self.kavrinctl("save-code", "See you at seven")[0], 0)
         self.assertEqual(self.stored(), before)
         undo_mount(self.folder)
-        self.assertEqual(self.kavrinctl("save-code", f"code {SECRET}"), (0, "", ""))
+        self.assertEqual(self.kavrinctl("save-code", f"code {SECRET}")[0], 0)
         self.expect_saved(SECRET, False)
 
     def test_several_at_once_leave_a_whole_code(self):

@@ -98,7 +98,7 @@ void catalogue(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 0);
+    expectArguments(arguments, {});
     expectReadableSettings();
     if (!asJson) {
         std::for_each(Prefs::pages().begin(), Prefs::pages().end(), printPage);

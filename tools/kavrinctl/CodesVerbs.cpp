@@ -16,6 +16,8 @@ namespace
 
 using namespace Qt::StringLiterals;
 
+const QString noCode = u"There is no verification code in the message."_s;
+
 /// The message in the arguments. An error about them must not show them: they may hold a code.
 QString readMessage(const QStringList &arguments)
 {
@@ -70,15 +72,21 @@ void extractCode(QStringList &arguments)
     }
     const std::optional<Codes::Code> found = Codes::extract(readMessage(arguments));
     if (!found) {
-        throw Refusal{u"There is no verification code in the message."_s};
+        throw Refusal{noCode};
     }
     print(toJson(found));
 }
 
 void saveCode(QStringList &arguments)
 {
-    expectNoFailure(Codes::note(readMessage(arguments), Codes::messageSource),
-                    u"The code could not be stored"_s);
+    const QString message = readMessage(arguments);
+    const std::optional<Codes::Code> found = Codes::extract(message);
+    if (!found) {
+        print(noCode);
+        return;
+    }
+    expectNoFailure(Codes::note(message, Codes::messageSource), u"The code could not be stored"_s);
+    print(u"Stored for the keyboard: %1"_s.arg(found->code));
 }
 
 } // namespace kavrin::ctl

@@ -100,11 +100,14 @@ bool takeFlag(QStringList &arguments, const QString &flag)
     return arguments.removeAll(flag) > 0;
 }
 
-void expectCount(const QStringList &arguments, qsizetype least, qsizetype most)
+void expectArguments(const QStringList &arguments, const QStringList &names, qsizetype more)
 {
-    if (arguments.size() < least) {
-        throw UsageError{u"Something is missing."_s};
+    const QStringList missing = names.mid(arguments.size());
+    if (!missing.isEmpty()) {
+        throw UsageError{missing.join(u" and "_s)
+                         + (missing.size() == 1 ? u" is missing."_s : u" are missing."_s)};
     }
+    const qsizetype most = names.size() + more;
     if (arguments.size() > most) {
         throw UsageError{u"\"%1\" is one argument too many."_s.arg(arguments.at(most))};
     }

@@ -32,8 +32,9 @@ QString askForLine(const QString &prompt);
 /// Removes a flag such as "--json" from the arguments. Whether it was there.
 bool takeFlag(QStringList &arguments, const QString &flag);
 
-/// Throws UsageError unless the number of arguments is from `least` to `most`.
-void expectCount(const QStringList &arguments, qsizetype least, qsizetype most);
+/// Throws UsageError unless there is an argument for each of `names`, and at most `more` others. The error
+/// names those that are missing.
+void expectArguments(const QStringList &arguments, const QStringList &names, qsizetype more = 0);
 
 /// Throws UsageError if an argument looks like a flag. The verb must have taken its own flags before.
 void expectNoFlags(const QStringList &arguments);

@@ -82,7 +82,7 @@ void read(QStringList &arguments)
     const bool withType = takeFlag(arguments, u"--types"_s);
     takeFlag(arguments, u"--json"_s); // the output is always JSON
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 1);
+    expectArguments(arguments, {}, 1);
     if (arguments.isEmpty()) {
         const auto [values, failure] = Shared::d().dictionaryRepresentation();
         expectRead(failure);
@@ -170,7 +170,7 @@ constexpr std::array<StoredType, 6> storedTypes = {{
 
 void write(const QStringList &arguments)
 {
-    expectCount(arguments, 3, 3);
+    expectArguments(arguments, {u"KEY"_s, u"The type"_s, u"VALUE"_s});
     const QString &key = arguments.at(0);
     const auto *type = std::find_if(storedTypes.begin(), storedTypes.end(),
                                     [&](const StoredType &known) { return known.flag == arguments.at(1); });
@@ -184,7 +184,7 @@ void write(const QStringList &arguments)
 void remove(const QStringList &arguments)
 {
     expectNoFlags(arguments);
-    expectCount(arguments, 1, 1);
+    expectArguments(arguments, {u"KEY"_s});
     const QString &key = arguments.first();
     expectNoFailure(Shared::d().remove(key), u"\"%1\" could not be deleted"_s.arg(key));
 }
@@ -193,7 +193,7 @@ void remove(const QStringList &arguments)
 
 void defaults(QStringList &arguments)
 {
-    expectCount(arguments, 1, arguments.size());
+    expectArguments(arguments, {u"read, write or delete"_s}, arguments.size());
     const QString action = arguments.takeFirst();
     if (action == u"read") {
         read(arguments);

@@ -350,18 +350,18 @@ QDeadlineTimer parseLimit(QStringList &arguments)
 
 void dictate(QStringList &arguments)
 {
-    expectCount(arguments, 1, 3);
+    expectArguments(arguments, {u"start, stop, toggle, cancel, again, status or wait"_s}, 2);
     const QString action = arguments.takeFirst();
     if (action == u"status") {
         const bool asJson = takeFlag(arguments, u"--json"_s);
-        expectCount(arguments, 0, 0);
+        expectArguments(arguments, {});
         status(asJson);
     } else if (action == u"wait") {
         const QDeadlineTimer limit = parseLimit(arguments);
-        expectCount(arguments, 0, 0);
+        expectArguments(arguments, {});
         waitForTranscript(limit);
     } else if (const Action *const known = findAction(action)) {
-        expectCount(arguments, 0, 0);
+        expectArguments(arguments, {});
         run(*known);
     } else {
         throw UsageError{

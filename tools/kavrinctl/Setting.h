@@ -3,8 +3,13 @@
 
 #include "store/Prefs.h"
 
+#include <QStringList>
+
 namespace kavrin::ctl
 {
+
+/// The keys of all settings that have a value, in alphabetical order.
+QStringList settingKeys();
 
 /// The setting `key` of the catalogue. Throws Refusal if there is none, or if it is an action.
 const Prefs::Item &findSetting(const QString &key);

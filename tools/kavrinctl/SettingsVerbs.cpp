@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
 #include "tools/kavrinctl/Setting.h"
+#include "tools/kavrinctl/Suggestion.h"
 
 #include "store/JsonSerialization.h"
 #include "store/SettingValue.h"
@@ -46,10 +47,11 @@ struct ParseValue {
 
     PropertyListValue operator()(const catalogue::Toggle &) const
     {
-        if (text == u"true" || text == u"on") {
+        const QString word = text.toLower();
+        if (word == u"true" || word == u"on" || word == u"yes") {
             return true;
         }
-        if (text == u"false" || text == u"off") {
+        if (word == u"false" || word == u"off" || word == u"no") {
             return false;
         }
         throw misfit();
@@ -98,6 +100,18 @@ private:
 
 } // namespace
 
+QStringList settingKeys()
+{
+    QStringList keys;
+    for (const Prefs::Item &item : Prefs::items()) {
+        if (!std::holds_alternative<catalogue::Action>(item.kind)) {
+            keys.append(item.key);
+        }
+    }
+    keys.sort();
+    return keys;
+}
+
 QString askForValue(const QString &key)
 {
     QString value = askForLine(key + u": "_s);
@@ -112,7 +126,8 @@ const Prefs::Item &findSetting(const QString &key)
 {
     const auto item = Prefs::items().find(key);
     if (item == Prefs::items().end()) {
-        throw Refusal{u"There is no setting \"%1\". \"kavrinctl catalogue\" lists them all."_s.arg(key)};
+        throw Refusal{u"There is no setting \"%1\". %2"_s.arg(
+            key, suggestion(key, settingKeys(), u"\"kavrinctl catalogue\" lists them all."_s))};
     }
     if (std::holds_alternative<catalogue::Action>(item->kind)) {
         throw Refusal{u"\"%1\" is something to do in the application and has no value."_s.arg(key)};
@@ -145,7 +160,7 @@ void get(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
-    expectCount(arguments, 1, 1);
+    expectArguments(arguments, {u"KEY"_s});
     const Prefs::Item &item = findSetting(arguments.first());
     expectReadableSettings();
     const PropertyListValue value = std::visit(ReadValue{item.key}, item.kind);
@@ -158,7 +173,7 @@ void get(QStringList &arguments)
 
 void set(QStringList &arguments)
 {
-    expectCount(arguments, 2, 2);
+    expectArguments(arguments, {u"KEY"_s, u"VALUE"_s});
     const Prefs::Item &item = findSetting(arguments.at(0));
     const QString text = arguments.at(1) == u"-" ? askForValue(item.key) : arguments.at(1);
     expectNoFailure(Prefs::store({{item.key, enteredValue(item, text)}}),

@@ -68,13 +68,13 @@ void change(const QString &orderText, const QString &hiddenText)
 void tools(QStringList &arguments)
 {
     if (arguments.value(0) == u"set") {
-        expectCount(arguments, 3, 3);
+        expectArguments(arguments, {u"set"_s, u"ORDER"_s, u"HIDDEN"_s});
         change(arguments.at(1), arguments.at(2));
         return;
     }
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 0);
+    expectArguments(arguments, {});
     expectReadableSettings();
     show(asJson);
 }

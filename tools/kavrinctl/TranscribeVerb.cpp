@@ -28,7 +28,7 @@ void expectSound(const QByteArray &file)
 void transcribe(QStringList &arguments)
 {
     expectNoFlags(arguments);
-    expectCount(arguments, 1, 1);
+    expectArguments(arguments, {u"FILE"_s});
     NetworkUrlSession session;
     try {
         const GivenFile file(arguments.first());

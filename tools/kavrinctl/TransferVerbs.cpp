@@ -60,7 +60,7 @@ void resetAll()
 void exportSettings(QStringList &arguments)
 {
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 0);
+    expectArguments(arguments, {});
     expectReadableSettings();
     const QString blob = Prefs::exportBlob();
     if (blob.isEmpty()) {
@@ -74,7 +74,7 @@ void exportSettings(QStringList &arguments)
 void importSettings(QStringList &arguments)
 {
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 1);
+    expectArguments(arguments, {}, 1);
     const QString source = arguments.value(0, u"-"_s);
     const auto [done, failure] = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
     if (failure) {
@@ -91,11 +91,12 @@ void reset(QStringList &arguments)
 {
     const bool isAll = takeFlag(arguments, u"--all"_s);
     expectNoFlags(arguments);
-    expectCount(arguments, isAll ? 0 : 1, isAll ? 0 : arguments.size());
     if (isAll) {
+        expectArguments(arguments, {});
         resetAll();
         return;
     }
+    expectArguments(arguments, {u"KEY or --all"_s}, arguments.size());
     for (const QString &key : arguments) {
         findSetting(key);
     }

@@ -75,7 +75,7 @@ void askForShortcut()
 void type(QStringList &arguments)
 {
     expectNoFlags(arguments);
-    expectCount(arguments, 1, 1);
+    expectArguments(arguments, {u"toggle, press, release, cancel or shortcut"_s});
     if (arguments.first() == u"shortcut") {
         askForShortcut();
     } else {

@@ -68,7 +68,7 @@ void watchMessages(QStringList &arguments)
 {
     const QString word = takeWord(arguments);
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 0);
+    expectArguments(arguments, {});
     ModemManagerMessages messages;
     watch(messages, word);
 }

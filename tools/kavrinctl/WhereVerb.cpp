@@ -15,7 +15,7 @@ void where(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 0);
+    expectArguments(arguments, {});
 
     const std::optional<QString> group = Shared::group();
     const QString suite = Shared::d().path();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/RunningKavrin.h"
+#include "tools/kavrinctl/Suggestion.h"
 #include "tools/kavrinctl/Verb.h"
 
 #include "platform/Error.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iterator>
 
 using namespace Qt::StringLiterals;
 
@@ -27,7 +29,8 @@ constexpr std::array verbs = {
     Verb{"catalogue", "[--json]", "Every setting, with its value or as data", "", ctl::catalogue},
     Verb{"get", "KEY [--json]", "The value of a setting, its default when it was never set", "", get},
     Verb{"set", "KEY VALUE\nKEY -", "Change a setting",
-         "A switch takes true or false, a slider a number within its range, a choice one of its options.\n"
+         "A switch takes on or off, yes or no, true or false, a slider a number within its range, a choice "
+         "one of its options.\n"
          "With - the value is read from standard input. A terminal asks for it, and does not show it.\n"
          "Enter keys like this: other users can read the arguments of a program that runs.",
          set},
@@ -48,8 +51,8 @@ constexpr std::array verbs = {
          "answer, null where there is no code.",
          extractCode},
     Verb{"save-code", "[TEXT | -]", "Save the verification code in a message for the keyboard",
-         "Reads standard input without TEXT. Does nothing where there is no code. Standard input is safer:\n"
-         "other users can read the arguments of a program that runs.",
+         "Reads standard input without TEXT, and says which code was saved, or that there is none. Standard\n"
+         "input is safer: other users can read the arguments of a program that runs.",
          saveCode},
     Verb{"transcribe", "FILE", "The text of a recording, from the configured service", "", transcribe},
     Verb{"dictate", "start | stop | toggle | cancel | again\nstatus [--json]\nwait [--timeout SECONDS]",
@@ -118,13 +121,47 @@ QString generalHelp()
         text += u"  %1 %2\n"_s.arg(QLatin1String(verb.name), -14).arg(QLatin1String(verb.summary));
     }
     return text
-        + u"\n\"kavrinctl VERB --help\" tells more. Exit code: 0 done, 1 refused, failed or no such "
+        + u"\n\"kavrinctl help VERB\" tells more. Exit code: 0 done, 1 refused, failed or no such "
           "value, 2 wrong usage.\n"_s;
 }
 
 void write(std::FILE *stream, const QString &text)
 {
     std::fputs(text.toUtf8().constData(), stream);
+}
+
+/// The verb of this name. Null if there is none.
+const Verb *findVerb(const QString &name)
+{
+    const auto *verb =
+        std::ranges::find_if(verbs, [&](const Verb &known) { return name == QLatin1String(known.name); });
+    return verb == verbs.end() ? nullptr : verb;
+}
+
+int refuseVerb(const QString &name)
+{
+    QStringList names;
+    std::ranges::transform(verbs, std::back_inserter(names),
+                           [](const Verb &verb) { return QString::fromLatin1(verb.name); });
+    const QString advice = suggestion(name, names, u"\"kavrinctl --help\" lists what there is."_s);
+    write(stderr, u"kavrinctl: There is no \"%1\". %2\n"_s.arg(name, advice));
+    return WrongUsage;
+}
+
+bool asksForHelp(const QString &word)
+{
+    return word == u"--help" || word == u"-h";
+}
+
+/// "kavrinctl help" and "kavrinctl help VERB".
+int showHelp(const QString &name)
+{
+    const Verb *const verb = findVerb(name);
+    if (verb == nullptr && !name.isEmpty()) {
+        return refuseVerb(name);
+    }
+    write(stdout, verb != nullptr ? help(*verb) : generalHelp());
+    return Done;
 }
 
 /// Whether a running application may know a setting that the verb has changed.
@@ -143,7 +180,7 @@ bool areUtf8(int count, char **arguments)
 
 int run(const Verb &verb, QStringList arguments)
 {
-    if (arguments.value(0) == u"--help") {
+    if (asksForHelp(arguments.value(0))) {
         write(stdout, help(verb));
         return Done;
     }
@@ -184,20 +221,16 @@ int main(int argc, char **argv)
         return WrongUsage;
     }
     const QString name = arguments.takeFirst();
-    if (name == u"--help" || name == u"help") {
-        write(stdout, generalHelp());
-        return Done;
+    if (asksForHelp(name) || name == u"help") {
+        return showHelp(arguments.value(0));
     }
     if (name == u"--version") {
         write(stdout, QStringLiteral("kavrinctl " KAVRIN_VERSION "\n"));
         return Done;
     }
-    const auto *verb = std::find_if(verbs.begin(), verbs.end(),
-                                    [&](const Verb &known) { return name == QLatin1String(known.name); });
-    if (verb == verbs.end()) {
-        write(stderr,
-              u"kavrinctl: There is no \"%1\". \"kavrinctl --help\" lists what there is.\n"_s.arg(name));
-        return WrongUsage;
+    const Verb *const verb = findVerb(name);
+    if (verb == nullptr) {
+        return refuseVerb(name);
     }
     const int code = run(*verb, arguments);
     if (mayChangeSettings(*verb)) {

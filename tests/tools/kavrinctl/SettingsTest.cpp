@@ -109,6 +109,11 @@ TEST(Kavrinctl, SetStoresWhatAControlCouldEnterAndStampsTheRevision)
     const Row rows[] = {
         {u"numberRow"_s, u"true"_s, true},
         {u"numpadAuto"_s, u"off"_s, false},
+        {u"numberRow"_s, u"on"_s, true},
+        {u"numberRow"_s, u"no"_s, false},
+        {u"numberRow"_s, u"yes"_s, true},
+        {u"numberRow"_s, u"False"_s, false},
+        {u"numberRow"_s, u"ON"_s, true},
         {u"rowH"_s, u"36"_s, 36.0},
         {u"rowH"_s, u"80"_s, 80.0},
         {u"touchY"_s, u"-12"_s, -12.0},

@@ -61,6 +61,83 @@ TEST(Kavrinctl, EveryVerbExplainsItself)
     }
 }
 
+TEST(Kavrinctl, HelpIsAskedForInEveryUsualWay)
+{
+    const QString general = kavrinctl({u"--help"_s}).output;
+    const QString ofGet = kavrinctl({u"get"_s, u"--help"_s}).output;
+    EXPECT_NE(general, ofGet);
+    const std::pair<QStringList, QString> rows[] = {
+        {{u"-h"_s}, general},
+        {{u"help"_s}, general},
+        {{u"help"_s, u"get"_s}, ofGet},
+        {{u"--help"_s, u"get"_s}, ofGet},
+        {{u"get"_s, u"-h"_s}, ofGet},
+    };
+    for (const auto &[arguments, expected] : rows) {
+        SCOPED_TRACE(arguments.join(u' ').toStdString());
+        const Outcome outcome = kavrinctl(arguments);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.output, expected);
+    }
+}
+
+TEST(Kavrinctl, AMistypedWordIsAnsweredWithTheOneThatWasMeant)
+{
+    struct Row {
+        QStringList arguments;
+        int exitCode;
+        QString answer;
+    };
+    const QString verbList = u"\"kavrinctl --help\" lists what there is."_s;
+    const QString settingList = u"\"kavrinctl catalogue\" lists them all."_s;
+    const Row rows[] = {
+        {{u"gett"_s, u"rowH"_s}, 2, u"Did you mean get?"_s},
+        {{u"Get"_s, u"rowH"_s}, 2, u"Did you mean get?"_s},
+        {{u"ste"_s, u"rowH"_s, u"50"_s}, 2, u"Did you mean set?"_s},
+        {{u"catalog"_s}, 2, u"Did you mean catalogue?"_s},
+        {{u"savecode"_s}, 2, u"Did you mean save-code?"_s},
+        {{u"help"_s, u"wehre"_s}, 2, u"Did you mean where?"_s},
+        {{u"nonsense"_s}, 2, verbList},
+        {{u"x"_s}, 2, verbList},
+        {{u""_s}, 2, verbList},
+        {{u"get"_s, u"rowh"_s}, 1, u"Did you mean rowH?"_s},
+        {{u"get"_s, u"ROWH"_s}, 1, u"Did you mean rowH?"_s},
+        {{u"set"_s, u"numberow"_s, u"on"_s}, 1, u"Did you mean numberRow?"_s},
+        {{u"reset"_s, u"openaikey"_s}, 1, u"Did you mean openaiKey?"_s},
+        {{u"get"_s, u"height"_s}, 1, settingList},
+    };
+    for (const auto &[arguments, exitCode, answer] : rows) {
+        SCOPED_TRACE(arguments.join(u' ').toStdString());
+        const Outcome outcome = kavrinctl(arguments);
+        EXPECT_EQ(outcome.exitCode, exitCode);
+        EXPECT_TRUE(outcome.errors.endsWith(answer + u'\n')) << outcome.errors.toStdString();
+    }
+}
+
+TEST(Kavrinctl, WhatIsMissingIsNamed)
+{
+    const std::pair<QStringList, QString> rows[] = {
+        {{u"get"_s}, u"KEY is missing."_s},
+        {{u"set"_s}, u"KEY and VALUE are missing."_s},
+        {{u"set"_s, u"rowH"_s}, u"VALUE is missing."_s},
+        {{u"reset"_s}, u"KEY or --all is missing."_s},
+        {{u"transcribe"_s}, u"FILE is missing."_s},
+        {{u"defaults"_s}, u"read, write or delete is missing."_s},
+        {{u"defaults"_s, u"write"_s, u"key"_s, u"--int"_s}, u"VALUE is missing."_s},
+        {{u"defaults"_s, u"delete"_s}, u"KEY is missing."_s},
+        {{u"tools"_s, u"set"_s, u"gif"_s}, u"HIDDEN is missing."_s},
+        {{u"dictate"_s}, u"start, stop, toggle, cancel, again, status or wait is missing."_s},
+        {{u"type"_s}, u"toggle, press, release, cancel or shortcut is missing."_s},
+        {{u"setup"_s}, u"embedded, server, openai or gemini is missing."_s},
+        {{u"setup"_s, u"server"_s}, u"URL is missing."_s},
+    };
+    for (const auto &[arguments, expected] : rows) {
+        const Outcome outcome = kavrinctl(arguments);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.errors.section(u'\n', 0, 0), u"kavrinctl: "_s + expected);
+    }
+}
+
 TEST(Kavrinctl, TellsItsVersion)
 {
     EXPECT_EQ(kavrinctl({u"--version"_s}).output, u"kavrinctl " KAVRIN_VERSION "\n");

@@ -82,7 +82,7 @@ void doctor(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
     expectNoFlags(arguments);
-    expectCount(arguments, 0, 0);
+    expectArguments(arguments, {});
     QJsonArray array;
     qsizetype badOnes = 0;
     for (const Check &check : checks) {

@@ -63,15 +63,15 @@ QString takeModel(QStringList &arguments)
     return model;
 }
 
-void expectWords(const QStringList &arguments, qsizetype count)
+void expectWords(const QStringList &arguments, const QStringList &names)
 {
     expectNoFlags(arguments);
-    expectCount(arguments, count, count);
+    expectArguments(arguments, names);
 }
 
 Changes embedded(QStringList &arguments)
 {
-    expectWords(arguments, 0);
+    expectWords(arguments, {});
     EmbeddedService::start();
     return useAddress(EmbeddedService::address());
 }
@@ -80,7 +80,7 @@ Changes server(QStringList &arguments)
 {
     const QString model = takeModel(arguments);
     const bool hasKey = takeFlag(arguments, u"--key"_s);
-    expectWords(arguments, 1);
+    expectWords(arguments, {u"URL"_s});
     Changes changes = useAddress(arguments.first());
     if (!model.isEmpty()) {
         put(changes, u"customModel"_s, model);
@@ -93,7 +93,7 @@ Changes server(QStringList &arguments)
 
 Changes openai(QStringList &arguments)
 {
-    expectWords(arguments, 0);
+    expectWords(arguments, {});
     Changes changes = useProvider(u"openai"_s);
     put(changes, u"openaiKey"_s, askForValue(u"openaiKey"_s));
     return changes;
@@ -102,7 +102,7 @@ Changes openai(QStringList &arguments)
 /// The model that the window shows is stored, too: without any, an older one would be used.
 Changes gemini(QStringList &arguments)
 {
-    expectWords(arguments, 0);
+    expectWords(arguments, {});
     Changes changes = useProvider(u"gemini"_s);
     changes.push_back({u"geminiModel"_s, Prefs::get<QString>(u"geminiModel"_s)});
     put(changes, u"geminiKey"_s, askForValue(u"geminiKey"_s));
@@ -120,7 +120,7 @@ constexpr std::array choices = {Choice{"embedded", embedded}, Choice{"server", s
 
 const Choice &takeChoice(QStringList &arguments)
 {
-    expectCount(arguments, 1, arguments.size());
+    expectArguments(arguments, {u"embedded, server, openai or gemini"_s}, arguments.size());
     const QString name = arguments.takeFirst();
     const auto *choice =
         std::ranges::find_if(choices, [&](const Choice &known) { return name == QLatin1String(known.name); });

@@ -20,6 +20,10 @@ install(FILES ${packaging}/icons/app.kavrin.Kavrin-symbolic.svg DESTINATION shar
 install(FILES ${KAVRIN_ICONS_DIR}/hash.svg DESTINATION share/icons/hicolor/symbolic/actions
   RENAME app.kavrin.Kavrin-number-symbolic.svg)
 install(FILES ${packaging}/completions/kavrinctl DESTINATION share/bash-completion/completions)
+install(FILES ${packaging}/completions/kavrinctl.fish DESTINATION share/fish/vendor_completions.d)
+foreach(folder vendor-completions site-functions)  # where Debian's zsh looks below /usr, and below /usr/local
+  install(FILES ${packaging}/completions/_kavrinctl DESTINATION share/zsh/${folder})
+endforeach()
 install(FILES ${packaging}/debian/copyright DESTINATION ${documentation})
 
 # The documents and their pictures, in the same folders, so that their links work.

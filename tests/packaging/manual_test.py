@@ -4,13 +4,15 @@
 import os
 import pathlib
 import re
+import shutil
 import unittest
 
 from packages import BUILD, run
 from support.private_session import ROOT, PrivateSession
 
 PROGRAMS = ("kavrin", "kavrinctl", "kavrin-stt", "kavrin-typist")
-COMPLETION = ROOT / "packaging" / "completions" / "kavrinctl"
+COMPLETIONS = ROOT / "packaging" / "completions"
+COMPLETION = COMPLETIONS / "kavrinctl"
 
 
 def page(name):
@@ -78,7 +80,7 @@ class Completion(unittest.TestCase):
 
     def test_it_offers_every_verb_and_no_other(self):
         offered = [word for word in self.complete("") if not word.startswith("-")]
-        self.assertEqual(sorted(offered), sorted(verbs()))
+        self.assertEqual(sorted(offered), sorted([*verbs(), "help"]))
 
     def test_it_offers_the_words_of_every_verb(self):
         for verb in verbs():
@@ -113,6 +115,43 @@ class Completion(unittest.TestCase):
         path = pathlib.Path(self.session.folder) / "speech.wav"
         path.touch()
         self.assertEqual(self.complete("transcribe", str(path)[:-4]), [str(path)])
+
+
+class OtherShells(unittest.TestCase):
+    """The same words in zsh and fish, where they are installed."""
+
+    LINES = (
+        (("wa",), {"watch-messages"}),
+        (("get", "row"), {"rowH"}),
+        (("set", "hints", ""), {"off", "numbers", "all", "-"}),
+        (("dictate", "st"), {"start", "stop", "status"}),
+        (("help", "ca"), {"catalogue"}),
+    )
+
+    def setUp(self):
+        self.session = self.enterContext(PrivateSession(sound=False))
+        self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
+
+    def run_in(self, shell, *arguments):
+        if not shutil.which(shell):
+            self.skipTest(f"{shell} is not installed")
+        return self.session.run(shell, *arguments).stdout.splitlines()
+
+    def test_zsh_offers_them(self):
+        # The functions of zsh's completion system stand for themselves: they print what they are given.
+        script = ('_describe() { local -a given=("${(@P)2}"); print -rl -- "${(@)given%%:*}"; }; _files() { print files; }; '
+                  'file=$1; shift; words=(kavrinctl "$@"); CURRENT=$#words; source $file')
+        for words, offered in self.LINES:
+            with self.subTest(words):
+                lines = self.run_in("zsh", "-fc", script, "zsh", COMPLETIONS / "_kavrinctl", *words)
+                self.assertEqual({line for line in lines if line.startswith(words[-1])}, offered)
+
+    def test_fish_offers_them(self):
+        script = 'source $argv[1]; complete --do-complete "$argv[2..-1]"'
+        for words, offered in self.LINES:
+            with self.subTest(words):
+                lines = self.run_in("fish", "--no-config", "-c", script, COMPLETIONS / "kavrinctl.fish", "kavrinctl", *words)
+                self.assertEqual({line.split("\t")[0] for line in lines}, offered)
 
 
 if __name__ == "__main__":

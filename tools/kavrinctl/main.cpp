@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "tools/kavrinctl/Completion.h"
 #include "tools/kavrinctl/RunningKavrin.h"
 #include "tools/kavrinctl/Suggestion.h"
 #include "tools/kavrinctl/Verb.h"
@@ -223,6 +224,10 @@ int main(int argc, char **argv)
     const QString name = arguments.takeFirst();
     if (asksForHelp(name) || name == u"help") {
         return showHelp(arguments.value(0));
+    }
+    if (name == u"complete") { // for shells: the words after it, of which the last is incomplete
+        write(stdout, completions(verbs, arguments.mid(1)).join(u'\n') + u'\n');
+        return Done;
     }
     if (name == u"--version") {
         write(stdout, QStringLiteral("kavrinctl " KAVRIN_VERSION "\n"));

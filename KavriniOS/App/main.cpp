@@ -182,6 +182,8 @@ int serve(ApplicationBus &bus, const Launch &launch, bool isUnseen)
     const bool showsWindow = !launch.inBackground && !isUnseen;
     if (showsWindow) {
         app.activate({});
+    } else if (!launch.inBackground) {
+        std::fputs("kavrin: There is no display. Serving without a window.\n", stderr);
     }
     app.start();
     app.openUrl(launch.url);

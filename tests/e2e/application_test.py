@@ -7,6 +7,7 @@ import os
 import pathlib
 import signal
 import socket
+import subprocess
 import sys
 import time
 import unittest
@@ -83,6 +84,11 @@ class Application(unittest.TestCase):
         self.session.run(self.session.bin / "kavrin", "kavrin://dictate")
         self.session.suite().wait_for("dictationState", "starting")
         self.assertIsNone(first.poll())
+
+    def test_without_a_display_it_says_that_it_has_no_window(self):
+        del self.session.env["QT_QPA_PLATFORM"]
+        kavrin = self.session.start(self.session.bin / "kavrin", stderr=subprocess.PIPE)
+        self.assertEqual(kavrin.stderr.readline(), "kavrin: There is no display. Serving without a window.\n")
 
     def test_it_serves_where_the_display_cannot_be_reached(self):
         for display in ({"WAYLAND_DISPLAY": "wayland-gone"}, {"DISPLAY": ":65000"},

@@ -7,6 +7,7 @@
 #include "App/DictationTray.h"
 #include "App/FailureNotices.h"
 #include "App/UrlHost.h"
+#include "App/WindowState.h"
 #include "codes/SaveVerificationCode.h"
 #include "dictation/DictationBridge.h"
 #include "dictation/Dictations.h"
@@ -25,6 +26,7 @@
 #include "platform/linux/desktop/StatusNotifierTray.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/network/NetworkUrlSession.h"
+#include "platform/linux/storage/StateFolder.h"
 #include "screens/SymbolImageProvider.h"
 #include "store/DictationKeys.h"
 #include "store/Prefs.h"
@@ -38,6 +40,7 @@
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QScopeGuard>
+#include <QScreen>
 #include <QTimer>
 
 #include <chrono>
@@ -63,6 +66,23 @@ Loopback::CommandFunction relayTo(QObject *app, const std::function<void(const Q
     static auto *const relay = new CommandRelay;
     QObject::connect(relay, &CommandRelay::relayed, app, obey, Qt::QueuedConnection);
     return [](const QString &command) { Q_EMIT relay->relayed(command); };
+}
+
+QString windowStatePath()
+{
+    return stateFolder() + u"/window.ini"_s;
+}
+
+/// The properties of a window that comes back as it was. It is not larger than the screen.
+QVariantMap properties(const WindowState &state)
+{
+    QVariantMap properties = {{u"initialPage"_s, state.page}, {u"previewFolded"_s, state.isPreviewFolded}};
+    if (!state.size.isEmpty()) {
+        const QSize size = state.size.boundedTo(QGuiApplication::primaryScreen()->availableSize());
+        properties.insert(u"width"_s, size.width());
+        properties.insert(u"height"_s, size.height());
+    }
+    return properties;
 }
 
 /// The bus on which the application looks for a tray. Without a display it looks on none, because nobody
@@ -173,6 +193,7 @@ KavrinApp::~KavrinApp()
     m_services->dictations.disconnect(this);
     if (m_services->window) {
         m_services->window->disconnect(this);
+        keepWindowState();
     }
 }
 
@@ -190,7 +211,10 @@ void KavrinApp::openWindow()
     QQmlApplicationEngine &engine = *m_services->engine;
     engine.addImportPath(u"qrc:/qt/qml"_s);
     engine.addImageProvider(u"symbol"_s, new SymbolImageProvider);
-    engine.setInitialProperties({{u"app"_s, QVariant::fromValue(this)}});
+    const WindowState state = WindowState::load(windowStatePath());
+    QVariantMap initialProperties = properties(state);
+    initialProperties.insert(u"app"_s, QVariant::fromValue(this));
+    engine.setInitialProperties(initialProperties);
     engine.load(QUrl(u"qrc:/qt/qml/Kavrin/App/KavrinWindow.qml"_s));
     m_services->window = qobject_cast<QQuickWindow *>(engine.rootObjects().value(0));
     if (m_services->window == nullptr) {
@@ -205,10 +229,29 @@ void KavrinApp::openWindow()
         }
     });
     m_services->appearance.waitForFirstAnswer();
+    if (state.isMaximized) {
+        m_services->window->showMaximized();
+    } else {
+        m_services->window->show();
+    }
+}
+
+void KavrinApp::keepWindowState()
+{
+    const QQuickWindow &window = *m_services->window;
+    WindowState state = WindowState::load(windowStatePath());
+    state.isMaximized = window.windowStates().testFlag(Qt::WindowMaximized);
+    if (!(window.windowStates() & (Qt::WindowMaximized | Qt::WindowFullScreen))) {
+        state.size = window.size();
+    }
+    state.page = window.property("page").toString();
+    state.isPreviewFolded = window.property("previewFolded").toBool();
+    state.save(windowStatePath());
 }
 
 void KavrinApp::onWindowClosed()
 {
+    keepWindowState();
     m_services->window = nullptr;
     Prefs::forgetKeys();
     // Not at once, because the window is still sending its signal.
@@ -232,7 +275,8 @@ void KavrinApp::activate(const QString &activationToken)
     if (!m_services->window) {
         openWindow();
     }
-    m_services->window->show();
+    // Not show(), which would end that it is maximized.
+    m_services->window->setWindowStates(m_services->window->windowStates() & ~Qt::WindowMinimized);
     m_services->window->raise();
     m_services->window->requestActivate();
 }

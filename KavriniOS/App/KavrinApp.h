@@ -88,6 +88,7 @@ private:
     void obey(const QString &command);
     void finish();
     void openWindow();
+    void keepWindowState();
     void onWindowClosed();
     void openVoiceTyping(const QString &activationToken);
     [[nodiscard]] bool isDictationScreenSeen() const;

@@ -12,6 +12,10 @@ T.ApplicationWindow {
 
     required property KavrinApp app
     property bool dictating: false
+    /// The page that the window shows at first, and the one that it shows now (SettingsPanes).
+    property alias initialPage: panes.initialPage
+    readonly property alias page: panes.page
+    property alias previewFolded: panes.previewFolded
 
     width: 420
     height: 760

@@ -13,6 +13,8 @@ FocusScope {
     property string initialPage
     /// The id of the page that was chosen last; empty for the first screen.
     readonly property string page: stack.depth > 1 ? stack.get(1).pageId : ""
+    /// Whether the user has folded the preview, on all pages.
+    property bool previewFolded: false
     readonly property bool wide: width >= Theme.twoPanesWidth
     /// Whether the keyboard moved the focus last. The next page shows the focus then, too.
     property bool keyboardInUse: false
@@ -105,6 +107,8 @@ FocusScope {
         initialItem: SettingsView {
             settings: panes.settings
             alone: !panes.wide
+            previewFolded: panes.previewFolded
+            onPreviewFoldToggled: panes.previewFolded = !panes.previewFolded
             onDictate: panes.dictate()
         }
         onCurrentItemChanged: panes.focusCurrent()

@@ -17,6 +17,8 @@ TitledPage {
 
     /// The user wants to try dictation.
     signal dictate
+    /// The user wants to fold the preview, or to see it again.
+    signal previewFoldToggled
 
     title: alone ? "Kavrin" : "Start"
 
@@ -35,7 +37,7 @@ TitledPage {
 
         PageView {
             previewFolded: view.previewFolded
-            onPreviewFoldToggled: view.previewFolded = !view.previewFolded
+            onPreviewFoldToggled: view.previewFoldToggled()
             onDictate: view.dictate()
         }
     }

@@ -116,7 +116,8 @@ class Window(Background):
         item.click()
         self.session.focus_window(window.process)
         again = type(window)(self.session, window.process)
-        again.wait_for_page("Kavrin")
+        again.wait_for_page("Layout")
+        again.go_back()
         again.open_page("Voice typing")
 
     def test_closing_the_window_over_a_recording_drops_what_was_said(self):

@@ -2,7 +2,7 @@
 #include "platform/linux/typing/RestoreToken.h"
 
 #include "platform/Logging.h"
-#include "platform/linux/typing/StateFolder.h"
+#include "platform/linux/storage/StateFolder.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/typing/StateFolder.h"
+#include "platform/linux/storage/StateFolder.h"
 
 #include <QDir>
 

@@ -53,7 +53,7 @@ public:
     QCoro::Task<std::optional<Error>> performAction(QString action, QVariantList parameters);
 
     /// Stops serving. stopped() follows.
-    void stop();
+    Q_INVOKABLE void stop();
 
     /// Whether openUrl() does something.
     static bool isKnownUrl(const QString &url);

@@ -71,6 +71,21 @@ T.ApplicationWindow {
         onDictate: window.dictating = true
     }
 
+    // A platform without a desktop has no standard keys for all of these.
+    Shortcut {
+        sequence: "Ctrl+W"
+        onActivated: window.close()
+    }
+    Shortcut {
+        sequence: "Ctrl+Q"
+        onActivated: window.app.stop()
+    }
+    Shortcut {
+        sequence: "F1"
+        enabled: !window.dictating
+        onActivated: panes.openPage("help")
+    }
+
     Loader {
         id: dictationScreen
 

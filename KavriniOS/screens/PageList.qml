@@ -19,10 +19,26 @@ Column {
     width: parent.width
     spacing: 26
 
+    /// Gives the link of the page beside the list the focus.
+    function focusCurrent() {
+        for (const links of [startLink, pageLinks, dictionaryLink]) {
+            links.focusCurrent();
+        }
+    }
+
     component PageLinks: Card {
         id: links
 
         property alias pages: repeater.model
+
+        function focusCurrent() {
+            for (let index = 0; index < repeater.count; ++index) {
+                const link = repeater.itemAt(index).link;
+                if (link.current) {
+                    link.forceActiveFocus(Qt.TabFocusReason);
+                }
+            }
+        }
 
         Repeater {
             id: repeater
@@ -31,10 +47,13 @@ Column {
                 id: row
 
                 required property var modelData
+                readonly property LinkRow link: pageLink
 
                 textInset: Theme.margin + Theme.symbolSize + 14
 
                 LinkRow {
+                    id: pageLink
+
                     text: row.modelData.title
                     symbol: row.modelData.icon
                     leadsAway: !list.beside
@@ -46,13 +65,19 @@ Column {
     }
 
     PageLinks {
+        id: startLink
+
         visible: list.beside
         pages: [{ id: "", title: "Start", icon: "gearshape" }]
     }
     PageLinks {
+        id: pageLinks
+
         pages: list.settings.pages
     }
     PageLinks {
+        id: dictionaryLink
+
         pages: [{ id: "dictionary", title: "Personal dictionary & shortcuts", icon: "character.book.closed" }]
     }
 }

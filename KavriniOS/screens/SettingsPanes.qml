@@ -61,6 +61,24 @@ FocusScope {
     function goBack() {
         if (stack.depth > stack.rootIndex + 1 && !stack.busy) {
             stack.pop();
+        } else {
+            focusList();
+        }
+    }
+
+    /// Gives the list of pages the focus if it is beside the page.
+    function focusList() {
+        sidebar.item?.forceActiveFocus(Qt.TabFocusReason);
+        sidebar.item?.list.focusCurrent();
+    }
+
+    /// Gives the focus from the list of pages to the page, or the other way round.
+    function focusOther() {
+        keyboardInUse = true;
+        if (stack.activeFocus) {
+            focusList();
+        } else {
+            focusCurrent();
         }
     }
 
@@ -73,9 +91,13 @@ FocusScope {
         height: parent.height
         active: panes.wide
         sourceComponent: TitledPage {
+            property alias list: list
+
             title: "Kavrin"
 
             PageList {
+                id: list
+
                 settings: panes.settings
                 beside: true
                 current: panes.page
@@ -127,6 +149,11 @@ FocusScope {
             sequences: ["Escape", StandardKey.Back]
             enabled: panes.enabled
             onActivated: panes.goBack()
+        }
+        Shortcut {
+            sequence: "F6"
+            enabled: panes.enabled
+            onActivated: panes.focusOther()
         }
 
         component Slide: NumberAnimation {

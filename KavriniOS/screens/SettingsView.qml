@@ -29,6 +29,8 @@ TitledPage {
             stack.push(pageView, { page: page, pageId: id, actions: settings.actions }, operation);
         } else if (id === "dictionary") {
             stack.push(dictionaryView, { pageId: id }, operation);
+        } else if (id === "help") {
+            stack.push(helpView, { pageId: id }, operation);
         }
     }
 
@@ -45,6 +47,11 @@ TitledPage {
         id: dictionaryView
 
         DictionaryView { }
+    }
+    Component {
+        id: helpView
+
+        HelpView { }
     }
 
     Card {

@@ -32,6 +32,34 @@ FocusScope {
         }
     }
 
+    // Controls take the keys that they know; the page gets the others.
+    Keys.onPressed: event => {
+        const height = scrollOf(event);
+        if (height !== 0 && !(event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier))) {
+            scrollTo(flickable.contentY + height);
+            event.accepted = true;
+        }
+    }
+
+    /// How far a key scrolls. Space scrolls only if no control has the focus.
+    function scrollOf(event: var): real {
+        const visible = flickable.height - Theme.rowHeight; // the last row stays in view
+        switch (event.key) {
+        case Qt.Key_PageUp: return -visible;
+        case Qt.Key_PageDown: return visible;
+        case Qt.Key_Home: return -flickable.contentHeight;
+        case Qt.Key_End: return flickable.contentHeight;
+        case Qt.Key_Space: return focusedItem !== page ? 0 : event.modifiers & Qt.ShiftModifier ? -visible : visible;
+        }
+        return 0;
+    }
+
+    /// Scrolls until the content begins at this height, or to the end.
+    function scrollTo(y: real) {
+        const last = Math.max(0, flickable.contentHeight - flickable.height);
+        flickable.contentY = Math.max(0, Math.min(y, last));
+    }
+
     function isInside(item: Item): bool {
         for (let ancestor = item.parent; ancestor; ancestor = ancestor.parent) {
             if (ancestor === column) {
@@ -49,11 +77,10 @@ FocusScope {
 
     /// Scrolls only as far as needed to show the content between two heights.
     function showRange(top: real, bottom: real) {
-        const last = Math.max(0, flickable.contentHeight - flickable.height);
         if (top < flickable.contentY + Theme.margin) {
-            flickable.contentY = Math.max(0, Math.min(top - Theme.margin, last));
+            scrollTo(top - Theme.margin);
         } else if (bottom > flickable.contentY + flickable.height - Theme.margin) {
-            flickable.contentY = Math.max(0, Math.min(bottom - flickable.height + Theme.margin, last));
+            scrollTo(bottom - flickable.height + Theme.margin);
         }
     }
 

@@ -77,6 +77,24 @@ class ComesBack(WindowCase):
         self.window.wait_for_page("Kavrin")
 
 
+class Keys(WindowCase):
+    def test_ctrl_w_closes_the_window(self):
+        self.open()
+        self.session.press_keys("ctrl+w")
+        self.assertEqual(self.window.process.wait(30), 0)
+
+    def test_ctrl_q_quits(self):
+        self.open()
+        self.session.press_keys("ctrl+q")
+        self.assertEqual(self.window.process.wait(30), 0)
+
+    def test_f1_shows_the_keys(self):
+        self.open()
+        self.session.press_keys("F1")
+        self.window.wait_for_page("Help")
+        self.window.find("Ctrl+W: Close the window", "label")
+
+
 if __name__ == "__main__":
     enter_private_namespaces()
     unittest.main(verbosity=2)

@@ -114,6 +114,78 @@ TEST_F(SettingsPanesTest, BeginsWithThePageThatItIsTold)
     }
 }
 
+TEST_F(SettingsPanesTest, EscapeAndF6LeadFromThePageToTheListInAWideWindow)
+{
+    openPanes(wide, {{u"initialPage"_s, u"gestures"_s}});
+    for (const Qt::Key key : {Qt::Key_Escape, Qt::Key_F6}) {
+        window().item(u"Glide typing"_s)->forceActiveFocus();
+        window().press(key);
+        EXPECT_EQ(window().view().activeFocusItem(), window().item(u"Gestures"_s));
+    }
+    window().press(Qt::Key_F6);
+    EXPECT_EQ(window().view().activeFocusItem(), window().item(u"Glide typing"_s));
+}
+
+class PageScrollTest : public Screens
+{
+protected:
+    QQuickItem *flickable() { return window().top()->property("flickable").value<QQuickItem *>(); }
+    double contentY() { return flickable()->property("contentY").toDouble(); }
+    double last() { return flickable()->property("contentHeight").toDouble() - flickable()->height(); }
+};
+
+TEST_F(PageScrollTest, KeysScrollAPage)
+{
+    struct Step {
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        int from; ///< screens from the top
+        int to;
+    };
+    openPage(u"layout"_s, QSize(360, 400));
+    window().view().grabWindow();
+    const double screen = flickable()->height() - 48;
+    const Step steps[] = {
+        {Qt::Key_PageDown, {}, 0, 1},         {Qt::Key_PageUp, {}, 2, 1}, {Qt::Key_PageUp, {}, 0, 0},
+        {Qt::Key_Space, {}, 0, 1},            {Qt::Key_Space, Qt::ShiftModifier, 2, 1},
+        {Qt::Key_PageDown, Qt::ControlModifier, 1, 1},
+        {Qt::Key_Home, {}, 2, 0},
+    };
+    window().top()->forceActiveFocus();
+    for (const Step &step : steps) {
+        flickable()->setProperty("contentY", step.from * screen);
+        window().press(step.key, step.modifiers);
+        EXPECT_EQ(contentY(), step.to * screen) << step.key;
+    }
+    window().press(Qt::Key_End);
+    EXPECT_EQ(contentY(), last());
+}
+
+TEST_F(PageScrollTest, SpaceIsTheControlsThatHasTheFocus)
+{
+    openPage(u"layout"_s, QSize(360, 400));
+    window().item(u"Number row"_s)->forceActiveFocus();
+    const double before = contentY();
+    window().press(Qt::Key_Space);
+    EXPECT_EQ(contentY(), before);
+    EXPECT_EQ(stored(u"numberRow"_s), PropertyListValue(true));
+    window().item(u"Key height"_s)->forceActiveFocus();
+    const double top = contentY();
+    window().press(Qt::Key_Space);
+    EXPECT_EQ(contentY(), top);
+}
+
+TEST_F(PageScrollTest, PageKeysScrollAlsoWhereAFieldHasTheFocus)
+{
+    Prefs::set(u"provider"_s, u"custom"_s);
+    openPage(u"dictation"_s, QSize(360, 400));
+    window().item(u"Endpoint URL"_s)->forceActiveFocus();
+    window().press(Qt::Key_PageUp);
+    EXPECT_EQ(contentY(), 0);
+    window().press(Qt::Key_End); // the field's own
+    EXPECT_EQ(contentY(), 0);
+}
+
 } // namespace
 
 } // namespace kavrin::test

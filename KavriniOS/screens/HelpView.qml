@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: MIT
+import QtQuick
+import Kavrin.Theme
+
+/// The keys of the window, and where more is written.
+TitledPage {
+    id: view
+
+    title: "Help"
+
+    component Line: CardRow {
+        id: line
+
+        required property var modelData
+
+        Item {
+            width: parent.width
+            height: Math.max(Theme.rowHeight, Math.max(what.height, keys.height) + 2 * Theme.rowPadding)
+            Accessible.role: Accessible.StaticText
+            Accessible.name: line.modelData.keys + ": " + line.modelData.what
+
+            RowText {
+                id: what
+
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.margin
+                anchors.right: keys.left
+                anchors.rightMargin: Theme.margin
+                anchors.verticalCenter: parent.verticalCenter
+                text: line.modelData.what
+            }
+            RowText {
+                id: keys
+
+                anchors.right: parent.right
+                anchors.rightMargin: Theme.margin
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(implicitWidth, parent.width * 0.45)
+                horizontalAlignment: Text.AlignRight
+                text: line.modelData.keys
+                color: Theme.secondaryText
+            }
+        }
+    }
+
+    Card {
+        title: "Keys"
+
+        Repeater {
+            model: [
+                { keys: "Tab", what: "Go to the next control" },
+                { keys: "Escape, Alt+Left", what: "Go back" },
+                { keys: "F6", what: "Go to the list of pages, and back to the page" },
+                { keys: "Page Up, Page Down", what: "Scroll by a page" },
+                { keys: "Home, End", what: "Scroll to the top or the end" },
+                { keys: "Ctrl+W", what: "Close the window" },
+                { keys: "Ctrl+Q", what: "Quit Kavrin: dictation stops working" }
+            ]
+            Line { }
+        }
+    }
+    Card {
+        title: "More"
+
+        Repeater {
+            model: [
+                { keys: "man kavrin", what: "What Kavrin does" },
+                { keys: "man kavrinctl", what: "Settings and dictation from a terminal" },
+                { keys: "kavrinctl doctor", what: "What works, and what to do if something does not" }
+            ]
+            Line { }
+        }
+    }
+}

@@ -2,6 +2,7 @@
 #include "tools/kavrinctl/Console.h"
 #include "tools/kavrinctl/Setting.h"
 
+#include "screens/search/SearchIndex.h"
 #include "store/Prefs.h"
 
 #include <QJsonArray>
@@ -92,14 +93,44 @@ void printPage(const Prefs::Page &page)
     }
 }
 
+void printFound(const search::Entry &entry)
+{
+    if (entry.key.isEmpty()) {
+        print(entry.title);
+        return;
+    }
+    const Prefs::Item item = Prefs::items().value(entry.key);
+    const QString where = entry.pageTitle + u" › "_s + entry.section;
+    print(u"%1 %2 %3 (%4)"_s.arg(item.key, -18).arg(displayValue(item), -24).arg(item.title, where));
+}
+
+void find(const QString &words)
+{
+    const auto asDescribed = [](const QString &text) { return text; };
+    const search::Index index(search::entriesOf(Prefs::pages(), asDescribed));
+    const std::vector<search::Entry> found = index.find(words);
+    if (found.empty()) {
+        throw Refusal{u"Nothing was found for \"%1\"."_s.arg(words)};
+    }
+    std::for_each(found.begin(), found.end(), printFound);
+}
+
 } // namespace
 
 void catalogue(QStringList &arguments)
 {
     const bool asJson = takeFlag(arguments, u"--json"_s);
+    const bool finds = takeFlag(arguments, u"--find"_s);
     expectNoFlags(arguments);
-    expectArguments(arguments, {});
+    if (finds && asJson) {
+        throw UsageError{u"Either --find or --json."_s};
+    }
+    expectArguments(arguments, finds ? QStringList{u"WORDS"_s} : QStringList(), finds ? arguments.size() : 0);
     expectReadableSettings();
+    if (finds) {
+        find(arguments.join(u' '));
+        return;
+    }
     if (!asJson) {
         std::for_each(Prefs::pages().begin(), Prefs::pages().end(), printPage);
         return;

@@ -27,7 +27,11 @@ using namespace kavrin::ctl;
 
 constexpr std::array verbs = {
     Verb{"where", "[--json]", "Where the shared suite and the recording are", "", where},
-    Verb{"catalogue", "[--json]", "Every setting, with its value or as data", "", ctl::catalogue},
+    Verb{"catalogue", "[--json]\n--find WORDS", "Every setting, with its value or as data",
+         "With --find only what fits the words, the best first, as the window searches: by titles, footers, "
+         "options\n"
+         "and other names, forgiving a typing error and missing accents.",
+         ctl::catalogue},
     Verb{"get", "KEY [--json]", "The value of a setting, its default when it was never set", "", get},
     Verb{"set", "KEY VALUE\nKEY -", "Change a setting",
          "A switch takes on or off, yes or no, true or false, a slider a number within its range, a choice "

@@ -53,6 +53,38 @@ TEST(Kavrinctl, TheCatalogueAsTextNeverShowsASecret)
     EXPECT_TRUE(outcome.output.contains(u"Key height"));
 }
 
+TEST(Kavrinctl, FindsSettingsByOneWordOrSeveralTheBestFirst)
+{
+    const std::pair<QStringList, QString> rows[] = {
+        {{u"height"_s}, u"rowH "_s},
+        {{u"number"_s, u"row"_s}, u"numberRow "_s},
+        {{u"number row"_s}, u"numberRow "_s},
+        {{u"vibratoin"_s}, u"keyHaptic "_s},
+        {{u"turkce"_s}, u"langExtra_tr "_s},
+        {{u"gestures"_s}, u"Gestures\n"_s},
+    };
+    for (const auto &[words, expected] : rows) {
+        const Outcome outcome = kavrinctl(QStringList{u"catalogue"_s, u"--find"_s} + words);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_TRUE(outcome.output.startsWith(expected)) << qPrintable(outcome.output);
+    }
+}
+
+TEST(Kavrinctl, ShowsWhatItFindsWithItsValueAndItsPage)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    EXPECT_EQ(kavrinctl({u"catalogue"_s, u"--find"_s, u"key height"_s}).output.section(u'\n', 0, 0),
+              u"rowH               60 pt                    Key height (Layout › Size & position)");
+}
+
+TEST(Kavrinctl, SaysThatItFindsNothing)
+{
+    const Outcome outcome = kavrinctl({u"catalogue"_s, u"--find"_s, u"xylophone"_s});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, QString());
+    EXPECT_EQ(outcome.errors, u"kavrinctl: Nothing was found for \"xylophone\".\n");
+}
+
 TEST(Kavrinctl, TheCatalogueIsPrintedWhateverTheSuiteHolds)
 {
     const QStringList keys = Prefs::items().keys();

@@ -48,6 +48,7 @@ TitledPage {
 
         Repeater {
             model: [
+                { keys: "Ctrl+F", what: "Search settings; or just type" },
                 { keys: "Tab", what: "Go to the next control" },
                 { keys: "Escape, Alt+Left", what: "Go back" },
                 { keys: "F6", what: "Go to the list of pages, and back to the page" },

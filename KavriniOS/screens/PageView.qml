@@ -16,6 +16,8 @@ TitledPage {
     property bool previewFolded: false
     /// The pages with settings that the preview of the keyboard draws.
     readonly property var pagesOfTheKeyboard: ["layout", "look", "gestures", "correction"]
+    /// The key of the row that the user has searched for.
+    property string markedKey
 
     /// The user wants to try dictation.
     signal dictate
@@ -86,6 +88,12 @@ TitledPage {
                     setting: modelData
                     actions: view.actions
                     visible: setting.visible
+                    marked: setting.key === view.markedKey
+                    onMarkedChanged: {
+                        if (marked) {
+                            view.reveal(this);
+                        }
+                    }
                     onChanged: view.page.changed()
                     onDictate: view.dictate()
                     onOpenToolbar: view.T.StackView.view.push(toolbarOrderView)

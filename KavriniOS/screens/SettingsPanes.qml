@@ -19,6 +19,7 @@ FocusScope {
     /// Whether the keyboard moved the focus last. The next page shows the focus then, too.
     property bool keyboardInUse: false
     readonly property Item focusedItem: Window.activeFocusItem
+    property bool searching: false
 
     /// The user wants to try dictation.
     signal dictate
@@ -40,6 +41,35 @@ FocusScope {
         stack.pop(first, T.StackView.Immediate);
         if (id !== "") {
             first.openPage(id, wide ? T.StackView.Immediate : T.StackView.PushTransition);
+        }
+    }
+
+    /// Begins a search with what the user has typed already, if anything.
+    function find(typed: string) {
+        searching = true;
+        searchScreen.item.begin(typed);
+    }
+
+    function endSearch() {
+        searching = false;
+        focusCurrent();
+    }
+
+    /// Shows a page that was found; marks the row with this key, if there is a key.
+    function openFound(id: string, key: string) {
+        endSearch();
+        openPage(id);
+        if (key !== "") {
+            stack.currentItem.markedKey = key;
+        }
+    }
+
+    // Typing begins a search where neither a field nor a control has the focus: there the page itself has it.
+    Keys.onPressed: event => {
+        const isCommand = event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier);
+        if (focusedItem?.pageId !== undefined && !isCommand && event.text > " " && event.text !== "\x7f") {
+            find(event.text);
+            event.accepted = true;
         }
     }
 
@@ -94,6 +124,9 @@ FocusScope {
             property alias list: list
 
             title: "Kavrin"
+            searchable: true
+            visible: !panes.searching
+            onSearch: panes.find("")
 
             PageList {
                 id: list
@@ -106,7 +139,7 @@ FocusScope {
         }
     }
     Rectangle {
-        z: 1
+        z: 3
         anchors.right: sidebar.right
         visible: panes.wide
         width: 1
@@ -125,6 +158,7 @@ FocusScope {
         anchors.right: parent.right
         height: parent.height
         focus: true
+        visible: panes.wide || !panes.searching
         clip: panes.wide
         initialItem: SettingsView {
             settings: panes.settings
@@ -132,6 +166,7 @@ FocusScope {
             previewFolded: panes.previewFolded
             onPreviewFoldToggled: panes.previewFolded = !panes.previewFolded
             onDictate: panes.dictate()
+            onSearch: panes.find("")
         }
         onCurrentItemChanged: panes.focusCurrent()
 
@@ -147,13 +182,18 @@ FocusScope {
         // This is in an item so that an open list gets Escape first.
         Shortcut {
             sequences: ["Escape", StandardKey.Back]
-            enabled: panes.enabled
+            enabled: panes.enabled && !panes.searching
             onActivated: panes.goBack()
         }
         Shortcut {
             sequence: "F6"
-            enabled: panes.enabled
+            enabled: panes.enabled && !panes.searching
             onActivated: panes.focusOther()
+        }
+        Shortcut {
+            sequence: "Ctrl+F"
+            enabled: panes.enabled
+            onActivated: panes.find("")
         }
 
         component Slide: NumberAnimation {
@@ -176,9 +216,30 @@ FocusScope {
         }
     }
 
+    // In the place of the list of pages, or of everything.
+    Loader {
+        id: searchScreen
+
+        z: 2
+        anchors.left: parent.left
+        width: panes.wide ? Theme.sidebarWidth : parent.width
+        height: parent.height
+        active: panes.searching
+        sourceComponent: SearchView {
+            onOpened: (page, key) => panes.openFound(page, key)
+            onClosed: panes.endSearch()
+        }
+    }
+
     MouseArea {
         anchors.fill: parent
         acceptedButtons: Qt.BackButton
-        onClicked: panes.goBack()
+        onClicked: {
+            if (panes.searching) {
+                panes.endSearch();
+            } else {
+                panes.goBack();
+            }
+        }
     }
 }

@@ -21,6 +21,7 @@ TitledPage {
     signal previewFoldToggled
 
     title: alone ? "Kavrin" : "Start"
+    searchable: alone
 
     function openPage(id: string, operation: int) {
         const stack = T.StackView.view;

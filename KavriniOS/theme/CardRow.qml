@@ -7,12 +7,21 @@ Item {
 
     /// Where the text begins.
     property real textInset: Theme.margin
+    /// Whether the user has searched for the row.
+    property bool marked: false
     property alias spacing: column.spacing
     default property alias content: column.data
 
     width: parent ? parent.width : 0
     height: column.height
 
+    Rectangle {
+        visible: row.marked
+        anchors.fill: parent
+        anchors.margins: 3
+        radius: Theme.radius - 3
+        color: Qt.alpha(Theme.accent, 0.14)
+    }
     Column {
         id: column
 

@@ -13,6 +13,8 @@ FocusScope {
     property bool canGoBack: T.StackView.index > (T.StackView.view?.rootIndex ?? 0)
     /// Stays in view beside the content if the page is wide enough for both, otherwise below it. May be null.
     property Item aside: null
+    /// Whether the page has a button that begins a search.
+    property bool searchable: false
     property bool showsAside: aside !== null
     readonly property bool isAsideBeside: width >= Theme.asideFromWidth
     default property alias content: column.data
@@ -21,13 +23,15 @@ FocusScope {
 
     /// The user wants to go back to the page before this one.
     signal back
+    /// The user wants to search.
+    signal search
 
     readonly property real titleShrunk: Math.max(0, Math.min(1, (flickable.contentY - largeTitle.height * 0.4)
                                                                 / (largeTitle.height * 0.5)))
     readonly property Item focusedItem: Window.activeFocusItem
 
     onFocusedItemChanged: {
-        if (focusedItem && isInside(focusedItem)) {
+        if (focusedItem && isInside(focusedItem, column)) {
             show(focusedItem);
         }
     }
@@ -54,15 +58,43 @@ FocusScope {
         return 0;
     }
 
+    // An item that show() is to show whole, as soon as all that is above it has its height.
+    property Item awaited: null
+
+    /// Gives the control in an item the focus, and shows the item in the middle. The page may be new.
+    function reveal(item: Item) {
+        const control = item.nextItemInFocusChain();
+        if (isInside(control, item)) {
+            control.forceActiveFocus(Qt.TabFocusReason);
+        }
+        awaited = item;
+        showAwaited();
+    }
+
+    function showAwaited() {
+        if (awaited) {
+            const middle = awaited.mapToItem(column, 0, awaited.height / 2).y;
+            scrollTo(middle - flickable.height / 2);
+        }
+    }
+
+    Connections {
+        target: page.awaited ? page.Window.window : null
+
+        function onFrameSwapped() {
+            page.awaited = null;
+        }
+    }
+
     /// Scrolls until the content begins at this height, or to the end.
     function scrollTo(y: real) {
         const last = Math.max(0, flickable.contentHeight - flickable.height);
         flickable.contentY = Math.max(0, Math.min(y, last));
     }
 
-    function isInside(item: Item): bool {
+    function isInside(item: Item, outer: Item): bool {
         for (let ancestor = item.parent; ancestor; ancestor = ancestor.parent) {
-            if (ancestor === column) {
+            if (ancestor === outer) {
                 return true;
             }
         }
@@ -101,6 +133,7 @@ FocusScope {
         anchors.bottomMargin: page.showsAside && !page.isAsideBeside ? asidePlace.height : 0
         contentWidth: width
         contentHeight: column.height
+        onContentHeightChanged: page.showAwaited()
         boundsBehavior: Flickable.DragOverBounds
         clip: true
         T.ScrollBar.vertical: ScrollBar { }
@@ -167,6 +200,28 @@ FocusScope {
                     size: 20
                     color: Theme.accent
                     mirror: page.LayoutMirroring.enabled
+                }
+            }
+        }
+        PressButton {
+            id: searchButton
+
+            visible: page.searchable
+            x: page.LayoutMirroring.enabled ? 6 : parent.width - width - 6
+            anchors.verticalCenter: parent.verticalCenter
+            width: 44
+            height: 44
+            focusPolicy: Qt.TabFocus // after a click, typing still begins a search
+            text: qsTr("Search")
+            onClicked: page.search()
+            background: RowBackground {
+                control: searchButton
+            }
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "magnifyingglass"
+                    color: Theme.accent
                 }
             }
         }

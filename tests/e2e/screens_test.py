@@ -79,9 +79,9 @@ def value_of(element):
 
 
 def read(page):
-    """All that there is to read of the page in the window, but the way back and the fold of the preview."""
+    """All that there is to read of the page in the window, but the way back, the fold of the preview and the search."""
     elements = [element for element in page.below()
-                if element.role in READ_ROLES and element.name not in ("Back", "Hide preview")]
+                if element.role in READ_ROLES and element.name not in ("Back", "Hide preview", "Search")]
     return elements, [(element.role, element.name, element.description, value_of(element)) for element in elements]
 
 

@@ -95,6 +95,32 @@ class Keys(WindowCase):
         self.window.find("Ctrl+W: Close the window", "label")
 
 
+class Search(WindowCase):
+    def test_return_shows_the_row_that_was_found(self):
+        for geometry in ("360x720+0+0", "1000x740+0+0"):
+            with self.subTest(geometry):
+                self.open("-qwindowgeometry", geometry)
+                self.session.press_keys("ctrl+f")
+                self.window.find("Search settings", "text")
+                self.session.type("vibratoin")
+                self.window.find("Haptics on key press", "list item")
+                self.session.press_keys("Return")
+                self.window.wait_for_page("Feedback")
+                switch = self.window.find("Haptics on key press", "check box")
+                wait_until(lambda: "focused" in switch.states, "the row has the keyboard")
+                self.close()
+
+    def test_typing_begins_it_and_escape_ends_it(self):
+        self.open()
+        self.window.wait_for_page("Kavrin")
+        self.session.press_keys("space")
+        self.session.type("dark")
+        field = self.window.find("Search settings", "text")
+        wait_until(lambda: field.text == "dark", "the text is that which was typed")
+        self.session.press_keys("Escape")
+        self.window.wait_for_page("Kavrin")
+
+
 if __name__ == "__main__":
     enter_private_namespaces()
     unittest.main(verbosity=2)

@@ -146,8 +146,11 @@ TEST_F(PageScrollTest, KeysScrollAPage)
     window().view().grabWindow();
     const double screen = flickable()->height() - 48;
     const Step steps[] = {
-        {Qt::Key_PageDown, {}, 0, 1},         {Qt::Key_PageUp, {}, 2, 1}, {Qt::Key_PageUp, {}, 0, 0},
-        {Qt::Key_Space, {}, 0, 1},            {Qt::Key_Space, Qt::ShiftModifier, 2, 1},
+        {Qt::Key_PageDown, {}, 0, 1},
+        {Qt::Key_PageUp, {}, 2, 1},
+        {Qt::Key_PageUp, {}, 0, 0},
+        {Qt::Key_Space, {}, 0, 1},
+        {Qt::Key_Space, Qt::ShiftModifier, 2, 1},
         {Qt::Key_PageDown, Qt::ControlModifier, 1, 1},
         {Qt::Key_Home, {}, 2, 0},
     };

@@ -19,7 +19,7 @@ TEST_F(SettingsViewTest, ListsSetupThenEveryPageThenTheDictionary)
     for (const Prefs::Page &page : Prefs::pages()) {
         expected.append(page.title);
     }
-    expected.append(u"Personal dictionary & shortcuts"_s);
+    expected += {u"Personal dictionary & shortcuts"_s, u"Search"_s};
     EXPECT_EQ(window().names(), expected);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Measures how long the settings take to show a page, and to follow a dragged slider: milliseconds to the
-// next frame, on the offscreen platform, which draws in software. Prints JSON.
+// Measures how long the settings take to show a page, to follow a dragged slider, and to show what a search
+// finds: milliseconds to the next frame, on the offscreen platform, which draws in software. Prints JSON.
 #include "doubles/FakeContacts.h"
 #include "doubles/FakeDesktop.h"
 #include "screens/SettingsModel.h"
@@ -121,6 +121,25 @@ QJsonObject dragging(SettingsModel &settings, const QString &pageId, QSize size)
     return {{u"step"_s, median(steps)}, {u"unchanged"_s, median(unchanged)}};
 }
 
+/// The keys of searches, the first of which opens the search.
+QJsonObject searching(SettingsModel &settings)
+{
+    std::vector<double> first;
+    std::vector<double> others;
+    for (const QString &text : {u"vibratoin"_s, u"key height"_s, u"turkce"_s, u"dark"_s, u"size"_s}) {
+        QmlWindow window(u"Kavrin.Screens"_s, u"SettingsPanes"_s,
+                         {{u"settings"_s, QVariant::fromValue(&settings)}}, QSize(420, 760));
+        window.view().engine()->addImageProvider(u"symbol"_s, new SymbolImageProvider);
+        const auto press = [&window](QChar letter) {
+            return millisecondsToFrame(window.view(), [&] { window.type(letter); });
+        };
+        first.push_back(press(text.front()));
+        std::ranges::transform(text.sliced(1), std::back_inserter(others), press);
+    }
+    return {
+        {u"first"_s, median(first)}, {u"key"_s, median(others)}, {u"slowestKey"_s, std::ranges::max(others)}};
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -135,7 +154,8 @@ int main(int argc, char **argv)
     const QJsonObject figures = {{u"pages"_s, openings(settings)},
                                  {u"emptyPage"_s, emptyOpening(settings)},
                                  {u"slider"_s, dragging(settings, {}, QSize(420, 760))},
-                                 {u"preview"_s, dragging(settings, u"layout"_s, QSize(1100, 760))}};
+                                 {u"preview"_s, dragging(settings, u"layout"_s, QSize(1100, 760))},
+                                 {u"search"_s, searching(settings)}};
     std::puts(QJsonDocument(figures).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

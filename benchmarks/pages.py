@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-"""Measures how soon a page of the settings is shown and a dragged slider followed, beside an empty page and an idle
-frame."""
+"""Measures how soon a page of the settings is shown, a dragged slider followed and a setting found, beside an empty page
+and an idle frame."""
 
 import json
 import statistics
@@ -17,6 +17,7 @@ def measure(_):
     openings = {page["title"]: page["milliseconds"] for page in figures["pages"]}
     slowest = max(openings, key=openings.get)
     empty = figures["emptyPage"]
+    search = figures["search"]
     return [
         Row("Opening a page, until the next frame", "ms", (statistics.median(openings.values()), openings[slowest]),
             (("pushing an empty page on the same stack", (empty, empty)),), (at_most(60, figure=1),),
@@ -27,4 +28,9 @@ def measure(_):
         Row("The same with the preview of the keyboard beside it", "ms", (figures["preview"]["step"],),
             (("a frame in which nothing has changed", (figures["preview"]["unchanged"],)),), (at_most(33),),
             note="Each step changes the height of every key."),
+        Row("A key typed into the search, until its results are shown", "ms",
+            (search["key"], search["slowestKey"], search["first"]),
+            (("a frame in which nothing has changed", (figures["slider"]["unchanged"],) * 3),),
+            (at_most(16), at_most(16, figure=1), at_most(16, figure=2)),
+            ("median", "slowest", "the first one, which opens the search")),
     ]

@@ -85,9 +85,9 @@ class Screen(WindowDictation):
     def test_a_screen_reader_does_not_find_the_page_beneath_it(self):
         self.open_screen()
         self.wait_until_listening()
-        self.assertIsNone(self.window.look("Source", "combo box"))
+        self.assertIsNone(self.window.look("Provider", "combo box"))
         self.close_screen()
-        self.window.find("Source", "combo box")
+        self.window.find("Provider", "combo box")
 
     def test_it_tells_every_state_on_the_way_to_an_error(self):
         service = self.enterContext(HangingService())

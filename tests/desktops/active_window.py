@@ -15,6 +15,7 @@ def children(accessible):
             yield accessible.get_child_at_index(index)
 
 
+Atspi.set_timeout(1000, 1000)  # milliseconds; those that have ended are still listed for a while
 for application in children(Atspi.get_desktop(0)):
     with contextlib.suppress(GLib.GError, AttributeError):
         for window in children(application):

@@ -7,7 +7,6 @@ import struct
 import time
 
 from support.desktop import Bus
-from support.private_session import wait_until
 
 # As <linux/input-event-codes.h> numbers them.
 KEYS = {"escape": 1, "tab": 15, "enter": 28, "ctrl": 29, "d": 32, "shift": 42, "x": 45, "alt": 56, "space": 57}
@@ -71,11 +70,11 @@ class PlasmaHands(Hands):
     def _find(self):
         """The number of the protocol in the registry."""
         data = b""
-        for _ in iter(int, 1):
+        while True:
             while len(data) < 8 or len(data) < struct.unpack_from("II", data)[1] >> 16:
                 data += self._socket.recv(65536)
-            sender, size = struct.unpack_from("II", data)[0], struct.unpack_from("II", data)[1] >> 16
-            body, data = data[8:size], data[size:]
+            sender, word = struct.unpack_from("II", data)
+            body, data = data[8:word >> 16], data[word >> 16:]
             if sender == self.REGISTRY and self.NAME + b"\0" in body:
                 return struct.unpack_from("I", body)[0]
             if sender == self.CALLBACK:

@@ -15,6 +15,7 @@ class Bus:
     def __init__(self, session):
         from gi.repository import Gio, GLib
         self._glib = GLib
+        self.errors = GLib.GError
         flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
         self._connection = Gio.DBusConnection.new_for_address_sync(
             session.env["DBUS_SESSION_BUS_ADDRESS"], flags, None, None)

@@ -61,6 +61,7 @@ std::vector<RowKey> letterKeys(const KeyboardLook &look, qsizetype row)
 {
     const Letters &letters = letterRows(look.language)[std::size_t(row)];
     std::vector<RowKey> keys;
+    keys.reserve(std::size_t(letters.row.size()));
     for (qsizetype index = 0; index < letters.row.size(); ++index) {
         keys.push_back(letter(letters.row[index], 1, hintOf(look, letters, row, index)));
     }

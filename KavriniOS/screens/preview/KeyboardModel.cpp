@@ -161,7 +161,7 @@ void KeyboardModel::update()
     m_colors = KeyboardColors::of(m_look, showsDark());
     if (geometry.keys.size() == m_geometry.keys.size()) {
         m_geometry = geometry;
-        Q_EMIT dataChanged(index(0), index(rowCount() - 1));
+        Q_EMIT dataChanged(createIndex(0, 0), createIndex(int(geometry.keys.size()) - 1, 0));
     } else {
         beginResetModel();
         m_geometry = geometry;

@@ -49,9 +49,11 @@ private:
     const Changes &m_instead;
 };
 
+const QString openaiAddress = u"https://" KAVRIN_OPENAI_HOST "/v1/audio/transcriptions"_s;
+
 MultipartService openaiService(const Settings &settings)
 {
-    return {u"https://" KAVRIN_OPENAI_HOST "/v1/audio/transcriptions"_s, settings.get(u"openaiKey"_s),
+    return {openaiAddress, settings.get(u"openaiKey"_s),
             settings.get(u"openaiModel"_s, u"gpt-4o-mini-transcribe"_s)};
 }
 
@@ -77,6 +79,29 @@ SpeechService chosenService(const Changes &instead)
         return geminiService(settings);
     }
     return provider == "custom"_L1 ? customService(settings) : openaiService(settings);
+}
+
+QString missingFrom(const SpeechService &service)
+{
+    if (const auto *gemini = std::get_if<GeminiService>(&service)) {
+        return gemini->key.isEmpty() ? u"No key is set for Gemini."_s : QString();
+    }
+    const auto &multipart = std::get<MultipartService>(service);
+    if (multipart.endpoint.isEmpty()) {
+        return u"No address is set for the speech service."_s;
+    }
+    const bool lacksKey = multipart.endpoint == openaiAddress && multipart.token.isEmpty();
+    return lacksKey ? u"No key is set for OpenAI."_s : QString();
+}
+
+Changes choosing(const QString &address)
+{
+    Changes changes = {{u"provider"_s, u"custom"_s}, {u"customURL"_s, address}};
+    if (Shared::d().string(u"customURL"_s) != address) {
+        changes.push_back({u"customKey"_s, std::nullopt});
+        changes.push_back({u"customModel"_s, std::nullopt});
+    }
+    return changes;
 }
 
 } // namespace kavrin

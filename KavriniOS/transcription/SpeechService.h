@@ -16,4 +16,11 @@ using SpeechService = std::variant<MultipartService, GeminiService>;
 /// choose.
 SpeechService chosenService(const Changes &instead = {});
 
+/// What the service lacks before it can be asked, as a sentence for the user: a key, or an address. Empty if
+/// nothing.
+QString missingFrom(const SpeechService &service);
+
+/// The changes that choose the server at an address. Key and model of another address do not go to it.
+Changes choosing(const QString &address);
+
 } // namespace kavrin

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "loopback/Loopback.h"
+#include "platform/linux/network/LocalPort.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "store/DictationKeys.h"
 #include "store/Shared.h"
 #include "tools/kavrinctl/Await.h"
-#include "tools/kavrinctl/LocalPort.h"
 #include "tools/kavrinctl/RunningKavrin.h"
 #include "tools/kavrinctl/doctor/Checks.h"
 

@@ -29,19 +29,6 @@ QString masked(const QString &message)
     return maskedLine(message, keysInForce());
 }
 
-/// Why no list of models need be asked for: the service is not set up. Empty if it is.
-QString whatIsMissing(const SpeechService &service)
-{
-    if (const auto *gemini = std::get_if<GeminiService>(&service)) {
-        return gemini->key.isEmpty() ? u"No key is set for Gemini."_s : QString();
-    }
-    const auto &multipart = std::get<MultipartService>(service);
-    if (multipart.endpoint.isEmpty()) {
-        return u"No address is set for the speech service."_s;
-    }
-    return isPublic() && multipart.token.isEmpty() ? u"No key is set for OpenAI."_s : QString();
-}
-
 Finding judge(const QString &host, const QByteArray &answer)
 {
     if (isModelList(answer)) {
@@ -69,7 +56,7 @@ Finding askForModels(UrlRequest request)
 Finding checkSpeechService()
 {
     const SpeechService service = chosenService();
-    if (const QString missing = whatIsMissing(service); !missing.isEmpty()) {
+    if (const QString missing = missingFrom(service); !missing.isEmpty()) {
         return bad(missing, setUp);
     }
     std::optional<UrlRequest> request = modelListRequest(service);

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/Bundle.h"
+#include "platform/linux/network/EmbeddedSpeechService.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "store/MaskedLine.h"
 #include "store/Shared.h"
 #include "tools/kavrinctl/Await.h"
 #include "tools/kavrinctl/Console.h"
 #include "tools/kavrinctl/Setting.h"
-#include "tools/kavrinctl/setup/EmbeddedService.h"
 #include "transcription/Transcriber.h"
 
 #include <algorithm>
@@ -37,18 +37,6 @@ Changes useProvider(const QString &provider)
     return changes;
 }
 
-/// Key and model of another address do not go to this one.
-Changes useAddress(const QString &address)
-{
-    Changes changes = useProvider(u"custom"_s);
-    put(changes, u"customURL"_s, address);
-    if (Shared::d().string(u"customURL"_s) != address) {
-        changes.push_back({u"customKey"_s, std::nullopt});
-        changes.push_back({u"customModel"_s, std::nullopt});
-    }
-    return changes;
-}
-
 QString takeModel(QStringList &arguments)
 {
     const qsizetype flag = arguments.indexOf(u"--model"_s);
@@ -69,11 +57,26 @@ void expectWords(const QStringList &arguments, const QStringList &names)
     expectArguments(arguments, names);
 }
 
+/// Throws Refusal.
+LocalSpeechService::Started started(LocalSpeechService &service)
+{
+    try {
+        return await(service.start());
+    } catch (const Error &error) {
+        throw Refusal{error.localizedDescription};
+    }
+}
+
 Changes embedded(QStringList &arguments)
 {
     expectWords(arguments, {});
-    EmbeddedService::start();
-    return useAddress(EmbeddedService::address());
+    EmbeddedSpeechService service;
+    const auto [atEachLogin, process] = started(service);
+    const QString runs =
+        process == 0 ? u"kavrin-stt runs already."_s : u"kavrin-stt runs as process %1."_s.arg(process);
+    print(atEachLogin ? u"kavrin-stt runs, now and after each login."_s
+                      : runs + u" Nothing starts it at the next login."_s);
+    return choosing(service.address());
 }
 
 Changes server(QStringList &arguments)
@@ -81,7 +84,8 @@ Changes server(QStringList &arguments)
     const QString model = takeModel(arguments);
     const bool hasKey = takeFlag(arguments, u"--key"_s);
     expectWords(arguments, {u"URL"_s});
-    Changes changes = useAddress(arguments.first());
+    const PropertyListValue address = enteredValue(findSetting(u"customURL"_s), arguments.first());
+    Changes changes = choosing(std::get<QString>(address));
     if (!model.isEmpty()) {
         put(changes, u"customModel"_s, model);
     }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace kavrin::ctl
+namespace kavrin
 {
 
 /// Who listens on a port of this machine.
@@ -16,4 +16,4 @@ enum class PortOwner {
 /// Who listens on `port` of a loopback address or of all addresses, as the system lists it: proc_net(5).
 PortOwner portOwner(std::uint16_t port);
 
-} // namespace kavrin::ctl
+} // namespace kavrin

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tools/kavrinctl/LocalPort.h"
+#include "platform/linux/network/LocalPort.h"
 
 #include <QFile>
 #include <QList>
@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <unistd.h>
 
-namespace kavrin::ctl
+namespace kavrin
 {
 
 namespace
@@ -50,4 +50,4 @@ PortOwner portOwner(std::uint16_t port)
     return PortOwner::Nobody;
 }
 
-} // namespace kavrin::ctl
+} // namespace kavrin

@@ -46,8 +46,10 @@ void FailureNotices::forgetKeysSoon(int exchange)
 
 void FailureNotices::report(const QString &message, bool isKept)
 {
+    const QString text = line(message);
+    Q_EMIT reported(text);
     m_notifications.show({.title = u"Voice typing"_s,
-                          .text = line(message),
+                          .text = text,
                           .action = u"Open voice typing"_s,
                           .buttons = isKept ? QList{again, settings} : QList{settings},
                           .stay = isKept ? Notifications::Stay::UntilSeen : Notifications::Stay::AsUsual});

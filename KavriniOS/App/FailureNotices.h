@@ -37,6 +37,9 @@ public:
     void forgetKeysSoon(int exchange);
 
 Q_SIGNALS:
+    /// A failure was reported, in the words of line().
+    void reported(const QString &line);
+
     /// The user wants to deal with the failure in the settings of dictation.
     void activated(const QString &activationToken);
 

@@ -25,6 +25,8 @@
 #include "platform/linux/desktop/PortalAppearance.h"
 #include "platform/linux/desktop/StatusNotifierTray.h"
 #include "platform/linux/desktop/SystemClock.h"
+#include "platform/linux/desktop/TypistKey.h"
+#include "platform/linux/network/EmbeddedSpeechService.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "platform/linux/storage/StateFolder.h"
 #include "screens/SymbolImageProvider.h"
@@ -126,6 +128,10 @@ struct KavrinApp::Services {
     SettingsModel settings = SettingsModel(pasteboard, contacts);
     DictateModelFactory dictateModels = DictateModelFactory(recorderPlatform(
         [this](const QString &message, bool isKept) { app.reportScreenFailure(message, isKept); }));
+    EmbeddedSpeechService localSpeech;
+    TypistKey typingKey;
+    GetStarted getStarted = GetStarted(localSpeech, typingKey, pasteboard);
+    RecordingModel recording = RecordingModel(dictationBridge, dictations);
     DictationTray dictationTray = DictationTray(tray, dictationBridge, dictations);
     DictationSignals dictationSignals =
         DictationSignals(dictationBridge, dictations, notifications, failureNotices,
@@ -181,6 +187,10 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
     connect(&m_services->dictationTray, &DictationTray::refused, &m_services->failureNotices,
             [this](const QString &reason) { m_services->failureNotices.report(reason); });
     connect(&m_services->failureNotices, &FailureNotices::activated, this, &KavrinApp::openVoiceTyping);
+    connect(&m_services->failureNotices, &FailureNotices::reported, &m_services->recording,
+            &RecordingModel::fail);
+    connect(&m_services->getStarted, &GetStarted::serviceChosen, &m_services->settings,
+            &SettingsModel::reload);
     connect(this, &KavrinApp::damaged, this, &KavrinApp::reportDamage, Qt::QueuedConnection);
     UserDefaults::onDamage([this](const QString &text) { Q_EMIT damaged(text); });
     connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);
@@ -393,6 +403,16 @@ SettingsModel *KavrinApp::settings()
 DictateModelFactory *KavrinApp::dictateModels()
 {
     return &m_services->dictateModels;
+}
+
+RecordingModel *KavrinApp::recording()
+{
+    return &m_services->recording;
+}
+
+GetStarted *KavrinApp::getStarted()
+{
+    return &m_services->getStarted;
 }
 
 bool KavrinApp::isDark() const

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "dictation/DictateModel.h"
+#include "dictation/RecordingModel.h"
 #include "platform/Error.h"
 #include "screens/SettingsModel.h"
+#include "screens/start/GetStarted.h"
 
 #include <QColor>
 #include <QCoroTask>
@@ -28,6 +30,8 @@ class KavrinApp : public QObject
 
     Q_PROPERTY(kavrin::SettingsModel *settings READ settings CONSTANT)
     Q_PROPERTY(kavrin::DictateModelFactory *dictateModels READ dictateModels CONSTANT)
+    Q_PROPERTY(kavrin::RecordingModel *recording READ recording CONSTANT)
+    Q_PROPERTY(kavrin::GetStarted *getStarted READ getStarted CONSTANT)
     Q_PROPERTY(bool dark READ isDark NOTIFY appearanceChanged)
     Q_PROPERTY(QColor accentColor READ accentColor NOTIFY appearanceChanged)
     Q_PROPERTY(bool highContrast READ hasHighContrast NOTIFY appearanceChanged)
@@ -67,6 +71,8 @@ public:
 
     [[nodiscard]] SettingsModel *settings();
     [[nodiscard]] DictateModelFactory *dictateModels();
+    [[nodiscard]] RecordingModel *recording();
+    [[nodiscard]] GetStarted *getStarted();
     [[nodiscard]] bool isDark() const;
 
     /// Transparent if the desktop has no such setting.

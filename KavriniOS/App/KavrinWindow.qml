@@ -64,10 +64,12 @@ T.ApplicationWindow {
         id: panes
 
         anchors.fill: parent
+        anchors.bottomMargin: recordingStrip.height
         focus: !window.dictating
         enabled: !window.dictating
         visible: !window.dictating // screen readers would find it beneath the dictation screen
         settings: window.app.settings
+        started: window.app.getStarted
         onDictate: window.dictating = true
     }
 
@@ -84,6 +86,15 @@ T.ApplicationWindow {
         sequence: "F1"
         enabled: !window.dictating
         onActivated: panes.openPage("help")
+    }
+    RecordingStrip {
+        id: recordingStrip
+
+        anchors.bottom: parent.bottom
+        width: parent.width
+        height: implicitHeight
+        recording: window.app.recording
+        covered: window.dictating
     }
 
     Loader {

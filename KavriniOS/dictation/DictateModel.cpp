@@ -2,6 +2,7 @@
 #include "dictation/DictateModel.h"
 
 #include "dictation/Dictations.h"
+#include "dictation/Silence.h"
 #include "platform/PlatformText.h"
 
 namespace kavrin
@@ -22,6 +23,7 @@ void DictateModel::follow(const Recorder &recorder)
     connect(&recorder, &Recorder::stateChanged, this, &DictateModel::stateChanged, once);
     connect(&recorder, &Recorder::startingChanged, this, &DictateModel::messageChanged, once);
     connect(&recorder, &Recorder::messageChanged, this, &DictateModel::messageChanged, once);
+    connect(&recorder, &Recorder::hearingChanged, this, &DictateModel::hearingChanged, once);
     connect(&recorder, &Recorder::levelChanged, this, &DictateModel::levelChanged, once);
 }
 
@@ -34,6 +36,7 @@ void DictateModel::show(Recorder *recorder)
     follow(*recorder);
     Q_EMIT stateChanged();
     Q_EMIT messageChanged();
+    Q_EMIT hearingChanged();
     Q_EMIT levelChanged();
 }
 
@@ -60,6 +63,11 @@ QString DictateModel::message() const
     }
     // What was said is shown as it was said.
     return isRecording() ? platformText(shown().message()) : shown().message();
+}
+
+QString DictateModel::silence() const
+{
+    return silenceText(shown().hearing());
 }
 
 void DictateModel::stop()

@@ -26,6 +26,10 @@ class DictateModel : public QObject
     Q_PROPERTY(bool done READ isDone NOTIFY stateChanged)
     /// What happens, what went wrong, or the transcript.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
+    /// Whether the message says what went wrong.
+    Q_PROPERTY(bool failed READ hasFailed NOTIFY messageChanged)
+    /// Why nothing is heard, with what to do; else empty.
+    Q_PROPERTY(QString silence READ silence NOTIFY hearingChanged)
     /// The input level, 0 to 1.
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
 
@@ -42,11 +46,14 @@ public:
     [[nodiscard]] bool isWorking() const { return shown().state() == Recorder::S::working; }
     [[nodiscard]] bool isDone() const { return shown().state() == Recorder::S::done; }
     [[nodiscard]] QString message() const;
+    [[nodiscard]] bool hasFailed() const { return !shown().isStarting() && shown().hasFailed(); }
+    [[nodiscard]] QString silence() const;
     [[nodiscard]] double level() const { return shown().level(); }
 
 Q_SIGNALS:
     void stateChanged();
     void messageChanged();
+    void hearingChanged();
     void levelChanged();
 
 private:

@@ -116,6 +116,14 @@ FocusScope {
                     Layout.fillWidth: true
                     spacing: 24
 
+                    Symbol {
+                        objectName: "failure"
+                        Layout.alignment: Qt.AlignHCenter
+                        visible: view.rec.failed
+                        name: "exclamationmark.triangle.fill"
+                        size: 28
+                        color: Theme.destructive
+                    }
                     TextEdit {
                         id: message
 
@@ -129,12 +137,20 @@ FocusScope {
                         selectByMouse: true
                         wrapMode: TextEdit.Wrap
                         horizontalAlignment: TextEdit.AlignHCenter
-                        color: Theme.text
+                        color: view.rec.failed ? Theme.destructive : Theme.text
                         selectionColor: Theme.accent
                         selectedTextColor: Theme.accentText
                         font.pixelSize: Theme.bodySize
                         Accessible.role: Accessible.StaticText
                         Accessible.name: text
+                    }
+                    Problem {
+                        objectName: "silence"
+                        Layout.fillWidth: false
+                        Layout.alignment: Qt.AlignHCenter
+                        Layout.maximumWidth: content.width - 2 * Theme.margin
+                        text: view.rec.silence
+                        color: Theme.warning
                     }
                     Footnote {
                         objectName: "hint"

@@ -287,10 +287,10 @@ void Recorder::giveUp()
     m_platform.dictations.conclude(m_dictation, {});
 }
 
-void Recorder::settle(S state, const QString &message)
+void Recorder::settle(S state, const QString &message, bool isFailure)
 {
     setState(state);
-    setMessage(message);
+    setMessage(message, isFailure);
 }
 
 QCoro::Task<> Recorder::finish(QPointer<Recorder> recorder, Platform platform,
@@ -340,7 +340,8 @@ void Recorder::conclude(Recorder *recorder, const Platform &platform, quint64 di
         DictationState::publish(dictation::idle);
     }
     if (recorder != nullptr) {
-        recorder->settle(outcome.isDone && !recorder->autoReset ? S::done : S::idle, outcome.message);
+        recorder->settle(outcome.isDone && !recorder->autoReset ? S::done : S::idle, outcome.message,
+                         !outcome.isDone);
     }
     const QString failure = platform.line(outcome.failure);
     platform.dictations.setFailure(failure);
@@ -435,7 +436,7 @@ std::optional<Error> Recorder::emptiness() const
 
 void Recorder::fail(const QString &code, const QString &message)
 {
-    setMessage(message);
+    setMessage(message, true);
     publishError(m_platform, code, message);
     m_platform.reportFailure(message, false);
 }
@@ -457,10 +458,11 @@ void Recorder::setStarting(bool starting)
     }
 }
 
-void Recorder::setMessage(const QString &message)
+void Recorder::setMessage(const QString &message, bool isFailure)
 {
-    if (m_message != message) {
+    if (m_message != message || m_hasFailed != isFailure) {
         m_message = message;
+        m_hasFailed = isFailure;
         Q_EMIT messageChanged();
     }
 }

@@ -79,6 +79,9 @@ public:
     /// A line for the user: what happens, what went wrong, or the transcript.
     [[nodiscard]] QString message() const { return m_message; }
 
+    /// Whether `message` says what went wrong.
+    [[nodiscard]] bool hasFailed() const { return m_hasFailed; }
+
     /// The input level, 0 to 1, refreshed 20 times a second while recording.
     [[nodiscard]] double level() const { return m_level; }
 
@@ -140,7 +143,7 @@ private:
     QCoro::Task<bool> prepare();
     void endRecording();
     void giveUp();
-    void settle(S state, const QString &message);
+    void settle(S state, const QString &message, bool isFailure = false);
     void startMeter();
     void updateMeter();
     void updateHearing();
@@ -150,7 +153,7 @@ private:
     void beginTranscription(Recording recording);
     void fail(const QString &code, const QString &message);
     void setStarting(bool starting);
-    void setMessage(const QString &message);
+    void setMessage(const QString &message, bool isFailure = false);
     void setLevel(double level);
     static QCoro::Task<> finish(QPointer<Recorder> recorder, Platform platform,
                                 std::shared_ptr<Transcription> transcription, Recording recording);
@@ -175,6 +178,7 @@ private:
     End m_end = End::None; ///< wanted before the recording runs
     std::stop_source m_question; ///< for the microphone
     QString m_message = QStringLiteral("Starting…");
+    bool m_hasFailed = false;
     double m_level = 0;
     Hearing m_hearing = Hearing::Sound;
     QElapsedTimer m_silence; ///< since the last sound

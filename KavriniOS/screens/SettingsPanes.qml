@@ -2,6 +2,7 @@
 import QtQuick
 import QtQuick.Templates as T
 import Kavrin.Screens
+import Kavrin.Screens.Start
 import Kavrin.Theme
 
 /// All settings: a stack of pages and, where there is room beside it, the list of pages.
@@ -9,6 +10,8 @@ FocusScope {
     id: panes
 
     required property SettingsModel settings
+    /// The card for a new user; null if there is none.
+    property GetStarted started: null
     /// The id of the page that is shown at first; empty for the first screen.
     property string initialPage
     /// The id of the page that was chosen last; empty for the first screen.
@@ -162,6 +165,7 @@ FocusScope {
         clip: panes.wide
         initialItem: SettingsView {
             settings: panes.settings
+            started: panes.started
             alone: !panes.wide
             previewFolded: panes.previewFolded
             onPreviewFoldToggled: panes.previewFolded = !panes.previewFolded

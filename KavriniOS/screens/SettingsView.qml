@@ -3,9 +3,10 @@ import QtQuick
 import QtQuick.Templates as T
 import Kavrin.Platform
 import Kavrin.Screens
+import Kavrin.Screens.Start
 import Kavrin.Theme
 
-/// The first screen: how to enable the keyboard, a field to try it, and links to every page.
+/// The first screen: what a new user does first, how to enable the keyboard, a field to try it, and links to every page.
 TitledPage {
     id: view
 
@@ -14,6 +15,8 @@ TitledPage {
     property bool alone: true
     /// Whether the user has folded the preview, on all pages.
     property bool previewFolded: false
+    /// The card for a new user; null if there is none.
+    property GetStarted started: null
 
     /// The user wants to try dictation.
     signal dictate
@@ -53,6 +56,17 @@ TitledPage {
         id: helpView
 
         HelpView { }
+    }
+
+    Loader {
+        width: parent.width
+        active: view.started !== null
+        visible: active && view.started.shown
+        sourceComponent: GetStartedCard {
+            started: view.started
+            onOpenPage: id => view.openPage(id, view.alone ? T.StackView.PushTransition : T.StackView.Immediate)
+            onDictate: view.dictate()
+        }
     }
 
     Card {

@@ -26,6 +26,8 @@ const QString listening = u"Listening… Press Stop when you are done."_s;
 const QString hint =
     u"The text is on your clipboard: paste it where you want it. A keyboard inserts it by itself."_s;
 
+const QString failure = u"(exclamationmark.triangle.fill)"_s;
+
 QString shared(const QString &key)
 {
     return Shared::d().string(key).value_or(u"none"_s);
@@ -130,14 +132,14 @@ const Shown table[] = {
          screen.machine.session.permission = false;
          screen.present();
      },
-     {u"(mic.fill)"_s, u"Microphone permission denied."_s, u"Close"_s},
+     {u"(mic.fill)"_s, failure, u"Microphone permission denied."_s, u"Close"_s},
      u"Microphone off"_s},
     {"Failed",
      [](Screen &screen) {
          screen.machine.recorderFailure.emplace(u"file"_s, 1, u"The disk is full."_s);
          screen.present();
      },
-     {u"(mic.fill)"_s, u"Recording failed: The disk is full."_s, u"Close"_s},
+     {u"(mic.fill)"_s, failure, u"Recording failed: The disk is full."_s, u"Close"_s},
      u"Microphone off"_s},
     {"Recording",
      [](Screen &screen) { screen.present(); },
@@ -161,7 +163,7 @@ const Shown table[] = {
          screen.machine.failTranscription(Error(u"stt"_s, 1, u"no key"_s));
          waitUntil([&] { return screen.message().startsWith(u"Error"); });
      },
-     {u"(mic.fill)"_s, u"Error: no key"_s, u"Close"_s},
+     {u"(mic.fill)"_s, failure, u"Error: no key"_s, u"Close"_s},
      u"Microphone off"_s},
 };
 
@@ -219,6 +221,17 @@ TEST_P(DictateViewStateTest, LetsGoOfEverythingWhenClosed)
 
 INSTANTIATE_TEST_SUITE_P(DictateView, DictateViewStateTest, testing::ValuesIn(table),
                          [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(DictateViewTest, SaysThatTheMicrophoneIsMutedUntilItIsHeardAgain)
+{
+    present();
+    const std::shared_ptr<FakeAudioRecorder> recorder = machine.recorders.back().lock();
+    recorder->muted = true;
+    const QString muted = u"The microphone is muted. Turn it on in the sound settings of your desktop."_s;
+    EXPECT_TRUE(waitUntil([&] { return shows(muted); }));
+    recorder->power = -10;
+    EXPECT_TRUE(waitUntil([&] { return !shows(muted); }));
+}
 
 TEST_F(DictateViewTest, ShowsWhatWasSaidAsItWasSaid)
 {

@@ -19,6 +19,18 @@ NOT_SHARED = "No keyboard has used these settings yet"
 NOT_SHARED_HELP = ("A keyboard in a sandbox may keep its own copy. Use “Copy all settings & keys” here, then “Import "
                    "settings from clipboard” in the keyboard's own settings.")
 SHARED = "Keyboard and app share settings"
+# The card for a new user.
+GET_STARTED = [
+    ("heading", "Get started"), ("push button", "Dismiss"),
+    ("label", "Choose who turns speech into text"),
+    ("label", "This machine can: US English only, without account, and nothing leaves it. OpenAI and Gemini know many "
+              "languages, and need a key."),
+    ("push button", "Use this machine"), ("push button", "OpenAI, Gemini, other…"),
+    ("label", "Get a key that types what you say"),
+    ("label", "Press it in any window, speak, press it again: the text stands where the cursor is."),
+    ("push button", "Set up a key"),
+    ("label", "Try it"), ("label", "Speak, press Stop, and read what was understood."), ("push button", "Dictate"),
+]
 COPIED = "Copied. Open the keyboard settings and import."
 
 # What is read, and what can be done with it, by kind of setting.
@@ -105,7 +117,7 @@ class Pages(Screens):
         self.open()
         catalogue = json.loads(self.session.ctl("catalogue", "--json"))
         self.assertEqual([line[:2] for line in read(self.window.pages()[0])[1]], [
-            ("heading", "Kavrin"), ("heading", "Setup"),
+            ("heading", "Kavrin"), *GET_STARTED, ("heading", "Setup"),
             ("label", "Install a keyboard that is built for Kavrin, and choose it in your desktop's settings. It finds "
                       "these settings by itself."),
             ("text", "Try the keyboard here"),

@@ -36,9 +36,9 @@ class WindowDictation(unittest.TestCase):
         self.window.find("Dictation", "dialog")
 
     def screen(self):
-        """All that there is to read in the dictation screen; what is only announced is not."""
+        """All that there is to read in the dictation screen, but what is only announced, and that nothing is heard."""
         return [(element.role, element.name) for element in self.window.find("Dictation", "dialog").below()
-                if element.role not in ("notification", "scroll bar")]
+                if element.role not in ("alert", "notification", "scroll bar")]
 
     def wait_for_screen(self, *lines):
         with contextlib.suppress(TimeoutError):
@@ -62,6 +62,31 @@ class WindowDictation(unittest.TestCase):
     def microphones_in_use(self):
         streams = self.session.run("pactl", "list", "short", "source-outputs").stdout.splitlines()
         return [stream for stream in streams if "protocol-native" in stream]
+
+
+class Strip(WindowDictation):
+    """What the window shows of a dictation that was begun elsewhere."""
+
+    def setUp(self):
+        self.open_window(self.enterContext(WindowSession(sound=True)))
+
+    def test_it_shows_and_stops_a_recording_that_a_command_has_begun(self):
+        self.session.start_speech_service()
+        self.session.ctl("dictate", "start")
+        self.window.find("Recording", "label")
+        self.session.play(CLIP)
+        self.press("Stop")
+        self.window.wait_until_gone("Recording", "label")
+        self.suite.wait_for("transcript", SPOKEN)
+        self.window.wait_until_gone("Transcribing…", "label")
+
+    def test_it_says_why_a_dictation_has_failed_until_it_is_closed(self):
+        self.session.ctl("set", "provider", "custom")
+        self.session.ctl("dictate", "start")
+        self.session.play(CLIP)
+        self.press("Stop")
+        self.press("Close")
+        self.window.wait_until_gone("Close", "push button")
 
 
 class Screen(WindowDictation):

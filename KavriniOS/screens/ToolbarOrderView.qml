@@ -69,6 +69,11 @@ TitledPage {
 
                 readonly property int iconWidth: Math.round(28 * Theme.fontScale)
                 readonly property int textGap: 14
+                readonly property int switchWidth: Math.round(50 * Theme.controlScale) + 16
+                readonly property int handleWidth: Math.max(48, Theme.symbolSize + 12)
+                /// Whether switch and handle fit beside the titles. Otherwise, they are below.
+                readonly property bool fits: Theme.margin + iconWidth + textGap + longestWord.contentWidth + switchWidth
+                                             + handleWidth <= width
 
                 /// The row that the user holds by its handle; null if there is none.
                 property Item held: null
@@ -170,6 +175,9 @@ TitledPage {
                 Accessible.role: Accessible.List
                 Accessible.name: view.title
 
+                LongestWord {
+                    id: longestWord
+                }
                 Timer {
                     id: moving
 
@@ -188,6 +196,7 @@ TitledPage {
                     id: rows
 
                     model: view.tools
+                    onItemAdded: (index, row) => longestWord.text += " " + row.title
 
                     CardRow {
                         id: row
@@ -226,7 +235,7 @@ TitledPage {
 
                         Item {
                             width: parent.width
-                            height: content.height
+                            height: controls.y + controls.height
 
                             Rectangle {
                                 anchors.fill: parent
@@ -251,11 +260,11 @@ TitledPage {
                                 }
                             }
                             RowLayout {
-                                id: content
+                                id: heading
 
                                 anchors.left: parent.left
                                 anchors.leftMargin: Theme.margin
-                                anchors.right: parent.right
+                                anchors.right: list.fits ? controls.left : parent.right
                                 height: Math.max(Theme.rowHeight, label.implicitHeight + 2 * Theme.rowPadding)
                                 spacing: 0
 
@@ -277,9 +286,18 @@ TitledPage {
                                     Layout.leftMargin: list.textGap
                                     text: row.title
                                 }
+                            }
+                            RowLayout {
+                                id: controls
+
+                                anchors.right: parent.right
+                                y: list.fits ? 0 : heading.height - Theme.rowPadding
+                                height: list.fits ? heading.height : Theme.rowHeight * Theme.controlScale
+                                spacing: 0
+
                                 SwitchRow {
                                     Layout.fillHeight: true
-                                    implicitWidth: indicator.width + leftPadding + rightPadding
+                                    implicitWidth: list.switchWidth
                                     width: implicitWidth
                                     leftPadding: 8
                                     rightPadding: 8
@@ -323,7 +341,7 @@ TitledPage {
                                     }
 
                                     Layout.fillHeight: true
-                                    implicitWidth: Math.max(48, Theme.symbolSize + 12)
+                                    implicitWidth: list.handleWidth
                                     activeFocusOnTab: true
                                     Accessible.role: Accessible.Slider
                                     Accessible.name: qsTr("Move %1").arg(row.title)

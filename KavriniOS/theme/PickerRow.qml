@@ -24,7 +24,9 @@ T.ComboBox {
     hoverEnabled: true
     currentIndex: chosen
     onActivated: index => {
-        picked(index);
+        if (index >= 0) { // Return picks nothing if no option is highlighted
+            picked(index);
+        }
         // Goes back to the old option if the new one could not be stored.
         currentIndex = Qt.binding(() => chosen);
     }

@@ -7,12 +7,11 @@ T.ScrollBar {
     id: bar
 
     padding: 2
-    implicitWidth: 10
+    implicitWidth: hovered || pressed ? 10 : 8
     minimumSize: 0.08
     visible: size < 1
     Accessible.ignored: true
     contentItem: Rectangle {
-        implicitWidth: 6
         radius: 3
         color: bar.pressed ? Theme.secondaryText : Theme.edge
     }

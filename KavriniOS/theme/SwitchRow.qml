@@ -25,12 +25,9 @@ T.Switch {
     Accessible.onToggleAction: flip()
     Accessible.onPressAction: flip()
 
-    RowText {
+    LongestWord {
         id: longestWord
 
-        visible: false
-        width: 1
-        wrapMode: Text.WordWrap
         text: row.text
     }
 

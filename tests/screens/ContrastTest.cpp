@@ -4,11 +4,13 @@
 
 #include <QImage>
 #include <QLineF>
+#include <QQmlComponent>
 #include <QtMath>
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <memory>
 #include <utility>
 
 namespace kavrin::test
@@ -81,13 +83,19 @@ protected:
 
     void wish(const Wish &wish)
     {
-        theme().setProperty("reducedMotion", true); // what a picture shows is there for good
-        theme().setProperty("dark", wish.dark);
-        theme().setProperty("highContrast", wish.highContrast);
-        theme().setProperty("desktopAccent", wish.accent);
+        QQmlComponent component(window().view().engine());
+        component.setData(
+            "import QtQml; import Kavrin.Theme; QtObject { readonly property QtObject theme: Theme }",
+            QUrl());
+        const std::unique_ptr<QObject> holder(component.create());
+        m_theme = holder->property("theme").value<QObject *>();
+        m_theme->setProperty("reducedMotion", true); // what a picture shows is there for good
+        m_theme->setProperty("dark", wish.dark);
+        m_theme->setProperty("highContrast", wish.highContrast);
+        m_theme->setProperty("desktopAccent", wish.accent);
     }
 
-    QColor color(const char *name) { return theme().property(name).value<QColor>(); }
+    QColor color(const char *name) { return m_theme->property(name).value<QColor>(); }
 
     /// A ground with a translucent colour over it.
     QColor covered(const char *ground, const char *cover)
@@ -145,12 +153,6 @@ protected:
     }
 
 private:
-    QObject &theme()
-    {
-        return *window().view().engine()->singletonInstance<QObject *>(
-            qmlTypeId("Kavrin.Theme", 1, 0, "Theme"));
-    }
-
     static void collect(QQuickItem *item, std::vector<QQuickItem *> &texts)
     {
         if (!item->isVisible() || item->opacity() == 0) {
@@ -164,6 +166,8 @@ private:
             collect(child, texts);
         }
     }
+
+    QObject *m_theme = nullptr; ///< the window's
 };
 
 TEST_F(ContrastTest, EveryTextStandsOutFromItsGround)

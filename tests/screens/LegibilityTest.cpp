@@ -30,11 +30,11 @@ protected:
 
     /// The words of the interface that are longer than the line they stand in, so that they are cut or
     /// broken.
-    QStringList brokenWords()
+    static QStringList brokenWords(const QmlWindow &window)
     {
         static const QRegularExpression address(u"\\w\\.\\w"_s);
         QStringList broken;
-        for (const QQuickItem *text : window().items()) {
+        for (const QQuickItem *text : window.items()) {
             if (text->inherits("QQuickText")) {
                 const QFontMetricsF metrics(text->property("font").value<QFont>());
                 for (const QString &word :
@@ -51,10 +51,15 @@ protected:
     /// Opens a page in type of a size.
     void openIn(int pointSize, const QString &page, QSize size = QSize(360, 720))
     {
+        setPointSize(pointSize);
+        openPage(page, size);
+    }
+
+    static void setPointSize(int pointSize)
+    {
         QFont font = QGuiApplication::font();
         font.setPointSize(pointSize);
         QGuiApplication::setFont(font);
-        openPage(page, size);
     }
 
     /// Where a text is in the window.
@@ -118,8 +123,17 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
             openIn(c.pointSize, page.id, QSize(c.width, 720));
             SCOPED_TRACE(qPrintable(u"%1, %2 wide, %3 pt"_s.arg(page.id).arg(c.width).arg(c.pointSize)));
             EXPECT_EQ(clippedTexts(), QStringList());
-            EXPECT_EQ(brokenWords(), QStringList());
+            EXPECT_EQ(brokenWords(window()), QStringList());
         }
+    }
+}
+
+TEST_F(LegibilityTest, BreaksNoWordOfTheToolbar)
+{
+    for (const int pointSize : {10, 22}) {
+        setPointSize(pointSize);
+        const QmlWindow editor(u"Kavrin.Screens"_s, u"ToolbarOrderView"_s);
+        EXPECT_EQ(brokenWords(editor), QStringList());
     }
 }
 

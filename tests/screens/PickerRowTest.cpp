@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
-#include "support/Suite.h"
 
 #include <QWheelEvent>
 #include <QtTest/QTest>
@@ -15,8 +14,9 @@ namespace
 class PickerRowTest : public Screens
 {
 protected:
-    void open()
+    void open(const QString &chosen = u"b"_s)
     {
+        Prefs::set(u"key"_s, chosen);
         const catalogue::Choice choice = {
             u"b"_s, {{u"a"_s, u"First"_s}, {u"b"_s, u"Second"_s}, {u"c"_s, u"Third"_s}}};
         openPage(
@@ -43,14 +43,14 @@ TEST_F(PickerRowTest, KeepsItsOptionWhateverKeyIsPressedOrWheelTurnedWhileItIsCl
                               Qt::Key_Right, Qt::Key_T, Qt::Key_F, Qt::Key_1}) {
         window().press(key);
         EXPECT_FALSE(isOpen());
-        EXPECT_EQ(stored(u"key"_s), std::nullopt);
+        EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"b"_s));
     }
     const QPointF middle = picker()->mapToScene(picker()->boundingRect().center());
     for (const int turn : {-120, 120}) {
         QWheelEvent wheel(middle, middle, QPoint(), QPoint(0, turn), Qt::NoButton, Qt::NoModifier,
                           Qt::NoScrollPhase, false);
         QCoreApplication::sendEvent(&window().view(), &wheel);
-        EXPECT_EQ(stored(u"key"_s), std::nullopt);
+        EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"b"_s));
     }
 }
 
@@ -67,7 +67,7 @@ TEST_F(PickerRowTest, OpensItsListAtTheChosenOptionByKey)
         window().press(key, modifiers);
         EXPECT_TRUE(isOpen());
         EXPECT_EQ(picker()->property("highlightedIndex"), 1);
-        EXPECT_EQ(stored(u"key"_s), std::nullopt);
+        EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"b"_s));
         closeList();
     }
 }
@@ -87,9 +87,17 @@ TEST_F(PickerRowTest, StoresTheOptionThatIsChosenInItsList)
         window().press(Qt::Key_Return);
         EXPECT_EQ(stored(u"key"_s), PropertyListValue(c.stored));
         EXPECT_TRUE(waitUntil([&] { return !isOpen(); }));
-        drop(Shared::d(), u"key"_s);
-        Prefs::forget();
     }
+}
+
+TEST_F(PickerRowTest, KeepsAnUnknownOptionWhereNoneIsChosen)
+{
+    open(u"unknown"_s);
+    picker()->forceActiveFocus(Qt::TabFocusReason);
+    window().press(Qt::Key_Return);
+    window().press(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return !isOpen(); }));
+    EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"unknown"_s));
 }
 
 } // namespace

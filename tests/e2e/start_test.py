@@ -105,8 +105,9 @@ class Key(Start):
         wait_until(lambda: self.bus.has(TYPIST), "the typist is there")
         self.press("Copy the command")
         self.assertEqual(self.session.clipboard(), NO_KEY)
-        self.assertTrue(any("The desktop gives Kavrin no shortcut." in element.name
-                            for element in self.window.pages()[0].below() if element.role == "label"))
+        wait_until(lambda: any("The desktop gives Kavrin no shortcut." in element.name
+                               for element in self.window.pages()[0].below() if element.role == "label"),
+                   "the reason")
 
     def test_the_key_that_the_desktop_has_given_is_named(self):
         self.open()

@@ -23,6 +23,7 @@ PREPARATIONS = (
     ("sh", "-c", f"{INSTALL} {' '.join(PACKAGES)}"),
     ("sh", "-c", f'{INSTALL} --reinstall "$(scripts/package)"'),
     ("scripts/build", "test", "typing_field"),
+    ("install", "--directory", "--mode=1777", "/tmp/.X11-unix"),  # as every start of a machine does
 )
 
 

@@ -81,9 +81,10 @@ class Gnome(DesktopSession):
 
     def lock(self):
         """GNOME locks only what its display manager has started. So the login manager says that it is locked."""
-        self.run("gdbus", "call", "--system", "--dest", "org.freedesktop.login1", "--object-path", "/org/freedesktop/login1",
+        manager = "org.freedesktop.login1"
+        self.run("gdbus", "call", "--system", "--dest", manager, "--object-path", "/org/freedesktop/login1",
                  "--method", "org.freedesktop.DBus.Mock.AddObject", "/org/freedesktop/login1/session/auto",
-                 "org.freedesktop.login1.Session", "{'LockedHint': <true>}", "[]")
+                 f"{manager}.Session", "{'LockedHint': <true>}", "[]")
 
     def _is_overview(self):
         return Bus(self).get("org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell", "OverviewActive")

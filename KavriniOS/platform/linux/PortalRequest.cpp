@@ -19,6 +19,11 @@ QString PortalRequest::service()
     return u"org.freedesktop.portal.Desktop"_s;
 }
 
+QString PortalRequest::parts()
+{
+    return u"org.freedesktop.impl.portal.desktop*"_s;
+}
+
 QString PortalRequest::path()
 {
     return u"/org/freedesktop/portal/desktop"_s;

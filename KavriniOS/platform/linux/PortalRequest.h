@@ -35,6 +35,10 @@ public:
     /// The portal's name on the bus.
     static QString service();
 
+    /// The names of the parts that desktops bring, for a watcher. A part that ends takes its sessions along,
+    /// and the portal tells nobody: it takes further calls and does nothing.
+    static QString parts();
+
     /// The path of the object that has the portal's interfaces.
     static QString path();
 

@@ -30,6 +30,7 @@ PortalSession::PortalSession(QDBusConnection bus, QString interface)
     : m_bus(std::move(bus)), m_interface(std::move(interface)),
       m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForUnregistration)
 {
+    m_portal.addWatchedService(PortalRequest::parts());
     connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, &PortalSession::setClosed);
 }
 

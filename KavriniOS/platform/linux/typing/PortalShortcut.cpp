@@ -110,6 +110,7 @@ PortalShortcut::PortalShortcut(QDBusConnection bus, std::chrono::milliseconds qu
                   SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Deactivated"_s, this,
                   SLOT(onDeactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_portal.addWatchedService(PortalRequest::parts());
     connect(&m_portal, &QDBusServiceWatcher::serviceRegistered, this, &PortalShortcut::bindOnce);
     bindOnce();
 }

@@ -157,6 +157,17 @@ TEST_F(PortalShortcutTest, IsBoundAgainWhenThePortalComesBack)
     EXPECT_TRUE(waitUntil([&] { return m_heard == u"p"; }));
 }
 
+TEST_F(PortalShortcutTest, IsBoundAgainWhenTheDesktopsPartOfThePortalComesBack)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    const auto made = shortcut();
+    m_bus.connection().registerService(u"org.freedesktop.impl.portal.desktop.fake"_s);
+    EXPECT_TRUE(waitUntil([&] { return m_portal.calls().count(u"ListShortcuts"_s) == 2; }));
+    EXPECT_TRUE(waitUntil([&] { return made->name() == u"D"; }));
+    m_portal.sendShortcut(u"Activated"_s);
+    EXPECT_TRUE(waitUntil([&] { return m_heard == u"p"; }));
+}
+
 TEST_F(PortalShortcutTest, SaysWhatToDoWhereThereIsNoPortal)
 {
     m_bus.connection().unregisterService(u"org.freedesktop.portal.Desktop"_s);

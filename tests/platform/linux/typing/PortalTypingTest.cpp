@@ -199,6 +199,15 @@ TEST_F(PortalTypingTest, AsksAgainWhenThePortalHasBegunAgain)
     EXPECT_TRUE(waitUntil([&] { return type(u"a"_s).isEmpty() && timesAsked() == 2; }));
 }
 
+TEST_F(PortalTypingTest, AsksAgainWhenTheDesktopsPartOfThePortalHasEnded)
+{
+    QDBusConnection bus = m_bus.connection();
+    bus.registerService(u"org.freedesktop.impl.portal.desktop.fake"_s);
+    EXPECT_EQ(type(u"a"_s), u"");
+    bus.unregisterService(u"org.freedesktop.impl.portal.desktop.fake"_s);
+    EXPECT_TRUE(waitUntil([&] { return type(u"a"_s).isEmpty() && timesAsked() == 2; }));
+}
+
 TEST_F(PortalTypingTest, SaysSoWhereThereIsNoPortal)
 {
     m_bus.connection().unregisterService(u"org.freedesktop.portal.Desktop"_s);

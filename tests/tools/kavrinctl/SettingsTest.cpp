@@ -56,12 +56,9 @@ TEST(Kavrinctl, TheCatalogueAsTextNeverShowsASecret)
 TEST(Kavrinctl, FindsSettingsByOneWordOrSeveralTheBestFirst)
 {
     const std::pair<QStringList, QString> rows[] = {
-        {{u"height"_s}, u"rowH "_s},
-        {{u"number"_s, u"row"_s}, u"numberRow "_s},
-        {{u"number row"_s}, u"numberRow "_s},
-        {{u"vibratoin"_s}, u"keyHaptic "_s},
-        {{u"turkce"_s}, u"langExtra_tr "_s},
-        {{u"gestures"_s}, u"Gestures\n"_s},
+        {{u"height"_s}, u"rowH "_s},          {{u"number"_s, u"row"_s}, u"numberRow "_s},
+        {{u"number row"_s}, u"numberRow "_s}, {{u"vibratoin"_s}, u"keyHaptic "_s},
+        {{u"turkce"_s}, u"langExtra_tr "_s},  {{u"gestures"_s}, u"Gestures\n"_s},
     };
     for (const auto &[words, expected] : rows) {
         const Outcome outcome = kavrinctl(QStringList{u"catalogue"_s, u"--find"_s} + words);

@@ -70,10 +70,8 @@ TEST(Kavrinctl, HelpIsAskedForInEveryUsualWay)
     const QString ofGet = kavrinctl({u"get"_s, u"--help"_s}).output;
     EXPECT_NE(general, ofGet);
     const std::pair<QStringList, QString> rows[] = {
-        {{u"-h"_s}, general},
-        {{u"help"_s}, general},
-        {{u"help"_s, u"get"_s}, ofGet},
-        {{u"--help"_s, u"get"_s}, ofGet},
+        {{u"-h"_s}, general},           {{u"help"_s}, general},
+        {{u"help"_s, u"get"_s}, ofGet}, {{u"--help"_s, u"get"_s}, ofGet},
         {{u"get"_s, u"-h"_s}, ofGet},
     };
     for (const auto &[arguments, expected] : rows) {

@@ -79,6 +79,7 @@ Item {
                         Symbol {
                             anchors.centerIn: parent
                             name: parent.modelData
+                            growth: 1
                             size: Math.min(20 * keyboard.scale, parent.width * 0.75)
                             color: keyboard.colors.onGround
                         }
@@ -236,6 +237,7 @@ Item {
                         y: key.labelPlace.y + (key.labelPlace.height - height) / 2
                         visible: name !== ""
                         name: key.symbol
+                        growth: 1
                         size: key.labelSize
                         color: key.textColor
                     }

@@ -5,6 +5,7 @@
 #include "support/QmlWindow.h"
 #include "support/Wait.h"
 
+#include <QFont>
 #include <QGuiApplication>
 #include <QImage>
 #include <QSignalSpy>
@@ -222,6 +223,19 @@ TEST_F(KeyboardPreviewTest, ShrinksWhereThereIsNotEnoughHeight)
         EXPECT_NEAR(window().root()->implicitHeight(), height, 1);
         EXPECT_LE(window().root()->implicitHeight(), room);
     }
+}
+
+TEST_F(KeyboardPreviewTest, KeepsItsSizesWhereTheDesktopAsksForLargeType)
+{
+    const QRect keys(0, 0, 360, 300);
+    open();
+    show({});
+    const QImage before = picture().copy(keys);
+    QFont font = QGuiApplication::font();
+    font.setPointSize(22);
+    QGuiApplication::setFont(font);
+    open();
+    EXPECT_TRUE(waitUntil([&] { return picture().copy(keys) == before; }));
 }
 
 TEST_F(KeyboardPreviewTest, IsTheSamePictureFromRightToLeft)

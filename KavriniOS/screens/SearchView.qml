@@ -90,7 +90,7 @@ FocusScope {
             anchors.leftMargin: 12
             anchors.verticalCenter: parent.verticalCenter
             name: "magnifyingglass"
-            size: 16
+            size: Math.round(16 * Theme.fontScale)
             color: Theme.secondaryText
         }
         TextInput {

@@ -20,7 +20,9 @@ Item {
         anchors.fill: parent
         anchors.margins: 3
         radius: Theme.radius - 3
-        color: Qt.alpha(Theme.accent, 0.14)
+        color: Theme.highlight
+        border.width: Theme.edgeWidth
+        border.color: Theme.accent
     }
     Column {
         id: column

@@ -58,10 +58,10 @@ FocusScope {
         return 0;
     }
 
-    // An item that show() is to show whole, as soon as all that is above it has its height.
+    // The item that reveal() shows. On a new page it moves until all that is above it has its height.
     property Item awaited: null
 
-    /// Gives the control in an item the focus, and shows the item in the middle. The page may be new.
+    /// Gives the control in an item the focus, and scrolls until the item is in the middle.
     function reveal(item: Item) {
         const control = item.nextItemInFocusChain();
         if (isInside(control, item)) {

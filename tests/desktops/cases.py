@@ -64,10 +64,9 @@ def a_new_process_asks_nothing(desk):
 def the_key_held_records_until_it_is_released(desk):
     with contextlib.closing(Field(desk, "GTK")) as field:
         desk.service.answer("held")
-        desk.hands.press("ctrl", "alt", "d")
-        desk.wait_for_activity("recording")
-        time.sleep(1)  # the key is held that long
-        desk.hands.release("ctrl", "alt", "d")
+        with desk.hands.holding("ctrl", "alt", "d"):
+            desk.wait_for_activity("recording")
+            time.sleep(1)  # the key is held that long
         field.wait_for("held")
 
 

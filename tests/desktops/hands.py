@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Presses the keys of a desktop, as a person at its keyboard does: hands_of(session).tap("ctrl", "alt", "d")."""
 
+import contextlib
 import os
 import socket
 import struct
@@ -20,15 +21,17 @@ class Hands:
     def _send(self, code, is_down):
         raise NotImplementedError
 
-    def press(self, *keys):
+    @contextlib.contextmanager
+    def holding(self, *keys):
         self._send_all(keys, True)
-
-    def release(self, *keys):
-        self._send_all(reversed(keys), False)
+        try:
+            yield
+        finally:
+            self._send_all(reversed(keys), False)
 
     def tap(self, *keys):
-        self.press(*keys)
-        self.release(*keys)
+        with self.holding(*keys):
+            pass
 
     def _send_all(self, keys, is_down):
         for key in keys:

@@ -59,7 +59,7 @@ double luminance(const QColor &color)
 
 double contrast(const QColor &one, const QColor &other)
 {
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    const auto [darker, lighter] = std::minmax({luminance(one), luminance(other)});
     return (lighter + 0.05) / (darker + 0.05);
 }
 

@@ -89,6 +89,7 @@ QmlWindow::~QmlWindow()
 {
     // Qt's software renderer frees pictures that are gone with the next frame only, and never at its end.
     delete m_view.rootObject();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); // also those of pages that were left
     m_view.releaseResources();
     m_view.grabWindow();
     EXPECT_EQ(m_warnings, QStringList());

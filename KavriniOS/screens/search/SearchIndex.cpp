@@ -132,6 +132,7 @@ bool Index::isBeginning(const QString &typed) const
 std::vector<Entry> Index::find(const QString &text) const
 {
     std::vector<std::pair<Rank, const Row *>> found;
+    found.reserve(m_rows.size());
     for (const Row &row : m_rows) {
         found.emplace_back(Rank(), &row);
     }

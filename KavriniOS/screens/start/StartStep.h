@@ -27,7 +27,8 @@ public:
         bool isBusy = false; ///< something is under way, so there is nothing to press
         QString title; ///< what to do, or what is done
         QString text; ///< a sentence that explains it
-        QString problem = {}; ///< why the last try failed, with what to do; else empty
+        /// Why the last try failed, with what to do; else empty.
+        QString problem = {}; // NOLINT(readability-redundant-member-init): GCC warns where it is left out
 
         bool operator==(const State &) const = default;
     };

@@ -83,13 +83,14 @@ TEST_F(X11TypingTest, SaysSoWhereNoWindowTakesTheText)
 
 TEST_F(X11TypingTest, HoldsTheTextAlsoForTheMouse)
 {
-    X11Typing typing;
-    const QCoro::Task<std::optional<Error>> task = typing.type(everyKind);
-    QString primary;
+    auto typing = std::make_unique<X11Typing>();
+    const QCoro::Task<std::optional<Error>> task = typing->type(everyKind);
     EXPECT_TRUE(waitUntil([&] {
         ChildProcess xclip(u"xclip"_s, {u"-selection"_s, u"primary"_s, u"-o"_s});
         return xclip.succeeds() && xclip.output() == everyKind;
     }));
+    typing.reset();
+    EXPECT_TRUE(waitUntil([&] { return task.isReady(); }));
 }
 
 TEST_F(X11TypingTest, LeavesTheTextOnTheClipboardToTheProgramThatHasPutItThere)

@@ -8,7 +8,7 @@ namespace kavrin
 {
 
 /// What the window was like when it was closed, so that it comes back like that. It is kept in a file of the
-/// user's state folder (XDG Base Directory Specification 0.8): a loss of it harms nothing.
+/// user's state folder (XDG base directories, version 0.8): a loss of it harms nothing.
 struct WindowState {
     QSize size = QSize(0, 0); ///< in logical pixels, when it is not maximized; empty if it is not known
     bool isMaximized = false;

@@ -269,7 +269,8 @@ class Modem(MessagesTest):
     def test_that_comes_later_is_listened_to_beside_the_first(self):
         second = self.modem_manager.add_modem(1)
         self.modem_manager.receive("111222", second)
-        self.modem_manager.receive("333444")
+        wait_until(lambda: "111222" in self.codes(), "the code of the second one is stored")
+        self.receive_and_wait("333444")
         self.expect_codes("111222", "333444")
 
     def test_that_goes_and_comes_back_is_listened_to(self):

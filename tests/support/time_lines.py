@@ -12,8 +12,8 @@ PHASES = {
 
 # Where the picture shows each command's time lines: left edge and width. Opening a microphone and transcribing
 # differ too much in length for one scale.
-_PANELS = {"start": (120, 270), "stop": (430, 300)}
-_WIDTH = 760
+_PANELS = {"start": (120, 300), "stop": (460, 430)}
+_WIDTH = 910
 _TOP = 76
 _ROW = 28
 _BAR = 14
@@ -85,7 +85,7 @@ def _step(longest):
 def _legend(command, left):
     yield f'<text class="faint" x="{left}" y="60">{command}</text>'
     for column, (state, words) in enumerate(PHASES[command].items()):
-        x = left + 40 + 130 * column
+        x = left + 40 + 135 * column
         yield f'<rect class="{state}" x="{x}" y="50" width="12" height="12" rx="2"/>'
         yield f'<text x="{x + 18}" y="60">{words}</text>'
 

@@ -7,14 +7,13 @@ import math
 import socketserver
 import struct
 import subprocess
-import sys
 import threading
 import unittest
 import wave
 
 from support.desktop import Bus, Notifications, Tray, _Mock
-from support.private_session import (ANOTHER_USER, PORT, PrivateSession, enter_private_namespaces, make_read_only,
-                                     need_another_user, undo_mount, wait_until)
+from support.private_session import (PORT, PrivateSession, enter_private_namespaces, make_read_only,
+                                     port_of_another_user, undo_mount, wait_until)
 from support.public_services import PublicServices
 
 CHECKS = ["kavrin", "suite", f"port {PORT}", "sound server", "microphone", "speech service", "typing", "shortcut",
@@ -254,15 +253,7 @@ class KavrinItself(Doctor):
         self.assertRegex(self.finding(f"port {PORT}"), "^bad: Another program of yours has the port")
 
     def test_whose_port_another_user_has(self):
-        need_another_user()
-        listen = (f"import socket; server = socket.create_server(('127.0.0.1', {PORT})); print('listens', flush=True); "
-                  "server.accept()")
-        stranger = subprocess.Popen([sys.executable, "-c", listen], user=ANOTHER_USER, group=ANOTHER_USER,
-                                    extra_groups=[], stdout=subprocess.PIPE, text=True)
-        self.addCleanup(stranger.stdout.close)
-        self.addCleanup(stranger.wait)
-        self.addCleanup(stranger.kill)
-        self.assertEqual(stranger.stdout.readline(), "listens\n")
+        self.enterContext(port_of_another_user(PORT))
         self.assertRegex(self.finding(f"port {PORT}"), "^bad: Another user's program has the port")
 
     def test_whose_suite_another_program_holds(self):

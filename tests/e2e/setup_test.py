@@ -7,13 +7,10 @@ import os
 import re
 import signal
 import socket
-import subprocess
-import sys
 import threading
 import unittest
 
-from support.private_session import (ANOTHER_USER, PrivateSession, enter_private_namespaces, need_another_user,
-                                     wait_until)
+from support.private_session import PrivateSession, enter_private_namespaces, port_of_another_user, wait_until
 from support.public_services import PublicServices
 from terminal_test import Terminal
 
@@ -108,16 +105,8 @@ class Embedded(Setup):
         self.assertIn(f"Heard:  {SAMPLE}", done.stdout)
 
     def test_another_user_who_has_its_port_hears_nothing(self):
-        need_another_user()
         self.store_before()
-        listen = (f"import socket; server = socket.create_server(('127.0.0.1', {STT_PORT})); "
-                  "print('listens', flush=True); server.accept()")
-        stranger = subprocess.Popen([sys.executable, "-c", listen], user=ANOTHER_USER, group=ANOTHER_USER,
-                                    extra_groups=[], stdout=subprocess.PIPE, text=True)
-        self.addCleanup(stranger.stdout.close)
-        self.addCleanup(stranger.wait)
-        self.addCleanup(stranger.kill)
-        self.assertEqual(stranger.stdout.readline(), "listens\n")
+        self.enterContext(port_of_another_user(STT_PORT))
         done = self.set_up("embedded")
         self.assertEqual((done.returncode, done.stdout), (1, ""))
         self.assertIn(f"Another user's program has port {STT_PORT}", done.stderr)

@@ -5,12 +5,10 @@ import os
 import signal
 import socket
 import subprocess
-import sys
 import unittest
 
 from support.desktop import Bus
-from support.private_session import (ANOTHER_USER, SPEECH, enter_private_namespaces, need_another_user,
-                                     wait_until)
+from support.private_session import SPEECH, enter_private_namespaces, port_of_another_user, wait_until
 from support.screen_reader import WindowSession
 from support.speech import SPOKEN
 
@@ -78,16 +76,8 @@ class FirstTenSeconds(Start):
         self.is_said("Done: You have dictated")
 
     def test_another_user_who_has_the_port_hears_nothing(self):
-        need_another_user()
         self.open()
-        listen = (f"import socket; server = socket.create_server(('127.0.0.1', {STT_PORT})); "
-                  "print('listens', flush=True); server.accept()")
-        stranger = subprocess.Popen([sys.executable, "-c", listen], user=ANOTHER_USER, group=ANOTHER_USER,
-                                    extra_groups=[], stdout=subprocess.PIPE, text=True)
-        self.addCleanup(stranger.stdout.close)
-        self.addCleanup(stranger.wait)
-        self.addCleanup(stranger.kill)
-        self.assertEqual(stranger.stdout.readline(), "listens\n")
+        self.enterContext(port_of_another_user(STT_PORT))
         self.open_window()
         self.press("Use this machine")
         wait_until(lambda: any("Another user's program has port" in element.name

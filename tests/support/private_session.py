@@ -78,6 +78,23 @@ def need_another_user():
                                 "a range for this user in /etc/subuid and /etc/subgid") from None
 
 
+@contextlib.contextmanager
+def port_of_another_user(port):
+    """Another user's program listens on the port of this machine, as long as the context lasts. Skips the running test
+    where that is not permitted."""
+    need_another_user()
+    listen = (f"import socket; server = socket.create_server(('127.0.0.1', {port})); print('listens', flush=True); "
+              "server.accept()")
+    with subprocess.Popen([sys.executable, "-c", listen], user=ANOTHER_USER, group=ANOTHER_USER, extra_groups=[],
+                          stdout=subprocess.PIPE, text=True) as stranger:
+        try:
+            if stranger.stdout.readline() != "listens\n":
+                raise Failure(f"another user's program does not listen on port {port}")
+            yield
+        finally:
+            stranger.kill()
+
+
 def _bring_up_loopback():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as control:
         fcntl.ioctl(control, _SIOCSIFFLAGS, struct.pack("16sh14x", b"lo", _IFF_UP))

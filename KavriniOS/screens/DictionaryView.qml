@@ -50,6 +50,7 @@ TitledPage {
                     cursorPosition = 0;
                 }
 
+                Keys.forwardTo: editMenu
                 // Tab leaves the editor, as it does everywhere else.
                 Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
                 Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
@@ -69,6 +70,12 @@ TitledPage {
                         }
                     }
                 }
+            }
+            EditMenu {
+                id: editMenu
+
+                anchors.fill: editor
+                editor: editor
             }
             FocusRing {
                 visible: editor.activeFocus

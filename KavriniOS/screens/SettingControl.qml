@@ -21,6 +21,8 @@ CardRow {
     spacing: -6
 
     Loader {
+        id: row
+
         width: parent.width
         sourceComponent: {
             switch (control.setting.kind) {
@@ -40,6 +42,11 @@ CardRow {
         text: control.setting.footer
         // Screen readers already get this text as the control's description.
         Accessible.ignored: true
+
+        TapHandler {
+            enabled: control.setting.kind === SettingModel.Text
+            onTapped: row.item.edit()
+        }
     }
     Footnote {
         x: Theme.margin
@@ -96,6 +103,7 @@ CardRow {
         FieldRow {
             title: control.setting.title
             secret: control.setting.secret
+            placeholder: secret ? qsTr("Paste your key") : ""
             footer: control.setting.footer
             text: control.setting.text
             onEdited: text => control.setting.text = text

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 import QtQuick
 
-/// A row with a line of text to edit, under its title. If `secret`, the text is masked unless the user asks to see it.
-/// Nothing is capitalised or corrected unless `prose`.
+/// A row with a line of text to edit in a box, under its title. A click anywhere in the row begins to edit. A text that
+/// is longer than the box shows its beginning, unless the user edits it. If `secret`, the text is masked unless the user
+/// asks to see it, and can only be pasted. Nothing is capitalised or corrected unless `prose`.
 Item {
     id: row
 
@@ -14,14 +15,24 @@ Item {
     property string text
     property string footer
     /// Whether what the user types goes here.
-    readonly property bool editing: field.activeFocus
+    readonly property bool editing: field.activeFocus || editMenu.opened
 
     /// The user has changed the text, or a screen reader has.
     signal edited(string text)
 
     width: parent.width
-    implicitHeight: Math.max(Theme.rowHeight, (label.visible ? label.height : 0) + box.height
-                                              + 2 * Theme.rowPadding)
+    implicitHeight: (label.visible ? label.height + box.titleSpacing : 0) + box.height + 2 * Theme.rowPadding
+
+    /// Begins to edit, as a click does.
+    function edit() {
+        field.forceActiveFocus(Qt.MouseFocusReason);
+        Qt.inputMethod.show();
+    }
+
+    MouseArea {
+        anchors.fill: parent
+        onClicked: row.edit()
+    }
 
     Footnote {
         id: label
@@ -42,16 +53,26 @@ Item {
         readonly property string text: field.displayText
         readonly property int cursorPosition: field.cursorPosition
 
+        readonly property int titleSpacing: 4
+        readonly property int inset: 10
+
         x: Theme.margin
-        y: label.visible ? label.y + label.height : (row.height - height) / 2
-        width: parent.width - 2 * Theme.margin - (reveal.visible ? reveal.width : 0)
-        height: field.height
+        y: label.visible ? label.y + label.height + titleSpacing : Theme.rowPadding
+        width: parent.width - 2 * Theme.margin
+        height: field.height + 2 * 8
         Accessible.ignored: !row.secret
         Accessible.role: Accessible.EditableText
         Accessible.name: row.title
         Accessible.description: row.footer
         Accessible.focusable: true
 
+        Rectangle {
+            anchors.fill: parent
+            radius: Theme.radius - 4
+            color: Theme.background
+            border.width: field.activeFocus ? 2 : 1
+            border.color: field.activeFocus ? Theme.accent : Theme.edge
+        }
         TextInput {
             id: field
 
@@ -59,10 +80,11 @@ Item {
 
             text: row.text
             maximumLength: 0x7fffffff // a text that the field cut short would be stored like that
-            width: parent.width
-            height: Math.ceil(contentHeight) + topPadding + bottomPadding
-            topPadding: 3
-            bottomPadding: 3
+            x: row.LayoutMirroring.enabled ? parent.width - width - box.inset : box.inset
+            y: (parent.height - height) / 2
+            width: parent.width - 2 * box.inset - (end.visible ? end.width : 0)
+            height: Math.ceil(contentHeight)
+            autoScroll: row.editing
             focus: true
             activeFocusOnTab: true
             clip: true
@@ -76,6 +98,7 @@ Item {
             passwordCharacter: "•"
             inputMethodHints: (row.prose ? Qt.ImhNone : Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText)
                               | (row.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : 0)
+            Keys.forwardTo: editMenu
             // A screen reader that sets the text causes no textEdited().
             onTextChanged: {
                 if (text !== row.text) {
@@ -92,45 +115,77 @@ Item {
             }
         }
         Text {
-            anchors.fill: parent
+            anchors.fill: field
             visible: field.length === 0 && field.preeditText === ""
             text: row.placeholder
             textFormat: Text.PlainText
             color: Theme.secondaryText
             font: field.font
             elide: Text.ElideRight
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: 10
             horizontalAlignment: Text.AlignLeft
             verticalAlignment: Text.AlignVCenter
             Accessible.ignored: true
         }
-        Rectangle {
-            y: parent.height + 1
-            width: parent.width
-            height: 2
-            visible: field.activeFocus
-            color: Theme.accent
+        EditMenu {
+            id: editMenu
+
+            anchors.fill: parent
+            editor: field
+            pasteOnly: row.secret
         }
     }
 
-    PressButton {
-        id: reveal
+    Row {
+        id: end
 
-        visible: row.secret && field.length > 0
-        x: row.LayoutMirroring.enabled ? Theme.margin - 10 : row.width - width - Theme.margin + 10
-        y: box.y + (box.height - height) / 2
-        width: 40
-        height: 40
-        checkable: true
-        text: checked ? qsTr("Hide %1").arg(row.title) : qsTr("Show %1").arg(row.title)
-        onCheckedChanged: field.revealed = checked
-        background: RowBackground {
-            control: reveal
+        visible: row.secret
+        x: row.LayoutMirroring.enabled ? box.x : box.x + box.width - width
+        y: box.y
+        height: box.height
+
+        PressButton {
+            id: paste
+
+            visible: field.length === 0
+            width: implicitContentWidth + 2 * box.inset
+            height: parent.height
+            text: qsTr("Paste")
+            onClicked: {
+                field.forceActiveFocus(Qt.OtherFocusReason);
+                field.paste();
+            }
+            Accessible.name: qsTr("Paste %1").arg(row.title)
+            background: RowBackground {
+                control: paste
+            }
+            contentItem: RowText {
+                text: paste.text
+                color: Theme.accent
+                verticalAlignment: Text.AlignVCenter
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.NoWrap
+            }
         }
-        contentItem: Item {
-            Symbol {
-                anchors.centerIn: parent
-                name: reveal.checked ? "eye.slash" : "eye"
-                color: Theme.secondaryText
+        PressButton {
+            id: reveal
+
+            visible: field.length > 0
+            width: 40
+            height: parent.height
+            checkable: true
+            text: checked ? qsTr("Hide %1").arg(row.title) : qsTr("Show %1").arg(row.title)
+            onCheckedChanged: field.revealed = checked
+            background: RowBackground {
+                control: reveal
+            }
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: reveal.checked ? "eye.slash" : "eye"
+                    color: Theme.secondaryText
+                }
             }
         }
     }

@@ -157,28 +157,7 @@ T.ComboBox {
                 duration: Theme.quickTransition
             }
         }
-        background: Rectangle {
-            radius: Theme.radius
-            color: Theme.raised
-            border.width: 1
-            border.color: Theme.hairline
-
-            Repeater {
-                model: 8
-
-                Rectangle {
-                    required property int index
-
-                    z: -1
-                    anchors.fill: parent
-                    anchors.margins: -2 * index
-                    anchors.topMargin: 4 - 2 * index
-                    anchors.bottomMargin: -4 - 2 * index
-                    radius: Theme.radius + 2 * index
-                    color: Theme.shadow
-                }
-            }
-        }
+        background: PopupFrame { }
         contentItem: ListView {
             clip: true
             implicitHeight: contentHeight

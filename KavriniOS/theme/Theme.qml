@@ -72,8 +72,6 @@ QtObject {
     readonly property real fontScale: Math.max(1, desktopFont.height / 18)
     /// For switches and the handles of sliders.
     readonly property real controlScale: Math.min(fontScale, 1.5)
-    /// A family with digits of equal width; the interface font has none.
-    readonly property string tabularFamily: "Noto Sans"
     readonly property string monospaceFamily: "monospace"
     /// What is large already grows less, so that words still fit into a line.
     readonly property int largeTitleSize: Math.round(30 * Math.min(fontScale, 1.4))

@@ -4,7 +4,6 @@
 import os
 import re
 import signal
-import subprocess
 import unittest
 
 from support.desktop import APPLICATION, Bus, Tray
@@ -34,14 +33,6 @@ class Background(unittest.TestCase):
         window.find("Test voice typing", "push button").press()
         self.suite.wait_for("dictationState", "recording")
         return window
-
-    def copy(self, text):
-        """Puts a text on the clipboard, as another program does."""
-        file = self.session.folder / "copied"
-        file.write_text(text, encoding="utf-8")
-        self.session.start("xclip", "-quiet", "-selection", "clipboard", file, stderr=subprocess.DEVNULL)
-        wait_until(lambda: self.session.run("xclip", "-selection", "clipboard", "-o", check=False).stdout == text,
-                   "the text is on the clipboard")
 
     def has_window(self, process):
         search = ("xdotool", "search", "--onlyvisible", "--pid", str(process.pid), "--name", "^Kavrin$")
@@ -219,7 +210,7 @@ class Actions(Background):
         self.assertEqual(self.suite.get("otpSource"), "message")
 
     def test_save_code_without_a_text_takes_the_clipboards(self):
-        self.copy(MESSAGE)
+        self.session.copy(MESSAGE)
         kavrin = self.session.start_kavrin("--background")
         self.bus.act("save-code")
         self.suite.wait_for("otpCode", "482913")
@@ -245,7 +236,7 @@ class Document(Background):
         commands = [command for example in examples for command in re.split(r"(?<!\\)\n", example.strip())
                     if not command.startswith("systemctl")]
         self.assertEqual([command.split()[0] for command in commands], ["kavrinctl", "echo", "gdbus", "gapplication"])
-        self.copy("Your Hazel Bank code is 482 913.")
+        self.session.copy("Your Hazel Bank code is 482 913.")
         self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
         self.session.start_kavrin("--background")
         for command in commands:

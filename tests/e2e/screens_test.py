@@ -68,6 +68,8 @@ def rows(item):
         return [("push button", "Allow contacts access", "", None)]
     if item.get("action") == "act.syncStatus":
         return [("label", NOT_SHARED, "", None), ("label", NOT_SHARED_HELP, "", None)]
+    if item.get("secret"):
+        return [row(item), ("push button", f"Paste {item['title']}", "", None)]
     return [row(item)]
 
 
@@ -236,11 +238,29 @@ class Controls(Screens):
         self.wait_for_value("openaiKey", "sk-Secret")
         self.assertNotIn("Secret", field.text)
 
+    def test_a_key_is_pasted_with_a_button(self):
+        self.session.copy("sk-pasted\n")
+        self.open()
+        self.window.open_page("Voice typing")
+        self.window.find("Paste API key", "push button").press()
+        self.wait_for_value("openaiKey", "sk-pasted")
+        self.window.wait_until_gone("Paste API key", "push button")
+
+    def test_escape_closes_the_menu_and_not_the_page(self):
+        self.open()
+        self.window.open_page("Voice typing")
+        self.window.find("API key", "text").focus()
+        self.session.press_keys("Menu")
+        self.window.find("Paste", "menu item")
+        self.session.press_keys("Escape")
+        self.window.wait_until_gone("Paste", "menu item")
+        self.assertEqual(self.window.page(), "Voice typing")
+
     def test_rows_that_a_choice_brings_appear_at_once_and_the_others_go(self):
         self.open()
         self.window.open_page("Voice typing")
-        sections = {"OpenAI": ["API key", "Model"], "Gemini": ["API key", "Model"],
-                    "Custom endpoint": ["Endpoint URL", "API key", "Model"]}
+        sections = {"OpenAI": ["API key", "Paste API key", "Model"], "Gemini": ["API key", "Paste API key", "Model"],
+                    "Custom endpoint": ["Endpoint URL", "API key", "Paste API key", "Model"]}
         for option, shown in (("Gemini", "Gemini"), ("Custom (OpenAI-compatible)", "Custom endpoint"),
                               ("OpenAI", "OpenAI")):
             self.window.choose("Provider", option)

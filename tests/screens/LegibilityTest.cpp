@@ -7,6 +7,7 @@
 #include <QGuiApplication>
 #include <QRawFont>
 #include <QRegularExpression>
+#include <QSet>
 #include <QTextLayout>
 
 #include <algorithm>
@@ -125,6 +126,27 @@ TEST_F(LegibilityTest, ClipsNothingOnNarrowScreensInLargeTypeOrFromRightToLeft)
             EXPECT_EQ(clippedTexts(), QStringList());
             EXPECT_EQ(brokenWords(window()), QStringList());
         }
+    }
+}
+
+/// The typefaces of all texts within an item.
+QSet<QString> typefaces(const QQuickItem *within)
+{
+    QSet<QString> found;
+    if (within->property("font").isValid()) {
+        found.insert(within->property("font").value<QFont>().families().join(u','));
+    }
+    for (const QQuickItem *child : within->childItems()) {
+        found += typefaces(child);
+    }
+    return found;
+}
+
+TEST_F(LegibilityTest, WritesTitlesAndDigitsInOneTypeface)
+{
+    for (const Prefs::Page &page : Prefs::pages()) {
+        openPage(page.id);
+        EXPECT_EQ(typefaces(window().top()).size(), 1) << qPrintable(page.id);
     }
 }
 

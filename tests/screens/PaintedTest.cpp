@@ -58,7 +58,11 @@ QStringList bodyOf(const Prefs::Item &item)
         const auto chosen = std::ranges::find(choice->options, choice->defaultValue, &Prefs::Opt::v);
         return {title, platformText(chosen->t), u"(chevron.up.chevron.down)"_s};
     }
-    if (const auto *text = std::get_if<catalogue::Text>(&item.kind); text && !text->defaultValue.isEmpty()) {
+    const auto *text = std::get_if<catalogue::Text>(&item.kind);
+    if (text != nullptr && text->secret) {
+        return {title, u"Paste your key"_s, u"Paste"_s};
+    }
+    if (text != nullptr && !text->defaultValue.isEmpty()) {
         return {title, text->defaultValue};
     }
     return ofActions.value(item.key, {title});
@@ -110,7 +114,7 @@ TEST_F(PaintedTest, ARowShowsItsTitleItsValueAndItsFooter)
         {choice, u"gone"_s, {u"Title"_s, u"(chevron.up.chevron.down)"_s}},
         {catalogue::Text{{}, false}, u""_s, {u"Title"_s}},
         {catalogue::Text{{}, false}, u"typed"_s, {u"Title"_s, u"typed"_s}},
-        {catalogue::Text{{}, true}, u""_s, {u"Title"_s}},
+        {catalogue::Text{{}, true}, u""_s, {u"Title"_s, u"Paste your key"_s, u"Paste"_s}},
         {catalogue::Text{{}, true}, u"typed"_s, {u"Title"_s, u"•••••"_s, u"(eye)"_s}},
     };
     int number = 0;

@@ -63,6 +63,14 @@ class WindowSession(PrivateSession):
                 self.press_keys("Return")
             self.run("xdotool", "type", line)
 
+    def copy(self, text):
+        """Puts a text on the clipboard, as another program does."""
+        file = self.folder / "copied"
+        file.write_text(text, encoding="utf-8")
+        self.start("xclip", "-quiet", "-selection", "clipboard", file, stderr=subprocess.DEVNULL)
+        wait_until(lambda: self.run("xclip", "-selection", "clipboard", "-o", check=False).stdout == text,
+                   "the text is on the clipboard")
+
     def clipboard(self):
         """The text on the clipboard, as another program gets it."""
         return self.run("xclip", "-selection", "clipboard", "-o").stdout

@@ -3,7 +3,8 @@ import QtQuick
 import Kavrin.Screens
 import Kavrin.Theme
 
-/// One item of the catalogue as the control that fits its kind, with its footer below.
+/// One item of the catalogue as the control that fits its kind, with its footer below. A dot marks a value that differs
+/// from its default, and a button below brings the default back.
 CardRow {
     id: control
 
@@ -17,11 +18,30 @@ CardRow {
     /// The user wants to order the toolbar.
     signal openToolbar
 
+    /// Stays as it is while the user changes the value, so that nothing moves below the pointer.
+    property bool differs: false
+
+    Binding {
+        target: control
+        property: "differs"
+        value: !control.setting.isDefault
+        when: !control.setting.held
+        restoreMode: Binding.RestoreNone
+    }
+
     // Moves the footer nearer to its control.
     spacing: -6
 
     Loader {
         id: row
+
+        readonly property real titleMiddle: {
+            switch (control.setting.kind) {
+            case SettingModel.Slider: return Theme.rowPadding + 0.6 * Theme.bodySize;
+            case SettingModel.Text: return Theme.rowPadding + 0.6 * Theme.footnoteSize;
+            default: return height / 2;
+            }
+        }
 
         width: parent.width
         sourceComponent: {
@@ -32,6 +52,17 @@ CardRow {
             case SettingModel.Text: return field;
             case SettingModel.Action: return action;
             }
+        }
+
+        Rectangle {
+            z: 1
+            visible: control.differs
+            x: row.LayoutMirroring.enabled ? row.width - Theme.margin + height / 2 : Theme.margin - 1.5 * width
+            y: row.titleMiddle - height / 2
+            width: 6
+            height: width
+            radius: width / 2
+            color: Theme.accent
         }
     }
     Footnote {
@@ -56,6 +87,35 @@ CardRow {
         text: control.setting.note
         Accessible.role: Accessible.StaticText
         Accessible.name: text
+    }
+    PressButton {
+        id: wayBack
+
+        visible: control.differs
+        x: LayoutMirroring.enabled ? parent.width - width - Theme.margin + leftPadding : Theme.margin - leftPadding
+        width: Math.min(implicitContentWidth + leftPadding + rightPadding, parent.width - 2 * (Theme.margin - leftPadding))
+        height: implicitContentHeight + topPadding + bottomPadding
+        leftPadding: 8
+        rightPadding: 8
+        topPadding: 8
+        bottomPadding: 12
+        text: qsTr("Back to %1").arg(control.setting.defaultText)
+        Accessible.description: control.setting.title
+        onClicked: {
+            const keyboardInUse = visualFocus;
+            control.setting.restoreDefault(); // hides this button
+            if (keyboardInUse) {
+                row.nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
+            }
+        }
+        background: RowBackground {
+            control: wayBack
+        }
+        contentItem: Footnote {
+            text: wayBack.text
+            color: Theme.accent
+            Accessible.ignored: true
+        }
     }
 
     Component {

@@ -29,6 +29,20 @@ template <typename Kind> const Kind &kindOf(const Prefs::Item &item)
     return kind != nullptr ? *kind : otherKind;
 }
 
+/// The default that a row can go back to. None for an action, a secret, and a text that is empty at first.
+struct DefaultValue {
+    using Value = std::optional<PropertyListValue>;
+
+    Value operator()(const catalogue::Action &) const { return std::nullopt; }
+
+    Value operator()(const catalogue::Text &text) const
+    {
+        return text.secret || text.defaultValue.isEmpty() ? Value() : text.defaultValue;
+    }
+
+    Value operator()(const auto &kind) const { return kind.defaultValue; }
+};
+
 } // namespace
 
 SettingModel::SettingModel(Prefs::Item item, QObject *parent)
@@ -214,6 +228,44 @@ void SettingModel::setOptionIndex(int index)
 QString SettingModel::action() const
 {
     return kindOf<catalogue::Action>(m_item).identifier;
+}
+
+bool SettingModel::isDefault() const
+{
+    const std::optional<PropertyListValue> value = std::visit(DefaultValue(), m_item.kind);
+    if (!value) {
+        return true;
+    }
+    if (const auto *on = std::get_if<bool>(&*value)) {
+        return *on == isOn();
+    }
+    if (const auto *standard = std::get_if<double>(&*value)) {
+        return qFuzzyCompare(1 + *standard, 1 + number()); // its nearest step may differ in the last digit
+    }
+    return *value == PropertyListValue(text());
+}
+
+QString SettingModel::defaultText() const
+{
+    const PropertyListValue value = std::visit(DefaultValue(), m_item.kind).value_or(QString());
+    if (const auto *on = std::get_if<bool>(&value)) {
+        return *on ? tr("on") : tr("off");
+    }
+    if (const auto *number = std::get_if<double>(&value)) {
+        return Prefs::formatStored(*number, kindOf<catalogue::Slider>(m_item).unit);
+    }
+    const QString text = std::get<QString>(value);
+    const std::vector<Prefs::Opt> &options = kindOf<catalogue::Choice>(m_item).options;
+    const auto option = std::ranges::find(options, text, &Prefs::Opt::v);
+    return option == options.end() ? text : platformText(option->t);
+}
+
+void SettingModel::restoreDefault()
+{
+    if (const std::optional<PropertyListValue> value = std::visit(DefaultValue(), m_item.kind)) {
+        m_unsavedText.reset();
+        store(*value);
+    }
 }
 
 } // namespace kavrin

@@ -46,6 +46,9 @@ class SettingModel : public QObject
 
     Q_PROPERTY(QString action READ action CONSTANT)
 
+    Q_PROPERTY(bool isDefault READ isDefault NOTIFY ticked)
+    Q_PROPERTY(QString defaultText READ defaultText CONSTANT)
+
 public:
     /// In the order of catalogue::Kind.
     enum class Kind { Toggle, Slider, Choice, Text, Action };
@@ -102,6 +105,16 @@ public:
 
     /// The identifier of an action.
     [[nodiscard]] QString action() const;
+
+    /// Whether the value is its default. Always true where there is no default to go back to: of actions,
+    /// secrets, and texts that are empty at first.
+    [[nodiscard]] bool isDefault() const;
+
+    /// The default in words: "54 pt", "on", an option's label.
+    [[nodiscard]] QString defaultText() const;
+
+    /// Stores the default.
+    Q_INVOKABLE void restoreDefault();
 
 Q_SIGNALS:
     void ticked();

@@ -112,7 +112,7 @@ TEST_F(PageViewTest, LeavesOutSectionsWithoutAVisibleRow)
                                   .onlyInKeyboard = true}}},
                                {u"Hidden"_s, {{u"geminiKey"_s, u"API key"_s, catalogue::Text{{}, true}}}},
                                {u"Empty"_s, {}},
-                               {u"Shown"_s, {{u"shown"_s, u"Row"_s, catalogue::Toggle{true}}}}}};
+                               {u"Shown"_s, {{u"shown"_s, u"Row"_s, catalogue::Toggle{false}}}}}};
     openPage({page}, u"page"_s);
     EXPECT_EQ(window().names(), (QStringList{u"Page"_s, u"Shown"_s, u"Shown"_s, u"Row"_s}));
 }
@@ -149,8 +149,9 @@ TEST_F(PageViewTest, HidesEveryRowOfTheServiceWithSystemDictation)
     Prefs::set(u"dictMode"_s, u"system"_s);
     openPage(u"dictation"_s);
     EXPECT_EQ(window().names(),
-              (QStringList{u"Voice typing"_s, u"Source"_s, u"Source"_s, u"Voice typing"_s, u"Test"_s,
-                           u"Test"_s, u"Test voice typing"_s}));
+              (QStringList{u"Voice typing"_s, u"Source"_s, u"Source"_s, u"Voice typing"_s,
+                           u"Back to Keyboard mic (API)"_s, u"Test"_s, u"Test"_s,
+                           u"Test voice typing"_s}));
 }
 
 TEST_F(PageViewTest, OpensAMenuOfAllOptionsAndStoresTheOneClicked)
@@ -381,6 +382,37 @@ TEST_F(PageViewTest, LeavesASliderThatIsDraggedUntilItIsLetGo)
     EXPECT_TRUE(window().find(u"Key height"_s)->text(QAccessible::Description) != u"70 pt"_s);
     QTest::mouseRelease(&window().view(), Qt::LeftButton, Qt::NoModifier, middle);
     EXPECT_EQ(slider->property("value"), 70.0);
+}
+
+TEST_F(PageViewTest, OffersTheWayBackFromEachValueThatDiffersFromItsDefault)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    Prefs::set(u"numberRow"_s, true);
+    openPage(u"layout"_s);
+    EXPECT_EQ(window().names().filter(u"Back to "_s), (QStringList{u"Back to 54 pt"_s, u"Back to off"_s}));
+    EXPECT_EQ(window().find(u"Back to 54 pt"_s)->text(QAccessible::Description), u"Key height"_s);
+    window().click(u"Back to 54 pt"_s);
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(54.0));
+    window().item(u"Back to off"_s)->forceActiveFocus(Qt::TabFocusReason);
+    window().press(Qt::Key_Space);
+    EXPECT_EQ(stored(u"numberRow"_s), PropertyListValue(false));
+    EXPECT_TRUE(window().item(u"Number row"_s)->hasActiveFocus());
+    EXPECT_EQ(window().names().filter(u"Back to "_s), QStringList());
+}
+
+TEST_F(PageViewTest, MovesNothingWhileASliderIsDragged)
+{
+    openPage(u"layout"_s);
+    const QQuickItem *slider = window().item(u"Key height"_s);
+    const auto at = [&](double position) {
+        return slider->mapToScene(QPointF(position * slider->width(), slider->height() / 2)).toPoint();
+    };
+    QTest::mousePress(&window().view(), Qt::LeftButton, Qt::NoModifier, at(0.2));
+    QTest::mouseMove(&window().view(), at(0.9));
+    EXPECT_NE(stored(u"rowH"_s), std::nullopt);
+    EXPECT_EQ(window().names().filter(u"Back to "_s), QStringList());
+    QTest::mouseRelease(&window().view(), Qt::LeftButton, Qt::NoModifier, at(0.9));
+    EXPECT_EQ(window().names().filter(u"Back to "_s), QStringList(u"Back to 54 pt"_s));
 }
 
 TEST_F(PageViewTest, ShowsWhatIsStoredAgainWhenItIsOpenedAgain)

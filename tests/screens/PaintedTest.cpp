@@ -104,28 +104,33 @@ TEST_F(PaintedTest, ARowShowsItsTitleItsValueAndItsFooter)
         Prefs::Kind kind;
         PropertyListValue stored;
         QStringList body;
+        QString wayBack = {};
     };
     const catalogue::Choice choice = {u"a"_s, {{u"a"_s, u"First"_s}, {u"b"_s, u"Second"_s}}};
     const Row rows[] = {
         {catalogue::Toggle{true}, true, {u"Title"_s}},
-        {catalogue::Slider{54, 36, 80, 1, u"pt"_s}, 60.0, {u"Title"_s, u"60 pt"_s}},
-        {catalogue::Slider{1, 0, 1, 0.05, {}}, 0.45, {u"Title"_s, u"0.45"_s}},
-        {choice, u"b"_s, {u"Title"_s, u"Second"_s, u"(chevron.up.chevron.down)"_s}},
-        {choice, u"gone"_s, {u"Title"_s, u"(chevron.up.chevron.down)"_s}},
+        {catalogue::Toggle{true}, false, {u"Title"_s}, u"Back to on"_s},
+        {catalogue::Slider{54, 36, 80, 1, u"pt"_s}, 60.0, {u"Title"_s, u"60 pt"_s}, u"Back to 54 pt"_s},
+        {catalogue::Slider{1, 0, 1, 0.05, {}}, 0.45, {u"Title"_s, u"0.45"_s}, u"Back to 1"_s},
+        {choice, u"b"_s, {u"Title"_s, u"Second"_s, u"(chevron.up.chevron.down)"_s}, u"Back to First"_s},
+        {choice, u"gone"_s, {u"Title"_s, u"(chevron.up.chevron.down)"_s}, u"Back to First"_s},
         {catalogue::Text{{}, false}, u""_s, {u"Title"_s}},
         {catalogue::Text{{}, false}, u"typed"_s, {u"Title"_s, u"typed"_s}},
         {catalogue::Text{{}, true}, u""_s, {u"Title"_s, u"Paste your key"_s, u"Paste"_s}},
         {catalogue::Text{{}, true}, u"typed"_s, {u"Title"_s, u"•••••"_s, u"(eye)"_s}},
     };
     int number = 0;
-    for (const auto &[kind, stored, body] : rows) {
+    for (const auto &[kind, stored, body, wayBack] : rows) {
         const QString key = u"key%1"_s.arg(++number);
         SCOPED_TRACE(qPrintable(key));
         put(Shared::d(), key, stored);
         for (const std::optional<QString> &footer : {std::optional<QString>(), {u"Footer"_s}}) {
             openRow({key, u"Title"_s, kind, footer});
-            const QStringList head = {u"Page"_s, u"Section"_s};
-            EXPECT_EQ(shown(), head + body + (footer ? QStringList{*footer} : QStringList()));
+            QStringList expected = QStringList{u"Page"_s, u"Section"_s} + body;
+            for (const QString &below : {footer.value_or(QString()), wayBack}) {
+                expected += below.isEmpty() ? QStringList() : QStringList{below};
+            }
+            EXPECT_EQ(shown(), expected);
         }
     }
 }

@@ -195,6 +195,57 @@ TEST(SettingModel, KeepsATextThatCouldNotBeStoredAlsoWhereAnEarlierEditStoredThe
     other.execute("DROP TRIGGER refused");
 }
 
+TEST(SettingModel, KnowsItsDefaultAndGoesBackToIt)
+{
+    struct Case {
+        Prefs::Kind kind;
+        PropertyListValue other;
+        PropertyListValue standard;
+        QString text;
+    };
+    const catalogue::Choice choice = {u"a"_s, {{u"a"_s, u"First"_s}, {u"b"_s, u"Second"_s}}};
+    const std::vector<Case> cases = {
+        {catalogue::Toggle{true}, false, true, u"on"_s},
+        {catalogue::Toggle{false}, true, false, u"off"_s},
+        {catalogue::Slider{54, 36, 80, 1, u"pt"_s}, 60.0, 54.0, u"54 pt"_s},
+        {catalogue::Slider{0.35, 0, 1, 0.05, {}}, 0.3, 0.35, u"0.35"_s},
+        {choice, u"b"_s, u"a"_s, u"First"_s},
+        {choice, u"gone"_s, u"a"_s, u"First"_s},
+        {catalogue::Text{u"whisper-1"_s, false}, u""_s, u"whisper-1"_s, u"whisper-1"_s},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(qPrintable(c.text));
+        Prefs::set(u"key"_s, c.other);
+        SettingModel setting({u"key"_s, u"Title"_s, c.kind});
+        EXPECT_EQ(setting.defaultText(), c.text);
+        EXPECT_FALSE(setting.isDefault());
+        setting.restoreDefault();
+        EXPECT_TRUE(setting.isDefault());
+        EXPECT_EQ(stored(u"key"_s), c.standard);
+    }
+}
+
+TEST(SettingModel, TakesTheNearestStepOfADefaultForTheDefault)
+{
+    SettingModel setting({u"key"_s, u"Title"_s, catalogue::Slider{0.35, 0, 1, 0.05, {}}});
+    setting.setNumber(0.35);
+    EXPECT_NE(stored(u"key"_s), PropertyListValue(0.35));
+    EXPECT_TRUE(setting.isDefault());
+}
+
+TEST(SettingModel, HasNoWayBackToAnEmptyTextOrFromAnAction)
+{
+    const Prefs::Kind kinds[] = {catalogue::Text{{}, false}, catalogue::Text{{}, true},
+                                 catalogue::Action{u"act.other"_s}};
+    Prefs::set(u"key"_s, u"typed"_s);
+    for (const Prefs::Kind &kind : kinds) {
+        SettingModel setting({u"key"_s, u"Title"_s, kind});
+        EXPECT_TRUE(setting.isDefault());
+        setting.restoreDefault();
+        EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"typed"_s));
+    }
+}
+
 TEST(SettingModel, HasNoChosenOptionWhereTheStoredOneIsUnknown)
 {
     Prefs::set(u"key"_s, u"gone"_s);

@@ -264,6 +264,7 @@ void KavrinApp::onWindowClosed()
     keepWindowState();
     m_services->window = nullptr;
     Prefs::forgetKeys();
+    m_services->settings.undo()->clear();
     // Not at once, because the window is still sending its signal.
     m_services->engine.release()->deleteLater();
     if (!m_services->tray.isAvailable()) {
@@ -327,6 +328,10 @@ Outcome KavrinApp::performAction(QString action, QVariantList parameters)
     }
     if (action == u"reload-settings") {
         m_services->settings.reload();
+        m_services->settings.undo()->offerImport();
+    }
+    if (action == u"expect-import" && m_services->window) {
+        m_services->settings.undo()->expectImport();
     }
     if (action != u"save-code") {
         co_return std::nullopt;

@@ -52,8 +52,9 @@ public:
     /// Runs an action that desktops offer without opening a window, and that programs ask for on the bus.
     /// "dictate" ends the recording that is running, or begins one. "save-code" stores the verification code
     /// in its parameter, a text; without a parameter, the code in the text on the clipboard.
-    /// "reload-settings" reads settings again that another process has changed. Any other action does
-    /// nothing. Resumes when it is done, with what went wrong, if anything.
+    /// "reload-settings" reads settings again that another process has changed. "expect-import" before an
+    /// import lets the window offer to undo it after "reload-settings". Any other action does nothing.
+    /// Resumes when it is done, with what went wrong, if anything.
     QCoro::Task<std::optional<Error>> performAction(QString action, QVariantList parameters);
 
     /// Stops serving. stopped() follows.

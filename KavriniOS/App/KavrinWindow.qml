@@ -64,7 +64,7 @@ T.ApplicationWindow {
         id: panes
 
         anchors.fill: parent
-        anchors.bottomMargin: recordingStrip.height
+        anchors.bottomMargin: strips.height
         focus: !window.dictating
         enabled: !window.dictating
         visible: !window.dictating // screen readers would find it beneath the dictation screen
@@ -87,14 +87,23 @@ T.ApplicationWindow {
         enabled: !window.dictating
         onActivated: panes.openPage("help")
     }
-    RecordingStrip {
-        id: recordingStrip
+    Column {
+        id: strips
 
         anchors.bottom: parent.bottom
         width: parent.width
-        height: implicitHeight
-        recording: window.app.recording
-        covered: window.dictating
+
+        UndoStrip {
+            width: parent.width
+            enabled: !window.dictating
+            undo: window.app.settings.undo
+        }
+        RecordingStrip {
+            width: parent.width
+            height: implicitHeight
+            recording: window.app.recording
+            covered: window.dictating
+        }
     }
 
     Loader {

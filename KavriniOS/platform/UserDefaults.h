@@ -82,6 +82,12 @@ public:
     [[nodiscard]] std::optional<Error> write(const Changes &changes,
                                              QDeadlineTimer limit = QDeadlineTimer(patience));
 
+    /// Makes the changes that `plan` says, all or none; it gets the values of those `keys` that have one. No
+    /// other thread or process can change them between. If it made none, returns why.
+    using Plan = std::function<Changes(const PropertyListDictionary &stored)>;
+    [[nodiscard]] std::optional<Error> edit(const QStringList &keys, const Plan &plan,
+                                            QDeadlineTimer limit = QDeadlineTimer(patience));
+
     /// Stores what `edit` makes of the key's value; none leaves it as it is. No other thread or process can
     /// change it between. If it could not be stored, returns why.
     using Edit =

@@ -12,8 +12,9 @@ namespace kavrin
 
 using namespace Qt::StringLiterals;
 
-SettingActions::SettingActions(Pasteboard &pasteboard, Contacts &contacts, QObject *parent)
-    : QObject(parent), m_pasteboard(pasteboard), m_contacts(contacts)
+SettingActions::SettingActions(Pasteboard &pasteboard, Contacts &contacts, SettingsUndo &undo,
+                               QObject *parent)
+    : QObject(parent), m_pasteboard(pasteboard), m_contacts(contacts), m_undo(undo)
 {
 }
 
@@ -61,11 +62,16 @@ void showReset(SettingModel &row)
 
 QCoro::Task<> SettingActions::reset(SettingModel &row)
 {
+    const QPointer self(this);
     const QPointer stillThere(&row);
     row.setNote({});
-    const QFuture<std::optional<Error>> written = Prefs::resetAll();
+    const auto past = std::make_shared<PastChange>();
+    const QFuture<std::optional<Error>> written = Prefs::resetAll(past);
     showReset(row);
     const std::optional<Error> failure = co_await written;
+    if (self && !failure) {
+        m_undo.offer(tr("Settings reset"), *past);
+    }
     if (stillThere && failure) {
         row.setNote(tr("Nothing was reset. %1").arg(failure->localizedDescription));
         showReset(row);

@@ -4,6 +4,7 @@
 #include "platform/Contacts.h"
 #include "platform/Pasteboard.h"
 #include "screens/SettingModel.h"
+#include "screens/SettingsUndo.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -24,8 +25,8 @@ public:
     enum class ContactsStatus { NotDetermined, Restricted, Denied, Authorized };
     Q_ENUM(ContactsStatus)
 
-    /// Both must outlive this object.
-    SettingActions(Pasteboard &pasteboard, Contacts &contacts, QObject *parent);
+    /// All three must outlive this object.
+    SettingActions(Pasteboard &pasteboard, Contacts &contacts, SettingsUndo &undo, QObject *parent);
 
     [[nodiscard]] Q_INVOKABLE kavrin::SettingActions::ContactsStatus contactsStatus() const;
 
@@ -38,14 +39,16 @@ public:
     /// Puts all settings and keys on the clipboard, and says so in the row's note.
     Q_INVOKABLE void copyConfig(kavrin::SettingModel *row);
 
-    /// Resets all settings except keys and other text. If that fails, the row's note says so.
-    Q_INVOKABLE static void resetAll(kavrin::SettingModel *row);
+    /// Resets all settings except keys and other text, and offers to undo that. If it fails, the row's note
+    /// says so.
+    Q_INVOKABLE void resetAll(kavrin::SettingModel *row);
 
 private:
-    static QCoro::Task<> reset(SettingModel &row);
+    QCoro::Task<> reset(SettingModel &row);
 
     Pasteboard &m_pasteboard;
     Contacts &m_contacts;
+    SettingsUndo &m_undo;
 };
 
 } // namespace kavrin

@@ -14,8 +14,9 @@ using namespace Qt::StringLiterals;
 
 SettingsModel::SettingsModel(Pasteboard &pasteboard, Contacts &contacts,
                              const std::vector<Prefs::Page> &catalogue, QObject *parent)
-    : QObject(parent), m_catalogue(catalogue), m_actions(pasteboard, contacts, this)
+    : QObject(parent), m_catalogue(catalogue), m_actions(pasteboard, contacts, m_undo, this)
 {
+    connect(&m_undo, &SettingsUndo::undone, this, &SettingsModel::reload);
 }
 
 QVariantList SettingsModel::pages() const

@@ -3,6 +3,7 @@
 
 #include "screens/PageModel.h"
 #include "screens/SettingActions.h"
+#include "screens/SettingsUndo.h"
 #include "store/Prefs.h"
 
 #include <QObject>
@@ -23,6 +24,7 @@ class SettingsModel : public QObject
 
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(kavrin::SettingActions *actions READ actions CONSTANT)
+    Q_PROPERTY(kavrin::SettingsUndo *undo READ undo CONSTANT)
 
 public:
     /// All three must outlive this object.
@@ -33,6 +35,7 @@ public:
     [[nodiscard]] QVariantList pages() const;
 
     [[nodiscard]] SettingActions *actions() { return &m_actions; }
+    [[nodiscard]] SettingsUndo *undo() { return &m_undo; }
 
     /// The page with this id. Each call makes a new one, which belongs to the caller. Null if there is none.
     [[nodiscard]] Q_INVOKABLE kavrin::PageModel *makePage(const QString &id) const;
@@ -45,6 +48,7 @@ Q_SIGNALS:
 
 private:
     const std::vector<Prefs::Page> &m_catalogue;
+    SettingsUndo m_undo;
     SettingActions m_actions;
 };
 

@@ -168,6 +168,34 @@ std::optional<Error> Prefs::store(const Changes &settings)
     return failure;
 }
 
+QFuture<std::optional<Error>> Prefs::reset(const QStringList &keys, const std::shared_ptr<PastChange> &past)
+{
+    const Changes changes = resetChanges(keys);
+    PrefsCache::shared().show(changes);
+    PrefsCache::shared().clear();
+    const auto plan = [keys, past, changes](const PropertyListDictionary &stored) {
+        if (past) {
+            *past = {keys, stored, {}};
+        }
+        return stamped(changes);
+    };
+    return SuiteWriter::edit(keys, plan,
+                             [changes](bool isStored) { PrefsCache::shared().settle(changes, isStored); });
+}
+
+QFuture<std::optional<Error>> Prefs::resetAll(const std::shared_ptr<PastChange> &past)
+{
+    return reset(resettableKeys(), past);
+}
+
+QFuture<std::optional<Error>> Prefs::takeBack(const PastChange &past)
+{
+    return SuiteWriter::edit(past.keys, [past](const PropertyListDictionary &stored) {
+        const Changes changes = past.reversal(stored);
+        return changes.empty() ? changes : stamped(changes);
+    });
+}
+
 void Prefs::forget()
 {
     PrefsCache::shared().clear();

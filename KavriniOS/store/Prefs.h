@@ -3,10 +3,12 @@
 
 #include "catalogue/Catalogue.h"
 #include "platform/UserDefaults.h"
+#include "store/PastChange.h"
 
 #include <QFuture>
 #include <QStringList>
 
+#include <memory>
 #include <optional>
 #include <set>
 #include <vector>
@@ -105,11 +107,20 @@ public:
     /// The keys of every toggle, slider and choice. Text is not among them, so every service's key is kept.
     static QStringList resettableKeys();
 
-    /// Submits resetChanges(), and forgets all other values, so that they are read again.
-    static QFuture<std::optional<Error>> reset(const QStringList &keys);
+    /// Submits resetChanges(), and forgets all other values, so that they are read again. `past`, if any, is
+    /// what the reset has changed; it is written before the result is there.
+    static QFuture<std::optional<Error>> reset(const QStringList &keys,
+                                               const std::shared_ptr<PastChange> &past = nullptr);
 
     /// reset() with resettableKeys().
-    static QFuture<std::optional<Error>> resetAll();
+    static QFuture<std::optional<Error>> resetAll(const std::shared_ptr<PastChange> &past = nullptr);
+
+    /// The keys that an export holds and an import may change.
+    static QStringList transferKeys();
+
+    /// Brings back what was before a change, except for what has been changed again since. Call forget() when
+    /// it is done.
+    static QFuture<std::optional<Error>> takeBack(const PastChange &past);
 
     /// Forgets all values, so that they are read again: another process has changed some, and has stamped
     /// "settingsRevision".

@@ -144,7 +144,7 @@ Result<Sorted> parse(const QString &text)
 
 } // namespace
 
-QString Prefs::exportBlob()
+QStringList Prefs::transferKeys()
 {
     QStringList keys = {dictionaryKey};
     for (const Item &item : items()) {
@@ -152,7 +152,12 @@ QString Prefs::exportBlob()
             keys.append(item.key);
         }
     }
-    const auto [settings, failure] = Shared::d().objects(keys);
+    return keys;
+}
+
+QString Prefs::exportBlob()
+{
+    const auto [settings, failure] = Shared::d().objects(transferKeys());
     const std::optional<QJsonObject> json = toJson(settings);
     if (failure || !json) {
         return {};
@@ -191,18 +196,6 @@ QStringList Prefs::resettableKeys()
         }
     }
     return keys;
-}
-
-QFuture<std::optional<Error>> Prefs::reset(const QStringList &keys)
-{
-    const QFuture<std::optional<Error>> written = submit(resetChanges(keys));
-    PrefsCache::shared().clear();
-    return written;
-}
-
-QFuture<std::optional<Error>> Prefs::resetAll()
-{
-    return reset(resettableKeys());
 }
 
 } // namespace kavrin

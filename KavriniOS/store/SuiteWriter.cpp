@@ -77,6 +77,13 @@ QFuture<std::optional<Error>> SuiteWriter::edit(const QString &key, const UserDe
     return perform([key, edit](QDeadlineTimer limit) { return Shared::d().edit(key, edit, limit); }, settled);
 }
 
+QFuture<std::optional<Error>> SuiteWriter::edit(const QStringList &keys, const UserDefaults::Plan &plan,
+                                                const std::function<void(bool isStored)> &settled)
+{
+    return perform([keys, plan](QDeadlineTimer limit) { return Shared::d().edit(keys, plan, limit); },
+                   settled);
+}
+
 QFuture<std::optional<Error>> SuiteWriter::perform(const Work &work,
                                                    const std::function<void(bool isStored)> &settled)
 {

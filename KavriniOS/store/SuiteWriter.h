@@ -40,6 +40,11 @@ public:
     static QFuture<std::optional<Error>> edit(const QString &key, const UserDefaults::Edit &edit,
                                               const std::function<void(bool isStored)> &settled);
 
+    /// Like write(), but makes the changes that `plan` makes of the keys' values: see UserDefaults::edit().
+    static QFuture<std::optional<Error>> edit(
+        const QStringList &keys, const UserDefaults::Plan &plan,
+        const std::function<void(bool isStored)> &settled = [](bool) { });
+
 private:
     using Work = std::function<std::optional<Error>(QDeadlineTimer limit)>;
     static QFuture<std::optional<Error>> perform(const Work &work,

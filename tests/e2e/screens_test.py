@@ -409,6 +409,37 @@ class BackupAndReset(Screens):
         self.window.open_page("Layout")
         self.assertEqual(self.window.find("Key height", "slider").description, "54 pt")
 
+    def test_a_reset_is_undone_from_any_page_but_what_the_keyboard_has_changed_since(self):
+        for key, value in (("rowH", "61"), ("hints", "all")):
+            self.session.ctl("set", key, value)
+        self.session.ctl("defaults", "write", "numberRow", "--int", "1")
+        self.open_advanced()
+        self.window.find("Reset all settings", "push button").press()
+        self.window.find("Settings reset", "label")
+        self.suite.set("hints", "string", "numbers")
+        self.window.go_back()
+        self.window.open_page("Layout")
+        self.window.find("Undo", "push button").press()
+        self.wait_for_value("rowH", 61.0)
+        self.assertEqual([self.suite.get(key) for key in ("numberRow", "hints")], [1, "numbers"])
+        self.window.wait_until_gone("Undo", "push button")
+        self.wait_for_description(self.window.find("Key height", "slider"), "61 pt")
+
+    def test_an_import_of_kavrinctl_is_undone(self):
+        self.session.ctl("set", "rowH", "61")
+        self.session.ctl("set", "openaiKey", "theirs")
+        blob = self.session.ctl("export")
+        self.session.ctl("set", "rowH", "70")
+        self.session.ctl("reset", "openaiKey")
+        self.open()
+        self.session.ctl("import", blob)
+        self.window.find("Settings imported", "label")
+        self.assertEqual([self.suite.get(key) for key in ("rowH", "openaiKey")], [61.0, "theirs"])
+        self.window.find("Undo", "push button").press()
+        self.wait_for_value("rowH", 70.0)
+        self.assertIsNone(self.suite.get("openaiKey"))
+        self.window.wait_until_gone("Undo", "push button")
+
 
 if __name__ == "__main__":
     enter_private_namespaces()

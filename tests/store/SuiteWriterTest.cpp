@@ -91,6 +91,36 @@ TEST(SuiteWriter, EditsTheTextThatIsThereWhenItsTurnComes)
     EXPECT_EQ(Shared::d().object(key), PropertyListValue(u"abc"_s));
 }
 
+TEST(SuiteWriter, PlansChangesFromWhatIsThereWhenTheirTurnComes)
+{
+    const SuiteWriter writer;
+    put(Shared::d(), key, u"a"_s);
+    OtherProgram other;
+    other.execute("BEGIN IMMEDIATE");
+    PropertyListDictionary seen;
+    const Written edited =
+        SuiteWriter::edit({key, u"absent"_s}, [&](const PropertyListDictionary &stored) {
+            seen = stored;
+            return Changes{{key, std::nullopt}, {u"absent"_s, true}};
+        });
+    other.execute("UPDATE defaults SET value = 'ab' WHERE key = 'rowH'");
+    other.execute("COMMIT");
+    EXPECT_EQ(outcomeOf(edited), u"");
+    EXPECT_EQ(seen, (PropertyListDictionary{{key, u"ab"_s}}));
+    EXPECT_EQ(Shared::d().object(key), std::nullopt);
+    EXPECT_EQ(Shared::d().object(u"absent"_s), PropertyListValue(true));
+}
+
+TEST(SuiteWriter, MakesAllPlannedChangesOrNone)
+{
+    const SuiteWriter writer;
+    const RefusedKey refused("rowH");
+    const Written edited = SuiteWriter::edit(
+        {key}, [](const PropertyListDictionary &) { return Changes{{u"absent"_s, true}, {key, 60.0}}; });
+    EXPECT_NE(outcomeOf(edited), u"");
+    EXPECT_EQ(Shared::d().object(u"absent"_s), std::nullopt);
+}
+
 TEST(SuiteWriter, AnEditThatGivesNothingLeavesTheValueAsItIs)
 {
     const SuiteWriter writer;

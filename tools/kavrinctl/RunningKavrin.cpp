@@ -65,6 +65,13 @@ QDBusMessage ask(const QString &method, std::chrono::milliseconds limit, const Q
     return answer;
 }
 
+/// Makes the running application perform an action that has no parameters.
+void act(const QString &action)
+{
+    call(u"/app/kavrin/Kavrin"_s, u"org.freedesktop.Application"_s, u"ActivateAction"_s,
+         {action, QVariantList(), QVariantMap()}, noticeLimit);
+}
+
 } // namespace
 
 bool askForDictation(const QString &method, std::chrono::milliseconds limit)
@@ -96,8 +103,12 @@ QString takeRunningFailure()
 
 void tellOfSettings()
 {
-    call(u"/app/kavrin/Kavrin"_s, u"org.freedesktop.Application"_s, u"ActivateAction"_s,
-         {u"reload-settings"_s, QVariantList(), QVariantMap()}, noticeLimit);
+    act(u"reload-settings"_s);
+}
+
+void tellOfComingImport()
+{
+    act(u"expect-import"_s);
 }
 
 } // namespace kavrin::ctl

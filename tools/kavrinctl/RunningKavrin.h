@@ -31,4 +31,8 @@ QString takeRunningFailure();
 /// on the session bus, and gives up after a second.
 void tellOfSettings();
 
+/// Tells the running application before an import, so that its window can undo it. Waits like
+/// tellOfSettings(), which must follow the import.
+void tellOfComingImport();
+
 } // namespace kavrin::ctl

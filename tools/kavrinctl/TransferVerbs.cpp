@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "tools/kavrinctl/Console.h"
+#include "tools/kavrinctl/RunningKavrin.h"
 #include "tools/kavrinctl/Setting.h"
 
 #include "store/SettingsState.h"
@@ -76,7 +77,9 @@ void importSettings(QStringList &arguments)
     expectNoFlags(arguments);
     expectArguments(arguments, {}, 1);
     const QString source = arguments.value(0, u"-"_s);
-    const auto [done, failure] = Prefs::importBlob(source == u"-" ? readStandardInput() : source);
+    const QString text = source == u"-" ? readStandardInput() : source;
+    tellOfComingImport();
+    const auto [done, failure] = Prefs::importBlob(text);
     if (failure) {
         throw Refusal{failure->localizedDescription};
     }

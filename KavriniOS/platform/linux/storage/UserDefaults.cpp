@@ -155,6 +155,13 @@ int collect(SqliteStatement &statement, PropertyListDictionary &values)
     return result;
 }
 
+/// Collects the rows of these keys.
+int collectSome(SqliteStatement &statement, const QStringList &keys, PropertyListDictionary &values)
+{
+    statement.bindText(1, QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact));
+    return collect(statement, values);
+}
+
 bool isFinite(const PropertyListValue &value)
 {
     if (const auto *number = std::get_if<double>(&value)) {
@@ -316,12 +323,9 @@ Result<PropertyListDictionary> UserDefaults::dictionaryRepresentation() const
 
 Result<PropertyListDictionary> UserDefaults::objects(const QStringList &keys) const
 {
-    const QByteArray list = QJsonDocument(QJsonArray::fromStringList(keys)).toJson(QJsonDocument::Compact);
     Result<PropertyListDictionary> result;
-    result.failure = m_database->read(readSomeSql, [&](SqliteStatement &statement) {
-        statement.bindText(1, list);
-        return collect(statement, result.value);
-    });
+    result.failure = m_database->read(
+        readSomeSql, [&](SqliteStatement &statement) { return collectSome(statement, keys, result.value); });
     return result;
 }
 
@@ -339,22 +343,29 @@ std::optional<Error> UserDefaults::write(const Changes &changes, QDeadlineTimer 
     return failure;
 }
 
-std::optional<Error> UserDefaults::edit(const QString &key, const Edit &edit, QDeadlineTimer limit)
+std::optional<Error> UserDefaults::edit(const QStringList &keys, const Plan &plan, QDeadlineTimer limit)
 {
     const std::optional<Error> failure = m_database->write(
         [&](SqliteConnection &connection) {
-            Decoded stored;
-            const int result = connection.run(
-                readSql, [&](SqliteStatement &statement) { return readValue(statement, key, stored); });
-            if (result != SQLITE_ROW && result != SQLITE_DONE) {
-                return result;
-            }
-            const std::optional<PropertyListValue> edited = edit(stored);
-            return edited ? make({key, edited}, connection) : SQLITE_DONE;
+            PropertyListDictionary stored;
+            const int result = connection.run(readSomeSql, [&](SqliteStatement &statement) {
+                return collectSome(statement, keys, stored);
+            });
+            return result == SQLITE_DONE ? makeAll(plan(stored), connection) : result;
         },
         limit);
-    logFailure({key}, failure);
+    logFailure(keys, failure);
     return failure;
+}
+
+std::optional<Error> UserDefaults::edit(const QString &key, const Edit &edit, QDeadlineTimer limit)
+{
+    const Plan plan = [&](const PropertyListDictionary &stored) {
+        const auto found = stored.find(key);
+        const Decoded edited = edit(found == stored.end() ? Decoded() : Decoded(found->second));
+        return edited ? Changes{{key, edited}} : Changes();
+    };
+    return this->edit(QStringList(key), plan, limit);
 }
 
 std::optional<Error> UserDefaults::set(const QString &key, const PropertyListValue &value)

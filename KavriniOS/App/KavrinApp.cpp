@@ -23,6 +23,7 @@
 #include "platform/linux/desktop/DesktopPasteboard.h"
 #include "platform/linux/desktop/LogindBackgroundTasks.h"
 #include "platform/linux/desktop/PortalAppearance.h"
+#include "platform/linux/desktop/PortalFileChooser.h"
 #include "platform/linux/desktop/StatusNotifierTray.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/desktop/TypistKey.h"
@@ -110,6 +111,7 @@ struct KavrinApp::Services {
     SystemClock clock;
     DesktopPasteboard pasteboard;
     AddressBookContacts contacts;
+    PortalFileChooser fileChooser;
     LogindBackgroundTasks backgroundTasks;
     DesktopNotifications notifications;
     StatusNotifierTray tray = StatusNotifierTray(trayBus());
@@ -125,7 +127,7 @@ struct KavrinApp::Services {
                             failureNotices.report(message, isKept);
                         }),
                         PulseAudioPlayer::factory(soundServer), [this] { listen(); });
-    SettingsModel settings = SettingsModel(pasteboard, contacts);
+    SettingsModel settings = SettingsModel(pasteboard, contacts, Prefs::pages(), &fileChooser);
     DictateModelFactory dictateModels = DictateModelFactory(recorderPlatform(
         [this](const QString &message, bool isKept) { app.reportScreenFailure(message, isKept); }));
     EmbeddedSpeechService localSpeech;

@@ -13,6 +13,7 @@
 #include <QTextCursor>
 #include <QTextDocument>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -26,6 +27,9 @@ namespace
 {
 
 constexpr std::chrono::milliseconds followInterval = 500ms;
+constexpr std::chrono::milliseconds countDelay = 150ms;
+constexpr qsizetype mostMarks = 100;
+constexpr qsizetype mostFaults = 4;
 
 QString key()
 {
@@ -51,6 +55,8 @@ QString textIn(const QTextDocument &editor)
 DictionaryModel::DictionaryModel(QObject *parent) : QObject(parent)
 {
     connect(&m_followTimer, &QTimer::timeout, this, &DictionaryModel::follow);
+    m_countTimer.setSingleShot(true);
+    connect(&m_countTimer, &QTimer::timeout, this, &DictionaryModel::countEntries);
 }
 
 void DictionaryModel::edit(QQuickTextDocument *editor)
@@ -58,6 +64,7 @@ void DictionaryModel::edit(QQuickTextDocument *editor)
     m_editor = editor->textDocument();
     connect(m_editor, &QTextDocument::contentsChanged, this, &DictionaryModel::edited);
     follow();
+    countEntries();
     m_followTimer.start(followInterval);
     showUnseen();
 }
@@ -68,6 +75,7 @@ void DictionaryModel::edited()
     if (m_isShowing || !m_isReadable || now == m_shown) {
         return;
     }
+    m_countTimer.start(countDelay);
     const QString before = std::exchange(m_shown, now);
     m_text = withEdit(m_text, before, now);
     store();
@@ -111,6 +119,7 @@ void DictionaryModel::show(const QString &text)
     // Undo is for what the user has typed.
     m_editor->clearUndoRedoStacks();
     m_shown = textIn(*m_editor);
+    m_countTimer.start(countDelay);
     if (change.now.startsWith(u'\n')) {
         Q_EMIT linesAdded(int(change.from), int(change.from + change.now.size()));
     }
@@ -159,6 +168,34 @@ void DictionaryModel::showOutcome(const std::optional<Error> &failure)
         unseenChanges().remove(key());
     }
     setNote(failure ? storeNote(*failure) : QString());
+}
+
+void DictionaryModel::countEntries()
+{
+    m_entries = DictionaryEntries::in(m_shown);
+    Q_EMIT entriesChanged();
+}
+
+QVariantList DictionaryModel::marks() const
+{
+    QVariantList places;
+    for (const DictionaryMark &mark : m_entries.marks.first(std::min(m_entries.marks.size(), mostMarks))) {
+        places.append(mark.position);
+    }
+    return places;
+}
+
+QString DictionaryModel::faults() const
+{
+    const qsizetype shown = std::min(m_entries.marks.size(), mostFaults);
+    QStringList lines;
+    for (const DictionaryMark &mark : m_entries.marks.first(shown)) {
+        lines.append(mark.text);
+    }
+    if (shown < m_entries.marks.size()) {
+        lines.append(tr("And %1 more.").arg(m_entries.marks.size() - shown));
+    }
+    return lines.join(u'\n');
 }
 
 void DictionaryModel::setNote(const QString &note)

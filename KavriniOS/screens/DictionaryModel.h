@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/Error.h"
+#include "screens/DictionaryEntries.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -9,6 +10,7 @@
 #include <QQuickTextDocument>
 #include <QString>
 #include <QTimer>
+#include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 
 #include <memory>
@@ -26,6 +28,9 @@ class DictionaryModel : public QObject
 
     Q_PROPERTY(bool readable READ isReadable NOTIFY readableChanged)
     Q_PROPERTY(QString note READ note NOTIFY noteChanged)
+    Q_PROPERTY(QString count READ count NOTIFY entriesChanged)
+    Q_PROPERTY(QVariantList marks READ marks NOTIFY entriesChanged)
+    Q_PROPERTY(QString faults READ faults NOTIFY entriesChanged)
 
 public:
     explicit DictionaryModel(QObject *parent = nullptr);
@@ -40,9 +45,19 @@ public:
     /// shows nothing. Else empty.
     [[nodiscard]] QString note() const { return m_note; }
 
+    /// How many words and shortcuts there are, soon after each edit: "2 words and 1 shortcut". May be empty.
+    [[nodiscard]] QString count() const { return m_entries.count(); }
+
+    /// Where the first lines begin that repeat an entry, or that lack a side.
+    [[nodiscard]] QVariantList marks() const;
+
+    /// What is the matter with the first of them, a line each.
+    [[nodiscard]] QString faults() const;
+
 Q_SIGNALS:
     void readableChanged();
     void noteChanged();
+    void entriesChanged();
 
     /// The editor shows lines from elsewhere, from the end of another line to `end`.
     void linesAdded(int from, int end);
@@ -55,9 +70,12 @@ private:
     QCoro::Task<> showUnseen();
     void showOutcome(const std::optional<Error> &failure);
     void setNote(const QString &note);
+    void countEntries();
 
     QPointer<QTextDocument> m_editor;
     QTimer m_followTimer;
+    QTimer m_countTimer;
+    DictionaryEntries m_entries;
     QString m_text; ///< the text for which the editor stands
     QString m_shown; ///< the same as the editor has it
     /// The last m_text that the suite has got. The thread that writes may change it as long as m_pending is

@@ -10,7 +10,11 @@ TitledPage {
     readonly property DictionaryModel dictionary: DictionaryModel { }
     readonly property string footer: "One entry per line. A plain word is added to the dictionary. Write omw=on my way to create a text shortcut."
 
+    /// Imports and exports the dictionary; null if nothing does.
+    property DictionaryFiles files: null
+
     title: "Dictionary"
+    Component.onCompleted: files?.clearNote()
 
     Column {
         width: parent.width
@@ -22,6 +26,33 @@ TitledPage {
             radius: Theme.radius
             color: Theme.card
 
+            Repeater {
+                model: view.dictionary.marks
+
+                Item {
+                    id: mark
+
+                    required property int modelData
+                    readonly property rect line: editor.contentHeight >= 0 && editor.width >= 0
+                                                 ? editor.positionToRectangle(modelData) : Qt.rect(0, 0, 0, 0)
+
+                    y: line.y
+                    width: parent.width
+                    height: line.height
+
+                    Rectangle {
+                        anchors.fill: parent
+                        opacity: 0.14
+                        color: Theme.warning
+                    }
+                    Rectangle {
+                        x: mark.LayoutMirroring.enabled ? parent.width - width : 0
+                        width: 4
+                        height: parent.height
+                        color: Theme.warning
+                    }
+                }
+            }
             TextEdit {
                 id: editor
 
@@ -94,8 +125,59 @@ TitledPage {
         Footnote {
             x: Theme.margin
             width: parent.width - 2 * Theme.margin
+            visible: text !== ""
+            text: view.dictionary.faults
+            color: Theme.warning
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        Footnote {
+            x: Theme.margin
+            width: parent.width - 2 * Theme.margin
+            visible: text !== ""
+            text: view.dictionary.count
+            font.weight: Font.Medium
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+        Footnote {
+            x: Theme.margin
+            width: parent.width - 2 * Theme.margin
             text: view.footer
             Accessible.ignored: true
+        }
+    }
+
+    Card {
+        visible: view.files !== null
+
+        CardRow {
+            ActionButton {
+                text: qsTr("Import from a file")
+                Accessible.description: qsTr("Adds the lines of a text file that are not there yet.")
+                onClicked: view.files.importFile()
+            }
+        }
+        CardRow {
+            ActionButton {
+                text: qsTr("Export to a file")
+                onClicked: view.files.exportFile()
+            }
+        }
+        CardRow {
+            visible: note.text !== ""
+
+            Footnote {
+                id: note
+
+                x: Theme.margin
+                width: parent.width - 2 * Theme.margin
+                topPadding: Theme.rowPadding
+                bottomPadding: Theme.rowPadding
+                text: view.files?.note ?? ""
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
         }
     }
 }

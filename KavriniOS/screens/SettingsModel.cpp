@@ -13,8 +13,9 @@ namespace kavrin
 using namespace Qt::StringLiterals;
 
 SettingsModel::SettingsModel(Pasteboard &pasteboard, Contacts &contacts,
-                             const std::vector<Prefs::Page> &catalogue, QObject *parent)
-    : QObject(parent), m_catalogue(catalogue), m_actions(pasteboard, contacts, m_undo, this)
+                             const std::vector<Prefs::Page> &catalogue, FileChooser *chooser, QObject *parent)
+    : QObject(parent), m_catalogue(catalogue), m_actions(pasteboard, contacts, m_undo, this),
+      m_dictionaryFiles(chooser == nullptr ? nullptr : new DictionaryFiles(*chooser, this))
 {
     connect(&m_undo, &SettingsUndo::undone, this, &SettingsModel::reload);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "screens/DictionaryFiles.h"
 #include "screens/PageModel.h"
 #include "screens/SettingActions.h"
 #include "screens/SettingsUndo.h"
@@ -25,17 +26,22 @@ class SettingsModel : public QObject
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(kavrin::SettingActions *actions READ actions CONSTANT)
     Q_PROPERTY(kavrin::SettingsUndo *undo READ undo CONSTANT)
+    Q_PROPERTY(kavrin::DictionaryFiles *dictionaryFiles READ dictionaryFiles CONSTANT)
 
 public:
-    /// All three must outlive this object.
+    /// All of them must outlive this object. Without a `chooser` the dictionary knows no files.
     SettingsModel(Pasteboard &pasteboard, Contacts &contacts,
-                  const std::vector<Prefs::Page> &catalogue = Prefs::pages(), QObject *parent = nullptr);
+                  const std::vector<Prefs::Page> &catalogue = Prefs::pages(), FileChooser *chooser = nullptr,
+                  QObject *parent = nullptr);
 
     /// The pages as {id, title, icon}, in the catalogue's order.
     [[nodiscard]] QVariantList pages() const;
 
     [[nodiscard]] SettingActions *actions() { return &m_actions; }
     [[nodiscard]] SettingsUndo *undo() { return &m_undo; }
+
+    /// Null if there is no chooser.
+    [[nodiscard]] DictionaryFiles *dictionaryFiles() const { return m_dictionaryFiles; }
 
     /// The page with this id. Each call makes a new one, which belongs to the caller. Null if there is none.
     [[nodiscard]] Q_INVOKABLE kavrin::PageModel *makePage(const QString &id) const;
@@ -50,6 +56,7 @@ private:
     const std::vector<Prefs::Page> &m_catalogue;
     SettingsUndo m_undo;
     SettingActions m_actions;
+    DictionaryFiles *m_dictionaryFiles;
 };
 
 } // namespace kavrin

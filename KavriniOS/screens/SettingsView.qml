@@ -50,7 +50,9 @@ TitledPage {
     Component {
         id: dictionaryView
 
-        DictionaryView { }
+        DictionaryView {
+            files: view.settings.dictionaryFiles
+        }
     }
     Component {
         id: helpView

@@ -238,6 +238,38 @@ TEST_F(StoredDictionary, CannotBeEditedUntilItCanBeRead)
     EXPECT_EQ(userDict(), PropertyListValue(u"wordx"_s));
 }
 
+TEST_F(StoredDictionary, SaysHowManyEntriesThereAreAndWhichLinesAreAtFault)
+{
+    put(u"one\ntwo\nomw=on my way\none"_s);
+    open();
+    EXPECT_TRUE(view().find(u"2 words and 1 shortcut"_s) != nullptr);
+    EXPECT_TRUE(view().find(u"“one” is there already."_s) != nullptr);
+    view().type(u"x"_s);
+    EXPECT_TRUE(waitUntil([&] { return view().find(u"3 words and 1 shortcut"_s) != nullptr; }));
+    EXPECT_TRUE(view().find(u"“one” is there already."_s) == nullptr);
+    put(u"=x\n"_s);
+    EXPECT_TRUE(waitUntil([&] { return view().find(u"Nothing is before “=x”."_s) != nullptr; }));
+}
+
+TEST_F(StoredDictionary, MarksTheLinesAtFault)
+{
+    put(u"one\none\ntwo"_s);
+    open();
+    const QImage marked = view().view().grabWindow();
+    put(u"one\nono\ntwo"_s);
+    const auto ground = [&](const QImage &image, int line) {
+        QRectF place;
+        QMetaObject::invokeMethod(&editor(), "positionToRectangle", Q_RETURN_ARG(QRectF, place),
+                                  Q_ARG(int, 4 * line));
+        return image.pixelColor(
+            editor().mapToScene(QPointF(editor().width() - 20, place.center().y())).toPoint());
+    };
+    EXPECT_EQ(ground(marked, 0), ground(marked, 2));
+    EXPECT_NE(ground(marked, 0), ground(marked, 1));
+    EXPECT_TRUE(waitUntil([&] { return view().find(u"3 words"_s) != nullptr; }));
+    EXPECT_EQ(ground(view().view().grabWindow(), 1), ground(marked, 0));
+}
+
 TEST_F(StoredDictionary, TellsTheNextPageOfAnEditThatFailsAfterItsPageWasClosed)
 {
     put(u"word"_s);

@@ -202,7 +202,7 @@ TEST_F(PaintedTest, TheDictionaryShowsItsTextAndHowItIsWritten)
     put(Shared::d(), u"userDict"_s, u"omw=on my way"_s);
     QmlWindow dictionary(u"Kavrin.Screens"_s, u"DictionaryView"_s);
     EXPECT_EQ(painted(dictionary.view(), dictionary.top()),
-              (QStringList{u"Dictionary"_s, u"omw=on my way"_s,
+              (QStringList{u"Dictionary"_s, u"omw=on my way"_s, u"1 shortcut"_s,
                            u"One entry per line. A plain word is added to the dictionary. Write omw=on my "
                            u"way to create a text shortcut."_s}));
 }

@@ -20,8 +20,8 @@ const QString service = u"org.freedesktop.portal.Desktop"_s;
 const QString root = u"/org/freedesktop/portal"_s;
 const QString desktop = u"/org/freedesktop/portal/desktop"_s;
 
-const QStringList questions = {u"CreateSession"_s, u"SelectDevices"_s, u"Start"_s, u"ListShortcuts"_s,
-                               u"BindShortcuts"_s};
+const QStringList questions = {u"CreateSession"_s, u"SelectDevices"_s, u"Start"_s,   u"ListShortcuts"_s,
+                               u"BindShortcuts"_s, u"OpenFile"_s,      u"SaveFile"_s};
 
 QString pathOf(const QString &kind, const QDBusMessage &call, const QVariant &token)
 {

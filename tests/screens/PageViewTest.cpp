@@ -150,8 +150,7 @@ TEST_F(PageViewTest, HidesEveryRowOfTheServiceWithSystemDictation)
     openPage(u"dictation"_s);
     EXPECT_EQ(window().names(),
               (QStringList{u"Voice typing"_s, u"Source"_s, u"Source"_s, u"Voice typing"_s,
-                           u"Back to Keyboard mic (API)"_s, u"Test"_s, u"Test"_s,
-                           u"Test voice typing"_s}));
+                           u"Back to Keyboard mic (API)"_s, u"Test"_s, u"Test"_s, u"Test voice typing"_s}));
 }
 
 TEST_F(PageViewTest, OpensAMenuOfAllOptionsAndStoresTheOneClicked)

@@ -98,11 +98,10 @@ TEST(SuiteWriter, PlansChangesFromWhatIsThereWhenTheirTurnComes)
     OtherProgram other;
     other.execute("BEGIN IMMEDIATE");
     PropertyListDictionary seen;
-    const Written edited =
-        SuiteWriter::edit({key, u"absent"_s}, [&](const PropertyListDictionary &stored) {
-            seen = stored;
-            return Changes{{key, std::nullopt}, {u"absent"_s, true}};
-        });
+    const Written edited = SuiteWriter::edit({key, u"absent"_s}, [&](const PropertyListDictionary &stored) {
+        seen = stored;
+        return Changes{{key, std::nullopt}, {u"absent"_s, true}};
+    });
     other.execute("UPDATE defaults SET value = 'ab' WHERE key = 'rowH'");
     other.execute("COMMIT");
     EXPECT_EQ(outcomeOf(edited), u"");

@@ -112,6 +112,7 @@ FocusScope {
             selectByMouse: true
             inputMethodHints: Qt.ImhNoAutoUppercase | Qt.ImhNoPredictiveText
             onAccepted: view.openResult(list.currentIndex)
+            Keys.forwardTo: editMenu
             Keys.onUpPressed: list.decrementCurrentIndex()
             Keys.onDownPressed: list.incrementCurrentIndex()
             Accessible.role: Accessible.EditableText
@@ -128,6 +129,12 @@ FocusScope {
                 elide: Text.ElideRight
                 Accessible.ignored: true
             }
+        }
+        EditMenu {
+            id: editMenu
+
+            anchors.fill: parent
+            editor: field
         }
     }
 

@@ -50,6 +50,13 @@ Item {
         open(place);
     }
 
+    // What is selected stays so while the menu takes the focus.
+    Binding {
+        target: editMenu.editor
+        property: "persistentSelection"
+        value: true
+        when: editMenu.opened
+    }
     TapHandler {
         acceptedButtons: Qt.RightButton
         onTapped: eventPoint => {
@@ -85,6 +92,10 @@ Item {
         rightPadding: 12
         Accessible.role: Accessible.MenuItem
         Accessible.name: text
+        Accessible.onPressAction: {
+            triggered();
+            editMenu.menu.close();
+        }
 
         background: Rectangle {
             radius: Theme.radius - 4

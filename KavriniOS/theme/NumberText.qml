@@ -66,10 +66,11 @@ Item {
         selectByMouse: true
         inputMethodHints: Qt.ImhFormattedNumbersOnly
         onActiveFocusChanged: {
-            if (!activeFocus && visible) {
+            if (!activeFocus && visible && !editMenu.opened) {
                 number.take();
             }
         }
+        Keys.forwardTo: editMenu
         Keys.onShortcutOverride: event => event.accepted = event.key === Qt.Key_Escape
         Keys.onEscapePressed: {
             visible = false;
@@ -81,6 +82,13 @@ Item {
         }
         Accessible.role: Accessible.EditableText
         Accessible.name: number.title
+    }
+    EditMenu {
+        id: editMenu
+
+        anchors.fill: parent
+        enabled: number.editing
+        editor: field
     }
     HoverHandler {
         id: pointer

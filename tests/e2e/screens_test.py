@@ -246,6 +246,20 @@ class Controls(Screens):
         self.wait_for_value("openaiKey", "sk-pasted")
         self.window.wait_until_gone("Paste API key", "push button")
 
+    def test_a_text_is_cut_and_pasted_with_the_menu(self):
+        self.session.ctl("set", "provider", "custom")
+        self.session.ctl("set", "customURL", "http://one")
+        self.open()
+        self.window.open_page("Voice typing")
+        self.window.find("Endpoint URL", "text").focus()
+        self.session.press_keys("ctrl+a", "Menu")
+        self.window.find("Cut", "menu item").press()
+        self.wait_for_value("customURL", "")
+        self.assertEqual(self.session.clipboard(), "http://one")
+        self.session.press_keys("shift+F10")
+        self.window.find("Paste", "menu item").press()
+        self.wait_for_value("customURL", "http://one")
+
     def test_escape_closes_the_menu_and_not_the_page(self):
         self.open()
         self.window.open_page("Voice typing")

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "screens/EditMenus.h"
 #include "screens/Screens.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
 
 namespace kavrin::test
 {
@@ -167,6 +171,16 @@ TEST_F(SearchViewTest, FindsTheDictionary)
     search(u"abbreviations"_s);
     window().press(Qt::Key_Return);
     EXPECT_EQ(page(), u"dictionary"_s);
+}
+
+TEST_F(SearchViewTest, PastesWhatToSearchForByItsMenu)
+{
+    openPanes(narrow);
+    QGuiApplication::clipboard()->setText(u"key height"_s);
+    search({});
+    window().press(Qt::Key_Menu);
+    choose(window(), u"Paste"_s);
+    EXPECT_EQ(results().value(0), u"Key height");
 }
 
 TEST_F(SearchViewTest, ReturnWithoutAResultDoesNothing)

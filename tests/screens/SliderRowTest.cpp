@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "screens/EditMenus.h"
 #include "screens/Screens.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QtTest/QTest>
 
 namespace kavrin::test
@@ -143,6 +146,18 @@ TEST_F(SliderRowTest, LetsTheKeyboardTypeAValueToo)
     window().type(u"9"_s);
     window().press(Qt::Key_Return);
     EXPECT_EQ(value(), PropertyListValue(9.0));
+}
+
+TEST_F(SliderRowTest, AValueBeingTypedHasAMenuToPaste)
+{
+    open();
+    QGuiApplication::clipboard()->setText(u"7"_s);
+    clickValue();
+    window().press(Qt::Key_Menu);
+    choose(window(), u"Paste"_s);
+    ASSERT_TRUE(field() != nullptr);
+    window().press(Qt::Key_Return);
+    EXPECT_EQ(value(), PropertyListValue(7.0));
 }
 
 TEST_F(SliderRowTest, GoesBackToItsValueWhenEscapeIsPressedDuringADrag)

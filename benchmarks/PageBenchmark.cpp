@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Measures how long the settings take to show a page, to follow a dragged slider, and to show what a search
-// finds: milliseconds to the next frame, on the offscreen platform, which draws in software. Prints JSON.
+// Measures how long the settings take to show a page, to follow a dragged slider, to show what a search
+// finds, and to show a key typed into the dictionary: milliseconds to the next frame, on the offscreen
+// platform, which draws in software. Prints JSON.
 #include "doubles/FakeContacts.h"
 #include "doubles/FakeDesktop.h"
 #include "screens/SettingsModel.h"
@@ -140,6 +141,40 @@ QJsonObject searching(SettingsModel &settings)
         {u"first"_s, median(first)}, {u"key"_s, median(others)}, {u"slowestKey"_s, std::ranges::max(others)}};
 }
 
+/// A dictionary of as many characters.
+QString dictionary(int characters)
+{
+    QString text;
+    for (int word = 0; text.size() < characters; ++word) {
+        text += u"word%1\nab%1=abbreviation %1\n"_s.arg(word);
+    }
+    return text;
+}
+
+/// Keys typed at the beginning of a view's text.
+double typing(const QString &module, const QString &type, const QVariantMap &properties)
+{
+    QmlWindow window(module, type, properties, QSize(420, 760));
+    QQuickItem *editor = qobject_cast<QQuickItem *>(
+        properties.isEmpty() ? window.find(u"Dictionary"_s, QAccessible::EditableText)->object()
+                             : window.top());
+    editor->forceActiveFocus();
+    std::vector<double> times;
+    for (int round = 0; round < rounds; ++round) {
+        times.push_back(millisecondsToFrame(window.view(), [&] { window.type(u"x"_s); }));
+    }
+    return median(times);
+}
+
+/// The dictionary's page, and a plain editor with the same text.
+QJsonObject typingIntoDictionary(int characters)
+{
+    const QString text = dictionary(characters);
+    Prefs::set(u"userDict"_s, text);
+    return {{u"page"_s, typing(u"Kavrin.Screens"_s, u"DictionaryView"_s, {})},
+            {u"plain"_s, typing(u"QtQuick"_s, u"TextEdit"_s, {{u"text"_s, text}})}};
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -155,7 +190,9 @@ int main(int argc, char **argv)
                                  {u"emptyPage"_s, emptyOpening(settings)},
                                  {u"slider"_s, dragging(settings, {}, QSize(420, 760))},
                                  {u"preview"_s, dragging(settings, u"layout"_s, QSize(1100, 760))},
-                                 {u"search"_s, searching(settings)}};
+                                 {u"search"_s, searching(settings)},
+                                 {u"dictionary"_s, typingIntoDictionary(100'000)},
+                                 {u"largeDictionary"_s, typingIntoDictionary(2'000'000)}};
     std::puts(QJsonDocument(figures).toJson(QJsonDocument::Compact).constData());
     return 0;
 }

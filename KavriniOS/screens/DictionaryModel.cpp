@@ -9,6 +9,7 @@
 #include "store/SuiteWriter.h"
 
 #include <QCoroFuture>
+#include <QQuickItem>
 #include <QScopedValueRollback>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -62,6 +63,8 @@ DictionaryModel::DictionaryModel(QObject *parent) : QObject(parent)
 void DictionaryModel::edit(QQuickTextDocument *editor)
 {
     m_editor = editor->textDocument();
+    // A TextEdit draws only the lines in view where a large text was set. This one is inserted.
+    qobject_cast<QQuickItem *>(editor->parent())->setFlag(QQuickItem::ItemObservesViewport);
     connect(m_editor, &QTextDocument::contentsChanged, this, &DictionaryModel::edited);
     follow();
     countEntries();

@@ -6,6 +6,8 @@
 #include "support/RefusedKey.h"
 #include "support/Suite.h"
 
+#include <QImage>
+
 namespace kavrin::test
 {
 
@@ -49,6 +51,30 @@ TEST_F(DictionaryViewTest, StampsNoRevision)
     m_view.press(Qt::Key_Tab);
     m_view.type(u"word"_s);
     EXPECT_FALSE(stored(u"settingsRevision"_s));
+}
+
+TEST_F(DictionaryViewTest, DrawsOfALargeTextTheLinesInView)
+{
+    put(Shared::d(), u"userDict"_s, u"aaaaa\n"_s.repeated(5000));
+    QmlWindow view(u"Kavrin.Screens"_s, u"DictionaryView"_s);
+    auto *editor =
+        qobject_cast<QQuickItem *>(view.find(u"Dictionary"_s, QAccessible::EditableText)->object());
+    EXPECT_TRUE(editor->flags().testFlag(QQuickItem::ItemObservesViewport)); // else all 5000 are drawn
+    for (const auto &[key, line] : {std::pair(Qt::Key_Home, 0), {Qt::Key_End, 4999}}) {
+        editor->forceActiveFocus();
+        view.press(key, Qt::ControlModifier);
+        QRectF place;
+        QMetaObject::invokeMethod(editor, "positionToRectangle", Q_RETURN_ARG(QRectF, place),
+                                  Q_ARG(int, 6 * line));
+        const QRect letters =
+            editor->mapRectToScene(place).toAlignedRect().adjusted(3, 0, 20, 0); // not the cursor
+        const QImage image = view.view().grabWindow().copy(letters);
+        EXPECT_NE(image, [&image] {
+            QImage blank = image;
+            blank.fill(image.pixelColor(0, 0));
+            return blank;
+        }()) << line;
+    }
 }
 
 TEST_F(DictionaryViewTest, TypesNoTabs)

@@ -93,12 +93,13 @@ def command_in_root(root, folder, command, binds, *options, **environment):
 
 
 class Machine:
-    """A copy of the bare root, with a clone of this checkout in the home of the user who runs the commands."""
+    """A copy of the bare root, with a clone of this checkout in the home of the user who runs the commands. Root's is one
+    that others can read, because some tests of root's run programs as another user."""
 
     def __init__(self, folder, base, options):
         self._root = folder / "root"
         self._options = options
-        self._home = f"/home/{USER}" if options.user else "/root"
+        self._home = f"/home/{USER}" if options.user else "/srv"
         self._archives = CACHE / options.suite / "archives"
         self._ccache = folder / "ccache" if options.cold else CACHE / options.suite / "ccache"
         subprocess.run(["cp", "--archive", "--reflink=auto", base, self._root], check=True)

@@ -1,11 +1,14 @@
 # SPDX-License-Identifier: MIT
-"""Takes a picture of every screen of Kavrin, light and dark, as wide as on a phone and on a desktop.
+"""Takes a picture of every screen of Kavrin, light and dark, as wide as on a phone and on a desktop, and of some in high
+contrast and in large type.
 
 The real application is driven in a display and a session of its own, as a screen reader drives it; the desktop's wish
-for dark windows comes from a stand-in for the settings portal. Each picture is docs/screenshots/SIZE-COLOURS-SCREEN.png.
+for dark windows or contrast comes from a stand-in for the settings portal. Each picture is
+docs/screenshots/SIZE-LOOK-SCREEN.png.
 """
 
 import argparse
+import dataclasses
 import json
 import pathlib
 import sys
@@ -18,8 +21,21 @@ from support.private_session import Failure, enter_private_namespaces, wait_unti
 from support.screen_reader import FIRST_PAGES, Window, WindowSession  # noqa: E402
 
 SIZES = {"phone": "360x720", "desktop": "1000x740"}
-COLOUR_SCHEMES = {"light": 2, "dark": 1}  # the numbers of org.freedesktop.appearance
 SCALE = 2
+
+
+@dataclasses.dataclass(frozen=True)
+class Look:
+    """What a desktop wants, in the numbers of org.freedesktop.appearance, and how many pixels an inch of text has."""
+    colour_scheme: int = 2
+    contrast: int = 0
+    font_dpi: int = 96
+    pages: tuple = ()  # all, if empty
+
+
+LOOKS = {"light": Look(), "dark": Look(colour_scheme=1),
+         "contrast": Look(contrast=1, pages=("layout", "dictation")),
+         "large": Look(font_dpi=192, pages=("layout", "dictation"))}
 # 256 colours are enough for these pictures, and make them half as large.
 PALETTE = ("split[picture][colours];[colours]palettegen=reserve_transparent=0:stats_mode=single[palette];"
            "[picture][palette]paletteuse=dither=none:new=1")
@@ -29,17 +45,19 @@ SPEECH = pathlib.Path("/usr/share/pocketsphinx/test/data/librivox/sense_and_sens
 
 
 class Screens(WindowSession):
-    """A session whose desktop wants one of the two colour schemes."""
+    """A session whose desktop wants one of the looks."""
 
-    def __init__(self, colours):
+    def __init__(self, look):
         super().__init__(sound=True)
-        self._colours = colours
+        self._look = look
 
     def __enter__(self):
         super().__enter__()
         self.env["QT_SCALE_FACTOR"] = str(SCALE)
+        self.env["QT_FONT_DPI"] = str(self._look.font_dpi)
         self.start("/usr/bin/python3", "-m", "dbusmock", "--session", *PORTAL)
-        answer = f'ret = {{"org.freedesktop.appearance": {{"color-scheme": dbus.UInt32({COLOUR_SCHEMES[self._colours]})}}}}'
+        answer = (f'ret = {{"org.freedesktop.appearance": {{"color-scheme": dbus.UInt32({self._look.colour_scheme}), '
+                  f'"contrast": dbus.UInt32({self._look.contrast})}}}}')
         call = ("gdbus", "call", "--session", "--dest", PORTAL[0], "--object-path", PORTAL[1],
                 "--method", "org.freedesktop.DBus.Mock.AddMethod", PORTAL[2], "ReadAll", "as", "a{sa{sv}}", answer)
         wait_until(lambda: self.run(*call, check=False).returncode == 0, "the settings portal")
@@ -62,7 +80,7 @@ class Screens(WindowSession):
 
 
 class Album:
-    """The pictures of one size and one colour scheme."""
+    """The pictures of one size and one look."""
 
     def __init__(self, session, folder, prefix, size):
         self._session = session
@@ -76,6 +94,7 @@ class Album:
 
     def take_all(self, pages):
         self._take("settings")
+        self._take_search()
         for page in pages:
             self._window.open_page(page["title"])
             self._take(page["id"])
@@ -96,6 +115,15 @@ class Album:
         self._window.open_page("Personal dictionary & shortcuts", "Dictionary")
         self._take("dictionary")
         self._session.end(self._process)
+
+    def _take_search(self):
+        self._session.press_keys("ctrl+f")
+        self._window.find("Search settings", "text")
+        self._session.type("size")
+        self._window.find("Letter size", "list item")
+        self._take("search")
+        self._session.press_keys("Escape")
+        self._window.wait_until_gone("Search settings", "text")
 
     def _take_dictation(self):
         speech = self._session.start("paplay", SPEECH)
@@ -119,11 +147,12 @@ def main():
     options = parser.parse_args()
     options.folder.mkdir(parents=True, exist_ok=True)
     enter_private_namespaces()
-    for colours in COLOUR_SCHEMES:
-        with Screens(colours) as session:
-            pages = json.loads(session.ctl("catalogue", "--json"))
+    for name, look in LOOKS.items():
+        with Screens(look) as session:
+            pages = [page for page in json.loads(session.ctl("catalogue", "--json")) if not look.pages or page["id"] in look.pages]
             for size, geometry in SIZES.items():
-                Album(session, options.folder, f"{size}-{colours}", geometry).take_all(pages)
+                Album(session, options.folder, f"{size}-{name}", geometry).take_all(pages)
+
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@ from support.desktop import Bus, Notifications, Tray
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import Window, WindowSession
 from support.speech import SPOKEN
+from typist_test import DICTATION
 
 CLIP = SPEECH / "cards" / "001.wav"
 PROSE = SPEECH / "librivox" / "sense_and_sensibility_01_austen_64kb-0870.wav"
@@ -110,6 +111,7 @@ class InTheBackground(unittest.TestCase):
         for count in (1, 2, 3):
             self.suite.set("dictationCommand", "string", "start")
             wait_until(lambda wanted=count: len(notifications.shown()) == wanted, f"notification {count}")
+            wait_until(lambda: self.bus.call(*DICTATION, "State") == ("idle",), "the end of the dictation")
         self.assertEqual(notifications.replaced(), [0, 1, 1])
 
     def test_what_a_service_says_with_every_key_masked(self):

@@ -73,15 +73,18 @@ TEST_F(LoopbackLimits, OutlivesClientsThatLeaveWithoutAWord)
     std::vector<Client> closing(count);
     std::vector<Client> resetting(count);
     const int before = internetSockets(1000);
-    for (int i = 0; i < count; ++i) {
-        ASSERT_TRUE(closing[i].connect(port()));
-        ASSERT_TRUE(resetting[i].connect(port()));
+    for (std::vector<Client> *clients : {&closing, &resetting}) {
+        for (Client &client : *clients) {
+            ASSERT_TRUE(client.connect(port()));
+        }
     }
     ASSERT_TRUE(waitUntil([&] { return internetSockets(1000) == before + 2 * count; }))
         << "taken by the server";
-    for (int i = 0; i < count; ++i) {
-        closing[i].close();
-        resetting[i].reset();
+    for (Client &client : closing) {
+        client.close();
+    }
+    for (Client &client : resetting) {
+        client.reset();
     }
     EXPECT_EQ(ask("GET /cmd HTTP/1.1"), answerWith(done));
 }

@@ -104,20 +104,20 @@ TEST_F(PaintedTest, ARowShowsItsTitleItsValueAndItsFooter)
         Prefs::Kind kind;
         PropertyListValue stored;
         QStringList body;
-        QString wayBack = {};
+        QString wayBack;
     };
     const catalogue::Choice choice = {u"a"_s, {{u"a"_s, u"First"_s}, {u"b"_s, u"Second"_s}}};
     const Row rows[] = {
-        {catalogue::Toggle{true}, true, {u"Title"_s}},
+        {catalogue::Toggle{true}, true, {u"Title"_s}, {}},
         {catalogue::Toggle{true}, false, {u"Title"_s}, u"Back to on"_s},
         {catalogue::Slider{54, 36, 80, 1, u"pt"_s}, 60.0, {u"Title"_s, u"60 pt"_s}, u"Back to 54 pt"_s},
         {catalogue::Slider{1, 0, 1, 0.05, {}}, 0.45, {u"Title"_s, u"0.45"_s}, u"Back to 1"_s},
         {choice, u"b"_s, {u"Title"_s, u"Second"_s, u"(chevron.up.chevron.down)"_s}, u"Back to First"_s},
         {choice, u"gone"_s, {u"Title"_s, u"(chevron.up.chevron.down)"_s}, u"Back to First"_s},
-        {catalogue::Text{{}, false}, u""_s, {u"Title"_s}},
-        {catalogue::Text{{}, false}, u"typed"_s, {u"Title"_s, u"typed"_s}},
-        {catalogue::Text{{}, true}, u""_s, {u"Title"_s, u"Paste your key"_s, u"Paste"_s}},
-        {catalogue::Text{{}, true}, u"typed"_s, {u"Title"_s, u"•••••"_s, u"(eye)"_s}},
+        {catalogue::Text{{}, false}, u""_s, {u"Title"_s}, {}},
+        {catalogue::Text{{}, false}, u"typed"_s, {u"Title"_s, u"typed"_s}, {}},
+        {catalogue::Text{{}, true}, u""_s, {u"Title"_s, u"Paste your key"_s, u"Paste"_s}, {}},
+        {catalogue::Text{{}, true}, u"typed"_s, {u"Title"_s, u"•••••"_s, u"(eye)"_s}, {}},
     };
     int number = 0;
     for (const auto &[kind, stored, body, wayBack] : rows) {

@@ -211,7 +211,6 @@ TEST(NetworkUrlSession, SendsPathAndQueryByteForByte)
         {"/%c3%bc/%C3%BC?%c3", "/%c3%bc/%C3%BC?%c3"},
         {"/a/./b/../c//d;e,f", "/a/./b/../c//d;e,f"},
         {"/~!$&'()*+,;=:@[]?/?~!$&'()*+,;=:@[]", "/~!$&'()*+,;=:@[]?/?~!$&'()*+,;=:@[]"},
-        {"/?", "/?"},
         {"?key=%41", "/?key=%41"},
         {"", "/"},
         {"/path#fragment?no=query", "/path"},
@@ -453,7 +452,7 @@ TEST(NetworkUrlSession, RefusesALargerBodyBeforeItHasComeWhole)
 TEST(NetworkUrlSession, ReturnsTheBodyAfterALargeHead)
 {
     ScriptedServer server;
-    server.add(answer("200 OK", "hello", QByteArray("X: 45678\r\n").repeated(9'900)));
+    server.add(answer("200 OK", "hello", QByteArray("X: 4567890123456789\r\n").repeated(4'700)));
     EXPECT_EQ(fetch(get(server.url(u"/"_s))), "hello");
 }
 

@@ -7,6 +7,7 @@
 
 #include <QCoroFuture>
 #include <QFile>
+#include <QFileInfo>
 #include <QPointer>
 #include <QSaveFile>
 #include <QSet>
@@ -36,9 +37,19 @@ QString textIn(const std::optional<PropertyListValue> &stored)
     return text != nullptr ? *text : QString();
 }
 
+/// Throws Error if the path leads to a pipe or a device, which would let the window wait for its other end.
+void expectFile(const QString &path)
+{
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        throw Error(u"dictionary"_s, 4, u"It is no ordinary file."_s);
+    }
+}
+
 /// Throws Error.
 QStringList linesOf(const QString &path)
 {
+    expectFile(path);
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         throw Error(u"dictionary"_s, 1, file.errorString());
@@ -55,6 +66,7 @@ QStringList linesOf(const QString &path)
 /// Throws Error.
 void save(const QString &text, const QString &path)
 {
+    expectFile(path);
     QSaveFile file(path);
     file.setDirectWriteFallback(true);
     const QByteArray bytes = text.toUtf8();

@@ -6,7 +6,10 @@
 #include "support/Suite.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
+
+#include <sys/stat.h>
 
 namespace kavrin::test
 {
@@ -99,6 +102,17 @@ TEST_F(DictionaryFilesTest, AnExportThatCannotBeDoneSaysWhy)
     m_chooser.path = m_folder.path();
     m_files.exportFile();
     EXPECT_TRUE(m_files.note().startsWith(u"Nothing was exported. "));
+}
+
+TEST_F(DictionaryFilesTest, APipeIsNotWaitedFor)
+{
+    put(u"one"_s);
+    ASSERT_EQ(mkfifo(qUtf8Printable(m_chooser.path), 0600), 0);
+    m_files.importFile();
+    EXPECT_EQ(m_files.note(), u"Nothing was imported. It is no ordinary file.");
+    m_files.exportFile();
+    EXPECT_EQ(m_files.note(), u"Nothing was exported. It is no ordinary file.");
+    EXPECT_FALSE(QFileInfo(m_chooser.path).isFile());
 }
 
 TEST_F(DictionaryFilesTest, NothingHappensWithoutAFile)

@@ -3,6 +3,7 @@
 
 #include "platform/Logging.h"
 
+#include <QFileInfo>
 #include <QSettings>
 
 namespace kavrin
@@ -28,10 +29,20 @@ int sideOf(const QSettings &file, QLatin1StringView name)
     return side > 0 && side <= largestSide ? side : 0;
 }
 
+/// Whether a file can be there. A pipe would let the application wait for its other end.
+bool canBeFile(const QString &path)
+{
+    const QFileInfo info(path);
+    return !info.exists() || info.isFile();
+}
+
 } // namespace
 
 WindowState WindowState::load(const QString &path)
 {
+    if (!canBeFile(path)) {
+        return {};
+    }
     const QSettings file(path, QSettings::IniFormat);
     return {.size = QSize(sideOf(file, widthKey), sideOf(file, heightKey)),
             .isMaximized = file.value(maximizedKey).toBool(),
@@ -41,6 +52,10 @@ WindowState WindowState::load(const QString &path)
 
 void WindowState::save(const QString &path) const
 {
+    if (!canBeFile(path)) {
+        qCInfo(Logging::application) << "How the window was is not kept, because this is no file:" << path;
+        return;
+    }
     QSettings file(path, QSettings::IniFormat);
     file.setValue(widthKey, size.width());
     file.setValue(heightKey, size.height());

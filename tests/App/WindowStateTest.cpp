@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace kavrin::test
 {
 
@@ -64,6 +66,15 @@ TEST_F(WindowStateTest, TakesFromADamagedFileOnlyWhatMakesSense)
         write(contents);
         EXPECT_EQ(WindowState::load(path), state) << contents.toStdString();
     }
+}
+
+TEST_F(WindowStateTest, IsNewWhereAPipeIsInPlaceOfTheFile)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    ASSERT_EQ(mkfifo(qUtf8Printable(path), 0600), 0);
+    EXPECT_EQ(WindowState::load(path), WindowState());
+    WindowState{.size = {1000, 700}, .page = u"layout"_s}.save(path);
+    EXPECT_EQ(WindowState::load(path), WindowState());
 }
 
 TEST_F(WindowStateTest, MakesDamageGoodWhenItIsKept)

@@ -20,6 +20,14 @@ Item {
     /// The user has changed the text, or a screen reader has.
     signal edited(string text)
 
+    // In this order, because a field that no longer scrolls is not painted anew for its beginning.
+    onEditingChanged: {
+        if (!editing) {
+            field.ensureVisible(0);
+        }
+        field.autoScroll = editing;
+    }
+
     width: parent.width
     implicitHeight: (label.visible ? label.height + box.titleSpacing : 0) + box.height + 2 * Theme.rowPadding
 
@@ -84,7 +92,7 @@ Item {
             y: (parent.height - height) / 2
             width: parent.width - 2 * box.inset - (end.visible ? end.width : 0)
             height: Math.ceil(contentHeight)
-            autoScroll: row.editing
+            autoScroll: false
             focus: true
             activeFocusOnTab: true
             clip: true

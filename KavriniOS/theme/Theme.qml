@@ -35,8 +35,9 @@ QtObject {
     /// Readable on the accent colour.
     readonly property color accentText: dark ? "#18181b" : "#ffffff"
 
-    /// What separates, and need not be seen.
-    readonly property color hairline: highContrast ? edge : dark ? "#34343b" : "#e3e3e9"
+    /// What separates, and need not be seen. It is not quite opaque, because the software renderer loses an opaque line
+    /// that lies between two rows of pixels once something below it changes.
+    readonly property color hairline: Qt.alpha(highContrast ? edge : dark ? "#34343b" : "#e3e3e9", 0.99)
     /// The outline of what can be operated, and what shows where it can be moved to.
     readonly property color edge: Contrast.legible(Qt.color(dark ? "#90909a" : "#74747e"), track, highContrast ? 5 : 3.6)
     readonly property int edgeWidth: highContrast ? 2 : 1

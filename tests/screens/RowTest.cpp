@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
 
+#include <QImage>
 #include <QtTest/QTest>
 
 #include <algorithm>
@@ -78,6 +79,19 @@ TEST_F(RowTest, TakesAClickOnItsFooter)
     EXPECT_TRUE(window().item(u"Title"_s)->property("hovered").toBool());
     window().click(window().item(u"Next"_s));
     EXPECT_EQ(stored(u"key"_s), PropertyListValue(true));
+}
+
+TEST_F(RowTest, LooksTheSameWhetherItWasChangedOrOpenedLikeThat)
+{
+    const auto picture = [this] { return window().view().grabWindow(); };
+    openPage(u"layout"_s);
+    const QImage before = picture();
+    Prefs::set(u"vGap"_s, 14);
+    page().changed();
+    const QImage changed = picture();
+    EXPECT_NE(changed, before);
+    openPage(u"layout"_s);
+    EXPECT_EQ(changed, picture());
 }
 
 TEST_F(RowTest, ShowsAScrollBarWhileThereIsMoreThanFits)

@@ -90,7 +90,7 @@ FocusScope {
             anchors.leftMargin: 12
             anchors.verticalCenter: parent.verticalCenter
             name: "magnifyingglass"
-            size: Math.round(16 * Theme.fontScale)
+            size: 16
             color: Theme.secondaryText
         }
         TextInput {

@@ -18,7 +18,7 @@ RowLayout {
     Symbol {
         Layout.alignment: Qt.AlignTop
         name: "exclamationmark.triangle.fill"
-        size: Math.round(Theme.footnoteSize * 1.3)
+        size: 17
         color: problem.color
     }
     Footnote {

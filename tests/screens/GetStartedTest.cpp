@@ -7,6 +7,9 @@
 #include "support/PhoneWays.h"
 #include "support/Suite.h"
 
+#include <QFont>
+#include <QGuiApplication>
+
 namespace kavrin::test
 {
 
@@ -46,6 +49,17 @@ protected:
     bool showsSoon(const QString &name)
     {
         return waitUntil([&] { return shows(name); });
+    }
+
+    /// Where the item is that has such a property.
+    QRectF placeOf(const char *property, QStringView part)
+    {
+        for (const QQuickItem *item : m_window->items()) {
+            if (item->property(property).toString().contains(part)) {
+                return item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+            }
+        }
+        return {};
     }
 
     static void dictateOnce() { put(Shared::d(), u"tStamp"_s, 1.0); }
@@ -176,6 +190,20 @@ TEST_F(GetStartedTest, ComesWhenOnlyTheKeyIsMissing)
     EXPECT_TRUE(showsSoon(toGetKey));
     EXPECT_TRUE(shows(chosen));
     EXPECT_TRUE(shows(tried));
+}
+
+TEST_F(GetStartedTest, ATickStandsBesideItsLineAlsoInLargeType)
+{
+    QFont font = QGuiApplication::font();
+    font.setPointSize(22);
+    QGuiApplication::setFont(font);
+    chooseService();
+    open(QSize(360, 1600));
+    ASSERT_TRUE(showsSoon(chosen));
+    const QRectF tick = placeOf("source", u"checkmark");
+    const QRectF title = placeOf("text", u"Speech becomes text");
+    EXPECT_GT(tick.height(), 0);
+    EXPECT_LE(tick.right(), title.left());
 }
 
 TEST_F(GetStartedTest, ADismissedCardDoesNotComeAgain)

@@ -75,6 +75,14 @@ protected:
         return {};
     }
 
+    static const QQuickItem *symbolIn(const QmlWindow &window, const QString &name)
+    {
+        const auto items = window.items();
+        return *std::ranges::find_if(items, [&name](const QQuickItem *item) {
+            return item->inherits("QQuickImage") && item->property("source").toString().contains(name);
+        });
+    }
+
 private:
     void collect(const QQuickItem *item, QStringList &clipped)
     {
@@ -187,17 +195,27 @@ TEST_F(LegibilityTest, PutsATitleAboveItsValueWhereBothDoNotFit)
 
 TEST_F(LegibilityTest, DrawsSymbolsAsLargeAsTheTextBesideThem)
 {
-    const auto symbolHeight = [this](int pointSize) {
-        openIn(pointSize, u"layout"_s);
-        const auto items = window().items();
-        const auto symbol = std::ranges::find_if(items, [](const QQuickItem *item) {
-            return item->inherits("QQuickImage")
-                && item->property("source").toString().contains(u"chevron.up");
-        });
-        return (*symbol)->height();
+    struct Case {
+        QString module;
+        QString type;
+        QString symbol;
+        QVariantMap properties;
     };
-    const double usual = symbolHeight(10);
-    EXPECT_GT(symbolHeight(22), 1.6 * usual);
+    const Case cases[] = {
+        {u"Kavrin.Theme"_s, u"PickerRow"_s, u"chevron.up"_s, {}},
+        {u"Kavrin.Theme"_s, u"Problem"_s, u"exclamationmark"_s, {{u"text"_s, u"It failed."_s}}},
+        {u"Kavrin.Screens"_s, u"SearchView"_s, u"magnifyingglass"_s, {}},
+    };
+    for (const Case &c : cases) {
+        const auto symbolHeight = [&c](int pointSize) {
+            setPointSize(pointSize);
+            return symbolIn(QmlWindow(c.module, c.type, c.properties), c.symbol)->height();
+        };
+        const double usual = symbolHeight(10);
+        const double large = symbolHeight(22);
+        EXPECT_GT(large, 1.6 * usual) << qPrintable(c.type);
+        EXPECT_LT(large, 2.5 * usual) << qPrintable(c.type);
+    }
 }
 
 TEST_F(LegibilityTest, HasAGlyphForEveryCharacterOfTheCatalogue)

@@ -24,18 +24,18 @@ CardRow {
         Item {
             id: mark
 
-            readonly property int size: Theme.symbolSize + 6
-
             Layout.alignment: Qt.AlignTop
             Layout.topMargin: Theme.rowPadding
-            implicitWidth: size
-            implicitHeight: size
+            implicitWidth: tick.extent
+            implicitHeight: tick.extent
 
             Symbol {
+                id: tick
+
                 anchors.centerIn: parent
                 visible: line.step.done
                 name: "checkmark.circle.fill"
-                size: mark.size
+                size: 26
                 color: Theme.good
             }
             Rectangle {

@@ -25,6 +25,8 @@ TitledPage {
             height: editor.height
             radius: Theme.radius
             color: Theme.card
+            border.width: Theme.edgeWidth
+            border.color: Theme.edge
 
             Repeater {
                 model: view.dictionary.marks

@@ -236,6 +236,20 @@ TEST_F(ContrastTest, EveryControlHasAnEdge)
     }
 }
 
+TEST_F(ContrastTest, TheDictionaryHasAnEdge)
+{
+    openPanes(QSize(400, 720), {{u"initialPage"_s, u"dictionary"_s}});
+    const QAccessibleInterface *editor = window().find(u"Dictionary"_s, QAccessible::EditableText);
+    const auto *item = qobject_cast<QQuickItem *>(editor->object());
+    const QPointF edge = item->mapToScene(QPointF(0, item->height() / 2));
+    for (const Wish &each : wishes()) {
+        SCOPED_TRACE(toText(each));
+        wish(each);
+        EXPECT_GE(strongestContrast(grab(), edge - QPointF(4, 0), edge + QPointF(2, 0)),
+                  each.highContrast ? 4.5 : 3);
+    }
+}
+
 } // namespace
 
 } // namespace kavrin::test

@@ -88,6 +88,8 @@ Column {
         height: lines.height
         radius: Theme.radius
         color: Theme.card
+        border.width: Theme.highContrast ? 1 : 0
+        border.color: Theme.edge
 
         Column {
             id: lines

@@ -80,14 +80,9 @@ FocusScope {
     /// it.
     function focusCurrent() {
         const page = stack.currentItem;
-        page?.forceActiveFocus();
-        if (!keyboardInUse) {
-            return;
-        }
-        if (focusedItem === page) {
+        page?.forceActiveFocus(keyboardInUse ? Qt.TabFocusReason : Qt.OtherFocusReason);
+        if (keyboardInUse && focusedItem === page) {
             page.nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
-        } else if (focusedItem?.visualFocus === false) {
-            focusedItem.focusReason = Qt.TabFocusReason;
         }
     }
 

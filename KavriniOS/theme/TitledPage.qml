@@ -36,6 +36,14 @@ FocusScope {
         }
     }
 
+    // Qt would give the focus to the first control of the window, not of the page.
+    Keys.onTabPressed: event => {
+        event.accepted = focusedItem === page;
+        if (event.accepted) {
+            nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
+        }
+    }
+
     // Controls take the keys that they know; the page gets the others.
     Keys.onPressed: event => {
         const height = scrollOf(event);

@@ -126,6 +126,27 @@ TEST_F(SettingsPanesTest, EscapeAndF6LeadFromThePageToTheListInAWideWindow)
     EXPECT_EQ(window().view().activeFocusItem(), window().item(u"Glide typing"_s));
 }
 
+TEST_F(SettingsPanesTest, TabLeadsIntoThePageWhereNoControlHasTheFocus)
+{
+    for (const QSize &size : {narrow, wide}) {
+        openPanes(size, {{u"initialPage"_s, u"feedback"_s}});
+        window().press(Qt::Key_Tab);
+        EXPECT_EQ(window().view().activeFocusItem(), window().item(u"Haptics on key press"_s))
+            << size.width();
+    }
+}
+
+TEST_F(SettingsPanesTest, TheControlShowsItsFocusAgainWhenTheKeyboardComesBackToIt)
+{
+    openPanes(wide, {{u"initialPage"_s, u"gestures"_s}});
+    window().press(Qt::Key_Tab);
+    window().press(Qt::Key_Tab);
+    window().press(Qt::Key_F, Qt::ControlModifier);
+    window().press(Qt::Key_Escape);
+    EXPECT_EQ(window().view().activeFocusItem(), window().item(u"Glide start distance"_s));
+    EXPECT_TRUE(window().view().activeFocusItem()->property("visualFocus").toBool());
+}
+
 class PageScrollTest : public Screens
 {
 protected:

@@ -52,6 +52,7 @@ TitledPage {
                 { keys: "Tab", what: "Go to the next control" },
                 { keys: "Escape, Alt+Left", what: "Go back" },
                 { keys: "F6", what: "Go to the list of pages, and back to the page" },
+                { keys: "Up, Down", what: "Walk through the list of pages" },
                 { keys: "Page Up, Page Down", what: "Scroll by a page" },
                 { keys: "Home, End", what: "Scroll to the top or the end" },
                 { keys: "Ctrl+W", what: "Close the window" },

@@ -19,11 +19,23 @@ Column {
     width: parent.width
     spacing: 26
 
+    Keys.onUpPressed: focusNext(-1)
+    Keys.onDownPressed: focusNext(1)
+
     /// Gives the link of the page beside the list the focus.
     function focusCurrent() {
-        for (const links of [startLink, pageLinks, dictionaryLink]) {
-            links.focusCurrent();
-        }
+        shownLinks().find(link => link.current)?.forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    /// Gives the focus to a link that is this many further down, if there is one.
+    function focusNext(distance: int) {
+        const links = shownLinks();
+        links[links.findIndex(link => link.activeFocus) + distance]?.forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    function shownLinks(): var {
+        return [startLink, pageLinks, dictionaryLink].filter(card => card.visible)
+               .reduce((links, card) => links.concat(card.links()), []);
     }
 
     component PageLinks: Card {
@@ -31,13 +43,8 @@ Column {
 
         property alias pages: repeater.model
 
-        function focusCurrent() {
-            for (let index = 0; index < repeater.count; ++index) {
-                const link = repeater.itemAt(index).link;
-                if (link.current) {
-                    link.forceActiveFocus(Qt.TabFocusReason);
-                }
-            }
+        function links(): var {
+            return Array.from({ length: repeater.count }, (nothing, index) => repeater.itemAt(index).link);
         }
 
         Repeater {

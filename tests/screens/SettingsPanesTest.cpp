@@ -147,6 +147,31 @@ TEST_F(SettingsPanesTest, TheControlShowsItsFocusAgainWhenTheKeyboardComesBackTo
     EXPECT_TRUE(window().view().activeFocusItem()->property("visualFocus").toBool());
 }
 
+TEST_F(SettingsPanesTest, UpAndDownWalkThroughTheListOfPages)
+{
+    struct Step {
+        QSize size;
+        QString from;
+        Qt::Key key;
+        QString to;
+    };
+    const Step steps[] = {
+        {wide, u"Start"_s, Qt::Key_Up, u"Start"_s},
+        {wide, u"Start"_s, Qt::Key_Down, u"Layout"_s},
+        {wide, u"Layout"_s, Qt::Key_Down, u"Look & feel"_s},
+        {wide, u"Layout"_s, Qt::Key_Up, u"Start"_s},
+        {wide, u"Personal dictionary & shortcuts"_s, Qt::Key_Down, u"Personal dictionary & shortcuts"_s},
+        {narrow, u"Layout"_s, Qt::Key_Up, u"Layout"_s},
+        {narrow, u"Layout"_s, Qt::Key_Down, u"Look & feel"_s},
+    };
+    for (const Step &step : steps) {
+        openPanes(step.size);
+        window().item(step.from)->forceActiveFocus();
+        window().press(step.key);
+        EXPECT_EQ(window().view().activeFocusItem(), window().item(step.to)) << qPrintable(step.from);
+    }
+}
+
 class PageScrollTest : public Screens
 {
 protected:

@@ -2,7 +2,7 @@
 import QtQuick
 import Kavrin.Theme
 
-/// The keys of the window, and where more is written.
+/// The keys of the window, where more is written, and the version.
 TitledPage {
     id: view
 
@@ -68,7 +68,8 @@ TitledPage {
             model: [
                 { keys: "man kavrin", what: "What Kavrin does" },
                 { keys: "man kavrinctl", what: "Settings and dictation from a terminal" },
-                { keys: "kavrinctl doctor", what: "What works, and what to do if something does not" }
+                { keys: "kavrinctl doctor", what: "What works, and what to do if something does not" },
+                { keys: Qt.application.version, what: "Version of Kavrin" }
             ]
             Line { }
         }

@@ -3,7 +3,7 @@ import QtQuick
 import Kavrin.Screens
 import Kavrin.Theme
 
-/// Links to every page, and to the dictionary. They lead away, or choose what stands beside the list.
+/// Links to every page, to the dictionary and to the help. They lead away, or choose what stands beside the list.
 Column {
     id: list
 
@@ -34,7 +34,7 @@ Column {
     }
 
     function shownLinks(): var {
-        return [startLink, pageLinks, dictionaryLink].filter(card => card.visible)
+        return [startLink, pageLinks, dictionaryLink, helpLink].filter(card => card.visible)
                .reduce((links, card) => links.concat(card.links()), []);
     }
 
@@ -86,5 +86,10 @@ Column {
         id: dictionaryLink
 
         pages: [{ id: "dictionary", title: "Personal dictionary & shortcuts", icon: "character.book.closed" }]
+    }
+    PageLinks {
+        id: helpLink
+
+        pages: [{ id: "help", title: "Help", icon: "questionmark.circle" }]
     }
 }

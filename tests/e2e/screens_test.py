@@ -124,7 +124,7 @@ class Pages(Screens):
                       "these settings by itself."),
             ("text", "Try the keyboard here"),
             *(("push button", page["title"]) for page in catalogue),
-            ("push button", "Personal dictionary & shortcuts")])
+            ("push button", "Personal dictionary & shortcuts"), ("push button", "Help")])
 
     def test_every_page_is_read_out_with_all_that_it_has(self):
         self.open()

@@ -94,6 +94,12 @@ class Keys(WindowCase):
         self.window.wait_for_page("Help")
         self.window.find("Ctrl+W: Close the window", "label")
 
+    def test_the_help_says_which_version_it_is(self):
+        version = self.session.run(self.session.bin / "kavrin", "--version").stdout.split()[-1]
+        self.open()
+        self.window.open_page("Help")
+        self.window.find(version + ": Version of Kavrin", "label")
+
 
 class Search(WindowCase):
     def test_return_shows_the_row_that_was_found(self):

@@ -185,7 +185,12 @@ TEST_F(PaintedTest, TheFirstScreenShowsHowToBeginAndTheWayToEveryPage)
     for (const Prefs::Page &page : Prefs::pages()) {
         expected += {u"(%1)"_s.arg(page.icon), page.title, u"(chevron.right)"_s};
     }
-    expected += {u"(character.book.closed)"_s, u"Personal dictionary & shortcuts"_s, u"(chevron.right)"_s,
+    expected += {u"(character.book.closed)"_s,
+                 u"Personal dictionary & shortcuts"_s,
+                 u"(chevron.right)"_s,
+                 u"(questionmark.circle)"_s,
+                 u"Help"_s,
+                 u"(chevron.right)"_s,
                  u"(magnifyingglass)"_s};
     EXPECT_EQ(shown(), expected);
 }

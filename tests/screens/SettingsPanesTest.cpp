@@ -160,7 +160,7 @@ TEST_F(SettingsPanesTest, UpAndDownWalkThroughTheListOfPages)
         {wide, u"Start"_s, Qt::Key_Down, u"Layout"_s},
         {wide, u"Layout"_s, Qt::Key_Down, u"Look & feel"_s},
         {wide, u"Layout"_s, Qt::Key_Up, u"Start"_s},
-        {wide, u"Personal dictionary & shortcuts"_s, Qt::Key_Down, u"Personal dictionary & shortcuts"_s},
+        {wide, u"Help"_s, Qt::Key_Down, u"Help"_s},
         {narrow, u"Layout"_s, Qt::Key_Up, u"Layout"_s},
         {narrow, u"Layout"_s, Qt::Key_Down, u"Look & feel"_s},
     };

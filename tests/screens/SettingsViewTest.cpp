@@ -9,7 +9,7 @@ namespace
 
 using SettingsViewTest = Screens;
 
-TEST_F(SettingsViewTest, ListsSetupThenEveryPageThenTheDictionary)
+TEST_F(SettingsViewTest, ListsSetupThenEveryPageThenTheDictionaryAndTheHelp)
 {
     openSettings();
     QStringList expected = {
@@ -19,17 +19,18 @@ TEST_F(SettingsViewTest, ListsSetupThenEveryPageThenTheDictionary)
     for (const Prefs::Page &page : Prefs::pages()) {
         expected.append(page.title);
     }
-    expected += {u"Personal dictionary & shortcuts"_s, u"Search"_s};
+    expected += {u"Personal dictionary & shortcuts"_s, u"Help"_s, u"Search"_s};
     EXPECT_EQ(window().names(), expected);
 }
 
-TEST_F(SettingsViewTest, OpensEveryPageAndTheDictionary)
+TEST_F(SettingsViewTest, OpensEveryPageTheDictionaryAndTheHelp)
 {
     openSettings();
     QStringList titles;
     for (const Prefs::Page &page : Prefs::pages()) {
         titles.append(page.title);
     }
+    titles.append(u"Help"_s);
     for (const QString &row : titles + QStringList{u"Personal dictionary & shortcuts"_s}) {
         openSettings();
         window().click(row);

@@ -39,6 +39,7 @@ QStringList names()
         u"eye.slash"_s,
         u"line.3.horizontal"_s,
         u"mic.fill"_s,
+        u"questionmark.circle"_s,
         u"return"_s,
         u"shift"_s,
         u"xmark.circle.fill"_s,

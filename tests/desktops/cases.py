@@ -101,8 +101,7 @@ def take_permission_away(desk):
     """What the desktop has stored is forgotten, and its part of the portal ends with its sessions."""
     for permission in desk.bus.call(*PERMISSIONS, "List", "(s)", "remote-desktop")[0]:
         desk.bus.call(*PERMISSIONS, "Delete", "(ss)", "remote-desktop", permission)
-    bus = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
-    os.kill(desk.bus.call(*bus, "GetConnectionUnixProcessID", "(s)", desk.session.PORTAL)[0], signal.SIGKILL)
+    os.kill(desk.bus.process_of(desk.session.PORTAL), signal.SIGKILL)
     wait_until(lambda: not desk.bus.has(desk.session.PORTAL), "the portal has ended")
     wait_until(lambda: has_keyboards(desk), "the portal is there again")
 

@@ -46,8 +46,14 @@ class DesktopSession(PrivateSession):
                        stderr=subprocess.STDOUT)
         wait_until((pathlib.Path(self.env["XDG_RUNTIME_DIR"]) / SOCKET).exists, "the desktop has begun", limit=60)
         self._finish_start()
-        # One that the desktop asked for something before it was ready offers nothing of the desktop's.
-        self.start("/usr/libexec/xdg-desktop-portal", "--replace", stderr=subprocess.DEVNULL)
+        self._start_portal()
+
+    def _start_portal(self):
+        """One that the desktop asked for something before it was ready offers nothing of the desktop's. Waits until
+        the new one has taken its place: questions to the old one get no answer."""
+        portal = self.start("/usr/libexec/xdg-desktop-portal", "--replace", stderr=subprocess.DEVNULL)
+        bus = Bus(self)
+        wait_until(lambda: bus.process_of("org.freedesktop.portal.Desktop") == portal.pid, "the portal has begun")
 
     def _start_system_bus(self):
         """With a login manager, without which GNOME ends at once."""
@@ -77,7 +83,7 @@ class Gnome(DesktopSession):
         self.run("gdbus", "wait", "--session", "--timeout", "60", "org.gnome.Mutter.RemoteDesktop")
         self.hands = GnomeHands(self)
         wait_until(self._is_overview, "GNOME shows its overview, in which it begins", limit=60)
-        wait_until(self._leave_overview, "GNOME leaves its overview", limit=60, interval=1)
+        wait_until(self._leaves_overview, "GNOME leaves its overview", limit=60, interval=2)
 
     def lock(self):
         """GNOME locks only what its display manager has started. So the login manager says that it is locked."""
@@ -89,9 +95,13 @@ class Gnome(DesktopSession):
     def _is_overview(self):
         return Bus(self).get("org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell", "OverviewActive")
 
-    def _leave_overview(self):
-        self.hands.tap("escape")
-        return not self._is_overview()
+    def _leaves_overview(self):
+        """GNOME heeds this key only when it has begun. Escape would end the animation of its beginning, and with it
+        every shortcut until the next login."""
+        is_left = not self._is_overview()
+        if not is_left:
+            self.hands.tap("super")
+        return is_left
 
 
 class Plasma(DesktopSession):

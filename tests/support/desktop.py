@@ -36,6 +36,14 @@ class Bus:
     def has(self, service):
         return self.call("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "NameHasOwner", "(s)", service)[0]
 
+    def process_of(self, service):
+        """The number of the process that has this name, 0 where none has."""
+        bus = ("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus")
+        try:
+            return self.call(*bus, "GetConnectionUnixProcessID", "(s)", service)[0]
+        except self.errors:
+            return 0
+
     def act(self, action, *texts):
         """Asks the application for an action, as a launcher does."""
         values = [self._glib.Variant("s", text) for text in texts]

@@ -57,10 +57,10 @@ QCoro::Task<PortalRequest::Answer> PortalRequest::ask(QDBusConnection bus, QDBus
 }
 
 PortalRequest::PortalRequest(const QDBusConnection &bus)
-    : m_bus(bus), m_portal(service(), bus, QDBusServiceWatcher::WatchForUnregistration)
+    : m_bus(bus), m_portal(service(), bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
     m_answer.start();
-    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, [this] { finish({granted, {}}); });
+    connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, &PortalRequest::onPortalChanged);
     listen(expectedPath());
 }
 
@@ -99,6 +99,14 @@ void PortalRequest::close()
 void PortalRequest::response(uint result, const QVariantMap &details)
 {
     finish({result, details});
+}
+
+/// Another portal may have taken the place of the one that was asked.
+void PortalRequest::onPortalChanged(const QString & /*name*/, const QString &previous)
+{
+    if (!previous.isEmpty()) {
+        finish({granted, {}});
+    }
 }
 
 /// The first answer counts.

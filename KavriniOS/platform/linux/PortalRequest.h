@@ -49,8 +49,9 @@ public:
     static QString newToken();
 
     /// Asks by the call of a method whose last argument is `options`, and resumes with the answer. A request
-    /// to stop `withdrawn` takes the question back: the result is `ended`. If the portal vanishes, the result
-    /// is `granted`, without details. Throws Error where the portal does not take the question.
+    /// to stop `withdrawn` takes the question back: the result is `ended`. If the portal vanishes, or another
+    /// one takes its place, the result is `granted`, without details. Throws Error where the portal does not
+    /// take the question.
     static QCoro::Task<Answer> ask(QDBusConnection bus, QDBusMessage question, QVariantMap options,
                                    std::stop_token withdrawn);
 
@@ -61,6 +62,7 @@ private:
     void listen(const QString &path);
     void follow(const QString &actualPath);
     void close();
+    void onPortalChanged(const QString &name, const QString &previous);
     void finish(const Answer &answer);
     Q_SLOT void response(uint result, const QVariantMap &details);
 

@@ -19,6 +19,9 @@ namespace
 
 const QString sessionInterface = u"org.freedesktop.portal.Session"_s;
 
+/// Dialogs for files and the like, beside a part of the desktop's own. It has no sessions.
+const QString partWithDialogs = u"org.freedesktop.impl.portal.desktop.gtk"_s;
+
 Error failure(const QString &reason)
 {
     return {u"portal"_s, 2, u"The desktop's portal fails: %1"_s.arg(reason)};
@@ -28,10 +31,10 @@ Error failure(const QString &reason)
 
 PortalSession::PortalSession(QDBusConnection bus, QString interface)
     : m_bus(std::move(bus)), m_interface(std::move(interface)),
-      m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForUnregistration)
+      m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
     m_portal.addWatchedService(PortalRequest::parts());
-    connect(&m_portal, &QDBusServiceWatcher::serviceUnregistered, this, &PortalSession::setClosed);
+    connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, &PortalSession::onPortalChanged);
 }
 
 PortalSession::~PortalSession()
@@ -42,8 +45,10 @@ PortalSession::~PortalSession()
 void PortalSession::close()
 {
     if (isOpen()) {
-        m_bus.send(
-            QDBusMessage::createMethodCall(PortalRequest::service(), m_handle, sessionInterface, u"Close"_s));
+        QDBusMessage message =
+            QDBusMessage::createMethodCall(PortalRequest::service(), m_handle, sessionInterface, u"Close"_s);
+        message.setAutoStartService(false);
+        m_bus.send(message);
         m_handle.clear();
     }
 }
@@ -101,13 +106,18 @@ QCoro::Task<> PortalSession::call(QString method, QVariantList arguments)
 
 void PortalSession::onClosed(const QVariantMap & /*details*/)
 {
-    setClosed();
-}
-
-void PortalSession::setClosed()
-{
     if (isOpen()) {
         m_handle.clear();
+        Q_EMIT closed();
+    }
+}
+
+/// Which part the session belongs to is not known. Where it was another one, the portal still has the
+/// session.
+void PortalSession::onPortalChanged(const QString &name, const QString &previous)
+{
+    if (isOpen() && !previous.isEmpty() && name != partWithDialogs) {
+        close();
         Q_EMIT closed();
     }
 }

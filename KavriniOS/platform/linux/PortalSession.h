@@ -45,7 +45,7 @@ private:
     QCoro::Task<> introduce(QString application);
     [[nodiscard]] QDBusMessage message(const QString &method) const;
     void close();
-    void setClosed();
+    void onPortalChanged(const QString &name, const QString &previous);
     Q_SLOT void onClosed(const QVariantMap &details);
 
     QDBusConnection m_bus;

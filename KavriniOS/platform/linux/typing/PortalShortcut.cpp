@@ -101,7 +101,7 @@ QString noKeys(const QString &reason)
 
 PortalShortcut::PortalShortcut(QDBusConnection bus, std::chrono::milliseconds quickestUser)
     : m_bus(std::move(bus)), m_quickestUser(quickestUser),
-      m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForRegistration)
+      m_portal(PortalRequest::service(), m_bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
     qDBusRegisterMetaType<PortalShortcutEntry>();
     qDBusRegisterMetaType<Entries>();
@@ -111,16 +111,25 @@ PortalShortcut::PortalShortcut(QDBusConnection bus, std::chrono::milliseconds qu
     m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Deactivated"_s, this,
                   SLOT(onDeactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     m_portal.addWatchedService(PortalRequest::parts());
-    connect(&m_portal, &QDBusServiceWatcher::serviceRegistered, this, &PortalShortcut::bindOnce);
-    bindOnce();
+    connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, &PortalShortcut::onPortalChanged);
+    bind(); // makes the portal come, if it is not there
 }
 
-/// The first question makes the portal come, if it is not there.
-void PortalShortcut::bindOnce()
+void PortalShortcut::onPortalChanged(const QString & /*name*/, const QString & /*previous*/,
+                                     const QString &next)
 {
-    if (!m_isBinding) {
+    if (next.isEmpty()) {
+        return;
+    }
+    m_isPortalNew = true;
+    if (!m_isBinding && !hasSession()) {
         bind();
     }
+}
+
+bool PortalShortcut::hasSession() const
+{
+    return m_session && m_session->isOpen();
 }
 
 QCoro::Task<QString> PortalShortcut::askAgain()
@@ -134,10 +143,27 @@ QCoro::Task<QString> PortalShortcut::askAgain()
     co_return self ? m_name : QString();
 }
 
+/// Once more where the portal that was asked has made room for another one.
 QCoro::Task<> PortalShortcut::bind()
 {
-    m_isBinding = true;
     const QPointer<PortalShortcut> self = this;
+    m_isBinding = true;
+    do {
+        m_isPortalNew = false;
+        const QCoro::Task<> trying = bindOnce();
+        co_await trying;
+    } while (self && m_isPortalNew && !hasSession());
+    if (self) {
+        m_isBinding = false;
+    }
+}
+
+QCoro::Task<> PortalShortcut::bindOnce()
+{
+    const QPointer<PortalShortcut> self = this;
+    // GNOME gives keys that an older session still has to nobody, and does not say so.
+    m_session = nullptr;
+    setReleased();
     m_name = u"The desktop has not answered yet. Perhaps it asks you for the keys."_s;
     const auto session = std::make_shared<PortalSession>(m_bus, interface);
     QString name;
@@ -148,16 +174,21 @@ QCoro::Task<> PortalShortcut::bind()
         name = noKeys(error.localizedDescription);
     }
     if (self) {
-        m_isBinding = false;
         m_name = name;
         m_session = session;
-        connect(session.get(), &PortalSession::closed, this, &PortalShortcut::setReleased);
+        connect(session.get(), &PortalSession::closed, this, &PortalShortcut::onClosed);
     }
+}
+
+void PortalShortcut::onClosed()
+{
+    m_name = noKeys(u"Its portal has taken it back."_s);
+    setReleased();
 }
 
 bool PortalShortcut::isOurs(const QDBusObjectPath &session, const QString &shortcut) const
 {
-    return m_session && m_session->isOpen() && session.path() == m_session->handle() && shortcut == id;
+    return hasSession() && session.path() == m_session->handle() && shortcut == id;
 }
 
 /// Comes again and again while the keys are held.

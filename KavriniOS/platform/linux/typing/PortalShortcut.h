@@ -36,7 +36,8 @@ public:
     /// A refusal that comes sooner is not the user's: the desktop has not asked them.
     static constexpr std::chrono::milliseconds quickestUser{500};
 
-    /// Asks the portal for the shortcut, and does not wait for the user. Asks again whenever a portal comes.
+    /// Asks the portal for the shortcut, and does not wait for the user. Asks again
+    /// when the portal or a part of it comes, unless it has the keys.
     explicit PortalShortcut(QDBusConnection bus = QDBusConnection::sessionBus(),
                             std::chrono::milliseconds quickestUser = PortalShortcut::quickestUser);
 
@@ -46,9 +47,12 @@ public:
     QCoro::Task<QString> askAgain();
 
 private:
-    void bindOnce();
     QCoro::Task<> bind();
+    QCoro::Task<> bindOnce();
+    void onPortalChanged(const QString &name, const QString &previous, const QString &next);
+    void onClosed();
     void setReleased();
+    [[nodiscard]] bool hasSession() const;
     [[nodiscard]] bool isOurs(const QDBusObjectPath &session, const QString &shortcut) const;
     Q_SLOT void onActivated(const QDBusObjectPath &session, const QString &shortcut, qulonglong time,
                             const QVariantMap &options);
@@ -61,6 +65,7 @@ private:
     std::shared_ptr<PortalSession> m_session; ///< null before the desktop has given the keys
     QString m_name;
     bool m_isBinding = false;
+    bool m_isPortalNew = false; ///< a part of the portal has come since it was asked
     bool m_isDown = false;
 };
 

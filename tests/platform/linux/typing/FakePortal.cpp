@@ -2,6 +2,7 @@
 #include "FakePortal.h"
 
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -40,7 +41,8 @@ QVariantMap optionsOf(const QDBusMessage &call)
 FakePortal::FakePortal(QDBusConnection bus) : m_bus(std::move(bus))
 {
     m_bus.registerVirtualObject(root, this, QDBusConnection::SubPath);
-    m_bus.registerService(service);
+    m_bus.interface()->registerService(service, QDBusConnectionInterface::ReplaceExistingService,
+                                       QDBusConnectionInterface::AllowReplacement);
 }
 
 FakePortal::~FakePortal()

@@ -25,6 +25,7 @@ public:
         QVariantMap details;
     };
 
+    /// Takes the place of the one that another connection has.
     explicit FakePortal(QDBusConnection bus);
     ~FakePortal() override;
 

@@ -28,6 +28,15 @@ FakePortal::Answer listing(const QString &id, const QString &keys, uint result =
     return {result, {{u"shortcuts"_s, QVariant::fromValue(entries)}}};
 }
 
+/// The calls of one that has the keys and asks anew. GNOME gives keys that an open session has to no other
+/// one.
+const QStringList closedAndAsked = {u"Close"_s, u"Register"_s, u"CreateSession"_s, u"ListShortcuts"_s};
+
+QDBusConnection anotherConnection()
+{
+    return QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), u"another"_s);
+}
+
 class PortalShortcutTest : public testing::Test
 {
 protected:
@@ -35,7 +44,7 @@ protected:
     std::unique_ptr<PortalShortcut>
     shortcut(std::chrono::milliseconds quickestUser = PortalShortcut::quickestUser)
     {
-        auto made = std::make_unique<PortalShortcut>(m_bus.connection(), quickestUser);
+        auto made = std::make_unique<PortalShortcut>(QDBusConnection::sessionBus(), quickestUser);
         EXPECT_TRUE(waitUntil([&] { return !made->name().contains(u"not answered"); }));
         QObject::connect(made.get(), &Shortcut::pressed, made.get(), [this] { m_heard += u'p'; });
         QObject::connect(made.get(), &Shortcut::released, made.get(), [this] { m_heard += u'r'; });
@@ -159,13 +168,70 @@ TEST_F(PortalShortcutTest, IsBoundAgainWhenThePortalComesBack)
 
 TEST_F(PortalShortcutTest, IsBoundAgainWhenTheDesktopsPartOfThePortalComesBack)
 {
+    const QString part = u"org.freedesktop.impl.portal.desktop.fake"_s;
+    QDBusConnection bus = m_bus.connection();
+    bus.registerService(part);
     m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
     const auto made = shortcut();
-    m_bus.connection().registerService(u"org.freedesktop.impl.portal.desktop.fake"_s);
+    const qsizetype before = m_portal.calls().size();
+    bus.unregisterService(part);
+    bus.registerService(part);
     EXPECT_TRUE(waitUntil([&] { return m_portal.calls().count(u"ListShortcuts"_s) == 2; }));
+    EXPECT_EQ(m_portal.calls().mid(before), closedAndAsked);
     EXPECT_TRUE(waitUntil([&] { return made->name() == u"D"; }));
     m_portal.sendShortcut(u"Activated"_s);
     EXPECT_TRUE(waitUntil([&] { return m_heard == u"p"; }));
+}
+
+TEST_F(PortalShortcutTest, IsBoundAgainWhenAnotherPortalTakesThePlaceOfTheOneThatAsks)
+{
+    m_portal.answers = {{u"BindShortcuts"_s, std::nullopt}};
+    const PortalShortcut made;
+    ASSERT_TRUE(waitUntil([&] { return timesBound() == 1; }));
+    FakePortal next(anotherConnection());
+    next.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    EXPECT_TRUE(waitUntil([&] { return made.name() == u"D"; }));
+}
+
+TEST_F(PortalShortcutTest, IsBoundAgainWhenAnotherPortalTakesThePlaceOfTheOneThatHasBoundIt)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    const auto made = shortcut();
+    FakePortal next(anotherConnection());
+    next.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"E"_s)}};
+    EXPECT_TRUE(waitUntil([&] { return made->name() == u"E"; }));
+    next.sendShortcut(u"Activated"_s);
+    EXPECT_TRUE(waitUntil([&] { return m_heard == u"p"; }));
+}
+
+TEST_F(PortalShortcutTest, GivesItsKeysBackBeforeItAsksForThemAgain)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    const auto made = shortcut();
+    const qsizetype before = m_portal.calls().size();
+    EXPECT_EQ(await(made->askAgain()), u"D");
+    EXPECT_EQ(m_portal.calls().mid(before), closedAndAsked);
+}
+
+TEST_F(PortalShortcutTest, StaysWhenAPartOfThePortalBeginsOrOneForDialogsEnds)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    const auto made = shortcut();
+    const QString dialogs = u"org.freedesktop.impl.portal.desktop.gtk"_s;
+    QDBusConnection bus = m_bus.connection();
+    bus.registerService(dialogs);
+    bus.unregisterService(dialogs);
+    m_portal.sendShortcut(u"Activated"_s);
+    EXPECT_TRUE(waitUntil([&] { return m_heard == u"p"; }));
+    EXPECT_EQ(m_portal.calls().count(u"CreateSession"_s), 1);
+}
+
+TEST_F(PortalShortcutTest, SaysSoWhenTheDesktopTakesItAway)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    const auto made = shortcut();
+    m_portal.closeSession();
+    EXPECT_TRUE(waitUntil([&] { return made->name().contains(u"Its portal has taken it back."); }));
 }
 
 TEST_F(PortalShortcutTest, SaysWhatToDoWhereThereIsNoPortal)

@@ -26,16 +26,16 @@ SCALE = 2
 
 @dataclasses.dataclass(frozen=True)
 class Look:
-    """What a desktop wants, in the numbers of org.freedesktop.appearance, and how many pixels an inch of text has."""
+    """What a desktop wants, in the numbers of org.freedesktop.appearance and in points."""
     colour_scheme: int = 2
     contrast: int = 0
-    font_dpi: int = 96
+    font_size: int = 0  # Qt's own, if 0
     pages: tuple = ()  # all, if empty
 
 
 LOOKS = {"light": Look(), "dark": Look(colour_scheme=1),
          "contrast": Look(contrast=1, pages=("layout", "dictation")),
-         "large": Look(font_dpi=192, pages=("layout", "dictation"))}
+         "large": Look(font_size=18, pages=("layout", "dictation"))}
 # 256 colours are enough for these pictures, and make them half as large.
 PALETTE = ("split[picture][colours];[colours]palettegen=reserve_transparent=0:stats_mode=single[palette];"
            "[picture][palette]paletteuse=dither=none:new=1")
@@ -54,7 +54,8 @@ class Screens(WindowSession):
     def __enter__(self):
         super().__enter__()
         self.env["QT_SCALE_FACTOR"] = str(SCALE)
-        self.env["QT_FONT_DPI"] = str(self._look.font_dpi)
+        if self._look.font_size > 0:
+            self._choose_font(self._look.font_size)
         self.start("/usr/bin/python3", "-m", "dbusmock", "--session", *PORTAL)
         answer = (f'ret = {{"org.freedesktop.appearance": {{"color-scheme": dbus.UInt32({self._look.colour_scheme}), '
                   f'"contrast": dbus.UInt32({self._look.contrast})}}}}')
@@ -63,6 +64,12 @@ class Screens(WindowSession):
         wait_until(lambda: self.run(*call, check=False).returncode == 0, "the settings portal")
         self.ctl("defaults", "write", "userDict", "--string", DICTIONARY)
         return self
+
+    def _choose_font(self, size):
+        """Plasma's fonts are the ones that Qt itself reads."""
+        self.env |= {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "5"}
+        settings = pathlib.Path(self.env["XDG_CONFIG_HOME"], "kdeglobals")
+        settings.write_text(f"[General]\nfont=Sans,{size},-1,5,50,0,0,0,0,0\n", encoding="utf-8")
 
     def photograph(self, process, path):
         """Writes a picture of the window as it is now."""

@@ -341,6 +341,17 @@ class Waiting(Commands):
         self.assertEqual(self.refused("dictate", "wait"), 'kavrinctl: Error: ["bad •••"]')
         self.assertIn("No transcript has come", self.refused("dictate", "wait", "--timeout", "0"))
 
+    def test_a_failure_hides_the_text_of_the_dictation_before(self):
+        self.suite.set("transcript", "string", "of before")
+        self.suite.set("tStamp", "double", time.time() - 5)
+        service = self.enterContext(HangingService(b'["no"]', status=401))
+        service.release.set()
+        self.use(service)
+        self.dictate()
+        self.suite.wait_for("dictationState", "idle")
+        self.assertIn("Error: ", self.refused("dictate", "wait"))
+        self.assertIn("No transcript has come", self.refused("dictate", "wait", "--timeout", "0"))
+
     def test_a_failure_that_is_waited_for(self):
         service = self.enterContext(HangingService())
         self.use(service)

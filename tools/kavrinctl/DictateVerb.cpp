@@ -112,10 +112,25 @@ bool isFresh(double time)
     return std::abs(Date::now().secondsSince1970 - time) < freshness;
 }
 
+/// When the last dictation that brought a text did so.
+double timeOfTranscript()
+{
+    const std::optional<PropertyListValue> stamp = Shared::d().object(dictation::stampKey);
+    const auto *const time = stamp ? std::get_if<double>(&*stamp) : nullptr;
+    return time == nullptr ? 0 : *time;
+}
+
+/// Why and when a dictation has failed, if none has brought a text since. Else empty.
+QJsonObject failureSinceTranscript()
+{
+    const QJsonObject failure = QJsonDocument::fromJson(storedString(dictation::errorKey).toUtf8()).object();
+    return failure[u"at"].toDouble() > timeOfTranscript() ? failure : QJsonObject();
+}
+
 /// Throws Refusal if the last dictation has failed, less than a minute ago.
 void expectNoFreshFailure()
 {
-    const QJsonObject failure = QJsonDocument::fromJson(storedString(dictation::errorKey).toUtf8()).object();
+    const QJsonObject failure = failureSinceTranscript();
     if (!failure.isEmpty() && isFresh(failure[u"at"].toDouble())) {
         throw Refusal{failure[u"message"].toString()};
     }
@@ -236,7 +251,8 @@ void status(bool asJson)
 }
 
 /// Takes the transcript that nobody has used yet, as docs/keyboard.md demands it of keyboards: of several
-/// programs one gets it, and one that is a minute old was meant for another place. None if there is none.
+/// programs one gets it, and one that is a minute old was meant for another place. None if there is none, or only
+/// one from before a dictation that has failed.
 std::optional<QString> takeTranscript()
 {
     PropertyListDictionary now =
@@ -247,7 +263,7 @@ std::optional<QString> takeTranscript()
     const auto *const time = std::get_if<double>(&stamp);
     const auto found = now.find(dictation::usedKey);
     const auto used = found == now.end() ? std::nullopt : std::optional(found->second);
-    if (time == nullptr || used == stamp
+    if (time == nullptr || used == stamp || !failureSinceTranscript().isEmpty()
         || now[dictation::stateKey] == PropertyListValue(dictation::working)) {
         return std::nullopt;
     }

@@ -275,6 +275,16 @@ TEST(KavrinctlDictate, WaitSaysWhyTheLastDictationFailedAndPrintsNoTextOfBefore)
     EXPECT_TRUE(outcome.errors.contains(u"Error: no")) << outcome.errors.toStdString();
 }
 
+TEST(KavrinctlDictate, WaitPrintsTheTextThatCameAfterAFailure)
+{
+    storeFailure(u"Error: no"_s);
+    storeTranscript(u"new"_s);
+    const Application application([](const QString &) { });
+    const Outcome outcome = kavrinctl({u"dictate"_s, u"wait"_s});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors.toStdString();
+    EXPECT_EQ(outcome.output, u"new\n");
+}
+
 TEST(KavrinctlDictate, WaitWaitsForTheDictationUnderWayAndNotForAnOldTranscript)
 {
     storeTranscript(u"old"_s);

@@ -69,7 +69,8 @@ int handOver(const Launch &launch)
     const bool hasNothingToHandOver = launch.inBackground && urls.isEmpty();
     const QString failure = hasNothingToHandOver ? QString() : ApplicationBus::handOver(urls);
     if (!failure.isEmpty()) {
-        std::fprintf(stderr, "kavrin: %s\n", qUtf8Printable(failure));
+        std::fprintf(stderr, "kavrin: %s (The running Kavrin holds %s.)\n", qUtf8Printable(failure),
+                     qUtf8Printable(Shared::lockPath()));
     }
     return failure.isEmpty() ? 0 : 1;
 }

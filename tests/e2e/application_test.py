@@ -78,9 +78,9 @@ class Application(unittest.TestCase):
         del self.session.env["QT_QPA_PLATFORM"]
         first = self.session.start_kavrin()
         second = self.session.run(self.session.bin / "kavrin", check=False)
-        self.assertEqual((second.returncode, second.stderr),
-                         (1, "kavrin: Kavrin is already running, but was started where there is no display. End that "
-                             "process and try again.\n"))
+        self.assertEqual(second.returncode, 1)
+        self.assertIn("kavrin: Kavrin is already running, but was started where there is no display. End that process and "
+                      "try again. (The running Kavrin holds ", second.stderr)
         self.session.run(self.session.bin / "kavrin", "kavrin://dictate")
         self.session.suite().wait_for("dictationState", "starting")
         self.assertIsNone(first.poll())
@@ -121,6 +121,16 @@ class Application(unittest.TestCase):
                     second = self.session.run(self.session.bin / "kavrin", *arguments, check=False)
                     self.assertEqual(second.returncode, 1)
                     self.assertIn(str(path), second.stderr)
+
+    def test_where_it_does_not_answer_a_second_launch_fails_and_names_the_lock(self):
+        first = self.session.start_kavrin("--background")
+        first.send_signal(signal.SIGSTOP)
+        for arguments in ([], ["kavrin://dictate"]):
+            with self.subTest(arguments):
+                second = self.session.run(self.session.bin / "kavrin", *arguments, check=False)
+                self.assertEqual(second.returncode, 1)
+                self.assertIn("application.lock", second.stderr)
+        first.send_signal(signal.SIGCONT)
 
     def test_where_it_is_out_of_reach_a_url_goes_through_the_suite(self):
         self.hold_lock()

@@ -93,6 +93,8 @@ Item {
             width: parent.width - 2 * box.inset - (end.visible ? end.width : 0)
             height: Math.ceil(contentHeight)
             autoScroll: false
+            // An address that is longer than the box begins at the left in any language.
+            LayoutMirroring.enabled: row.LayoutMirroring.enabled && (row.prose || contentWidth <= width)
             focus: true
             activeFocusOnTab: true
             clip: true

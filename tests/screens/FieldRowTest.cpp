@@ -113,6 +113,17 @@ TEST_F(FieldRowTest, ALongTextShowsItsBeginningUnlessItIsEdited)
     EXPECT_TRUE(waitUntil([&] { return picture(field()) == beginning; }));
 }
 
+TEST_F(FieldRowTest, ALongAddressShowsItsBeginningAlsoFromRightToLeft)
+{
+    const QString address =
+        u"https://a.very.long.example.org/that/no/box/shows/whole/v1/audio/transcriptions"_s;
+    openAddress(address);
+    const QImage beginning = picture(field());
+    QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    openAddress(address);
+    EXPECT_EQ(picture(field()), beginning);
+}
+
 TEST_F(FieldRowTest, ARightClickOffersToCutToCopyAndToPaste)
 {
     openAddress(u"http://a"_s);

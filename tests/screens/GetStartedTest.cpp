@@ -192,6 +192,13 @@ TEST_F(GetStartedTest, ComesWhenOnlyTheKeyIsMissing)
     EXPECT_TRUE(shows(tried));
 }
 
+TEST_F(GetStartedTest, TheButtonThatDismissesItStandsBesideTheTitleFromRightToLeft)
+{
+    QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+    open();
+    EXPECT_LE(placeOf("text", u"Dismiss").right(), placeOf("text", u"Get started").left());
+}
+
 TEST_F(GetStartedTest, ATickStandsBesideItsLineAlsoInLargeType)
 {
     QFont font = QGuiApplication::font();

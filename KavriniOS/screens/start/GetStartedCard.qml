@@ -53,7 +53,9 @@ Column {
         height: dismiss.height
 
         Footnote {
-            x: Theme.margin
+            anchors.left: parent.left
+            anchors.leftMargin: Theme.margin
+            anchors.right: dismiss.left
             anchors.verticalCenter: parent.verticalCenter
             text: card.title
             font.weight: Font.Medium

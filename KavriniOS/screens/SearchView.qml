@@ -80,8 +80,8 @@ FocusScope {
         height: field.implicitHeight + 2 * 9
         radius: Theme.radius
         color: Theme.card
-        border.width: field.activeFocus ? 2 : 1
-        border.color: field.activeFocus ? Theme.accent : Theme.hairline
+        border.width: field.activeFocus ? 2 : Theme.edgeWidth
+        border.color: field.activeFocus ? Theme.accent : Theme.edge
 
         Symbol {
             id: glass

@@ -236,6 +236,22 @@ TEST_F(ContrastTest, EveryControlHasAnEdge)
     }
 }
 
+TEST_F(ContrastTest, TheFieldToSearchHasAnEdgeAlsoWithoutTheFocus)
+{
+    openPanes(QSize(400, 720));
+    window().press(Qt::Key_F, Qt::ControlModifier);
+    const QQuickItem *box = window().item(u"Search settings"_s)->parentItem();
+    const QPointF edge = box->mapToScene(QPointF(0, box->height() / 2));
+    window().top()->forceActiveFocus();
+    window().view().rootObject()->setFocus(false);
+    for (const Wish &each : wishes()) {
+        SCOPED_TRACE(toText(each));
+        wish(each);
+        EXPECT_GE(strongestContrast(grab(), edge - QPointF(4, 0), edge + QPointF(2, 0)),
+                  each.highContrast ? 4.5 : 3);
+    }
+}
+
 TEST_F(ContrastTest, TheDictionaryHasAnEdge)
 {
     openPanes(QSize(400, 720), {{u"initialPage"_s, u"dictionary"_s}});

@@ -12,7 +12,6 @@ Item {
     required property SettingsUndo undo
 
     implicitHeight: bar.visible ? bar.height : 0
-    Accessible.role: Accessible.Pane
 
     Shortcut {
         sequences: [StandardKey.Undo]

@@ -174,6 +174,8 @@ TEST_F(SettingsUndoTest, IsAStripWithAButtonAndAKey)
     Prefs::set(u"rowH"_s, 60.0);
     QmlWindow strip(u"Kavrin.Screens"_s, u"UndoStrip"_s, {{u"undo"_s, QVariant::fromValue(&undo())}});
     EXPECT_EQ(strip.names(), QStringList());
+    EXPECT_NE(strip.topInterface()->role(),
+              QAccessible::Pane); // without a name, it would be read out as nothing
     reset();
     EXPECT_EQ(strip.names(), (QStringList{u"Settings reset"_s, u"Undo"_s, u"Dismiss"_s}));
     strip.click(u"Undo"_s);

@@ -85,7 +85,7 @@ T.ApplicationWindow {
     Shortcut {
         sequence: "F1"
         enabled: !window.dictating
-        onActivated: panes.openPage("help")
+        onActivated: panes.help()
     }
     Column {
         id: strips

@@ -47,6 +47,14 @@ FocusScope {
         }
     }
 
+    /// Shows how to use the window. The way back from there leads to what was shown before.
+    function help() {
+        searching = false;
+        if (stack.currentItem.pageId !== "help") {
+            stack.get(0).openPage("help", wide ? T.StackView.Immediate : T.StackView.PushTransition);
+        }
+    }
+
     /// Begins a search with what the user has typed already, if anything.
     function find(typed: string) {
         searching = true;

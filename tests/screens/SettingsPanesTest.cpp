@@ -114,6 +114,21 @@ TEST_F(SettingsPanesTest, BeginsWithThePageThatItIsTold)
     }
 }
 
+TEST_F(SettingsPanesTest, TheWayBackFromTheHelpLeadsToThePageBefore)
+{
+    for (const auto &[size, list] : {std::pair(narrow, QStringList()), {wide, {u"Kavrin"_s}}}) {
+        openPanes(size, {{u"initialPage"_s, u"gestures"_s}});
+        window().press(Qt::Key_F, Qt::ControlModifier);
+        for (int time = 0; time < 2; ++time) {
+            QMetaObject::invokeMethod(window().top(), "help");
+            expectTitles(list + QStringList{u"Help"_s});
+        }
+        EXPECT_EQ(page(), u"gestures"_s);
+        window().press(Qt::Key_Escape);
+        expectTitles(list + QStringList{u"Gestures"_s});
+    }
+}
+
 TEST_F(SettingsPanesTest, EscapeAndF6LeadFromThePageToTheListInAWideWindow)
 {
     openPanes(wide, {{u"initialPage"_s, u"gestures"_s}});

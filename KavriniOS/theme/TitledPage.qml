@@ -36,20 +36,23 @@ FocusScope {
         }
     }
 
-    // Qt would give the focus to the first control of the window, not of the page.
-    Keys.onTabPressed: event => {
-        event.accepted = focusedItem === page;
-        if (event.accepted) {
-            nextItemInFocusChain().forceActiveFocus(Qt.TabFocusReason);
-        }
-    }
-
     // Controls take the keys that they know; the page gets the others.
     Keys.onPressed: event => {
         const height = scrollOf(event);
         if (height !== 0 && !(event.modifiers & (Qt.ControlModifier | Qt.AltModifier | Qt.MetaModifier))) {
             scrollTo(flickable.contentY + height);
             event.accepted = true;
+        }
+    }
+
+    // From the page itself, Qt would go to the first control of the window, which may be beside the page.
+    Keys.onTabPressed: event => leave(event, true)
+    Keys.onBacktabPressed: event => leave(event, false)
+
+    function leave(event: var, forward: bool) {
+        event.accepted = focusedItem === page;
+        if (event.accepted) {
+            nextItemInFocusChain(forward).forceActiveFocus(forward ? Qt.TabFocusReason : Qt.BacktabFocusReason);
         }
     }
 

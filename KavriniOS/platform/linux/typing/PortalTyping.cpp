@@ -8,6 +8,14 @@ namespace kavrin
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+
+/// How long the focus may take to go back. GNOME tells nobody, and keys that come before are lost.
+constexpr std::chrono::milliseconds focusChange{500};
+
+} // namespace
+
 QString PortalTyping::name() const
 {
     return u"desktop portal"_s;
@@ -20,6 +28,10 @@ QCoro::Task<> PortalTyping::paste(QString text)
     co_await pluggingIn;
     const QCoro::Task<> selecting = selectByWlCopy(text);
     co_await selecting;
+    if (wlCopyTakesFocus()) {
+        const QCoro::Task<> goingBack = m_pause(focusChange);
+        co_await goingBack;
+    }
     const QCoro::Task<> pressing = m_keyboard.pressShiftInsert();
     co_await pressing;
 }

@@ -4,6 +4,9 @@
 #include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/PortalKeyboard.h"
 
+#include <functional>
+#include <utility>
+
 namespace kavrin
 {
 
@@ -17,8 +20,14 @@ class PortalTyping : public Pasting
     Q_OBJECT
 
 public:
+    /// Resumes after that time.
+    using Pause = std::function<QCoro::Task<>(std::chrono::milliseconds)>;
+
     /// `keyboard` must outlive this object. It stays plugged in afterwards.
-    explicit PortalTyping(PortalKeyboard &keyboard) : m_keyboard(keyboard) { }
+    explicit PortalTyping(PortalKeyboard &keyboard, Pause pause = kavrin::pause)
+        : m_keyboard(keyboard), m_pause(std::move(pause))
+    {
+    }
 
     [[nodiscard]] QString name() const override;
 
@@ -27,6 +36,7 @@ private:
     QCoro::Task<> paste(QString text) override;
 
     PortalKeyboard &m_keyboard;
+    Pause m_pause;
 };
 
 } // namespace kavrin

@@ -19,15 +19,6 @@ namespace
 
 constexpr std::chrono::seconds patience{5};
 
-/// How long the focus may take to go back. GNOME tells nobody, and keys that come before are lost.
-constexpr std::chrono::milliseconds focusChange{500};
-
-/// Whether only a window with the focus may set a selection.
-bool takesFocus()
-{
-    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(u"GNOME"_s);
-}
-
 /// Other users can read a program's arguments, so the text is its input.
 QCoro::Task<> select(QString text, QStringList options)
 {
@@ -56,6 +47,11 @@ std::optional<Error> obstacleToWlCopy()
     return typingError(u"The program wl-copy is missing. Install the package wl-clipboard."_s);
 }
 
+bool wlCopyTakesFocus()
+{
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(u"GNOME"_s);
+}
+
 QCoro::Task<> selectByWlCopy(QString text)
 {
     // One after the other: two of its windows that want the focus take it from each other, and fail.
@@ -63,10 +59,6 @@ QCoro::Task<> selectByWlCopy(QString text)
     co_await primary;
     const QCoro::Task<> clipboard = select(text, {});
     co_await clipboard;
-    if (takesFocus()) {
-        const QCoro::Task<> goingBack = pause(focusChange);
-        co_await goingBack;
-    }
 }
 
 } // namespace kavrin

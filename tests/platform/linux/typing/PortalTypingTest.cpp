@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/typing/PortalTyping.h"
 #include "FakePortal.h"
+#include "doubles/FakeClock.h"
 #include "support/PrivateBus.h"
 #include "support/Wait.h"
 
@@ -75,6 +76,38 @@ TEST_F(PortalTypingTest, PastesTheTextFromBothSelections)
               QStringList({u"Register"_s, u"CreateSession"_s, u"SelectDevices"_s, u"Start"_s}) + shiftInsert);
     EXPECT_EQ(contents(u"selectedprimary"_s), "Grüße – 2 €, 日本語, 👍🏽");
     EXPECT_EQ(contents(u"selectedtype"_s), "Grüße – 2 €, 日本語, 👍🏽");
+}
+
+TEST_F(PortalTypingTest, PressesNoKeyBeforeTheFocusIsBackFromWlCopy)
+{
+    for (const char *desktop : {"GNOME", "ubuntu:GNOME"}) {
+        SCOPED_TRACE(desktop);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        const qsizetype before = m_portal.calls().size();
+        FakeClock clock;
+        PortalKeyboard keyboard;
+        PortalTyping typing(keyboard, [&clock](auto duration) { return clock.sleep(duration, {}); });
+        const QCoro::Task<std::optional<Error>> pasting = typing.type(QString::fromLatin1(desktop));
+        ASSERT_TRUE(waitUntil([&] { return clock.isAsleep(); }));
+        EXPECT_THAT(m_portal.calls().mid(before), Not(Contains(shiftInsert.first())));
+        EXPECT_EQ(contents(u"selectedprimary"_s), desktop);
+        EXPECT_EQ(contents(u"selectedtype"_s), desktop);
+        clock.wake();
+        EXPECT_TRUE(waitUntil([&] { return pasting.isReady(); }));
+        EXPECT_EQ(m_portal.calls().mid(m_portal.calls().size() - shiftInsert.size()), shiftInsert);
+    }
+}
+
+TEST_F(PortalTypingTest, DoesNotWaitWhereWlCopyNeedsNoFocus)
+{
+    for (const char *desktop : {"KDE", "sway", ""}) {
+        SCOPED_TRACE(desktop);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        FakeClock clock;
+        PortalTyping typing(m_keyboard, [&clock](auto duration) { return clock.sleep(duration, {}); });
+        EXPECT_EQ(await(typing.type(u"a"_s)), std::nullopt);
+        EXPECT_TRUE(clock.sleeps.empty());
+    }
 }
 
 TEST_F(PortalTypingTest, AsksForAKeyboardOnly)

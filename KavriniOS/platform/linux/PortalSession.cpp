@@ -108,7 +108,7 @@ void PortalSession::onClosed(const QVariantMap & /*details*/)
 {
     if (isOpen()) {
         m_handle.clear();
-        Q_EMIT closed();
+        Q_EMIT closed(By::Desktop);
     }
 }
 
@@ -118,7 +118,7 @@ void PortalSession::onPortalChanged(const QString &name, const QString &previous
 {
     if (isOpen() && !previous.isEmpty() && name != partWithDialogs) {
         close();
-        Q_EMIT closed();
+        Q_EMIT closed(By::Portal);
     }
 }
 

@@ -15,6 +15,9 @@ class PortalSession : public QObject
     Q_OBJECT
 
 public:
+    /// The desktop acts for its user. The portal closes its sessions by its end, or by that of a part of it.
+    enum class By { Desktop, Portal };
+
     PortalSession(QDBusConnection bus, QString interface);
     ~PortalSession() override;
 
@@ -38,8 +41,8 @@ public:
     QCoro::Task<> call(QString method, QVariantList arguments);
 
 Q_SIGNALS:
-    /// The desktop, the user or the portal's end has closed the session.
-    void closed();
+    /// The session is closed, and who has closed it.
+    void closed(By by);
 
 private:
     QCoro::Task<> introduce(QString application);

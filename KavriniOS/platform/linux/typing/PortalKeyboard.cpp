@@ -77,11 +77,16 @@ QCoro::Task<> PortalKeyboard::plugIn()
     if (m_session && m_session->isOpen()) {
         co_return;
     }
+    if (std::exchange(m_isTakenBack, false)) {
+        RestoreToken::forget();
+    }
     auto session = std::make_unique<PortalSession>(m_bus, interface);
     const QCoro::Task<> opening = session->open(application);
     co_await opening;
     const QCoro::Task<> asking = ask(*session);
     co_await asking;
+    QObject::connect(session.get(), &PortalSession::closed, session.get(),
+                     [this](PortalSession::By by) { m_isTakenBack = by == PortalSession::By::Desktop; });
     m_session = std::move(session);
 }
 

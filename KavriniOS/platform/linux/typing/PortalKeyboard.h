@@ -15,8 +15,9 @@ namespace kavrin
 
 /// A keyboard in the desktop, for one shortcut: Shift+Insert. The portal
 /// (org.freedesktop.portal.RemoteDesktop) asks the user once, and keeps the answer from version 2 of the
-/// interface on. An older one asks in every login. The desktop shows an indicator for as long as the keyboard
-/// is there: until this object goes, or the user or the desktop takes the keyboard away. Main thread only.
+/// interface on. An older one asks in every login. It asks again when the user has taken the keyboard away.
+/// The desktop shows an indicator for as long as the keyboard is there: until this object goes, or the user
+/// or the desktop takes the keyboard away. Main thread only.
 class PortalKeyboard
 {
 public:
@@ -44,6 +45,7 @@ private:
 
     QDBusConnection m_bus;
     std::chrono::milliseconds m_patience;
+    bool m_isTakenBack = false; ///< by the user. An end of the desktop's session looks the same.
     std::unique_ptr<PortalSession> m_session; ///< null before plugIn()
 };
 

@@ -47,4 +47,9 @@ void store(const QString &token)
     }
 }
 
+void forget()
+{
+    QFile::remove(path());
+}
+
 } // namespace kavrin::RestoreToken

@@ -14,4 +14,6 @@ QString load();
 /// Replaces it. Where it cannot be stored, the desktop will ask again.
 void store(const QString &token);
 
+void forget();
+
 } // namespace kavrin::RestoreToken

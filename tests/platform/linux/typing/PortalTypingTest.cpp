@@ -214,6 +214,17 @@ TEST_F(PortalTypingTest, AsksAgainWhenItsKeyboardWasTakenAway)
     EXPECT_TRUE(waitUntil([&] { return type(u"a"_s).isEmpty() && timesAsked() == 2; }));
 }
 
+TEST_F(PortalTypingTest, OffersTheKeptAnswerNoMoreOnceItsKeyboardWasTakenAway)
+{
+    EXPECT_EQ(type(u"a"_s), u"");
+    EXPECT_EQ(type(u"b"_s), u"");
+    EXPECT_EQ(contents(m_tokenFile), token);
+    m_portal.closeSession();
+    EXPECT_TRUE(waitUntil([&] { return type(u"c"_s).isEmpty() && timesAsked() == 2; }));
+    EXPECT_FALSE(m_portal.options(u"SelectDevices"_s).contains(u"restore_token"_s));
+    EXPECT_EQ(contents(m_tokenFile), token); // that of the new answer
+}
+
 TEST_F(PortalTypingTest, AsksAgainWhenTheDesktopTakesNoKeys)
 {
     m_portal.refused = u"NotifyKeyboardKeysym"_s;
@@ -230,6 +241,7 @@ TEST_F(PortalTypingTest, AsksAgainWhenThePortalHasBegunAgain)
     bus.unregisterService(u"org.freedesktop.portal.Desktop"_s);
     bus.registerService(u"org.freedesktop.portal.Desktop"_s);
     EXPECT_TRUE(waitUntil([&] { return type(u"a"_s).isEmpty() && timesAsked() == 2; }));
+    EXPECT_EQ(m_portal.options(u"SelectDevices"_s).value(u"restore_token"_s), QString::fromLatin1(token));
 }
 
 TEST_F(PortalTypingTest, AsksAgainWhenTheDesktopsPartOfThePortalHasEnded)
@@ -239,6 +251,7 @@ TEST_F(PortalTypingTest, AsksAgainWhenTheDesktopsPartOfThePortalHasEnded)
     EXPECT_EQ(type(u"a"_s), u"");
     bus.unregisterService(u"org.freedesktop.impl.portal.desktop.fake"_s);
     EXPECT_TRUE(waitUntil([&] { return type(u"a"_s).isEmpty() && timesAsked() == 2; }));
+    EXPECT_EQ(m_portal.options(u"SelectDevices"_s).value(u"restore_token"_s), QString::fromLatin1(token));
 }
 
 TEST_F(PortalTypingTest, SaysSoWhereThereIsNoPortal)

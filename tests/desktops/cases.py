@@ -79,6 +79,38 @@ def the_key_tapped_records_until_it_is_tapped_again(desk):
         field.wait_for("tapped")
 
 
+def the_shortcut_asked_for_again_is_there_still(desk):
+    with contextlib.closing(Field(desk, "GTK")) as field:
+        desk.session.ctl("type", "shortcut")
+        desk.wait_for_shortcut()
+        desk.service.answer("again")
+        desk.hands.tap("ctrl", "alt", "d")
+        desk.wait_for_activity("recording")
+        desk.hands.tap("ctrl", "alt", "d")
+        field.wait_for("again")
+
+
+def killed_at_some_moment_it_types_a_text_once_or_never(desk):
+    """Whenever that is, the text is on the clipboard, and no key that the typist has pressed stays down."""
+    suite = desk.session.suite()
+    with contextlib.closing(Field(desk, "GTK")) as field:
+        for tenths in range(0, 18, 3):
+            before, used = field.text(), suite.get("tUsed")
+            desk.dictate(f"[{tenths}]")
+            wait_until(lambda: suite.get("tUsed") != used, "the text is marked", interval=0)  # noqa: B023
+            time.sleep(tenths / 10)
+            desk.typist.kill()
+            wait_until(lambda: desk.clipboard() == f"[{tenths}]", "the text is on the clipboard")  # noqa: B023
+            desk.start_typist_again()
+            desk.wait_for_shortcut()
+            assert field.text() in (before, f"{before}[{tenths}]"), f"{field.text()!r} is typed"
+        before = field.text()
+        desk.dictate("[next]")
+        field.wait_for(f"{before}[next]")
+        desk.hands.tap("x")
+        field.wait_for(f"{before}[next]x")
+
+
 def texts_arrive_in(program):
     def case(desk):
         with contextlib.closing(Field(desk, program)) as field:
@@ -139,6 +171,8 @@ CASES = [
     ("a new process asks nothing", a_new_process_asks_nothing),
     ("the shortcut, held", the_key_held_records_until_it_is_released),
     ("the shortcut, tapped", the_key_tapped_records_until_it_is_tapped_again),
+    ("the shortcut, asked for again", the_shortcut_asked_for_again_is_there_still),
+    ("killed, a text comes once or never", killed_at_some_moment_it_types_a_text_once_or_never),
     *[(f"{program}: all of Unicode, and 10,000 characters", texts_arrive_in(program)) for program in PROGRAMS],
     *[(f"{program}: what was said", speech_arrives_in(program)) for program in PROGRAMS],
     ("the permission, withdrawn and refused", withdrawn_and_refused_it_leaves_the_text_on_the_clipboard),

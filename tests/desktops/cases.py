@@ -97,10 +97,10 @@ def killed_at_some_moment_it_types_a_text_once_or_never(desk):
         for tenths in range(0, 18, 3):
             before, used = field.text(), suite.get("tUsed")
             desk.dictate(f"[{tenths}]")
-            wait_until(lambda: suite.get("tUsed") != used, "the text is marked", interval=0)  # noqa: B023
+            wait_until(lambda: suite.get("tUsed") != used, "the text is marked", interval=0)
             time.sleep(tenths / 10)
             desk.typist.kill()
-            wait_until(lambda: desk.clipboard() == f"[{tenths}]", "the text is on the clipboard")  # noqa: B023
+            wait_until(lambda: desk.clipboard() == f"[{tenths}]", "the text is on the clipboard")
             desk.start_typist_again()
             desk.wait_for_shortcut()
             assert field.text() in (before, f"{before}[{tenths}]"), f"{field.text()!r} is typed"
@@ -125,7 +125,7 @@ def speech_arrives_in(program):
     def case(desk):
         with contextlib.closing(Field(desk, program)) as field:
             desk.speak()
-            wait_until(lambda: SPOKEN == field.text(), "the spoken words are typed")
+            field.wait_for(SPOKEN)
     return case
 
 

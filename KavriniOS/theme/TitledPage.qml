@@ -97,10 +97,11 @@ FocusScope {
         }
     }
 
-    /// Scrolls until the content begins at this height, or to the end.
+    /// Scrolls until the content begins at this height, or to the end. Whole pixels stay as they are, while the flickable
+    /// rounds others some time later.
     function scrollTo(y: real) {
-        const last = Math.max(0, flickable.contentHeight - flickable.height);
-        flickable.contentY = Math.max(0, Math.min(y, last));
+        const last = Math.max(0, Math.floor(flickable.contentHeight - flickable.height));
+        flickable.contentY = Math.max(0, Math.min(Math.round(y), last));
     }
 
     function isInside(item: Item, outer: Item): bool {

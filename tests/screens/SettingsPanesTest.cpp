@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
 
+#include <cmath>
+
 namespace kavrin::test
 {
 
@@ -192,7 +194,10 @@ class PageScrollTest : public Screens
 protected:
     QQuickItem *flickable() { return window().top()->property("flickable").value<QQuickItem *>(); }
     double contentY() { return flickable()->property("contentY").toDouble(); }
-    double last() { return flickable()->property("contentHeight").toDouble() - flickable()->height(); }
+    double last()
+    {
+        return std::floor(flickable()->property("contentHeight").toDouble() - flickable()->height());
+    }
 };
 
 TEST_F(PageScrollTest, KeysScrollAPage)

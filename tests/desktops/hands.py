@@ -10,8 +10,8 @@ import time
 from support.desktop import Bus
 
 # As <linux/input-event-codes.h> numbers them.
-KEYS = {"escape": 1, "minus": 12, "tab": 15, "enter": 28, "ctrl": 29, "d": 32, "shift": 42, "x": 45, "alt": 56, "space": 57,
-        "super": 125}
+KEYS = {"escape": 1, "minus": 12, "tab": 15, "enter": 28, "ctrl": 29, "d": 32, "shift": 42, "x": 45, "alt": 56,
+        "space": 57, "super": 125}
 PACE = 0.03  # seconds between two events
 MUTTER = "org.gnome.Mutter.RemoteDesktop"
 

@@ -251,8 +251,8 @@ void status(bool asJson)
 }
 
 /// Takes the transcript that nobody has used yet, as docs/keyboard.md demands it of keyboards: of several
-/// programs one gets it, and one that is a minute old was meant for another place. None if there is none, or only
-/// one from before a dictation that has failed.
+/// programs one gets it, and one that is a minute old was meant for another place. None if there is none, or
+/// only one from before a dictation that has failed.
 std::optional<QString> takeTranscript()
 {
     PropertyListDictionary now =

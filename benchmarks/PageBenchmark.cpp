@@ -159,10 +159,9 @@ double typing(const QString &module, const QString &type, const QVariantMap &pro
         properties.isEmpty() ? window.find(u"Dictionary"_s, QAccessible::EditableText)->object()
                              : window.top());
     editor->forceActiveFocus();
-    std::vector<double> times;
-    for (int round = 0; round < rounds; ++round) {
-        times.push_back(millisecondsToFrame(window.view(), [&] { window.type(u"x"_s); }));
-    }
+    std::vector<double> times(rounds);
+    std::ranges::generate(times,
+                          [&] { return millisecondsToFrame(window.view(), [&] { window.type(u"x"_s); }); });
     return median(times);
 }
 

@@ -198,7 +198,7 @@ int main(int argc, char **argv)
     leaveNoCoreFiles();
     ignoreRelativeBaseDirectories();
     Logging::setUp();
-    UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
+    UserDefaults::setReadPatience(UserDefaults::mainThreadPatience); // the main thread reads
     const QByteArrayList platforms = platformsWithDisplay();
     neverNeedDisplay(platforms);
     drawWithoutOpenGl();

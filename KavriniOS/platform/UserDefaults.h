@@ -37,12 +37,16 @@ using Changes = std::vector<Change>;
 class UserDefaults
 {
 public:
-    /// How long a read of this process waits, from now on, if another process keeps the whole database
-    /// locked; five seconds at first. Nobody can lock a database in that way while this process has it open.
+    /// How long a read of this process waits, from now on, for another process or thread that keeps the
+    /// database from being read: it has locked the whole of it, makes it, or makes it anew. Five seconds at
+    /// first. Nobody can lock the whole of a database while this process has it open.
     static void setReadPatience(std::chrono::milliseconds patience);
 
     /// How long a write waits for another process that has locked the database.
     static constexpr std::chrono::milliseconds patience{5000};
+
+    /// How long the main thread of an application may wait, to read or to write.
+    static constexpr std::chrono::milliseconds mainThreadPatience{100};
 
     /// The suite that the processes of the application group `group` share. Null if the group has no
     /// container, or if its database can neither be opened nor replaced by a fresh one. A temporary obstacle

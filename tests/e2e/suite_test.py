@@ -4,13 +4,18 @@ and nothing that was acknowledged is lost."""
 
 import contextlib
 import itertools
+import signal
+import sqlite3
 import struct
 import subprocess
+import threading
 import time
 import unittest
 
+from support.desktop import Bus
 from support.private_session import Suite, enter_private_namespaces, make_read_only, small_disk, undo_mount, wait_until
 from support.suite_case import Holder, SuiteTest
+from typist_test import DICTATION
 
 DICTATION_KEYS = ("dictationCommand", "dictationAlive", "dictationState", "transcript", "tStamp", "tUsed", "probeApp")
 MEBIBYTE = 1024 * 1024
@@ -198,6 +203,37 @@ class Locked(SuiteTest):
             self.assertEqual(self.session.http("/cmd?v=stop"), {"ok": True})
         self.expect_service(kavrin)
         self.expect_settings()
+
+    def test_the_bus_answers_while_a_suite_that_takes_the_place_of_another_is_locked(self):
+        kavrin = self.session.start_kavrin("--background")
+        bus = Bus(self.session)
+        new = self.path.with_name("new.sqlite")
+        for begin in ("BEGIN IMMEDIATE", "BEGIN EXCLUSIVE"):
+            with self.subTest(begin), Holder(new, begin):
+                waiting = threading.Thread(target=self.wait_for_lock, args=(new,))
+                waiting.start()
+                self.replace_suite(new, kavrin)
+                reading = threading.Thread(target=self.session.http, args=("/get",))
+                reading.start()
+                while reading.is_alive():
+                    self.assertEqual(bus.call(*DICTATION, "State"), ("idle",))
+                self.assertEqual(bus.call(*DICTATION, "State"), ("idle",))
+                self.assertTrue(waiting.is_alive(), "the lock is held, and another program still waits")
+                waiting.join()
+            self.expect_service(kavrin)
+
+    def wait_for_lock(self, path):
+        """Not as long as Kavrin waits to write."""
+        with contextlib.closing(sqlite3.connect(path, isolation_level=None, timeout=4)) as database:
+            self.assertRaises(sqlite3.OperationalError, database.execute, "BEGIN IMMEDIATE")
+
+    def replace_suite(self, new, kavrin):
+        """With a file that holds nothing yet. Kavrin does not get to see it half done."""
+        kavrin.send_signal(signal.SIGSTOP)
+        for path in self.folder.glob("defaults.sqlite-*"):
+            path.unlink()
+        new.rename(self.path)
+        kavrin.send_signal(signal.SIGCONT)
 
     def http_answers(self):
         with contextlib.suppress(OSError):

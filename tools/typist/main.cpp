@@ -15,7 +15,6 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -99,7 +98,7 @@ int main(int argc, char **argv)
     leaveNoCoreFiles();
     ignoreRelativeBaseDirectories();
     Logging::setUp();
-    UserDefaults::setReadPatience(std::chrono::milliseconds(100)); // the main thread reads
+    UserDefaults::setReadPatience(UserDefaults::mainThreadPatience); // the main thread reads
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"kavrin-typist"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));

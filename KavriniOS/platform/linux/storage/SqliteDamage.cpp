@@ -38,9 +38,9 @@ INSERT INTO defaults (key, type, value)
 )";
 
 /// Whether the table accepts a value of every type. Tries that and rolls it back.
-bool tableIsSound(sqlite3 *handle)
+bool tableIsSound(sqlite3 *handle, QDeadlineTimer limit)
 {
-    const int result = executeWhenFree(handle, tryTableSql);
+    const int result = executeWhenFree(handle, tryTableSql, limit);
     sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
     return !isDamage(result);
 }
@@ -50,11 +50,11 @@ bool tableIsSound(sqlite3 *handle)
 class WholeFileLock
 {
 public:
-    explicit WholeFileLock(sqlite3_file *file, std::chrono::milliseconds patience = lockLimit) : m_file(file)
+    WholeFileLock(sqlite3_file *file, QDeadlineTimer limit) : m_file(file)
     {
         m_held = io().xLock(m_file, SQLITE_LOCK_SHARED) == SQLITE_OK
             && io().xShmMap(m_file, 0, indexSize, 1, &m_index) == SQLITE_OK
-            && succeedsInTime([this] { return changeLocks(SQLITE_SHM_LOCK) == SQLITE_OK; }, patience);
+            && succeedsInTime([this] { return changeLocks(SQLITE_SHM_LOCK) == SQLITE_OK; }, limit);
     }
     ~WholeFileLock()
     {
@@ -155,24 +155,24 @@ void removeAside(const QString &aside)
 }
 
 /// Calls `use` with a handle on the file that does not change the log.
-template <typename Use> void withPlainHandle(const QString &path, Use use)
+template <typename Use> void withPlainHandle(const QString &path, QDeadlineTimer limit, Use use)
 {
     sqlite3 *handle = nullptr;
     if (sqlite3_open_v2(QFile::encodeName(path).constData(), &handle, SQLITE_OPEN_READWRITE, nullptr)
         == SQLITE_OK) {
         sqlite3_extended_result_codes(handle, 1);
-        sqlite3_busy_timeout(handle, int(lockLimit.count()));
+        waitUntil(handle, limit);
         sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
         use(handle);
     }
     sqlite3_close_v2(handle);
 }
 
-bool isDamaged(const QString &path)
+bool isDamaged(const QString &path, QDeadlineTimer limit)
 {
     bool damaged = false;
-    withPlainHandle(path, [&](sqlite3 *handle) {
-        damaged = !(pagesAreSound(handle) && tableIsSound(handle) && headerIsSound(handle, path));
+    withPlainHandle(path, limit, [&](sqlite3 *handle) {
+        damaged = !(pagesAreSound(handle) && tableIsSound(handle, limit) && headerIsSound(handle, path));
     });
     return damaged;
 }
@@ -183,7 +183,7 @@ QByteArray freshContent()
     sqlite3 *handle = nullptr;
     QByteArray content;
     sqlite3_int64 size = 0;
-    if (sqlite3_open(":memory:", &handle) == SQLITE_OK && layOut(handle) == SQLITE_OK) {
+    if (sqlite3_open(":memory:", &handle) == SQLITE_OK && layOut(handle, QDeadlineTimer()) == SQLITE_OK) {
         unsigned char *bytes = sqlite3_serialize(handle, "main", &size, 0);
         content = QByteArray(reinterpret_cast<const char *>(bytes), qsizetype(size));
         sqlite3_free(bytes);
@@ -199,13 +199,13 @@ QByteArray freshContent()
 /// log that was cut short, and on a missing header, while other processes have the file open. Those cases
 /// need this way, so there is no other.
 /// Returns the path of the copy, if it was made.
-std::optional<QString> beginAnew(const QString &path)
+std::optional<QString> beginAnew(const QString &path, QDeadlineTimer limit)
 {
     const QByteArray content = freshContent();
     std::optional<QString> copied;
-    withPlainHandle(path, [&](sqlite3 *handle) {
+    withPlainHandle(path, limit, [&](sqlite3 *handle) {
         sqlite3_file *file = fileOf(handle, SQLITE_FCNTL_FILE_POINTER);
-        const WholeFileLock lock(file);
+        const WholeFileLock lock(file, limit);
         if (!lock.isHeld() || content.isEmpty()) {
             return;
         }
@@ -225,28 +225,29 @@ std::optional<QString> beginAnew(const QString &path)
 }
 
 /// Whether the log ends before the place where its index says that it does.
-bool logIsShort(const QString &path)
+bool logIsShort(const QString &path, QDeadlineTimer limit)
 {
     int result = SQLITE_OK;
-    withPlainHandle(path,
+    withPlainHandle(path, limit,
                     [&](sqlite3 *handle) { firstText(handle, "SELECT count(value) FROM defaults", result); });
     return result == SQLITE_IOERR_SHORT_READ;
 }
 
 /// Another process that still has a removed log open puts it back when it next uses the file; Kavrin does
-/// that several times a second.
-void awaitLog(const QString &path)
+/// that several times a second. False if there was no time to wait for it.
+bool awaitLog(const QString &path, QDeadlineTimer limit)
 {
-    constexpr std::chrono::milliseconds patience(1000);
-    succeedsInTime([&] { return !logIsShort(path); }, patience);
+    const QDeadlineTimer longEnough(std::chrono::milliseconds(1000));
+    return succeedsInTime([&] { return !logIsShort(path, limit); }, std::min(longEnough, limit))
+        || longEnough < limit;
 }
 
 /// Makes the index tell what is in the log that is there. It still tells of a log that was removed or cut
 /// short.
-void rebuildIndex(const QString &path)
+void rebuildIndex(const QString &path, QDeadlineTimer limit)
 {
-    withPlainHandle(path, [](sqlite3 *handle) {
-        const WholeFileLock lock(fileOf(handle, SQLITE_FCNTL_FILE_POINTER));
+    withPlainHandle(path, limit, [limit](sqlite3 *handle) {
+        const WholeFileLock lock(fileOf(handle, SQLITE_FCNTL_FILE_POINTER), limit);
         if (lock.isHeld()) {
             lock.clearIndex();
         }
@@ -290,8 +291,9 @@ bool keyIsSound(sqlite3 *handle)
 bool putLogBack(sqlite3 *reader, const QString &path)
 {
     bool isInPlace = false;
-    withPlainHandle(path, [&](sqlite3 *handle) {
-        const WholeFileLock lock(fileOf(handle, SQLITE_FCNTL_FILE_POINTER), std::chrono::milliseconds(0));
+    const QDeadlineTimer now(0);
+    withPlainHandle(path, now, [&](sqlite3 *handle) {
+        const WholeFileLock lock(fileOf(handle, SQLITE_FCNTL_FILE_POINTER), now);
         if (!lock.isHeld()) {
             return;
         }
@@ -302,15 +304,14 @@ bool putLogBack(sqlite3 *reader, const QString &path)
     return isInPlace;
 }
 
-std::optional<QString> setAsideIfDamaged(const QString &path)
+std::optional<QString> setAsideIfDamaged(const QString &path, QDeadlineTimer limit)
 {
-    const SetUpLock setUp(path);
-    if (!setUp.isHeld() || !isDamaged(path)) {
+    const SetUpLock setUp(path, limit);
+    if (!setUp.isHeld() || !isDamaged(path, limit) || !awaitLog(path, limit)) {
         return std::nullopt;
     }
-    awaitLog(path);
-    rebuildIndex(path);
-    return isDamaged(path) ? beginAnew(path) : std::nullopt;
+    rebuildIndex(path, limit);
+    return isDamaged(path, limit) ? beginAnew(path, limit) : std::nullopt;
 }
 
 } // namespace kavrin

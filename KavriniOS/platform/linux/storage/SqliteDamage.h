@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QString>
 
 #include <sqlite3.h>
@@ -32,9 +33,9 @@ bool putLogBack(sqlite3 *reader, const QString &path);
 
 /// If the file is damaged, copies it to FILE.damaged-TIME beside it and makes it a fresh one in place.
 /// Processes that have it open continue with the new content. (If it were renamed, they would write to a file
-/// that nobody reads.) If that is not possible now, the file does not change. The calling process must not
-/// have it open. A file that only lacks its log is not damaged: it is as it was before the log. Returns the
-/// path of the copy, if there is one.
-std::optional<QString> setAsideIfDamaged(const QString &path);
+/// that nobody reads.) If that is not possible until `limit`, the file does not change. The calling process
+/// must not have it open. A file that only lacks its log is not damaged: it is as it was before the log.
+/// Returns the path of the copy, if there is one.
+std::optional<QString> setAsideIfDamaged(const QString &path, QDeadlineTimer limit);
 
 } // namespace kavrin

@@ -75,7 +75,7 @@ constexpr std::array explanations = {
                 "away."},
 };
 
-std::atomic<std::chrono::milliseconds> readPatience = lockLimit;
+std::atomic<std::chrono::milliseconds> readPatience = 5000ms;
 
 /// Which file has the name at present. None if there is none.
 std::optional<std::pair<dev_t, ino_t>> identityOf(const QString &path)
@@ -84,11 +84,6 @@ std::optional<std::pair<dev_t, ino_t>> identityOf(const QString &path)
     return ::stat(QFile::encodeName(path).constData(), &named) == 0
         ? std::optional(std::pair(named.st_dev, named.st_ino))
         : std::nullopt;
-}
-
-std::chrono::milliseconds remaining(QDeadlineTimer limit)
-{
-    return std::chrono::milliseconds(limit.remainingTime());
 }
 
 bool isBusy(int result)
@@ -175,7 +170,7 @@ SqliteConnection::~SqliteConnection()
     close();
 }
 
-int SqliteConnection::open(const QString &path, std::chrono::milliseconds patience)
+int SqliteConnection::open(const QString &path, QDeadlineTimer limit)
 {
     if (m_handle != nullptr
         && (hasMoved(path) || isForeign() || (hasLostLog(path) && putLogBack(m_handle, path)))) {
@@ -185,10 +180,10 @@ int SqliteConnection::open(const QString &path, std::chrono::milliseconds patien
     if (m_handle != nullptr) {
         return SQLITE_OK;
     }
-    int result = openAndProbe(path, SQLITE_OPEN_READWRITE, patience);
+    int result = openAndProbe(path, SQLITE_OPEN_READWRITE, limit);
     m_writeError = writeErrorFor(path, result);
     if (isSnapshot()) {
-        result = openAndProbe(path, SQLITE_OPEN_READONLY, patience);
+        result = openAndProbe(path, SQLITE_OPEN_READONLY, limit);
     }
     if (result == SQLITE_OK) {
         sqlite3_exec(m_handle, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
@@ -212,13 +207,13 @@ int SqliteConnection::writeErrorFor(const QString &path, int result) const
     return isRefused && !QFileInfo(QFileInfo(path).path()).isWritable() ? SQLITE_READONLY : SQLITE_OK;
 }
 
-int SqliteConnection::openAndProbe(const QString &path, int flags, std::chrono::milliseconds patience)
+int SqliteConnection::openAndProbe(const QString &path, int flags, QDeadlineTimer limit)
 {
-    const int result = openFile(path, flags, patience);
-    return result == SQLITE_OK ? probe(path) : result;
+    const int result = openFile(path, flags, limit);
+    return result == SQLITE_OK ? probe(path, limit) : result;
 }
 
-int SqliteConnection::openFile(const QString &path, int flags, std::chrono::milliseconds patience)
+int SqliteConnection::openFile(const QString &path, int flags, QDeadlineTimer limit)
 {
     static std::mutex making; // no other thread may open the file between its creation and its first close
     const std::scoped_lock lock(making);
@@ -233,19 +228,19 @@ int SqliteConnection::openFile(const QString &path, int flags, std::chrono::mill
         sqlite3_open_v2(uri.constData(), &m_handle, flags | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, nullptr);
     if (result == SQLITE_OK) {
         sqlite3_extended_result_codes(m_handle, 1);
-        sqlite3_busy_timeout(m_handle, int(patience.count()));
+        waitUntil(m_handle, limit);
     }
     return result;
 }
 
 /// Lays out a fresh file, and refuses an unknown format.
-int SqliteConnection::probe(const QString &path)
+int SqliteConnection::probe(const QString &path, QDeadlineTimer limit)
 {
     int result = SQLITE_OK;
     std::optional<QByteArray> version = firstText(m_handle, "PRAGMA user_version", result);
     if (version == "0") {
-        const SetUpLock lock(path);
-        result = layOut(m_handle);
+        const SetUpLock lock(path, limit);
+        result = layOut(m_handle, limit);
         if (result != SQLITE_OK) {
             return result;
         }
@@ -257,6 +252,7 @@ int SqliteConnection::probe(const QString &path)
     if (*version != formatVersion) {
         return SQLITE_MISMATCH;
     }
+    waitUntil(m_handle, limit);
     // Reading the table needs SQLite's other files; reading the header does not.
     firstText(m_handle, "SELECT count(value) FROM defaults WHERE key = '' AND type = ''", result);
     if (result != SQLITE_ROW) {
@@ -367,46 +363,31 @@ void SqliteDatabase::setReadPatience(std::chrono::milliseconds patience)
 
 SqliteDatabase::SqliteDatabase(QString path) : m_path(std::move(path)) { }
 
+/// The first check of a file is thorough: damage that no read or write meets would otherwise spread.
 bool SqliteDatabase::open()
 {
-    int result = openChecked();
-    if (isDamage(result)) {
-        setAsideIfDamaged();
-        result = openChecked();
-    }
-    const bool isUsable = result == SQLITE_OK || isPassing(result, m_path);
+    const std::optional<Error> failure = runReader(
+        [](SqliteConnection &reader) { return pagesAreSound(reader.handle()) ? SQLITE_OK : SQLITE_CORRUPT; });
+    const bool isUsable = !failure || isPassing(int(failure->code), m_path);
     if (!isUsable) {
-        qCWarning(Logging::store) << "Not opened:"
-                                  << failureOf(m_path, result, m_reader.errorMessage()).localizedDescription;
+        qCWarning(Logging::store) << "Not opened:" << failure->localizedDescription;
     }
     return isUsable;
 }
 
-/// Opens the connection if it is not open. If another process keeps the whole file locked, only the first
-/// attempt to read waits: otherwise the application would stand still at every key.
-int SqliteDatabase::openWhenFree(SqliteConnection &connection, QDeadlineTimer limit)
-{
-    const bool waits = &connection == &m_writer || !m_isLockedOut;
-    const int result = connection.open(m_path, waits ? remaining(limit) : 0ms);
-    m_isLockedOut = isBusy(result);
-    if (result == SQLITE_OK) {
-        sqlite3_busy_timeout(connection.handle(), int(remaining(limit).count()));
-    }
-    return result;
-}
-
-/// The first check of a file is thorough: damage that no read or write meets would otherwise spread.
-int SqliteDatabase::openChecked()
-{
-    const std::scoped_lock lock(m_reader.mutex());
-    const int result = openWhenFree(m_reader, QDeadlineTimer(readPatience.load()));
-    return result == SQLITE_OK && !pagesAreSound(m_reader.handle()) ? SQLITE_CORRUPT : result;
-}
-
 std::optional<Error> SqliteDatabase::read(const char *sql, const SqliteConnection::Use &use)
 {
-    return run(m_reader, QDeadlineTimer(readPatience.load()),
-               [&](SqliteConnection &connection) { return connection.run(sql, use); });
+    return runReader([&](SqliteConnection &connection) { return connection.run(sql, use); });
+}
+
+/// If another process keeps the file locked, only the first attempt to read waits: otherwise the application
+/// would stand still at every key.
+std::optional<Error> SqliteDatabase::runReader(const Run &use)
+{
+    const QDeadlineTimer limit(m_isLockedOut ? 0ms : readPatience.load());
+    std::optional<Error> failure = run(m_reader, limit, use);
+    m_isLockedOut = failure && isBusy(int(failure->code));
+    return failure;
 }
 
 std::optional<Error> SqliteDatabase::write(const Write &use, QDeadlineTimer limit)
@@ -420,8 +401,12 @@ std::optional<Error> SqliteDatabase::run(SqliteConnection &connection, QDeadline
 {
     std::optional<Error> failure = runOnce(connection, limit, use);
     if (failure && isDamage(int(failure->code))) {
-        setAsideIfDamaged();
+        setAsideIfDamaged(limit);
         failure = runOnce(connection, limit, use);
+    }
+    if (failure && isDamage(int(failure->code)) && limit.hasExpired()) {
+        // There was no time to set it aside.
+        failure = failureOf(m_path, SQLITE_BUSY, {});
     }
     return failure;
 }
@@ -429,9 +414,22 @@ std::optional<Error> SqliteDatabase::run(SqliteConnection &connection, QDeadline
 std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, QDeadlineTimer limit,
                                              const Run &use)
 {
-    const std::scoped_lock lock(connection.mutex());
-    int result = openWhenFree(connection, limit);
+    std::unique_lock lock(connection.mutex(), std::defer_lock);
+    // ThreadSanitizer does not know std::timed_mutex.
+    if (!succeedsInTime([&] { return lock.try_lock(); }, limit)) {
+        return failureOf(m_path, SQLITE_BUSY, {});
+    }
+    const int result = runWhenFree(connection, limit, use);
+    return succeeded(result) ? std::nullopt
+                             : std::optional(failureOf(m_path, result, connection.errorMessage()));
+}
+
+/// Opens the connection if it is not open.
+int SqliteDatabase::runWhenFree(SqliteConnection &connection, QDeadlineTimer limit, const Run &use)
+{
+    int result = connection.open(m_path, limit);
     if (result == SQLITE_OK) {
+        waitUntil(connection.handle(), limit);
         result = use(connection);
     }
     if (connection.isSnapshot() && (result & 0xff) == SQLITE_READONLY) {
@@ -442,18 +440,21 @@ std::optional<Error> SqliteDatabase::runOnce(SqliteConnection &connection, QDead
         // the index of SQLite's log, so an open one would keep the others from writing.
         connection.close();
     }
-    return succeeded(result) ? std::nullopt
-                             : std::optional(failureOf(m_path, result, connection.errorMessage()));
+    return result;
 }
 
-void SqliteDatabase::setAsideIfDamaged()
+void SqliteDatabase::setAsideIfDamaged(QDeadlineTimer limit)
 {
     std::optional<QString> copy;
     {
-        const std::scoped_lock lock(m_reader.mutex(), m_writer.mutex());
+        std::unique_lock reader(m_reader.mutex(), std::defer_lock);
+        std::unique_lock writer(m_writer.mutex(), std::defer_lock);
+        if (!succeedsInTime([&] { return std::try_lock(reader, writer) == -1; }, limit)) {
+            return;
+        }
         m_reader.closeAsItIs();
         m_writer.closeAsItIs();
-        copy = kavrin::setAsideIfDamaged(m_path);
+        copy = kavrin::setAsideIfDamaged(m_path, limit);
     }
     if (copy) {
         DamageReports::add(

@@ -58,9 +58,9 @@ public:
 
     std::mutex &mutex() { return m_mutex; }
 
-    /// Makes sure that the file is open and holds the table of defaults. Waits for `patience` if another
-    /// process keeps the file locked. Returns SQLITE_OK or an error.
-    int open(const QString &path, std::chrono::milliseconds patience);
+    /// Makes sure that the file is open and holds the table of defaults. It and later statements wait until
+    /// `limit` if another process keeps the file locked. Returns SQLITE_OK or an error.
+    int open(const QString &path, QDeadlineTimer limit);
     void close();
     /// Closes the file without moving the log into it.
     void closeAsItIs();
@@ -89,11 +89,11 @@ public:
 private:
     using FileIdentity = std::pair<dev_t, ino_t>;
 
-    int openFile(const QString &path, int flags, std::chrono::milliseconds patience);
-    int openAndProbe(const QString &path, int flags, std::chrono::milliseconds patience);
+    int openFile(const QString &path, int flags, QDeadlineTimer limit);
+    int openAndProbe(const QString &path, int flags, QDeadlineTimer limit);
     sqlite3_stmt *prepare(const char *sql, int &result);
     int writeErrorFor(const QString &path, int result) const;
-    int probe(const QString &path);
+    int probe(const QString &path, QDeadlineTimer limit);
     [[nodiscard]] bool hasMoved(const QString &path) const;
     /// Whether the file now has a format that this version does not know.
     [[nodiscard]] bool isForeign();
@@ -110,7 +110,7 @@ private:
 
 /// The database file of one UserDefaults. It has a connection to read and one to write, so that a read never
 /// waits for a write that another process delays. Thread-safe. It copies a damaged file to another file
-/// beside it, and makes the damaged one a fresh one.
+/// beside it, and makes the damaged one a fresh one, when somebody uses it who has the time.
 class SqliteDatabase
 {
 public:
@@ -137,9 +137,9 @@ private:
     using Run = std::function<int(SqliteConnection &)>;
     std::optional<Error> run(SqliteConnection &connection, QDeadlineTimer limit, const Run &use);
     std::optional<Error> runOnce(SqliteConnection &connection, QDeadlineTimer limit, const Run &use);
-    int openWhenFree(SqliteConnection &connection, QDeadlineTimer limit);
-    int openChecked();
-    void setAsideIfDamaged();
+    int runWhenFree(SqliteConnection &connection, QDeadlineTimer limit, const Run &use);
+    std::optional<Error> runReader(const Run &use);
+    void setAsideIfDamaged(QDeadlineTimer limit);
 
     QString m_path;
     SqliteConnection m_reader;

@@ -30,18 +30,25 @@ COMMIT;
 
 } // namespace
 
+void waitUntil(sqlite3 *handle, QDeadlineTimer limit)
+{
+    sqlite3_busy_timeout(handle, int(limit.remainingTime()));
+}
+
 // Another process may write the file at the same moment, and SQLite does not wait for it everywhere.
-int executeWhenFree(sqlite3 *handle, const char *sql)
+int executeWhenFree(sqlite3 *handle, const char *sql, QDeadlineTimer limit)
 {
     int result = SQLITE_OK;
-    succeedsInTime([&] {
+    const auto attempt = [&] {
+        waitUntil(handle, limit);
         result = sqlite3_exec(handle, sql, nullptr, nullptr, nullptr);
         const bool isBusy = (result & 0xff) == SQLITE_BUSY;
         if (isBusy) {
             sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
         }
         return !isBusy;
-    });
+    };
+    succeedsInTime(attempt, limit);
     return result;
 }
 
@@ -60,15 +67,16 @@ std::optional<QByteArray> firstText(sqlite3 *handle, const char *sql, int &resul
     return value;
 }
 
-int layOut(sqlite3 *handle)
+int layOut(sqlite3 *handle, QDeadlineTimer limit)
 {
-    const int result = executeWhenFree(handle, layoutSql);
-    return result == SQLITE_OK ? executeWhenFree(handle, schemaSql) : result;
+    const int result = executeWhenFree(handle, layoutSql, limit);
+    return result == SQLITE_OK ? executeWhenFree(handle, schemaSql, limit) : result;
 }
 
-SetUpLock::SetUpLock(const QString &path)
+SetUpLock::SetUpLock(const QString &path, QDeadlineTimer limit)
     : m_folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC)),
-      m_held(m_folder >= 0 && succeedsInTime([this] { return ::flock(m_folder, LOCK_EX | LOCK_NB) == 0; }))
+      m_held(m_folder >= 0
+             && succeedsInTime([this] { return ::flock(m_folder, LOCK_EX | LOCK_NB) == 0; }, limit))
 {
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/UserDefaults.h"
 #include "support/Suite.h"
+#include "support/WaitingWrite.h"
 
 #include <QDir>
 #include <QFile>
@@ -317,6 +318,43 @@ TEST(DamagedSuite, AProgramThatMissesARemovedLogWaitsForTheOneThatHasIt)
     });
     EXPECT_EQ(makeSuite()->string(u"key1"_s), u"in the log"_s);
     EXPECT_TRUE(setAside(path).isEmpty());
+}
+
+TEST(DamagedSuite, AReadWithoutTheTimeToWaitForARemovedLogLosesNothing)
+{
+    const QString path = makeFile();
+    const auto suite = makeSuite();
+    test::put(*suite, u"key1"_s, u"in the log"_s);
+    ASSERT_TRUE(QFile::remove(path + u"-wal"_s));
+    Keyboard(path).text("SELECT 1"); // makes an empty one
+
+    UserDefaults::setReadPatience(std::chrono::milliseconds(1));
+    const auto hasty = makeSuite();
+    ASSERT_NE(hasty, nullptr);
+    EXPECT_TRUE(test::failureOf(hasty->read(u"key1"_s).failure).contains(u"keeps the file locked"));
+    EXPECT_EQ(suite->string(u"key1"_s), u"in the log"_s);
+    EXPECT_EQ(hasty->string(u"key1"_s), u"in the log"_s);
+    EXPECT_TRUE(setAside(path).isEmpty());
+}
+
+TEST(DamagedSuite, ALockedFileIsSetAsideByAWriteThatWaitsAndNotByAReadThatDoesNot)
+{
+    const QString path = makeFile();
+    Keyboard keyboard(path);
+    keyboard.text("BEGIN IMMEDIATE");
+    replace(path, "this is no database");
+
+    UserDefaults::setReadPatience(std::chrono::milliseconds(1));
+    const auto suite = makeSuite();
+    ASSERT_NE(suite, nullptr);
+    test::WaitingWrite write(*suite);
+    EXPECT_TRUE(test::failureOf(suite->read(u"key1"_s).failure).contains(u"keeps the file locked"));
+    EXPECT_TRUE(write.isWaiting());
+    EXPECT_TRUE(setAside(path).isEmpty());
+    keyboard.text("ROLLBACK");
+    EXPECT_EQ(write.failure(), u"");
+    EXPECT_EQ(test::failureOf(suite->read(u"key1"_s).failure), u"");
+    EXPECT_EQ(setAside(path).size(), 1);
 }
 
 TEST(DamagedSuite, AFileWhoseLogIsGoneForGoodIsAsItWasBefore)

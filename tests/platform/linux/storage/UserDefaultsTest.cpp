@@ -2,6 +2,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/FileManager.h"
 #include "support/Suite.h"
+#include "support/WaitingWrite.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -461,6 +462,21 @@ TEST(UserDefaults, AReadWaitsForAWhollyLockedFileOnlyAsLongAsTheProcessIsPatient
     EXPECT_EQ(makeSuite()->object(u"key"_s), std::nullopt);
     hasRead.set_value();
     EXPECT_EQ(waited.get(), std::future_status::ready);
+}
+
+TEST(UserDefaults, AReadGivesUpWhereAWriteWaitsToLayTheFileOut)
+{
+    const auto suite = makeSuite();
+    UserDefaults::setReadPatience(std::chrono::milliseconds(1));
+    removeFiles(suite->path());
+    Sqlite file(suite->path());
+    ASSERT_TRUE(file.run("CREATE TABLE theirs (value); BEGIN IMMEDIATE"));
+    test::WaitingWrite write(*suite);
+    EXPECT_TRUE(test::failureOf(suite->read(u"key"_s).failure).contains(u"keeps the file locked"));
+    EXPECT_TRUE(write.isWaiting());
+    ASSERT_TRUE(file.run("ROLLBACK"));
+    EXPECT_EQ(write.failure(), u"");
+    EXPECT_EQ(test::failureOf(suite->read(u"key"_s).failure), u"");
 }
 
 TEST(UserDefaults, AWriteWaitsAlsoWhereReadsHaveGivenUp)

@@ -3,9 +3,11 @@
 
 #include "doubles/FakeStart.h"
 #include "screens/Screens.h"
+#include "support/LockedDefaults.h"
 #include "support/Painted.h"
 #include "support/PhoneWays.h"
 #include "support/Suite.h"
+#include "support/WaitingWrite.h"
 
 #include <QFont>
 #include <QGuiApplication>
@@ -221,6 +223,19 @@ TEST_F(GetStartedTest, ADismissedCardDoesNotComeAgain)
     open();
     EXPECT_FALSE(shows(toChoose));
     EXPECT_TRUE(Shared::d().dictionaryRepresentation().value.empty());
+}
+
+TEST_F(GetStartedTest, ADismissalThatCannotBeStoredKeepsNobodyWaitingAndHoldsUntilTheNextStart)
+{
+    open();
+    LockedDefaults locked;
+    const WaitingWrite write(UserDefaults::standard());
+    window().click(u"Dismiss"_s);
+    EXPECT_FALSE(shows(toChoose));
+    EXPECT_TRUE(write.isWaiting());
+    open();
+    EXPECT_FALSE(shows(toChoose));
+    locked.unlock();
 }
 
 TEST_F(GetStartedTest, LeadsToTheProvidersAndToTheDictationScreen)

@@ -24,11 +24,6 @@ namespace
 /// In the application's own defaults.
 const QString dismissedKey = u"getStartedDismissed"_s;
 
-bool isDismissed()
-{
-    return UserDefaults::standard().object(dismissedKey).has_value();
-}
-
 /// Where the recordings go.
 QString hostOf(const SpeechService &service)
 {
@@ -62,6 +57,11 @@ GetStarted::GetStarted(LocalSpeechService &local, TypingKey &typing, Pasteboard 
     for (const StartStep *step : {&m_service, &m_key, &m_trial}) {
         connect(step, &StartStep::changed, this, &GetStarted::changed);
     }
+}
+
+bool GetStarted::isDismissed() const
+{
+    return m_isDismissed || UserDefaults::standard().object(dismissedKey).has_value();
 }
 
 bool GetStarted::isDone() const
@@ -233,8 +233,10 @@ void GetStarted::copyCommand()
 void GetStarted::dismiss()
 {
     setShown(false);
-    // Nobody is told of a failure: the card comes again.
-    std::ignore = UserDefaults::standard().set(dismissedKey, true);
+    m_isDismissed = true;
+    // Nobody is told of a failure: the card comes again after the next start.
+    std::ignore = UserDefaults::standard().write({{dismissedKey, true}},
+                                                 QDeadlineTimer(UserDefaults::mainThreadPatience));
 }
 
 void GetStarted::setShown(bool shown)

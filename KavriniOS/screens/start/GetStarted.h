@@ -80,6 +80,7 @@ private:
     void showTrial();
     void decide();
     void setShown(bool shown);
+    [[nodiscard]] bool isDismissed() const;
 
     LocalSpeechService &m_local;
     TypingKey &m_typing;
@@ -88,6 +89,7 @@ private:
     StartStep m_key;
     StartStep m_trial;
     bool m_isShown = false;
+    bool m_isDismissed = false; ///< in this process
     bool m_isKeyKnown = false; ///< the desktop has said whether there is one
     bool m_isAskingForKey = false;
     bool m_needsCommand = false;

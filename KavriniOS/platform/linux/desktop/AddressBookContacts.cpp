@@ -88,7 +88,8 @@ void AddressBookContacts::settle(AuthorizationStatus status)
     m_status = status;
     if (status != Status::Restricted) {
         // If this cannot be stored, the next process asks again.
-        std::ignore = UserDefaults::standard().set(statusKey, qint64(status));
+        std::ignore = UserDefaults::standard().write({{statusKey, qint64(status)}},
+                                                     QDeadlineTimer(UserDefaults::mainThreadPatience));
     }
 }
 

@@ -2,10 +2,12 @@
 #include "platform/linux/desktop/AddressBookContacts.h"
 
 #include "platform/UserDefaults.h"
+#include "support/LockedDefaults.h"
 #include "support/Paths.h"
 #include "support/PrivateBus.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
+#include "support/WaitingWrite.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -166,6 +168,20 @@ TEST(AddressBookContacts, StayAsTheyWereSettled)
         EXPECT_TRUE(request(contacts));
         EXPECT_EQ(contacts.authorizationStatus(), status);
     }
+}
+
+TEST(AddressBookContacts, AreSettledWithoutWaitingUntilTheAnswerCanBeStored)
+{
+    Session session;
+    session.start();
+    LockedDefaults locked;
+    const WaitingWrite write(UserDefaults::standard());
+    AddressBookContacts contacts;
+    EXPECT_TRUE(request(contacts));
+    EXPECT_TRUE(write.isWaiting());
+    EXPECT_EQ(contacts.authorizationStatus(), Status::Authorized);
+    EXPECT_EQ(remembered(), std::nullopt);
+    locked.unlock();
 }
 
 TEST(AddressBookContacts, AreAskedForWhereWhatIsRememberedIsNoAnswer)

@@ -412,6 +412,30 @@ class TypistEnds(TypistTest):
         self.assertFalse(self.bus.has("app.kavrin.Typist"))
 
 
+class DamagedSuite(TypistTest):
+    def test_it_says_where_the_copy_is_if_it_sets_the_suite_aside(self):
+        path = pathlib.Path(self.suite.database.execute("PRAGMA database_list").fetchone()[2])
+        self.suite.database.close()
+        service, where, interface = DICTATION
+        self.session.start("/usr/bin/python3", "-m", "dbusmock", "--session", service, where, interface,
+                           stdout=subprocess.DEVNULL)  # a Kavrin that reads no suite
+        wait_until(lambda: self.bus.has(service), "a Kavrin is there")
+        for method, answer, returned in (("Commanded", "t", "ret = 0"), ("State", "s", "ret = 'idle'")):
+            self.bus.call(service, where, "org.freedesktop.DBus.Mock", "AddMethod", "(sssss)", interface, method, "",
+                          answer, returned)
+        typist = self.session.start(self.session.bin / "kavrin-typist", stderr=subprocess.PIPE)
+        wait_until(lambda: self.bus.has("app.kavrin.Typist"), "the typist is there")
+        for file in path.parent.glob("defaults.sqlite*"):  # the log, too, where all of it may be
+            file.write_bytes(b"no database " * 500)
+        with self.assertRaises(self.bus.errors):  # nobody takes the command
+            self.bus.call(*TYPIST, "Toggle")
+        typist.terminate()
+        said = typist.communicate(timeout=30)[1]
+        [copy] = path.parent.glob("*.damaged-*Z")
+        self.assertIn(f"kavrin-typist: {path} was damaged", said)
+        self.assertIn(str(copy), said)
+
+
 class LockedSuite(TypistTest):
     def test_the_key_says_so_and_nothing_is_recorded(self):
         self.start()

@@ -55,6 +55,11 @@ QString wayOfTyping(PortalKeyboard &keyboard)
     return obstacle ? obstacle->localizedDescription : typing->name();
 }
 
+void reportDamage(const QString &text)
+{
+    std::fprintf(stderr, "kavrin-typist: %s\n", qUtf8Printable(text));
+}
+
 int serve()
 {
     // First, because whoever sees the name on the bus may ask this process to end.
@@ -103,5 +108,6 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(u"kavrin-typist"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KAVRIN_VERSION));
     readArguments(application);
+    UserDefaults::onDamage(reportDamage);
     return serve();
 }

@@ -14,7 +14,8 @@ from gi.repository import GLib
 
 from faults_test import HangingService
 from support.desktop import APPLICATION, Bus, Notifications, Tray
-from support.private_session import PrivateSession, enter_private_namespaces, wait_until
+from support.private_session import (PrivateSession, enter_private_namespaces, fill, make_read_only, small_disk,
+                                     undo_mount, wait_until)
 from support.suite_case import Holder
 
 DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
@@ -149,6 +150,35 @@ class WithoutTheSuite(Commands):
             self.bus.call(*APPLICATION, "Open", "(asa{sv})", ["kavrin://dictate"], {})
             wait_until(self.microphones_in_use, "a recording begins")
         self.session.ctl("dictate", "stop")
+
+
+class OnADiskThatTakesNothing(Commands):
+    def setUp(self):
+        super().setUp()
+        self.home = self.session.folder / "home"
+
+    def assert_stopped_each_way(self):
+        self.session.start_kavrin("--background", beats=False)
+        for way, stop in (("HTTP", lambda: self.session.http("/cmd?v=stop")),
+                          ("kavrinctl", lambda: self.session.ctl("dictate", "stop")),
+                          ("bus", lambda: self.bus.call(*DICTATION, "Stop"))):
+            with self.subTest(way):
+                self.session.ctl("dictate", "start")
+                self.assertTrue(self.microphones_in_use())
+                stop()
+                self.wait_until_the_microphone_is_free()
+                wait_until(lambda: self.bus.call(*DICTATION, "State") == ("idle",), "the dictation has ended")
+
+    def test_that_is_read_only_a_recording_is_stopped(self):
+        make_read_only(self.home)
+        self.addCleanup(undo_mount, self.home)
+        self.assert_stopped_each_way()
+
+    def test_that_is_full_a_recording_is_stopped(self):
+        small_disk(self.home, 64 * 1024)
+        self.addCleanup(undo_mount, self.home)
+        fill(self.home)
+        self.assert_stopped_each_way()
 
 
 class Failures(Commands):

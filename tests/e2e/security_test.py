@@ -85,7 +85,8 @@ class Files(unittest.TestCase):
         kavrin = session.start_kavrin()
         kavrinctl = session.start(session.bin / "kavrinctl", "dictate", "wait")
         service = session.start(session.bin / "kavrin-stt", "--port", "0")
-        for process in (kavrin, kavrinctl, service):
+        typist = session.start(session.bin / "kavrin-typist")
+        for process in (kavrin, kavrinctl, service, typist):
             with self.subTest(process.args[0]):
                 wait_until(lambda pid=process.pid: resource.prlimit(pid, resource.RLIMIT_CORE) == (0, 0), "no core file")
                 self.assertEqual(pathlib.Path(f"/proc/{process.pid}").stat().st_uid, os.getuid())

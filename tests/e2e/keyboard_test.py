@@ -209,6 +209,17 @@ class KeyboardGuide(unittest.TestCase):
                 self.suite.set("rowH", kind, value)
                 self.assertIn(f"[keys] {drawn} points high", self.whole_life().drawn())
 
+    def test_it_takes_a_time_that_is_no_number_for_none(self):
+        cases = (("dictationAlive", lambda keyboard: "[microphone] not running" in keyboard.drawn()),
+                 ("tStamp", lambda keyboard: not keyboard.typed()),
+                 ("otpAt", lambda keyboard: f"[code] {CODE}" not in keyboard.drawn()))
+        for key, is_ignored in cases:
+            with self.subTest(key):
+                self.store_transcript("ten of clubs", age=0)
+                self.store_code()
+                self.suite.set(key, "string", str(time.time()))
+                self.assertTrue(is_ignored(self.whole_life()))
+
     def test_it_offers_codes_as_a_toggle_of_any_kind_says(self):
         self.store_code()
         for kind, value, offered in (("bool", 0, False), ("int", 0, False), ("double", 0.0, False), ("int", 2, True),

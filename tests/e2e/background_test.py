@@ -111,6 +111,22 @@ class Window(Background):
         again.go_back()
         again.open_page("Voice typing")
 
+    def test_a_closed_window_has_forgotten_the_keys_that_it_showed(self):
+        self.session.ctl("set", "openaiKey", "sk-before")
+        tray = self.start_tray()
+        window = self.session.open_window()
+        window.open_page("Voice typing")
+        wait_until(lambda: window.find("API key", "text").text, "the key is shown")
+        item = tray.item()
+        self.session.close_window(window.process)
+        wait_until(lambda: not self.has_window(window.process), "the window is gone")
+        self.suite.set("openaiKey", "string", "")
+        item.click()
+        self.session.focus_window(window.process)
+        again = type(window)(self.session, window.process)
+        again.wait_for_page("Voice typing")
+        again.find("Paste API key", "push button")
+
     def test_closing_the_window_over_a_recording_drops_what_was_said(self):
         tray = self.start_tray()
         window = self.record_on_the_screen()

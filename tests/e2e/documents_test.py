@@ -60,12 +60,18 @@ def overwrite(path):
             file.write(b"no database " * (os.path.getsize(part) // 12))
 
 
+def delete(path):
+    for file in pathlib.Path(path).parent.glob("defaults.sqlite*"):
+        file.unlink()
+
+
 class Examples(unittest.TestCase):
     def setUp(self):
         self.session = self.enterContext(PrivateSession())
         self.session.start_speech_service()
         self.session.start_kavrin()
         self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
+        self.path = json.loads(self.session.ctl("where", "--json"))["suite"]
 
     def dictate_with(self, command, meanwhile=lambda: None):
         """Runs an example, speaks when it asks for that, and tells it on its standard input that the user is done. What
@@ -93,32 +99,42 @@ class Examples(unittest.TestCase):
                 self.assertEqual(self.dictate_with(command), (SPOKEN, 0, ""))
 
     def test_they_wait_for_a_suite_that_is_locked_for_seconds(self):
-        path = json.loads(self.session.ctl("where", "--json"))["suite"]
-        for command, seconds in ((SUITE_EXAMPLE, 6), (LOOPBACK_EXAMPLE, 3)):
-            with self.subTest(command[0]), contextlib.ExitStack() as lock:
+        for command, seconds in ((SUITE_EXAMPLE, 6), (LOOPBACK_EXAMPLE, 3), (LOOPBACK_EXAMPLE, 7)):
+            with self.subTest(command[0], seconds=seconds), contextlib.ExitStack() as lock:
                 def keep_locked():
-                    lock.enter_context(Holder(path, "BEGIN IMMEDIATE"))
+                    lock.enter_context(Holder(self.path, "BEGIN IMMEDIATE"))
                     threading.Timer(seconds, lock.close).start()
                 self.assertEqual(self.dictate_with(command, keep_locked), (SPOKEN, 0, ""))
 
-    def expect_complaint_about_damage(self, command):
-        path = json.loads(self.session.ctl("where", "--json"))["suite"]
-        output, code, complaints = self.dictate_with(command, lambda: overwrite(path))
+    def expect_complaint(self, command, break_suite):
+        output, code, complaints = self.dictate_with(command, lambda: break_suite(self.path))
         self.assertEqual((output, code), ("", 1))
         self.assertRegex(complaints, r"\A[A-Z][^\n]*\.\n\Z")
 
     def test_that_of_the_shared_suite_says_that_it_was_damaged(self):
-        self.expect_complaint_about_damage(SUITE_EXAMPLE)
+        self.expect_complaint(SUITE_EXAMPLE, overwrite)
 
     def test_that_of_the_loopback_server_says_that_nothing_came_of_a_damaged_suite(self):
-        self.expect_complaint_about_damage(LOOPBACK_EXAMPLE)
+        self.expect_complaint(LOOPBACK_EXAMPLE, overwrite)
+
+    def test_that_of_the_loopback_server_says_that_nothing_came_of_a_deleted_suite(self):
+        self.expect_complaint(LOOPBACK_EXAMPLE, delete)
+
+    def test_the_dictation_of_the_read_me_says_that_nothing_came_of_a_damaged_or_deleted_suite(self):
+        block, = (block for block in blocks(read("README.md"), "sh") if "dictate wait" in block)
+        start, stop, wait = block.splitlines()
+        for break_suite in (overwrite, delete):
+            with self.subTest(break_suite.__name__):
+                self.session.run("sh", "-c", start)
+                break_suite(self.path)
+                self.session.run("sh", "-c", stop)
+                done = self.session.run("sh", "-c", wait, check=False)
+                self.assertEqual((done.stdout, done.returncode), ("", 1))
+                self.assertRegex(done.stderr, r"\Akavrinctl: [A-Z][^\n]*\.\n\Z")
 
     def test_that_of_the_shared_suite_says_that_the_file_was_replaced(self):
-        path = json.loads(self.session.ctl("where", "--json"))["suite"]
-
         def replace():
-            for file in pathlib.Path(path).parent.glob("defaults.sqlite*"):
-                file.unlink()
+            delete(self.path)
             self.session.ctl("set", "rowH", "60")
 
         self.assertEqual(self.dictate_with(SUITE_EXAMPLE, replace),

@@ -136,6 +136,14 @@ class WithoutTheSuite(Commands):
                 wait_until(lambda: bool(self.microphones_in_use()) == (command == "start"), f"{command} is obeyed")
         self.assert_one_recording_was_made()
 
+    def test_an_http_start_that_cannot_be_consumed_is_acted_on_once(self):
+        self.session.http("/cmd?v=start")
+        with Holder(self.path, "BEGIN IMMEDIATE"):
+            wait_until(self.microphones_in_use, "a recording begins")
+            self.session.http("/cmd?v=stop")
+            self.wait_until_the_microphone_is_free()
+        self.assert_one_recording_was_made()
+
     def assert_one_recording_was_made(self):
         """And nothing takes a command that would make another: Kavrin looks for one eight times between two beats."""
         self.suite.wait_for("dictationCommand", "")

@@ -210,7 +210,8 @@ class Locked(SuiteTest):
         new = self.path.with_name("new.sqlite")
         for begin in ("BEGIN IMMEDIATE", "BEGIN EXCLUSIVE"):
             with self.subTest(begin), Holder(new, begin):
-                waiting = threading.Thread(target=self.wait_for_lock, args=(new,))
+                other = self.enterContext(contextlib.closing(self.open_patiently(new)))
+                waiting = threading.Thread(target=self.wait_for_lock, args=(other,))
                 waiting.start()
                 self.replace_suite(new, kavrin)
                 reading = threading.Thread(target=self.session.http, args=("/get",))
@@ -222,10 +223,12 @@ class Locked(SuiteTest):
                 waiting.join()
             self.expect_service(kavrin)
 
-    def wait_for_lock(self, path):
-        """Not as long as Kavrin waits to write."""
-        with contextlib.closing(sqlite3.connect(path, isolation_level=None, timeout=4)) as database:
-            self.assertRaises(sqlite3.OperationalError, database.execute, "BEGIN IMMEDIATE")
+    def open_patiently(self, path):
+        """With a patience a little shorter than Kavrin's to write."""
+        return sqlite3.connect(path, isolation_level=None, timeout=4, check_same_thread=False)
+
+    def wait_for_lock(self, database):
+        self.assertRaises(sqlite3.OperationalError, database.execute, "BEGIN IMMEDIATE")
 
     def replace_suite(self, new, kavrin):
         """With a file that holds nothing yet. Kavrin does not get to see it half done."""

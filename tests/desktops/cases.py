@@ -70,24 +70,24 @@ def the_key_held_records_until_it_is_released(desk):
         field.wait_for("held")
 
 
+def type_by_tapping(desk, field, text):
+    desk.service.answer(text)
+    desk.hands.tap("ctrl", "alt", "d")
+    desk.wait_for_activity("recording")
+    desk.hands.tap("ctrl", "alt", "d")
+    field.wait_for(text)
+
+
 def the_key_tapped_records_until_it_is_tapped_again(desk):
     with contextlib.closing(Field(desk, "GTK")) as field:
-        desk.service.answer("tapped")
-        desk.hands.tap("ctrl", "alt", "d")
-        desk.wait_for_activity("recording")
-        desk.hands.tap("ctrl", "alt", "d")
-        field.wait_for("tapped")
+        type_by_tapping(desk, field, "tapped")
 
 
 def the_shortcut_asked_for_again_is_there_still(desk):
     with contextlib.closing(Field(desk, "GTK")) as field:
         desk.session.ctl("type", "shortcut")
         desk.wait_for_shortcut()
-        desk.service.answer("again")
-        desk.hands.tap("ctrl", "alt", "d")
-        desk.wait_for_activity("recording")
-        desk.hands.tap("ctrl", "alt", "d")
-        field.wait_for("again")
+        type_by_tapping(desk, field, "again")
 
 
 def killed_at_some_moment_it_types_a_text_once_or_never(desk):

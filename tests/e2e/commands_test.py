@@ -13,12 +13,10 @@ import unittest
 from gi.repository import GLib
 
 from faults_test import HangingService
-from support.desktop import APPLICATION, Bus, Notifications, Tray
+from support.desktop import APPLICATION, DICTATION, Bus, Notifications, Tray
 from support.private_session import (PrivateSession, enter_private_namespaces, fill, make_read_only, small_disk,
                                      undo_mount, wait_until)
 from support.suite_case import Holder
-
-DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
 
 
 class Service:

@@ -7,11 +7,10 @@ import subprocess
 import unittest
 
 from faults_test import HangingService
-from support.desktop import Bus, Notifications, Tray
+from support.desktop import DICTATION, Bus, Notifications, Tray
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.screen_reader import Window, WindowSession
 from support.speech import SPOKEN
-from typist_test import DICTATION
 
 CLIP = SPEECH / "cards" / "001.wav"
 PROSE = SPEECH / "librivox" / "sense_and_sensibility_01_austen_64kb-0870.wav"

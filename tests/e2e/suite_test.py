@@ -12,10 +12,9 @@ import threading
 import time
 import unittest
 
-from support.desktop import Bus
+from support.desktop import DICTATION, Bus
 from support.private_session import Suite, enter_private_namespaces, make_read_only, small_disk, undo_mount, wait_until
 from support.suite_case import Holder, SuiteTest
-from typist_test import DICTATION
 
 DICTATION_KEYS = ("dictationCommand", "dictationAlive", "dictationState", "transcript", "tStamp", "tUsed", "probeApp")
 MEBIBYTE = 1024 * 1024

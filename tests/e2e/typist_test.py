@@ -12,14 +12,13 @@ import threading
 import time
 import unittest
 
-from support.desktop import Bus, Notifications
+from support.desktop import DICTATION, Bus, Notifications
 from support.private_session import SPEECH, PrivateSession, enter_private_namespaces, wait_until
 from support.speech import SPOKEN
 from support.suite_case import Holder
 
 CLIP = SPEECH / "cards" / "001.wav"
 TYPIST = ("app.kavrin.Typist", "/app/kavrin/Typist", "app.kavrin.Typist")
-DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
 ALL_OF_UNICODE = "Grüße – 2 €, naïve Straße, 日本語, 👍🏽"
 
 # A terminal program that stores each byte that is typed.

@@ -9,7 +9,7 @@ import time
 
 from gi.repository import GLib
 
-from support.desktop import Bus, Notifications, Tray
+from support.desktop import DICTATION, Bus, Notifications, Tray
 from support.private_session import wait_until
 
 LIMIT = 60  # seconds for each step, on the slowest machine
@@ -17,7 +17,6 @@ INTERVAL = 0.03  # seconds between two looks at what Kavrin does
 LOGIND = ("org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.DBus.Mock")
 # Freed memory goes back at once, so that what stays is held by somebody (mallopt(3)).
 MALLOC = ("MALLOC_ARENA_MAX=1", "MALLOC_MMAP_THRESHOLD_=65536", "MALLOC_TRIM_THRESHOLD_=65536")
-DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
 
 
 class Cancelled(Exception):

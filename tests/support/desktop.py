@@ -6,6 +6,7 @@ import subprocess
 from support.private_session import wait_until
 
 APPLICATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin", "org.freedesktop.Application")
+DICTATION = ("app.kavrin.Kavrin", "/app/kavrin/Kavrin/Dictation", "app.kavrin.Dictation")
 _MOCK = "org.freedesktop.DBus.Mock"
 
 

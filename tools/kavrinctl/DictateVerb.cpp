@@ -120,17 +120,17 @@ double timeOfTranscript()
     return time == nullptr ? 0 : *time;
 }
 
-/// Why and when a dictation has failed, if none has brought a text since. Else empty.
-QJsonObject failureSinceTranscript()
+/// Why and when a dictation has failed after this time. Empty if none has.
+QJsonObject failureSince(double time)
 {
     const QJsonObject failure = QJsonDocument::fromJson(storedString(dictation::errorKey).toUtf8()).object();
-    return failure[u"at"].toDouble() > timeOfTranscript() ? failure : QJsonObject();
+    return failure[u"at"].toDouble() > time ? failure : QJsonObject();
 }
 
 /// Throws Refusal if the last dictation has failed, less than a minute ago.
 void expectNoFreshFailure()
 {
-    const QJsonObject failure = failureSinceTranscript();
+    const QJsonObject failure = failureSince(timeOfTranscript());
     if (!failure.isEmpty() && isFresh(failure[u"at"].toDouble())) {
         throw Refusal{failure[u"message"].toString()};
     }
@@ -263,7 +263,7 @@ std::optional<QString> takeTranscript()
     const auto *const time = std::get_if<double>(&stamp);
     const auto found = now.find(dictation::usedKey);
     const auto used = found == now.end() ? std::nullopt : std::optional(found->second);
-    if (time == nullptr || used == stamp || !failureSinceTranscript().isEmpty()
+    if (time == nullptr || used == stamp || !failureSince(*time).isEmpty()
         || now[dictation::stateKey] == PropertyListValue(dictation::working)) {
         return std::nullopt;
     }

@@ -2,8 +2,8 @@
 #include "App/WindowState.h"
 
 #include "platform/Logging.h"
+#include "platform/OrdinaryFile.h"
 
-#include <QFileInfo>
 #include <QSettings>
 
 namespace kavrin
@@ -27,13 +27,6 @@ int sideOf(const QSettings &file, QLatin1StringView name)
 {
     const int side = file.value(name).toInt();
     return side > 0 && side <= largestSide ? side : 0;
-}
-
-/// Whether a file can be there. A pipe would let the application wait for its other end.
-bool canBeFile(const QString &path)
-{
-    const QFileInfo info(path);
-    return !info.exists() || info.isFile();
 }
 
 } // namespace

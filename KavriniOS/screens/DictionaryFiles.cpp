@@ -2,12 +2,13 @@
 #include "screens/DictionaryFiles.h"
 
 #include "platform/Error.h"
+#include "platform/OrdinaryFile.h"
+#include "store/DictionaryKey.h"
 #include "store/Shared.h"
 #include "store/SuiteWriter.h"
 
 #include <QCoroFuture>
 #include <QFile>
-#include <QFileInfo>
 #include <QPointer>
 #include <QSaveFile>
 #include <QSet>
@@ -26,22 +27,16 @@ namespace
 
 constexpr qint64 mostBytes = 4'000'000;
 
-QString key()
-{
-    return u"userDict"_s;
-}
-
 QString textIn(const std::optional<PropertyListValue> &stored)
 {
     const QString *text = stored ? std::get_if<QString>(&*stored) : nullptr;
     return text != nullptr ? *text : QString();
 }
 
-/// Throws Error if the path leads to a pipe or a device, which would let the window wait for its other end.
+/// Throws Error.
 void expectFile(const QString &path)
 {
-    const QFileInfo info(path);
-    if (info.exists() && !info.isFile()) {
+    if (!canBeFile(path)) {
         throw Error(u"dictionary"_s, 4, u"It is no ordinary file."_s);
     }
 }
@@ -126,7 +121,7 @@ QCoro::Task<> DictionaryFiles::chooseAndImport()
         const QStringList lines = linesOf(path);
         const auto added = std::make_shared<qsizetype>(0);
         const QFuture<std::optional<Error>> written = SuiteWriter::edit(
-            key(),
+            dictionaryKey,
             [lines,
              added](const std::optional<PropertyListValue> &stored) -> std::optional<PropertyListValue> {
                 const QString text = textIn(stored);
@@ -160,7 +155,7 @@ QCoro::Task<> DictionaryFiles::chooseAndExport()
         if (path.isEmpty()) {
             co_return;
         }
-        const auto [stored, failure] = Shared::d().read(key());
+        const auto [stored, failure] = Shared::d().read(dictionaryKey);
         if (failure) {
             throw Error(*failure);
         }

@@ -5,6 +5,7 @@
 #include "screens/StoreNote.h"
 #include "screens/TextMerge.h"
 #include "screens/UnseenChanges.h"
+#include "store/DictionaryKey.h"
 #include "store/Shared.h"
 #include "store/SuiteWriter.h"
 
@@ -31,11 +32,6 @@ constexpr std::chrono::milliseconds followInterval = 500ms;
 constexpr std::chrono::milliseconds countDelay = 150ms;
 constexpr qsizetype mostMarks = 100;
 constexpr qsizetype mostFaults = 4;
-
-QString key()
-{
-    return u"userDict"_s;
-}
 
 using Stored = std::optional<PropertyListValue>;
 
@@ -90,7 +86,7 @@ void DictionaryModel::follow()
     if (m_pending > 0 || *m_saved != m_text || !m_editor) {
         return;
     }
-    const Result<Stored> stored = Shared::d().read(key());
+    const Result<Stored> stored = Shared::d().read(dictionaryKey);
     if (stored.failure && !m_isReadable) {
         setNote(unreadableNote(*stored.failure));
     }
@@ -133,7 +129,7 @@ QCoro::Task<> DictionaryModel::store()
     const QPointer self(this);
     ++m_pending;
     const Written written = SuiteWriter::edit(
-        key(),
+        dictionaryKey,
         [saved = m_saved, mine = m_text](const Stored &stored) {
             const QString *const theirs = textIn(stored);
             return theirs != nullptr ? mergedText(*saved, mine, *theirs) : mine;
@@ -143,7 +139,7 @@ QCoro::Task<> DictionaryModel::store()
                 *saved = mine;
             }
         });
-    unseenChanges().insert(key(), written);
+    unseenChanges().insert(dictionaryKey, written);
     const std::optional<Error> failure = co_await written;
     if (self) {
         --m_pending;
@@ -154,11 +150,11 @@ QCoro::Task<> DictionaryModel::store()
 /// The last edit of a page that was closed before its outcome was known.
 QCoro::Task<> DictionaryModel::showUnseen()
 {
-    if (!unseenChanges().contains(key())) {
+    if (!unseenChanges().contains(dictionaryKey)) {
         co_return;
     }
     const QPointer self(this);
-    const Written written = unseenChanges().value(key());
+    const Written written = unseenChanges().value(dictionaryKey);
     const std::optional<Error> failure = co_await written;
     if (self) {
         showOutcome(failure);
@@ -168,7 +164,7 @@ QCoro::Task<> DictionaryModel::showUnseen()
 void DictionaryModel::showOutcome(const std::optional<Error> &failure)
 {
     if (m_pending == 0) {
-        unseenChanges().remove(key());
+        unseenChanges().remove(dictionaryKey);
     }
     setNote(failure ? storeNote(*failure) : QString());
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "store/Prefs.h"
 
+#include "store/DictionaryKey.h"
 #include "store/JsonSerialization.h"
 #include "store/PrefsCache.h"
 #include "store/SettingValue.h"
@@ -21,7 +22,6 @@ namespace
 {
 
 const QString blobPrefix = u"KAVRINCFG1:"_s;
-const QString dictionaryKey = u"userDict"_s;
 
 template <typename K> bool isKind(const Prefs::Item &item)
 {

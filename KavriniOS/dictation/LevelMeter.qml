@@ -36,7 +36,7 @@ Row {
 
                 Behavior on height {
                     NumberAnimation {
-                        duration: 90
+                        duration: Theme.reducedMotion ? 0 : 90
                         easing.type: Easing.OutQuad
                     }
                 }

@@ -78,7 +78,7 @@ Item {
             anchors.fill: parent
             radius: Theme.radius - 4
             color: Theme.background
-            border.width: field.activeFocus ? 2 : 1
+            border.width: field.activeFocus ? 2 : Theme.edgeWidth
             border.color: field.activeFocus ? Theme.accent : Theme.edge
         }
         TextInput {

@@ -19,6 +19,8 @@ PressButton {
             anchors.fill: parent
             radius: Theme.radius
             color: button.prominent ? Theme.accent : "transparent"
+            border.width: Theme.highContrast && !button.prominent ? Theme.edgeWidth : 0
+            border.color: Theme.edge
         }
         Rectangle {
             anchors.fill: parent

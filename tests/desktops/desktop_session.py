@@ -2,6 +2,7 @@
 """Sessions of the desktops that most people have, without a screen."""
 
 import pathlib
+import re
 import subprocess
 from typing import NamedTuple
 
@@ -84,6 +85,14 @@ class Gnome(DesktopSession):
         self.hands = GnomeHands(self)
         wait_until(self._is_overview, "GNOME shows its overview, in which it begins", limit=60)
         wait_until(self._leaves_overview, "GNOME leaves its overview", limit=60, interval=2)
+        self._tell_of_xwayland()
+
+    def _tell_of_xwayland(self):
+        """As gnome-session does: Xwayland starts when a program asks for it."""
+        log = (self.folder / "desktop.log").read_text(encoding="utf-8", errors="replace")
+        self.env["DISPLAY"] = re.search(r"Using public X11 display (:\d+)", log)[1]
+        self.env["XAUTHORITY"] = str(next(pathlib.Path(self.env["XDG_RUNTIME_DIR"]).glob(".mutter-Xwaylandauth.*")))
+        self.run("dbus-update-activation-environment", "DISPLAY", "XAUTHORITY")
 
     def lock(self):
         """GNOME locks only what its display manager has started. So the login manager says that it is locked."""

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/desktop/DesktopPasteboard.h"
 
+#include "platform/linux/SelectionCommand.h"
+
 #include <QClipboard>
 #include <QCoroFuture>
 #include <QCoroProcess>
@@ -58,7 +60,7 @@ QCoro::Task<> DesktopPasteboard::setString(QString text)
 {
     // Not even a window that has the focus may set the clipboard before it has had a click or a key.
     if (isUnderWayland()) {
-        const QFuture<void> isSet = setThroughWlCopy(text);
+        const QFuture<void> isSet = setByCommand(text);
         co_await isSet;
     } else {
         setOwnClipboard(text);
@@ -67,7 +69,7 @@ QCoro::Task<> DesktopPasteboard::setString(QString text)
 
 void DesktopPasteboard::setSecret(const QString &text)
 {
-    endWlCopy();
+    endCommand();
     auto *data = new QMimeData; // the clipboard owns it from here on
     data->setText(text);
     data->setData(u"x-kde-passwordManagerHint"_s, "secret");
@@ -83,12 +85,12 @@ QCoro::Task<QString> DesktopPasteboard::text()
     co_return co_await text;
 }
 
-/// The result is there when wl-copy has set the clipboard, or takes too long; then it may still set it.
-QFuture<void> DesktopPasteboard::setThroughWlCopy(const QString &text)
+/// The result is there when the command has set the clipboard, or takes too long; then it may still set it.
+QFuture<void> DesktopPasteboard::setByCommand(const QString &text)
 {
-    endWlCopy();
+    endCommand();
     auto *process = new QProcess(qGuiApp);
-    m_wlCopy = process;
+    m_command = process;
     const auto promise = std::make_shared<QPromise<void>>();
     promise->start();
     QTimer::singleShot(patienceToSet, process, [promise] { promise->finish(); });
@@ -104,21 +106,22 @@ QFuture<void> DesktopPasteboard::setThroughWlCopy(const QString &text)
                              process->deleteLater();
                          }
                      });
-    // wl-copy leaves a child that serves the clipboard. The child must not keep this end of a pipe open.
+    // The child that is left to serve the clipboard must not keep this end of a pipe open.
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setStandardErrorFile(QProcess::nullDevice());
-    process->start(u"wl-copy"_s, {u"--type"_s, u"text/plain;charset=utf-8"_s});
+    const auto [program, arguments] = selectionCommand(Selection::Clipboard);
+    process->start(program, arguments);
     process->write(text.toUtf8());
     process->closeWriteChannel();
     return promise->future();
 }
 
 /// Ends the process of the previous text: it must not set that text after the next one.
-void DesktopPasteboard::endWlCopy()
+void DesktopPasteboard::endCommand()
 {
-    if (m_wlCopy) {
-        m_wlCopy->kill();
-        m_wlCopy->waitForFinished();
+    if (m_command) {
+        m_command->kill();
+        m_command->waitForFinished();
     }
 }
 

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/typing/PortalTyping.h"
 
-#include "platform/linux/typing/WlCopy.h"
+#include "platform/linux/SelectionCommand.h"
+#include "platform/linux/typing/WaylandSelections.h"
 
 namespace kavrin
 {
@@ -11,8 +12,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-/// How long the focus may take to go back. GNOME tells nobody, and keys that come before are lost.
-constexpr std::chrono::milliseconds focusChange{500};
+/// How long the desktop may take until programs can paste. GNOME tells nobody, and a paste that comes before
+/// is lost.
+constexpr std::chrono::milliseconds delay{500};
 
 } // namespace
 
@@ -26,11 +28,11 @@ QCoro::Task<> PortalTyping::paste(QString text)
     // The desktop's question has the focus while it is there.
     const QCoro::Task<> pluggingIn = m_keyboard.plugIn();
     co_await pluggingIn;
-    const QCoro::Task<> selecting = selectByWlCopy(text);
+    const QCoro::Task<> selecting = selectText(text);
     co_await selecting;
-    if (wlCopyTakesFocus()) {
-        const QCoro::Task<> goingBack = m_pause(focusChange);
-        co_await goingBack;
+    if (isSelectionLate()) {
+        const QCoro::Task<> waiting = m_pause(delay);
+        co_await waiting;
     }
     const QCoro::Task<> pressing = m_keyboard.pressShiftInsert();
     co_await pressing;

@@ -2,7 +2,7 @@
 #include "platform/linux/typing/VirtualKeyboardTyping.h"
 
 #include "platform/linux/typing/VirtualKeyboard.h"
-#include "platform/linux/typing/WlCopy.h"
+#include "platform/linux/typing/WaylandSelections.h"
 
 namespace kavrin
 {
@@ -16,7 +16,7 @@ std::optional<Error> VirtualKeyboardTyping::obstacle()
     } catch (const Error &error) {
         return error;
     }
-    return obstacleToWlCopy();
+    return obstacleToSelecting();
 }
 
 QString VirtualKeyboardTyping::name() const
@@ -28,7 +28,7 @@ QCoro::Task<> VirtualKeyboardTyping::paste(QString text)
 {
     // The keyboard comes first: a window that knew none takes it while the text is put on the clipboard.
     VirtualKeyboard keyboard;
-    const QCoro::Task<> selecting = selectByWlCopy(text);
+    const QCoro::Task<> selecting = selectText(text);
     co_await selecting;
     keyboard.pressShiftInsert();
 }

@@ -4,7 +4,7 @@
 #include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/PortalTyping.h"
 #include "platform/linux/typing/VirtualKeyboardTyping.h"
-#include "platform/linux/typing/WlCopy.h"
+#include "platform/linux/typing/WaylandSelections.h"
 #include "platform/linux/typing/X11Typing.h"
 
 namespace kavrin
@@ -24,7 +24,7 @@ Result<std::unique_ptr<Typing>> findUnderWayland(PortalKeyboard &keyboard)
     if (!keyboard.isAvailable()) {
         return {nullptr, obstacle};
     }
-    if (const std::optional<Error> noClipboard = obstacleToWlCopy()) {
+    if (const std::optional<Error> noClipboard = obstacleToSelecting()) {
         return {nullptr, noClipboard};
     }
     return {std::make_unique<PortalTyping>(keyboard)};

@@ -52,7 +52,7 @@ void FailureNotices::report(const QString &message, bool isKept)
                           .text = text,
                           .action = u"Open voice typing"_s,
                           .buttons = isKept ? QList{again, settings} : QList{settings},
-                          .stay = isKept ? Notifications::Stay::UntilSeen : Notifications::Stay::AsUsual});
+                          .stay = Notifications::Stay::UntilSeen});
 }
 
 QString FailureNotices::line(const QString &message) const

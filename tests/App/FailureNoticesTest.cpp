@@ -40,6 +40,14 @@ TEST_F(FailureNoticesTest, OffersToSendARecordingAgainThatIsKept)
     }
 }
 
+TEST_F(FailureNoticesTest, ShowsAFailureUntilItIsSeen)
+{
+    for (const bool isKept : {false, true}) {
+        notices.report(u"Error: no"_s, isKept);
+        EXPECT_EQ(notifications.shown->stay, Notifications::Stay::UntilSeen) << isKept;
+    }
+}
+
 TEST_F(FailureNoticesTest, TellsWhichButtonWasPressed)
 {
     QStringList told;

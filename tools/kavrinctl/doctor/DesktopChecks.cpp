@@ -45,8 +45,8 @@ bool isAnswer(const QDBusMessage &message)
 }
 
 /// kavrin-typist answers with a name, such as "Wayland virtual keyboard", or with a sentence that says why
-/// there is none and what to do.
-Finding askTypist(const QString &method, const QString &found)
+/// there is none and what to do: `otherwise` is the finding then.
+Finding askTypist(const QString &method, const QString &found, Finding (*otherwise)(const QString &, const QString &))
 {
     const QDBusMessage answer = ask(typist, method);
     if (QDBusError(answer).type() == QDBusError::ServiceUnknown) {
@@ -58,19 +58,20 @@ Finding askTypist(const QString &method, const QString &found)
                    u"Start it in a terminal, and read what it says."_s);
     }
     const QString text = answer.arguments().value(0).toString();
-    return text.endsWith(u'.') ? bad(text, {}) : good(found.arg(text));
+    return text.endsWith(u'.') ? otherwise(text, {}) : good(found.arg(text));
 }
 
 } // namespace
 
 Finding checkTyping()
 {
-    return askTypist(u"Way"_s, u"The text is typed with: %1."_s);
+    return askTypist(u"Way"_s, u"The text is typed with: %1."_s, &bad);
 }
 
 Finding checkShortcut()
 {
-    return askTypist(u"Shortcut"_s, u"The key for dictation is: %1."_s);
+    // Nobody tells whether a key of the desktop's own runs it.
+    return askTypist(u"Shortcut"_s, u"The key for dictation is: %1."_s, &notChecked);
 }
 
 Finding checkNotifications()

@@ -70,7 +70,7 @@ Error noVirtualKeyboard()
 
 Error noCompositor()
 {
-    return typingError(u"The Wayland compositor does not answer."_s);
+    return typingError(u"The Wayland compositor does not answer. Log out and in again."_s);
 }
 
 uint32_t now()

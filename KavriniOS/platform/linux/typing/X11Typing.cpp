@@ -27,7 +27,7 @@ xcb_connection_t *connectToServer()
     xcb_connection_t *connection = xcb_connect(nullptr, nullptr);
     if (xcb_connection_has_error(connection) != 0) {
         xcb_disconnect(connection);
-        throw typingError(u"The X11 server cannot be reached."_s);
+        throw typingError(u"The X11 server cannot be reached. Log out and in again."_s);
     }
     return connection;
 }

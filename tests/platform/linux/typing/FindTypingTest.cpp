@@ -38,7 +38,7 @@ TEST(FindTyping, DoesNotTakeXwaylandForTheDesktop)
 {
     const PrivateX11Display xwayland;
     qputenv("WAYLAND_DISPLAY", "/nowhere");
-    EXPECT_EQ(found(), u"The Wayland compositor does not answer.");
+    EXPECT_EQ(found(), u"The Wayland compositor does not answer. Log out and in again.");
 }
 
 TEST(FindTyping, SaysWhichPackageIsMissing)
@@ -52,7 +52,7 @@ TEST(FindTyping, SaysSoWhereThereIsNoDisplay)
 {
     EXPECT_EQ(found(), u"There is no display to type at. Start this from a desktop session.");
     qputenv("DISPLAY", ":nowhere");
-    EXPECT_EQ(found(), u"The X11 server cannot be reached.");
+    EXPECT_EQ(found(), u"The X11 server cannot be reached. Log out and in again.");
 }
 
 } // namespace kavrin::test

@@ -95,7 +95,7 @@ T.ApplicationWindow {
 
         UndoStrip {
             width: parent.width
-            enabled: !window.dictating
+            visible: !window.dictating
             undo: window.app.settings.undo
         }
         RecordingStrip {

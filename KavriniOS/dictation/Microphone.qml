@@ -44,7 +44,7 @@ Item {
         growth: 0.28
     }
 
-    // While working, the dots light up one after the other.
+    // While working, the dots light up one after the other, or are all lit where nothing is to move.
     Symbol {
         id: symbol
 
@@ -60,7 +60,7 @@ Item {
         objectName: "litDots"
         anchors.left: symbol.left
         anchors.top: symbol.top
-        width: symbol.width * steps.lit / 3
+        width: Theme.reducedMotion ? symbol.width : symbol.width * steps.lit / 3
         height: symbol.height
         visible: microphone.rec.working
         clip: true
@@ -81,7 +81,7 @@ Item {
 
         interval: 300
         repeat: true
-        running: microphone.rec.working
+        running: microphone.rec.working && !Theme.reducedMotion
         onTriggered: lit = (lit + 1) % 4
     }
 }

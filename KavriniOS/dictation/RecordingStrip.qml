@@ -32,6 +32,7 @@ Item {
     component StripButton: PlainButton {
         Layout.topMargin: 8
         Layout.bottomMargin: 8
+        Layout.alignment: Qt.AlignRight
         implicitHeight: Math.max(Theme.rowHeight - 8, implicitContentHeight + topPadding + bottomPadding)
         leftPadding: 18
         rightPadding: 18
@@ -58,15 +59,27 @@ Item {
         enabled: strip.wanted
         spacing: 0
 
-        RowLayout {
-            spacing: 12
+        // The button is below the title where a word would break beside it.
+        GridLayout {
+            id: head
+
+            readonly property real besideTitle: (meter.visible ? meter.implicitWidth + columnSpacing : 0)
+                                                + (stop.visible ? stop : end).implicitWidth + columnSpacing
+            readonly property bool isStacked: longestWord.contentWidth > content.width - besideTitle
+
+            columns: isStacked ? 2 : 3
+            columnSpacing: 12
+            rowSpacing: 0
 
             LevelMeter {
+                id: meter
+
                 visible: strip.recording.recording
                 level: strip.recording.level
             }
             RowText {
                 Layout.fillWidth: true
+                Layout.columnSpan: head.isStacked && !meter.visible ? 2 : 1
                 text: strip.recording.recording ? qsTr("%1 %2").arg(strip.recording.title).arg(strip.recording.time)
                                                 : strip.recording.title
                 font.weight: Font.Medium
@@ -76,16 +89,28 @@ Item {
                 Accessible.name: strip.recording.title
             }
             StripButton {
+                id: stop
+
+                Layout.columnSpan: head.isStacked ? 2 : 1
                 visible: strip.recording.stoppable
                 prominent: true
                 text: qsTr("Stop")
                 onClicked: strip.recording.stop()
             }
             StripButton {
+                id: end
+
+                Layout.columnSpan: head.isStacked ? 2 : 1
                 visible: !strip.recording.stoppable
                 text: strip.recording.busy ? qsTr("Cancel") : qsTr("Close")
                 onClicked: strip.recording.busy ? strip.recording.cancel() : strip.recording.dismiss()
             }
+        }
+        LongestWord {
+            id: longestWord
+
+            text: strip.recording.title
+            font.weight: Font.Medium
         }
         Problem {
             Layout.fillWidth: true

@@ -15,30 +15,24 @@ TitledPage {
 
         Item {
             width: parent.width
-            height: Math.max(Theme.rowHeight, Math.max(what.height, keys.height) + 2 * Theme.rowPadding)
+            height: Math.max(Theme.rowHeight, pair.height + 2 * Theme.rowPadding)
             Accessible.role: Accessible.StaticText
             Accessible.name: line.modelData.keys + ": " + line.modelData.what
 
-            RowText {
-                id: what
+            TitleAndValue {
+                id: pair
 
                 anchors.left: parent.left
-                anchors.leftMargin: Theme.margin
-                anchors.right: keys.left
-                anchors.rightMargin: Theme.margin
-                anchors.verticalCenter: parent.verticalCenter
-                text: line.modelData.what
-            }
-            RowText {
-                id: keys
-
                 anchors.right: parent.right
-                anchors.rightMargin: Theme.margin
+                anchors.margins: Theme.margin
                 anchors.verticalCenter: parent.verticalCenter
-                width: Math.min(implicitWidth, parent.width * 0.45)
-                horizontalAlignment: Text.AlignRight
-                text: line.modelData.keys
-                color: Theme.secondaryText
+                title: line.modelData.what
+
+                RowText {
+                    width: parent.width
+                    text: line.modelData.keys
+                    color: Theme.secondaryText
+                }
             }
         }
     }

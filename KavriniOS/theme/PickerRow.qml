@@ -133,8 +133,8 @@ T.ComboBox {
     popup: T.Popup {
         readonly property real spaceAround: 12
 
-        // As wide as its options need, at the row's end, and within the window.
-        width: Math.min(row.width, Math.max(260, row.width * 0.6))
+        // As wide as most options need, at the row's end, and within the window.
+        width: Math.min(row.width, Math.max(260 * Theme.fontScale, row.width * 0.6))
         height: Math.min(implicitContentHeight + 2 * padding, row.Window.height - 2 * spaceAround)
         x: row.mirrored ? 0 : row.width - width
         y: row.height - 6

@@ -45,9 +45,9 @@ QtObject {
     readonly property color track: dark ? "#46464f" : "#d6d6de"
     readonly property color thumb: "#ffffff"
 
-    /// The colour as it must be for text on any ground that a row has.
+    /// The colour as it must be for text on any ground.
     function legible(color: color): color {
-        const ground = Qt.tint(dark ? card : background, pressed);
+        const ground = Qt.tint(dark ? raised : background, pressed);
         return Contrast.legible(Qt.color(color), ground, highContrast ? 7.2 : 4.6);
     }
 

@@ -195,6 +195,14 @@ TEST_P(DictateViewStateTest, AnimatesTheSymbolOnlyWhileWorking)
     EXPECT_EQ(part(u"litDots"_s)->isVisible(), isWorking);
 }
 
+TEST_P(DictateViewStateTest, MovesNothingWhereMotionIsToBeReduced)
+{
+    GetParam().reach(*this);
+    window().theme()->setProperty("reducedMotion", true);
+    EXPECT_FALSE(part<QObject>(u"steps"_s)->property("running").toBool());
+    EXPECT_EQ(part(u"litDots"_s)->width(), part(u"symbol"_s)->width());
+}
+
 TEST_P(DictateViewStateTest, HasTheFocusOnStopWhileRecordingAndOnCloseOtherwise)
 {
     GetParam().reach(*this);

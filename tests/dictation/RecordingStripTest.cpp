@@ -7,6 +7,8 @@
 #include "support/QmlWindow.h"
 #include "support/Wait.h"
 
+#include <QFont>
+#include <QGuiApplication>
 #include <QRegularExpression>
 
 #include <gmock/gmock.h>
@@ -71,6 +73,23 @@ TEST_F(RecordingStripTest, ShowsARecordingOfTheDictationScreenToo)
     EXPECT_TRUE(screen.isWorking());
     machine.finishTranscription(u"hello"_s);
     EXPECT_TRUE(waitUntil([&] { return screen.isDone(); }));
+}
+
+TEST_F(RecordingStripTest, BreaksNoWordInLargeType)
+{
+    QFont font = QGuiApplication::font();
+    font.setPointSize(22);
+    QGuiApplication::setFont(font);
+    QmlWindow large(u"Kavrin.Dictation"_s, u"RecordingStrip"_s,
+                    {{u"recording"_s, QVariant::fromValue(&recording)}}, QSize(360, 240));
+    start();
+    EXPECT_TRUE(waitUntil([&] { return large.find(u"Stop"_s) != nullptr; }));
+    large.view().grabWindow(); // lays out what has just appeared
+    EXPECT_EQ(large.brokenWords(), QStringList());
+    large.click(u"Stop"_s);
+    EXPECT_TRUE(waitUntil([&] { return large.find(u"Transcribing…"_s) != nullptr; }));
+    large.view().grabWindow();
+    EXPECT_EQ(large.brokenWords(), QStringList());
 }
 
 TEST_F(RecordingStripTest, CountsTheSecondsFromZero)

@@ -4,7 +4,6 @@
 
 #include <QImage>
 #include <QLineF>
-#include <QQmlComponent>
 #include <QtMath>
 
 #include <algorithm>
@@ -83,12 +82,7 @@ protected:
 
     void wish(const Wish &wish)
     {
-        QQmlComponent component(window().view().engine());
-        component.setData(
-            "import QtQml; import Kavrin.Theme; QtObject { readonly property QtObject theme: Theme }",
-            QUrl());
-        const std::unique_ptr<QObject> holder(component.create());
-        m_theme = holder->property("theme").value<QObject *>();
+        m_theme = window().theme();
         m_theme->setProperty("reducedMotion", true); // what a picture shows is there for good
         m_theme->setProperty("dark", wish.dark);
         m_theme->setProperty("highContrast", wish.highContrast);
@@ -194,7 +188,7 @@ TEST_F(ContrastTest, EveryTextStandsOutWhileItsRowIsHoveredOrPressed)
     for (const Wish &each : wishes()) {
         wish(each);
         const double least = each.highContrast ? 7 : 4.5;
-        for (const char *ground : {"background", "card"}) {
+        for (const char *ground : {"background", "card", "raised"}) {
             for (const char *cover : {"highlight", "pressed"}) {
                 for (const char *ink :
                      {"text", "secondaryText", "accent", "good", "warning", "destructive"}) {

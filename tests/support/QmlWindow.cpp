@@ -3,13 +3,17 @@
 
 #include "support/Wait.h"
 
+#include <QFontMetricsF>
 #include <QImage>
 #include <QQmlComponent>
 #include <QQmlExpression>
 #include <QQuickImageProvider>
+#include <QRegularExpression>
 #include <QtTest/QTest>
 
 #include <gtest/gtest.h>
+
+#include <memory>
 
 namespace kavrin::test
 {
@@ -136,9 +140,13 @@ QQuickItem *QmlWindow::item(const QString &name) const
     return interface != nullptr ? qobject_cast<QQuickItem *>(interface->object()) : nullptr;
 }
 
-QList<QQuickItem *> QmlWindow::items() const
+namespace
 {
-    QList<QQuickItem *> items = {top()};
+
+/// All items that are shown in this one, itself included, those above others last.
+QList<QQuickItem *> itemsShownIn(QQuickItem *item)
+{
+    QList<QQuickItem *> items = {item};
     for (qsizetype index = 0; index < items.size(); ++index) {
         for (QQuickItem *child : items[index]->childItems()) {
             if (child->isVisible()) {
@@ -147,6 +155,41 @@ QList<QQuickItem *> QmlWindow::items() const
         }
     }
     return items;
+}
+
+} // namespace
+
+QList<QQuickItem *> QmlWindow::items() const
+{
+    return itemsShownIn(top());
+}
+
+QStringList QmlWindow::brokenWords() const
+{
+    static const QRegularExpression gap(QStringLiteral("[\\s-]"));
+    static const QRegularExpression address(QStringLiteral("\\w\\.\\w"));
+    QStringList broken;
+    for (const QQuickItem *item : itemsShownIn(m_view.contentItem())) {
+        if (!item->inherits("QQuickText")) {
+            continue;
+        }
+        const QFontMetricsF metrics(item->property("font").value<QFont>());
+        for (const QString &word : item->property("text").toString().split(gap)) {
+            if (metrics.horizontalAdvance(word) > item->width() + 1 && !word.contains(address)) {
+                broken.append(word);
+            }
+        }
+    }
+    return broken;
+}
+
+QObject *QmlWindow::theme()
+{
+    QQmlComponent component(m_view.engine());
+    component.setData(
+        "import QtQml; import Kavrin.Theme; QtObject { readonly property QtObject theme: Theme }", QUrl());
+    const std::unique_ptr<QObject> holder(component.create());
+    return holder->property("theme").value<QObject *>();
 }
 
 QStringList QmlWindow::names() const

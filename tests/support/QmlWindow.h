@@ -57,6 +57,13 @@ public:
     /// out.
     [[nodiscard]] QStringList names() const;
 
+    /// The words in the window that are longer than the line they stand in, so that they are cut or broken.
+    /// Addresses may be.
+    [[nodiscard]] QStringList brokenWords() const;
+
+    /// The window's Kavrin.Theme.
+    [[nodiscard]] QObject *theme();
+
     /// Scrolls an item into view and clicks its middle.
     void click(const QString &name);
     void click(QQuickItem *item);

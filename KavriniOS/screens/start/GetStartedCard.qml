@@ -42,7 +42,7 @@ Column {
         Rectangle {
             z: -1
             anchors.fill: parent
-            visible: !parent.prominent
+            visible: !parent.prominent && !parent.down
             radius: Theme.radius
             color: Theme.highlight
         }

@@ -58,8 +58,13 @@ def focus():
     if SWAY_SOCKETS:
         wait_until(lambda: has_focus(sway("get_tree")))
     elif not WAYLAND:
-        subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", "^field$", "windowfocus", "--sync",
-                        "%@"], check=True, stdout=subprocess.DEVNULL)
+        wait_until(takes_focus)
+
+
+def takes_focus():
+    """Chromium has a window for a moment that is gone before it gets the focus."""
+    return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", "^field$", "windowfocus", "--sync", "%@"],
+                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
 
 def gtk():

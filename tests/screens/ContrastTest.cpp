@@ -246,6 +246,19 @@ TEST_F(ContrastTest, TheFieldToSearchHasAnEdgeAlsoWithoutTheFocus)
     }
 }
 
+TEST_F(ContrastTest, AFieldHasAnEdge)
+{
+    openPage(u"dictation"_s);
+    const QQuickItem *box = window().item(u"API key"_s);
+    const QPointF edge = box->mapToScene(QPointF(0, box->height() / 2));
+    for (const Wish &each : wishes()) {
+        SCOPED_TRACE(toText(each));
+        wish(each);
+        EXPECT_GE(strongestContrast(grab(), edge - QPointF(4, 0), edge + QPointF(2, 0)),
+                  each.highContrast ? 4.5 : 3);
+    }
+}
+
 TEST_F(ContrastTest, TheDictionaryHasAnEdge)
 {
     openPanes(QSize(400, 720), {{u"initialPage"_s, u"dictionary"_s}});

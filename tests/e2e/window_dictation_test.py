@@ -107,12 +107,19 @@ class Screen(WindowDictation):
         self.close_screen()
         self.assertEqual(self.window.page(), "Voice typing")
 
-    def test_a_screen_reader_does_not_find_the_page_beneath_it(self):
+    def test_a_screen_reader_does_not_find_what_is_beneath_it(self):
+        self.session.ctl("set", "rowH", "61")
+        blob = self.session.ctl("export")
+        self.session.ctl("set", "rowH", "70")
+        self.session.ctl("import", blob)
+        self.window.find("Undo", "push button")
+        beneath = (("Provider", "combo box"), ("Undo", "push button"))
         self.open_screen()
         self.wait_until_listening()
-        self.assertIsNone(self.window.look("Provider", "combo box"))
+        self.assertEqual([self.window.look(*element) for element in beneath], [None, None])
         self.close_screen()
-        self.window.find("Provider", "combo box")
+        for element in beneath:
+            self.window.find(*element)
 
     def test_it_tells_every_state_on_the_way_to_an_error(self):
         service = self.enterContext(HangingService())

@@ -110,7 +110,7 @@ class Element:
 
     @property
     def actions(self):
-        if "Action" not in self._accessible.get_interfaces():
+        if not self._has("action"):
             return []
         action = _atspi().Action
         with warnings.catch_warnings(action="ignore"):  # Qt knows no newer way to ask
@@ -153,7 +153,12 @@ class Element:
     def shown(self):
         """Whether it has a place in the window, be it beyond where the page is scrolled to. (What is hidden has
         none, but is told of all the same.)"""
-        return "Component" in self._accessible.get_interfaces()
+        return self._has("component")
+
+    def _has(self, interface):
+        """Whether it has this interface. The library would ask a dozen times for a list of all that it has."""
+        with warnings.catch_warnings(action="ignore"):  # there is no newer way to ask for one
+            return getattr(self._accessible, f"get_{interface}_iface")() is not None
 
     def all_children(self):
         """What is directly in it, shown or not."""
@@ -209,8 +214,12 @@ class Window:
 
     def pages(self):
         """The pages that are shown: one, or two while one slides over the other."""
-        stack = next(element for element in self._root.children() if element.role == "layered pane")
-        return stack.children()
+        return self._stack.children()
+
+    @functools.cached_property
+    def _stack(self):
+        """What holds the pages, as long as there is the window."""
+        return next(element for element in self._root.children() if element.role == "layered pane")
 
     def page(self):
         """The title of the page that is shown; None while pages change."""

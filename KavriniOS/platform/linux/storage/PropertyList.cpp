@@ -41,14 +41,21 @@ Value toValue(plist_t node);
 Value toArray(plist_t node)
 {
     PropertyListArray array;
-    for (uint32_t index = 0; index < plist_array_get_size(node); ++index) {
-        Value element = toValue(plist_array_get_item(node, index));
+    plist_array_iter newIterator = nullptr;
+    plist_array_new_iter(node, &newIterator);
+    const Memory<void> iterator(newIterator);
+    while (true) {
+        plist_t item = nullptr;
+        plist_array_next_item(node, iterator.get(), &item);
+        if (item == nullptr) {
+            return array;
+        }
+        Value element = toValue(item);
         if (!element) {
             return std::nullopt;
         }
         array.push_back(*std::move(element));
     }
-    return array;
 }
 
 Value toDictionary(plist_t node)

@@ -32,6 +32,14 @@ def dictate(session):
     return session.ctl("dictate", "wait", "--timeout", "60")
 
 
+def start_speech_service(session):
+    """Starts a kavrin-stt of the session's own; returns its process."""
+    service = session.start(session.bin / "kavrin-stt", "--port", "0")
+    session.ctl("set", "provider", "custom")
+    session.ctl("set", "customURL", service.stdout.readline().strip())
+    return service
+
+
 def use_everything(session):
     """A run in which each file comes to be that Kavrin writes, the copy of a damaged suite among them."""
     suite = session.folder / GROUP / "defaults.sqlite"
@@ -40,7 +48,7 @@ def use_everything(session):
     for beside in ("-wal", "-shm"):
         suite.with_name(suite.name + beside).unlink(missing_ok=True)
     session.ctl("set", "openaiKey", KEY)
-    session.start_speech_service()
+    start_speech_service(session)
     kavrin = session.start_kavrin()
     session.ctl("save-code", MESSAGE)
     if dictate(session) != SPOKEN:
@@ -137,9 +145,7 @@ class Files(unittest.TestCase):
 class Network(unittest.TestCase):
     def test_nothing_listens_but_on_the_loopback_addresses(self):
         with PrivateSession() as session:
-            service = session.start(session.bin / "kavrin-stt", "--port", "0")
-            session.ctl("set", "provider", "custom")
-            session.ctl("set", "customURL", service.stdout.readline().strip())
+            service = start_speech_service(session)
             kavrin = session.start_kavrin()
             self.assertEqual(dictate(session), SPOKEN)
             self.assertEqual(self.listening(kavrin), {("127.0.0.1", PORT), ("::1", PORT)})

@@ -5,9 +5,11 @@ Nothing in it touches the user's: home, settings, runtime folder, message bus, s
 machine permits it, network are private, and gone at the end.
 """
 
+import atexit
 import contextlib
 import ctypes
 import fcntl
+import functools
 import json
 import os
 import pathlib
@@ -279,11 +281,9 @@ class PrivateSession:
     # Kavrin
 
     def start_speech_service(self):
-        """Starts kavrin-stt and makes it the service that transcribes; returns its URL."""
-        service = self.start(self.bin / "kavrin-stt", "--port", "0")
-        url = service.stdout.readline().strip()
-        if not url:
-            raise Failure("kavrin-stt did not start")
+        """Makes kavrin-stt the service that transcribes; returns its URL. All sessions of a script share one, because
+        it takes half a second to load its model."""
+        url = _speech_service(self.bin)
         self.ctl("set", "provider", "custom")
         self.ctl("set", "customURL", url)
         return url
@@ -337,6 +337,18 @@ class Suite:
 
     def wait_for(self, key, value, limit=30, interval=0.002):
         wait_until(lambda: self.get(key) == value, f"{key} becomes {value}", limit, interval)
+
+
+@functools.cache
+def _speech_service(bin_dir):
+    """The URL of a kavrin-stt that runs in a session of its own until the script ends."""
+    session = PrivateSession(bin_dir, sound=False)
+    session.__enter__()
+    atexit.register(session.__exit__)
+    url = session.start(session.bin / "kavrin-stt", "--port", "0").stdout.readline().strip()
+    if not url:
+        raise Failure("kavrin-stt did not start")
+    return url
 
 
 def _port_is_free():

@@ -37,6 +37,9 @@ class CleanRoot:
         _, mirror, release, _ = sources[0].split()
         fakeroot, = pathlib.Path("/usr/lib").glob("*/libfakeroot")
         shutil.copytree(fakeroot, self.folder / fakeroot.relative_to("/"))
+        dpkg = self.folder / "etc" / "dpkg" / "dpkg.cfg.d"
+        dpkg.mkdir(parents=True)
+        (dpkg / "test").write_text("force-unsafe-io\n", encoding="utf-8")  # nothing here must survive a power failure
         base = self._cache / "base"
         base.mkdir(parents=True, exist_ok=True)
         run(*_AS_ROOT, *_FAKEROOT, "debootstrap", "--variant=minbase", f"--cache-dir={base}", f"--keyring={KEYRING}",
@@ -44,7 +47,8 @@ class CleanRoot:
         configuration = self.folder / "etc" / "apt"
         (configuration / "sources.list").write_text("".join(f"{source}\n" for source in sources), encoding="utf-8")
         (configuration / "apt.conf.d" / "test").write_text(
-            'APT::Sandbox::User "root";\nAPT::Keep-Downloaded-Packages "true";\n', encoding="utf-8")
+            'APT::Sandbox::User "root";\nAPT::Keep-Downloaded-Packages "true";\nAcquire::Languages "none";\n',
+            encoding="utf-8")
         self.apt_get("update")
 
     def apt_get(self, *arguments):

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The Debian package: its form, and its whole life on a machine that has nothing of it yet."""
 
+import functools
 import json
 import pathlib
 import shutil
@@ -28,17 +29,19 @@ get() {
 
 
 def folder_for(case):
-    """A folder that is gone after the test or the class of tests."""
+    """A folder that is gone after the test or the tests of this script."""
     return pathlib.Path(case(tempfile.TemporaryDirectory(prefix="kavrin-package-")))
 
 
-class Form(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.package = make_package(folder_for(cls.enterClassContext))
+@functools.cache
+def package():
+    """The path of the package that all tests share."""
+    return make_package(folder_for(unittest.enterModuleContext))
 
+
+class Form(unittest.TestCase):
     def test_debians_checker_finds_neither_errors_nor_warnings(self):
-        done = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning", str(self.package)],
+        done = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning", str(package())],
                               capture_output=True, text=True, check=False)
         self.assertEqual((done.returncode, done.stdout), (0, ""))
 
@@ -59,13 +62,13 @@ class Form(unittest.TestCase):
         self.assertEqual(links, [])
 
     def run_dpkg(self, option, tar):
-        archive = subprocess.run(["dpkg-deb", option, str(self.package)], capture_output=True, check=True).stdout
+        archive = subprocess.run(["dpkg-deb", option, str(package())], capture_output=True, check=True).stdout
         return subprocess.run(tar, input=archive, capture_output=True, check=True).stdout.decode()
 
     def unpack(self):
         """The contents by path."""
         folder = folder_for(self.enterContext)
-        subprocess.run(["dpkg-deb", "--extract", str(self.package), str(folder)], check=True)
+        subprocess.run(["dpkg-deb", "--extract", str(package()), str(folder)], check=True)
         return {str(path.relative_to(folder)): path.read_bytes() for path in folder.rglob("*") if path.is_file()}
 
 
@@ -74,25 +77,23 @@ class CleanMachine(unittest.TestCase):
 
     def test_it_installs_serves_an_ordinary_user_and_leaves_nothing(self):
         need_clean_root()
-        folder = folder_for(self.enterContext)
-        machine = CleanRoot(folder / "root", BUILD / "package-cache")
+        machine = CleanRoot(folder_for(self.enterContext), BUILD / "package-cache")
         machine.bootstrap()
         before = machine.files()
-        self.install(machine, make_package(folder / "package"))
+        self.install(machine)
         self.settings_are_kept(machine)
         self.codes_are_found(machine)
         self.the_application_answers(machine)
         self.speech_becomes_text(machine)
 
-        machine.apt_get("purge", "kavrin")
-        machine.apt_get("autoremove", "--purge")
+        machine.apt_get("purge", "--autoremove", "kavrin")
         left = {path for path in machine.files() - before if "kavrin" in path.lower()}
         self.assertEqual(left, set())
         self.assertTrue(list((machine.folder / "home").rglob("defaults.sqlite")))
 
-    def install(self, machine, package):
-        shutil.copy(package, machine.folder / "tmp" / package.name)
-        machine.apt_get("install", "--no-install-recommends", f"/tmp/{package.name}")
+    def install(self, machine):
+        shutil.copy(package(), machine.folder / "tmp")
+        machine.apt_get("install", "--no-install-recommends", f"/tmp/{package().name}")
 
     def settings_are_kept(self, machine):
         with self.subTest("settings"):

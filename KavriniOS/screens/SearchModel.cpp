@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "screens/SearchModel.h"
 
-#include "platform/PlatformText.h"
+#include "screens/search/ShownEntries.h"
 
 #include <QVariantMap>
-
-#include <utility>
 
 namespace kavrin
 {
@@ -14,20 +12,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-
-/// Everything that the list of pages leads to.
-std::vector<search::Entry> everything()
-{
-    std::vector<search::Entry> entries = search::entriesOf(Prefs::pages(), platformText);
-    entries.push_back({.page = u"dictionary"_s,
-                       .key = {},
-                       .title = u"Personal dictionary & shortcuts"_s,
-                       .pageTitle = {},
-                       .section = {},
-                       .options = {},
-                       .footer = {}});
-    return entries;
-}
 
 QString whereOf(const search::Entry &entry)
 {
@@ -44,8 +28,6 @@ QVariantMap resultOf(const search::Entry &entry)
 
 } // namespace
 
-SearchModel::SearchModel(QObject *parent) : QObject(parent), m_index(everything()) { }
-
 void SearchModel::setText(const QString &text)
 {
     if (text == m_text) {
@@ -53,10 +35,10 @@ void SearchModel::setText(const QString &text)
     }
     m_text = text;
     m_results.clear();
-    for (const search::Entry &entry : m_index.find(text)) {
-        if (entry.key.isEmpty() || Prefs::isVisible(entry.key)) {
-            m_results.append(resultOf(entry));
-        }
+    // Made for every text, because rows may show or hide meanwhile.
+    const search::Index index(search::shownEntries());
+    for (const search::Entry &entry : index.find(text)) {
+        m_results.append(resultOf(entry));
     }
     Q_EMIT textChanged();
 }

@@ -1,14 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "screens/search/SearchIndex.h"
-#include "store/Prefs.h"
-
 #include <QObject>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
-
-#include <vector>
 
 namespace kavrin
 {
@@ -23,7 +18,7 @@ class SearchModel : public QObject
     Q_PROPERTY(QVariantList results READ results NOTIFY textChanged)
 
 public:
-    explicit SearchModel(QObject *parent = nullptr);
+    using QObject::QObject;
 
     [[nodiscard]] QString text() const { return m_text; }
     void setText(const QString &text);
@@ -36,7 +31,6 @@ Q_SIGNALS:
     void textChanged();
 
 private:
-    search::Index m_index;
     QString m_text;
     QVariantList m_results;
 };

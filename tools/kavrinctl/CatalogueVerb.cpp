@@ -2,7 +2,7 @@
 #include "tools/kavrinctl/Console.h"
 #include "tools/kavrinctl/Setting.h"
 
-#include "screens/search/SearchIndex.h"
+#include "screens/search/ShownEntries.h"
 #include "store/Prefs.h"
 
 #include <QJsonArray>
@@ -101,13 +101,12 @@ void printFound(const search::Entry &entry)
     }
     const Prefs::Item item = Prefs::items().value(entry.key);
     const QString where = entry.pageTitle + u" › "_s + entry.section;
-    print(u"%1 %2 %3 (%4)"_s.arg(item.key, -18).arg(displayValue(item), -24).arg(item.title, where));
+    print(u"%1 %2 %3 (%4)"_s.arg(item.key, -18).arg(displayValue(item), -24).arg(entry.title, where));
 }
 
 void find(const QString &words)
 {
-    const auto asDescribed = [](const QString &text) { return text; };
-    const search::Index index(search::entriesOf(Prefs::pages(), asDescribed));
+    const search::Index index(search::shownEntries());
     const std::vector<search::Entry> found = index.find(words);
     if (found.empty()) {
         throw Refusal{u"Nothing was found for \"%1\"."_s.arg(words)};

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "screens/SearchModel.h"
 #include "store/BrokenSuite.h"
 #include "store/Prefs.h"
 #include "store/Shared.h"
@@ -72,6 +73,53 @@ TEST(Kavrinctl, ShowsWhatItFindsWithItsValueAndItsPage)
     Prefs::set(u"rowH"_s, 60.0);
     EXPECT_EQ(kavrinctl({u"catalogue"_s, u"--find"_s, u"key height"_s}).output.section(u'\n', 0, 0),
               u"rowH               60 pt                    Key height (Layout › Size & position)");
+}
+
+namespace
+{
+
+QStringList foundByKavrinctl(const QString &words)
+{
+    return kavrinctl({u"catalogue"_s, u"--find"_s, words}).output.split(u'\n', Qt::SkipEmptyParts);
+}
+
+QVariantList foundByTheWindow(const QString &words)
+{
+    SearchModel search;
+    search.setText(words);
+    return search.results();
+}
+
+/// Whether a line of kavrinctl tells a result of the window.
+bool tells(const QString &line, const QVariant &result)
+{
+    const auto text = [&](const QString &name) { return result.toMap().value(name).toString(); };
+    const QString end = u" %1 (%2)"_s.arg(text(u"title"_s), text(u"where"_s));
+    return text(u"key"_s).isEmpty() ? line == text(u"title"_s)
+                                    : line.startsWith(text(u"key"_s) + u' ') && line.endsWith(end);
+}
+
+} // namespace
+
+TEST(Kavrinctl, FindsWhatTheWindowFinds)
+{
+    for (const QString &provider : {u"openai"_s, u"custom"_s}) {
+        Prefs::set(u"provider"_s, provider);
+        for (const QString &words : {u"height"_s, u"gestures"_s, u"vibratoin"_s, u"iOS"_s, u"plain"_s,
+                                     u"endpoint"_s, u"snippets"_s}) {
+            const QStringList lines = foundByKavrinctl(words);
+            EXPECT_TRUE(std::ranges::equal(lines, foundByTheWindow(words), tells))
+                << qPrintable(words) << " finds " << qPrintable(lines.join(u'\n'));
+        }
+    }
+}
+
+TEST(Kavrinctl, FindsWhatAPersonSees)
+{
+    EXPECT_EQ(foundByKavrinctl(u"iOS"_s).filter(u"bottom row"_s), QStringList());
+    EXPECT_EQ(foundByKavrinctl(u"plain"_s).filter(u"Plain bottom row"_s).size(), 1);
+    EXPECT_EQ(foundByKavrinctl(u"endpoint"_s), QStringList());
+    EXPECT_EQ(foundByKavrinctl(u"snippets"_s), QStringList{u"Personal dictionary & shortcuts"_s});
 }
 
 TEST(Kavrinctl, SaysThatItFindsNothing)

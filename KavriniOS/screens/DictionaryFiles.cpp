@@ -110,8 +110,9 @@ void DictionaryFiles::exportFile()
 QCoro::Task<> DictionaryFiles::chooseAndImport()
 {
     const QPointer self(this);
-    setNote({});
+    clear();
     QString note;
+    QString problem;
     try {
         const QCoro::Task<QString> choice = m_chooser.fileToOpen(tr("Import a dictionary"));
         const QString path = co_await choice;
@@ -132,22 +133,24 @@ QCoro::Task<> DictionaryFiles::chooseAndImport()
             },
             [](bool) {});
         const std::optional<Error> failure = co_await written;
-        note = failure    ? tr("Nothing was imported. %1").arg(failure->localizedDescription)
-            : *added == 1 ? tr("1 line added.")
-                          : tr("%1 lines added.").arg(*added);
+        if (failure) {
+            throw Error(*failure);
+        }
+        note = *added == 1 ? tr("1 line added.") : tr("%1 lines added.").arg(*added);
     } catch (const Error &error) {
-        note = tr("Nothing was imported. %1").arg(error.localizedDescription);
+        problem = tr("Nothing was imported. %1").arg(error.localizedDescription);
     }
     if (self) {
-        setNote(note);
+        tell(note, problem);
     }
 }
 
 QCoro::Task<> DictionaryFiles::chooseAndExport()
 {
     const QPointer self(this);
-    setNote({});
+    clear();
     QString note;
+    QString problem;
     try {
         const QCoro::Task<QString> choice =
             m_chooser.fileToSave(tr("Export the dictionary"), u"dictionary.txt"_s);
@@ -162,19 +165,18 @@ QCoro::Task<> DictionaryFiles::chooseAndExport()
         save(textIn(stored), path);
         note = tr("Exported to %1.").arg(path);
     } catch (const Error &error) {
-        note = tr("Nothing was exported. %1").arg(error.localizedDescription);
+        problem = tr("Nothing was exported. %1").arg(error.localizedDescription);
     }
     if (self) {
-        setNote(note);
+        tell(note, problem);
     }
 }
 
-void DictionaryFiles::setNote(const QString &note)
+void DictionaryFiles::tell(const QString &note, const QString &problem)
 {
-    if (note != m_note) {
-        m_note = note;
-        Q_EMIT noteChanged();
-    }
+    m_note = note;
+    m_problem = problem;
+    Q_EMIT told();
 }
 
 } // namespace kavrin

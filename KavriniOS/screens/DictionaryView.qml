@@ -14,7 +14,7 @@ TitledPage {
     property DictionaryFiles files: null
 
     title: "Dictionary"
-    Component.onCompleted: files?.clearNote()
+    Component.onCompleted: files?.clear()
 
     Column {
         width: parent.width
@@ -115,14 +115,10 @@ TitledPage {
                 radius: Theme.radius
             }
         }
-        Footnote {
+        Problem {
             x: Theme.margin
             width: parent.width - 2 * Theme.margin
-            visible: text !== ""
             text: view.dictionary.note
-            color: Theme.warning
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
         Footnote {
             x: Theme.margin
@@ -167,7 +163,7 @@ TitledPage {
             }
         }
         CardRow {
-            visible: note.text !== ""
+            visible: note.text !== "" || problem.text !== ""
 
             Footnote {
                 id: note
@@ -176,9 +172,19 @@ TitledPage {
                 width: parent.width - 2 * Theme.margin
                 topPadding: Theme.rowPadding
                 bottomPadding: Theme.rowPadding
+                visible: text !== ""
                 text: view.files?.note ?? ""
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
+            }
+            Problem {
+                id: problem
+
+                x: Theme.margin
+                width: parent.width - 2 * Theme.margin
+                topPadding: Theme.rowPadding
+                bottomPadding: Theme.rowPadding
+                text: view.files?.problem ?? ""
             }
         }
     }

@@ -64,7 +64,7 @@ QCoro::Task<> SettingActions::reset(SettingModel &row)
 {
     const QPointer self(this);
     const QPointer stillThere(&row);
-    row.setNote({});
+    row.setProblem({});
     const auto past = std::make_shared<PastChange>();
     const QFuture<std::optional<Error>> written = Prefs::resetAll(past);
     showReset(row);
@@ -73,7 +73,7 @@ QCoro::Task<> SettingActions::reset(SettingModel &row)
         m_undo.offer(tr("Settings reset"), *past);
     }
     if (stillThere && failure) {
-        row.setNote(tr("Nothing was reset. %1").arg(failure->localizedDescription));
+        row.setProblem(tr("Nothing was reset. %1").arg(failure->localizedDescription));
         showReset(row);
     }
 }

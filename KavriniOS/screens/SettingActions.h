@@ -39,8 +39,8 @@ public:
     /// Puts all settings and keys on the clipboard, and says so in the row's note.
     Q_INVOKABLE void copyConfig(kavrin::SettingModel *row);
 
-    /// Resets all settings except keys and other text, and offers to undo that. If it fails, the row's note
-    /// says so.
+    /// Resets all settings except keys and other text, and offers to undo that. If it fails, the row's
+    /// problem says so.
     Q_INVOKABLE void resetAll(kavrin::SettingModel *row);
 
 private:

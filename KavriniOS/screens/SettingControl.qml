@@ -88,6 +88,12 @@ CardRow {
         Accessible.role: Accessible.StaticText
         Accessible.name: text
     }
+    Problem {
+        x: Theme.margin
+        width: parent.width - 2 * Theme.margin
+        bottomPadding: Theme.rowPadding
+        text: control.setting.problem
+    }
     PressButton {
         id: wayBack
 

@@ -61,6 +61,14 @@ void SettingModel::setNote(const QString &note)
     }
 }
 
+void SettingModel::setProblem(const QString &problem)
+{
+    if (problem != m_problem) {
+        m_problem = problem;
+        Q_EMIT problemChanged();
+    }
+}
+
 void SettingModel::setHeld(bool held)
 {
     if (held == m_isHeld) {
@@ -98,7 +106,7 @@ void SettingModel::reread()
 void SettingModel::store(const PropertyListValue &value)
 {
     ++m_changes;
-    setNote({});
+    setProblem({});
     const Written written = Prefs::submit({{m_item.key, value}});
     unseenChanges().insert(m_item.key, written);
     Q_EMIT textChanged();
@@ -122,7 +130,7 @@ QCoro::Task<> SettingModel::showOutcome(QFuture<std::optional<Error>> written)
     if (isLast && !failure) {
         m_unsavedText.reset();
     }
-    setNote(failure ? storeNote(*failure) : QString());
+    setProblem(failure ? storeNote(*failure) : QString());
     if (failure) {
         showValue();
     }

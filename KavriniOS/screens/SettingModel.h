@@ -27,6 +27,7 @@ class SettingModel : public QObject
     Q_PROPERTY(bool visible READ isVisible NOTIFY visibleChanged)
     Q_PROPERTY(int tick READ tick NOTIFY ticked)
     Q_PROPERTY(QString note READ note WRITE setNote NOTIFY noteChanged)
+    Q_PROPERTY(QString problem READ problem WRITE setProblem NOTIFY problemChanged)
     Q_PROPERTY(bool held READ isHeld WRITE setHeld NOTIFY heldChanged)
 
     Q_PROPERTY(bool on READ isOn WRITE setOn NOTIFY ticked)
@@ -68,10 +69,14 @@ public:
     /// How often the row has read its value again.
     [[nodiscard]] int tick() const { return m_tick; }
 
-    /// What an action has done, or why a change could not be stored: the last one, or one made on a page that
-    /// was closed before its outcome was known.
+    /// What an action has done.
     [[nodiscard]] QString note() const { return m_note; }
     void setNote(const QString &note);
+
+    /// Why an action or a change has failed: the last one, or one made on a page that was closed before its
+    /// outcome was known.
+    [[nodiscard]] QString problem() const { return m_problem; }
+    void setProblem(const QString &problem);
 
     /// Whether the user types in the field or drags the slider.
     [[nodiscard]] bool isHeld() const { return m_isHeld; }
@@ -121,6 +126,7 @@ Q_SIGNALS:
     void textChanged();
     void visibleChanged();
     void noteChanged();
+    void problemChanged();
     void heldChanged();
 
     /// The change may show or hide other rows.
@@ -138,6 +144,7 @@ private:
     int m_tick = 0;
     int m_changes = 0; ///< how often the user has changed the value
     QString m_note;
+    QString m_problem;
     bool m_isHeld = false;
     bool m_isBehind = false; ///< whether it was to read again while it was held
     /// The field keeps a text that is not stored yet, or could not be stored: no other copy of it may exist.

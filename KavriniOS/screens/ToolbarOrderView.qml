@@ -391,14 +391,10 @@ TitledPage {
                 }
             }
         }
-        Footnote {
+        Problem {
             x: Theme.margin
             width: parent.width - 2 * Theme.margin
-            visible: text !== ""
             text: view.tools.note
-            color: Theme.warning
-            Accessible.role: Accessible.StaticText
-            Accessible.name: text
         }
     }
 }

@@ -7,6 +7,8 @@ RowLayout {
     id: problem
 
     property string text
+    property alias topPadding: message.topPadding
+    property alias bottomPadding: message.bottomPadding
     property color color: Theme.destructive
 
     visible: text !== ""
@@ -17,11 +19,14 @@ RowLayout {
 
     Symbol {
         Layout.alignment: Qt.AlignTop
+        Layout.topMargin: message.topPadding
         name: "exclamationmark.triangle.fill"
         size: 17
         color: problem.color
     }
     Footnote {
+        id: message
+
         Layout.fillWidth: true
         text: problem.text
         color: problem.color

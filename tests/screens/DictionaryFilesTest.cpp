@@ -72,17 +72,17 @@ TEST_F(DictionaryFilesTest, AnImportThatCannotBeDoneSaysWhy)
 {
     put(u"one"_s);
     m_files.importFile();
-    EXPECT_TRUE(m_files.note().startsWith(u"Nothing was imported. "));
+    EXPECT_TRUE(m_files.problem().startsWith(u"Nothing was imported. "));
     for (const QByteArray &bytes :
          {QByteArray("\xff\xfe"), QByteArray("a\0b", 3), QByteArray(5'000'000, 'a')}) {
         write(bytes);
         m_files.importFile();
-        EXPECT_EQ(m_files.note(), u"Nothing was imported. It is not a text in UTF-8, or too large.");
+        EXPECT_EQ(m_files.problem(), u"Nothing was imported. It is not a text in UTF-8, or too large.");
     }
     write("two");
     const RefusedKey refused("userDict");
     m_files.importFile();
-    EXPECT_TRUE(m_files.note().contains(u"no room"));
+    EXPECT_TRUE(m_files.problem().contains(u"no room"));
     EXPECT_EQ(dictionary(), u"one");
 }
 
@@ -101,7 +101,7 @@ TEST_F(DictionaryFilesTest, AnExportThatCannotBeDoneSaysWhy)
 {
     m_chooser.path = m_folder.path();
     m_files.exportFile();
-    EXPECT_TRUE(m_files.note().startsWith(u"Nothing was exported. "));
+    EXPECT_TRUE(m_files.problem().startsWith(u"Nothing was exported. "));
 }
 
 TEST_F(DictionaryFilesTest, APipeIsNotWaitedFor)
@@ -109,9 +109,9 @@ TEST_F(DictionaryFilesTest, APipeIsNotWaitedFor)
     put(u"one"_s);
     ASSERT_EQ(mkfifo(qUtf8Printable(m_chooser.path), 0600), 0);
     m_files.importFile();
-    EXPECT_EQ(m_files.note(), u"Nothing was imported. It is no ordinary file.");
+    EXPECT_EQ(m_files.problem(), u"Nothing was imported. It is no ordinary file.");
     m_files.exportFile();
-    EXPECT_EQ(m_files.note(), u"Nothing was exported. It is no ordinary file.");
+    EXPECT_EQ(m_files.problem(), u"Nothing was exported. It is no ordinary file.");
     EXPECT_FALSE(QFileInfo(m_chooser.path).isFile());
 }
 
@@ -125,9 +125,9 @@ TEST_F(DictionaryFilesTest, NothingHappensWithoutAFile)
     EXPECT_EQ(m_files.note(), u"");
     m_chooser.failure = Error(u"portal"_s, 1, u"There is no dialog."_s);
     m_files.importFile();
-    EXPECT_EQ(m_files.note(), u"Nothing was imported. There is no dialog.");
+    EXPECT_EQ(m_files.problem(), u"Nothing was imported. There is no dialog.");
     m_files.exportFile();
-    EXPECT_EQ(m_files.note(), u"Nothing was exported. There is no dialog.");
+    EXPECT_EQ(m_files.problem(), u"Nothing was exported. There is no dialog.");
 }
 
 TEST_F(DictionaryFilesTest, ThePageHasAButtonForEach)
@@ -141,6 +141,22 @@ TEST_F(DictionaryFilesTest, ThePageHasAButtonForEach)
     put(u"changed"_s);
     page.click(u"Export to a file"_s);
     EXPECT_EQ(written(), "changed");
+}
+
+TEST_F(DictionaryFilesTest, ThePageShowsAFailureInPlaceOfWhatWasDone)
+{
+    QmlWindow page(u"Kavrin.Screens"_s, u"DictionaryView"_s, {{u"files"_s, QVariant::fromValue(&m_files)}});
+    page.click(u"Export to a file"_s);
+    const QString done = u"Exported to %1."_s.arg(m_chooser.path);
+    EXPECT_TRUE(page.find(done, QAccessible::StaticText) != nullptr);
+    m_chooser.failure = Error(u"portal"_s, 1, u"There is no dialog."_s);
+    const QString failed = u"Nothing was imported. There is no dialog."_s;
+    page.click(u"Import from a file"_s);
+    EXPECT_TRUE(page.find(done) == nullptr);
+    EXPECT_TRUE(page.find(failed, QAccessible::AlertMessage) != nullptr);
+    m_chooser.failure.reset();
+    page.click(u"Export to a file"_s);
+    EXPECT_TRUE(page.find(failed) == nullptr);
 }
 
 } // namespace

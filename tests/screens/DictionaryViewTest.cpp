@@ -239,7 +239,9 @@ TEST_F(StoredDictionary, KeepsWhatIsTypedWhileItCannotBeStored)
     {
         const RefusedKey refused("userDict");
         view().type(u"bc"_s);
-        EXPECT_FALSE(view().names().filter(u"This could not be saved. "_s).isEmpty());
+        const QStringList notes = view().names().filter(u"This could not be saved. "_s);
+        ASSERT_EQ(notes.size(), 1);
+        EXPECT_EQ(view().find(notes.front())->role(), QAccessible::AlertMessage);
     }
     put(u"a\nnew"_s);
     view().type(u"d"_s);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "platform/PlatformText.h"
 #include "screens/Screens.h"
+#include "support/RefusedKey.h"
 #include "support/StoredValues.h"
 
 #include <QClipboard>
@@ -397,6 +398,20 @@ TEST_F(PageViewTest, OffersTheWayBackFromEachValueThatDiffersFromItsDefault)
     EXPECT_EQ(stored(u"numberRow"_s), PropertyListValue(false));
     EXPECT_TRUE(window().item(u"Number row"_s)->hasActiveFocus());
     EXPECT_EQ(window().names().filter(u"Back to "_s), QStringList());
+}
+
+TEST_F(PageViewTest, ShowsAChangeThatCouldNotBeStoredAsAProblemUntilOneIsStored)
+{
+    openPage(u"layout"_s);
+    const auto problem = [&] { return window().names().filter(u"This could not be saved. "_s).join(u'\n'); };
+    {
+        const RefusedKey refused("numberRow");
+        window().click(u"Number row"_s);
+    }
+    ASSERT_NE(problem(), u"");
+    EXPECT_EQ(window().find(problem())->role(), QAccessible::AlertMessage);
+    window().click(u"Number row"_s);
+    EXPECT_EQ(problem(), u"");
 }
 
 TEST_F(PageViewTest, MovesNothingWhileASliderIsDragged)

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "screens/Screens.h"
+#include "support/RefusedKey.h"
 #include "support/Suite.h"
 
 namespace kavrin::test
@@ -95,6 +96,24 @@ TEST_F(SettingActionTest, ResetsEverythingButKeysAtOnce)
     EXPECT_EQ(stored(u"openaiKey"_s), PropertyListValue(u"a key"_s));
     EXPECT_EQ(window().find(u"Reset all settings"_s)->text(QAccessible::Description),
               u"API keys are kept."_s);
+}
+
+TEST_F(SettingActionTest, ShowsAResetThatFailedAsAProblemUntilOneSucceeds)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    openPage(u"advanced"_s);
+    const auto problem = [&] { return window().names().filter(u"Nothing was reset. "_s).join(u'\n'); };
+    {
+        const RefusedKey refused("settingsRevision");
+        window().click(u"Reset all settings"_s);
+    }
+    ASSERT_NE(problem(), u"");
+    EXPECT_EQ(window().find(problem())->role(), QAccessible::AlertMessage);
+    window().click(u"Copy all settings & keys"_s);
+    EXPECT_TRUE(window().find(u"Copied. Open the keyboard settings and import."_s, QAccessible::StaticText)
+                != nullptr);
+    window().click(u"Reset all settings"_s);
+    EXPECT_EQ(problem(), u"");
 }
 
 TEST_F(SettingActionTest, ResettingOnAPageShowsItsDefaultsAndRowsAgain)

@@ -140,9 +140,9 @@ TEST(SettingModel, TellsTheNextRowOfAChangeThatFailsAfterItsPageWasClosed)
     std::make_unique<SettingModel>(line)->setText(u"a"_s);
     const SettingModel reopened(line);
     other.execute("COMMIT");
-    EXPECT_TRUE(waitUntil([&] { return reopened.note().contains(u"no room"); }));
+    EXPECT_TRUE(waitUntil([&] { return reopened.problem().contains(u"no room"); }));
     EXPECT_EQ(reopened.text(), u"");
-    EXPECT_EQ(SettingModel(line).note(), u"");
+    EXPECT_EQ(SettingModel(line).problem(), u"");
 }
 
 TEST(SettingModel, TellsTheNextRowOfAChangeThatFailedWhileNoPageWasOpen)
@@ -157,9 +157,9 @@ TEST(SettingModel, TellsTheNextRowOfAChangeThatFailedWhileNoPageWasOpen)
     const auto next = SuiteWriter::write({{u"other"_s, true}});
     EXPECT_TRUE(waitUntil([&] { return next.isFinished(); }));
     const SettingModel reopened(line);
-    EXPECT_TRUE(reopened.note().contains(u"no room"));
+    EXPECT_TRUE(reopened.problem().contains(u"no room"));
     EXPECT_EQ(reopened.text(), u"");
-    EXPECT_EQ(SettingModel(line).note(), u"");
+    EXPECT_EQ(SettingModel(line).problem(), u"");
 }
 
 TEST(SettingModel, TellsNoRowOfAChangeThatWasStoredAfterItsPageWasClosed)
@@ -173,7 +173,7 @@ TEST(SettingModel, TellsNoRowOfAChangeThatWasStoredAfterItsPageWasClosed)
     const auto next = SuiteWriter::write({{u"other"_s, true}});
     EXPECT_TRUE(waitUntil([&] { return next.isFinished(); }));
     EXPECT_EQ(reopened.text(), u"a");
-    EXPECT_EQ(reopened.note(), u"");
+    EXPECT_EQ(reopened.problem(), u"");
 }
 
 TEST(SettingModel, KeepsATextThatCouldNotBeStoredAlsoWhereAnEarlierEditStoredTheSame)
@@ -189,7 +189,7 @@ TEST(SettingModel, KeepsATextThatCouldNotBeStoredAlsoWhereAnEarlierEditStoredThe
     setting.setText(u"ab"_s);
     setting.setText(u"a"_s);
     other.execute("COMMIT");
-    EXPECT_TRUE(waitUntil([&] { return setting.note().contains(u"no room"); }));
+    EXPECT_TRUE(waitUntil([&] { return setting.problem().contains(u"no room"); }));
     EXPECT_EQ(stored(u"key"_s), PropertyListValue(u"ab"_s));
     EXPECT_EQ(setting.text(), u"a");
     other.execute("DROP TRIGGER refused");

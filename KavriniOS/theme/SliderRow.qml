@@ -54,8 +54,8 @@ Item {
         // Screen readers look for these two.
         readonly property real minimumValue: from
         readonly property real maximumValue: to
-        // A value that is clipped before completion is not a move: a stored value beyond the range stays stored until
-        // the user moves the slider.
+        // What is clipped, or changes before completion, is not a move: a stored value beyond the range stays stored
+        // until the user moves the slider.
         property bool ready: false
         property real valueAtPress
         /// The user has taken back what they drag, and still holds it.
@@ -70,8 +70,12 @@ Item {
             [Qt.Key_End]: to - from
         })
 
+        function clipped(number: real): real {
+            return Math.max(from, Math.min(number, to));
+        }
+
         function moveTo(wanted: real) {
-            const target = Math.max(from, Math.min(wanted, to));
+            const target = clipped(wanted);
             if (target !== row.value) {
                 row.moved(target);
             }
@@ -86,7 +90,7 @@ Item {
 
         /// Where the middle of the handle is when the slider stands at a value.
         function placeOf(number: real): real {
-            const position = (Math.max(from, Math.min(number, to)) - from) / (to - from);
+            const position = (clipped(number) - from) / (to - from);
             return handle.width / 2 + (mirrored ? 1 - position : position) * (width - handle.width);
         }
 
@@ -98,7 +102,7 @@ Item {
             isTakenBack = false;
         }
         onValueChanged: {
-            if (ready && value !== row.value) {
+            if (ready && value !== clipped(row.value)) {
                 if (!isTakenBack) {
                     row.moved(value);
                 }

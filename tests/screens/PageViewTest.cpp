@@ -231,6 +231,11 @@ TEST_F(PageViewTest, LeavesAStoredValueBeyondTheRangeUntilTheSliderIsMoved)
     Prefs::set(u"rowH"_s, 200.0);
     openPage(u"layout"_s);
     EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(200.0));
+    change(u"rowH"_s, 50.0);
+    settings().reload();
+    change(u"rowH"_s, 300.0);
+    settings().reload();
+    EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(300.0));
     window().item(u"Key height"_s)->forceActiveFocus();
     window().press(Qt::Key_Left);
     EXPECT_EQ(stored(u"rowH"_s), PropertyListValue(79.0));

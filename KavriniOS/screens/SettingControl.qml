@@ -148,6 +148,7 @@ CardRow {
             defaultValue: control.setting.defaultNumber
             onMoved: value => control.setting.number = value
             onDraggedChanged: control.setting.held = dragged
+            onTakenBack: control.setting.takeBack()
         }
     }
     Component {

@@ -3,6 +3,7 @@
 
 #include "screens/StoreNote.h"
 #include "screens/UnseenChanges.h"
+#include "store/PrefsCache.h"
 #include "store/SettingValue.h"
 
 #include <QCoroFuture>
@@ -75,6 +76,9 @@ void SettingModel::setHeld(bool held)
         return;
     }
     m_isHeld = held;
+    if (held && kind() == Kind::Slider) {
+        m_valueAtPress = PrefsCache::shared().find(m_item.key);
+    }
     Q_EMIT heldChanged();
     if (!held && std::exchange(m_isBehind, false)) {
         refresh();
@@ -103,7 +107,7 @@ void SettingModel::reread()
 }
 
 /// Shows the new value at once.
-void SettingModel::store(const PropertyListValue &value)
+void SettingModel::store(const std::optional<PropertyListValue> &value)
 {
     ++m_changes;
     setProblem({});
@@ -162,6 +166,13 @@ double SettingModel::number() const
 void SettingModel::setNumber(double number)
 {
     store(step() * std::round(number / step()));
+}
+
+void SettingModel::takeBack()
+{
+    if (PrefsCache::shared().find(m_item.key) != m_valueAtPress) {
+        store(m_valueAtPress);
+    }
 }
 
 QString SettingModel::numberText() const

@@ -85,6 +85,9 @@ public:
     /// Reads value and visibility again; those of a control that is held when the user lets go of it.
     Q_INVOKABLE void refresh();
 
+    /// Stores what a slider's number was when the user took hold of it, or that there was none.
+    Q_INVOKABLE void takeBack();
+
     // A toggle.
     [[nodiscard]] bool isOn() const;
     void setOn(bool on);
@@ -133,7 +136,7 @@ Q_SIGNALS:
     void changed();
 
 private:
-    void store(const PropertyListValue &value);
+    void store(const std::optional<PropertyListValue> &value);
     QCoro::Task<> showOutcome(QFuture<std::optional<Error>> written);
     [[nodiscard]] PropertyListValue entered(const QString &line) const;
     void showValue();
@@ -147,6 +150,7 @@ private:
     QString m_problem;
     bool m_isHeld = false;
     bool m_isBehind = false; ///< whether it was to read again while it was held
+    std::optional<PropertyListValue> m_valueAtPress; ///< of a slider, as it was stored
     /// The field keeps a text that is not stored yet, or could not be stored: no other copy of it may exist.
     std::optional<QString> m_unsavedText;
 };

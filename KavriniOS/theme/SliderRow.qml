@@ -20,6 +20,8 @@ Item {
 
     /// The user has moved the slider or typed a value, or a screen reader has.
     signal moved(real value)
+    /// The user wants back what the value was when they took hold of the slider, which they still hold.
+    signal takenBack
 
     width: parent.width
     implicitHeight: heading.implicitHeight + slider.implicitHeight + 2 * Theme.rowPadding - 4
@@ -57,7 +59,6 @@ Item {
         // What is clipped, or changes before completion, is not a move: a stored value beyond the range stays stored
         // until the user moves the slider.
         property bool ready: false
-        property real valueAtPress
         /// The user has taken back what they drag, and still holds it.
         property bool isTakenBack: false
         /// What Up, Page Up and their like add.
@@ -81,13 +82,6 @@ Item {
             }
         }
 
-        function takeBack() {
-            isTakenBack = true;
-            if (row.value !== valueAtPress) {
-                row.moved(valueAtPress);
-            }
-        }
-
         /// Where the middle of the handle is when the slider stands at a value.
         function placeOf(number: real): real {
             const position = (clipped(number) - from) / (to - from);
@@ -97,10 +91,7 @@ Item {
         implicitHeight: handle.height + 12
         snapMode: T.Slider.SnapAlways
         hoverEnabled: true
-        onPressedChanged: {
-            valueAtPress = row.value;
-            isTakenBack = false;
-        }
+        onPressedChanged: isTakenBack = false
         onValueChanged: {
             if (ready && value !== clipped(row.value)) {
                 if (!isTakenBack) {
@@ -128,7 +119,8 @@ Item {
         Keys.onEscapePressed: event => {
             event.accepted = pressed;
             if (pressed) {
-                takeBack();
+                isTakenBack = true;
+                row.takenBack();
             }
         }
         // The template takes the release of any key for the end of a drag.

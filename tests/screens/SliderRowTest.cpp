@@ -178,6 +178,41 @@ TEST_F(SliderRowTest, GoesBackToItsValueWhenEscapeIsPressedDuringADrag)
     EXPECT_EQ(value(), PropertyListValue(8.0));
 }
 
+TEST_F(SliderRowTest, EscapeDuringADragPutsBackExactlyWhatWasStored)
+{
+    for (const auto &[before, at] : {std::pair<std::optional<PropertyListValue>, double>(std::nullopt, 3),
+                                     {PropertyListValue(qint64(5)), 5},
+                                     {PropertyListValue(4.4), 4.4},
+                                     {PropertyListValue(true), 1},
+                                     {PropertyListValue(u"x"_s), 3},
+                                     {PropertyListValue(50.0), 12}}) {
+        for (const double away : {10.0, at}) {
+            SCOPED_TRACE(at);
+            open();
+            EXPECT_FALSE(Shared::d().write({{u"key"_s, before}, {u"settingsRevision"_s, std::nullopt}}));
+            settings().reload();
+            QTest::mousePress(&window().view(), Qt::LeftButton, Qt::NoModifier, pointOf(at));
+            QTest::mouseMove(&window().view(), pointOf(-10));
+            QTest::mouseMove(&window().view(), pointOf(away));
+            EXPECT_NE(stored(u"key"_s), before);
+            window().press(Qt::Key_Escape);
+            EXPECT_EQ(stored(u"key"_s), before);
+            QTest::mouseRelease(&window().view(), Qt::LeftButton, Qt::NoModifier, pointOf(away));
+            EXPECT_EQ(stored(u"key"_s), before);
+        }
+    }
+}
+
+TEST_F(SliderRowTest, EscapeStoresNothingWhereNothingWasMoved)
+{
+    open(-4);
+    const auto revision = stored(u"settingsRevision"_s);
+    QTest::mousePress(&window().view(), Qt::LeftButton, Qt::NoModifier, pointOf(-4));
+    window().press(Qt::Key_Escape);
+    EXPECT_EQ(stored(u"settingsRevision"_s), revision);
+    QTest::mouseRelease(&window().view(), Qt::LeftButton, Qt::NoModifier, pointOf(-4));
+}
+
 TEST_F(SliderRowTest, IsFilledFromZeroWhereItHasValuesOnBothSides)
 {
     for (const double value : {-8.0, 0.0, 8.0}) {

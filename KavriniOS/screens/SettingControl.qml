@@ -55,6 +55,7 @@ CardRow {
         }
 
         Rectangle {
+            objectName: "dot"
             z: 1
             visible: control.differs
             x: row.LayoutMirroring.enabled ? row.width - Theme.margin + height / 2 : Theme.margin - 1.5 * width

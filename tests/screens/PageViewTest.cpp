@@ -434,6 +434,29 @@ TEST_F(PageViewTest, MovesNothingWhileASliderIsDragged)
     EXPECT_EQ(window().names().filter(u"Back to "_s), QStringList(u"Back to 54 pt"_s));
 }
 
+TEST_F(PageViewTest, MarksEachValueThatDiffersFromItsDefaultWithADotBesideItsTitle)
+{
+    const auto places = [this] {
+        QList<QPointF> dots;
+        for (const QQuickItem *item : window().items()) {
+            if (item->objectName() == u"dot") {
+                dots.append(item->mapToScene(item->boundingRect().center()));
+            }
+        }
+        return dots;
+    };
+    openPage(u"layout"_s);
+    EXPECT_EQ(places(), QList<QPointF>());
+    Prefs::set(u"numberRow"_s, true);
+    settings().reload();
+    ASSERT_EQ(places().size(), 1);
+    const QQuickItem *row = window().item(u"Number row"_s);
+    const QRectF edge = row->mapRectToScene(QRectF(0, 0, 16, row->height()));
+    EXPECT_TRUE(edge.contains(places().front()));
+    window().click(u"Back to off"_s);
+    EXPECT_EQ(places(), QList<QPointF>());
+}
+
 TEST_F(PageViewTest, ShowsWhatIsStoredAgainWhenItIsOpenedAgain)
 {
     openPage(u"look"_s);

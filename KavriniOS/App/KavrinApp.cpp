@@ -266,7 +266,7 @@ void KavrinApp::onWindowClosed()
     keepWindowState();
     m_services->window = nullptr;
     Prefs::forgetKeys();
-    m_services->settings.undo()->clear();
+    m_services->settings.undo()->closeWindow();
     // Not at once, because the window is still sending its signal.
     m_services->engine.release()->deleteLater();
     if (!m_services->tray.isAvailable()) {

@@ -62,16 +62,13 @@ void showReset(SettingModel &row)
 
 QCoro::Task<> SettingActions::reset(SettingModel &row)
 {
-    const QPointer self(this);
     const QPointer stillThere(&row);
     row.setProblem({});
     const auto past = std::make_shared<PastChange>();
     const QFuture<std::optional<Error>> written = Prefs::resetAll(past);
     showReset(row);
+    m_undo.offerWhenWritten(tr("Settings reset"), past, written);
     const std::optional<Error> failure = co_await written;
-    if (self && !failure) {
-        m_undo.offer(tr("Settings reset"), *past);
-    }
     if (stillThere && failure) {
         row.setProblem(tr("Nothing was reset. %1").arg(failure->localizedDescription));
         showReset(row);

@@ -26,6 +26,17 @@ void SettingsUndo::offer(const QString &text, const PastChange &past)
     }
 }
 
+QCoro::Task<> SettingsUndo::offerWhenWritten(QString text, std::shared_ptr<const PastChange> past,
+                                             QFuture<std::optional<Error>> written)
+{
+    const QPointer self(this);
+    const int closings = m_closings;
+    const std::optional<Error> failure = co_await written;
+    if (self && !failure && closings == m_closings) {
+        offer(text, *past);
+    }
+}
+
 void SettingsUndo::expectImport()
 {
     const auto [settings, failure] = Shared::d().objects(Prefs::transferKeys());
@@ -53,6 +64,7 @@ void SettingsUndo::undo()
 QCoro::Task<> SettingsUndo::takeBack(Step step)
 {
     const QPointer self(this);
+    const int closings = m_closings;
     m_note.clear();
     Q_EMIT changed();
     const QFuture<std::optional<Error>> written = Prefs::takeBack(step.past);
@@ -60,7 +72,7 @@ QCoro::Task<> SettingsUndo::takeBack(Step step)
     if (!self) {
         co_return;
     }
-    if (failure) {
+    if (failure && closings == m_closings) {
         m_steps.push_back(step);
         m_note = tr("This could not be undone. %1").arg(failure->localizedDescription);
         Q_EMIT changed();
@@ -74,6 +86,12 @@ void SettingsUndo::clear()
     m_note.clear();
     m_beforeImport.reset();
     Q_EMIT changed();
+}
+
+void SettingsUndo::closeWindow()
+{
+    ++m_closings;
+    clear();
 }
 
 } // namespace kavrin

@@ -4,10 +4,12 @@
 #include "store/PastChange.h"
 
 #include <QCoroTask>
+#include <QFuture>
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -37,6 +39,11 @@ public:
     /// Offers to take this back, if it has changed anything.
     void offer(const QString &text, const PastChange &past);
 
+    /// offer() as soon as the change is stored. Nothing if it fails, or if the window is closed before.
+    /// `past` is read when `written` is finished.
+    QCoro::Task<> offerWhenWritten(QString text, std::shared_ptr<const PastChange> past,
+                                   QFuture<std::optional<Error>> written);
+
     /// Notes what the settings are, before an import in another process.
     void expectImport();
 
@@ -46,8 +53,11 @@ public:
     /// Takes the last back, in one transaction.
     Q_INVOKABLE void undo();
 
-    /// Forgets everything.
+    /// Forgets everything that it offers.
     Q_INVOKABLE void clear();
+
+    /// Forgets also what is still being written.
+    void closeWindow();
 
 Q_SIGNALS:
     void changed();
@@ -65,6 +75,7 @@ private:
 
     std::vector<Step> m_steps;
     QString m_note;
+    int m_closings = 0; ///< how often the window was closed
     std::optional<PropertyListDictionary> m_beforeImport;
 };
 

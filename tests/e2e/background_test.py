@@ -127,6 +127,22 @@ class Window(Background):
         again.wait_for_page("Voice typing")
         again.find("Paste API key", "push button")
 
+    def test_a_closed_window_offers_no_undo_any_more(self):
+        self.session.ctl("set", "rowH", "60")
+        tray = self.start_tray()
+        window = self.session.open_window()
+        window.open_page("Backup & reset")
+        window.find("Reset all settings", "push button").press()
+        window.find("Undo", "push button")
+        item = tray.item()
+        self.session.close_window(window.process)
+        wait_until(lambda: not self.has_window(window.process), "the window is gone")
+        item.click()
+        self.session.focus_window(window.process)
+        again = type(window)(self.session, window.process)
+        again.wait_for_page("Backup & reset")
+        self.assertIsNone(again.look("Undo", "push button"))
+
     def test_closing_the_window_over_a_recording_drops_what_was_said(self):
         tray = self.start_tray()
         window = self.record_on_the_screen()

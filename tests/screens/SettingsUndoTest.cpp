@@ -31,6 +31,14 @@ protected:
         undo().offerImport();
     }
 
+    /// Until everybody who waits for an earlier change has its outcome: changes are made in their order.
+    void waitForTheWriter()
+    {
+        bool isDone = false;
+        SuiteWriter::write({{u"other"_s, true}}).then(&undo(), [&isDone](const auto &) { isDone = true; });
+        EXPECT_TRUE(waitUntil([&] { return isDone; }));
+    }
+
     static PropertyListDictionary everything()
     {
         PropertyListDictionary all = Shared::d().dictionaryRepresentation().value;
@@ -163,10 +171,41 @@ TEST_F(SettingsUndoTest, ForgetsWhenTheWindowCloses)
 {
     Prefs::set(u"rowH"_s, 60.0);
     reset();
-    undo().clear();
+    undo().closeWindow();
     EXPECT_EQ(undo().text(), u"");
     undo().undo();
     EXPECT_FALSE(stored(u"rowH"_s));
+}
+
+TEST_F(SettingsUndoTest, OffersNoResetThatIsStoredAfterItsWindowWasClosed)
+{
+    const SuiteWriter writer;
+    Prefs::set(u"rowH"_s, 60.0);
+    EXPECT_TRUE(waitUntil([&] { return stored(u"rowH"_s).has_value(); }));
+    OtherProgram other;
+    other.execute("BEGIN IMMEDIATE");
+    reset();
+    undo().closeWindow();
+    other.execute("COMMIT");
+    waitForTheWriter();
+    EXPECT_FALSE(stored(u"rowH"_s));
+    EXPECT_EQ(undo().text(), u"");
+}
+
+TEST_F(SettingsUndoTest, OffersNoUndoThatFailsAfterItsWindowWasClosed)
+{
+    Prefs::set(u"rowH"_s, 60.0);
+    reset();
+    const SuiteWriter writer;
+    const RefusedKey refused("rowH");
+    OtherProgram other;
+    other.execute("BEGIN IMMEDIATE");
+    undo().undo();
+    undo().closeWindow();
+    other.execute("COMMIT");
+    waitForTheWriter();
+    EXPECT_EQ(undo().text(), u"");
+    EXPECT_EQ(undo().note(), u"");
 }
 
 TEST_F(SettingsUndoTest, IsAStripWithAButtonAndAKey)

@@ -15,7 +15,7 @@ Action DictationKey::press(Time now)
         m_hold->seen = now;
         return Action::None;
     }
-    const Action action = toggle();
+    const Action action = turn();
     m_hold = Hold{.since = now, .seen = now, .hasBegun = action == Action::Begin};
     return action;
 }
@@ -25,7 +25,7 @@ Action DictationKey::release(Time now)
     const std::optional<Hold> hold = std::exchange(m_hold, std::nullopt);
     m_released = now;
     const bool isEnd = hold && hold->hasBegun && m_isOn && now - hold->since > longestTap;
-    return isEnd ? toggle() : Action::None;
+    return isEnd ? turn() : Action::None;
 }
 
 bool DictationKey::isHeld(Time now) const
@@ -34,6 +34,12 @@ bool DictationKey::isHeld(Time now) const
 }
 
 Action DictationKey::toggle()
+{
+    m_hold.reset();
+    return turn();
+}
+
+Action DictationKey::turn()
 {
     m_isOn = !m_isOn;
     return m_isOn ? Action::Begin : Action::End;

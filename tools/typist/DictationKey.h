@@ -29,7 +29,7 @@ public:
     Action press(Time now);
     Action release(Time now);
 
-    /// A whole tap at once, for desktops that tell of no release.
+    /// A whole tap at once, for desktops that tell of no release. It ends a press that lacks one.
     Action toggle();
 
     Action cancel();
@@ -42,6 +42,8 @@ public:
     void over() { m_isOn = false; }
 
 private:
+    Action turn();
+
     struct Hold {
         Time since; ///< when the key was pressed
         Time seen; ///< when it was last said to be pressed

@@ -125,6 +125,14 @@ TEST(DictationKey, ToggleBeginsAndEnds)
     tell({{Event::Toggle, 0ms, begin}, {Event::Toggle, 1ms, end}, {Event::Toggle, 2ms, begin}});
 }
 
+TEST(DictationKey, ToggleEndsAPressWhoseReleaseNobodyTells)
+{
+    DictationKey key;
+    key.press(0ms);
+    EXPECT_EQ(key.toggle(), end);
+    EXPECT_FALSE(key.isHeld(1ms));
+}
+
 TEST(DictationKey, ADictationThatEndsByItselfLeavesTheReleaseNothingToDo)
 {
     tell({{Event::Press, 0ms, begin},

@@ -107,6 +107,11 @@ void DictationBus::Delivered(qulonglong number, const QString &problem)
     }
 }
 
+void DictationBus::Report(const QString &problem)
+{
+    m_signals.report(problem);
+}
+
 /// False if the caller has left the bus before it got the answer that it wants. Waits for the bus, because a
 /// "Stop" that comes next must not overtake a "Start".
 bool DictationBus::isAwaited() const

@@ -54,6 +54,9 @@ public:
     Q_SCRIPTABLE Q_SLOT void Announce(qulonglong number);
     Q_SCRIPTABLE Q_SLOT void Delivered(qulonglong number, const QString &problem);
 
+    /// Shows the user why a program that has nothing to show it in began no dictation, or lost one.
+    Q_SCRIPTABLE Q_SLOT void Report(const QString &problem);
+
 private:
     [[nodiscard]] bool isAwaited() const;
     void refuseUnknown();

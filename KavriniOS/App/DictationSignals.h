@@ -35,6 +35,9 @@ public:
     /// Returns false if there is no such dictation.
     bool delivered(quint64 number, const QString &problem);
 
+    /// Another program has begun no dictation, or has lost one, and `problem` says to the user why.
+    void report(const QString &problem) { m_failures.report(problem); }
+
     /// Nobody delivers the text of that dictation: once there is one, the user is told of the clipboard.
     void expectNoDelivery(quint64 number);
 

@@ -196,6 +196,13 @@ TEST_F(DictationSignalsTest, AProblemWithTheDeliveryIsShown)
     EXPECT_EQ(server.last.text, u"The text is on the clipboard. Nothing can be typed here.");
 }
 
+TEST_F(DictationSignalsTest, WhyAnotherProgramBeganNoDictationIsShown)
+{
+    EXPECT_EQ(announcer.call(u"Report"_s, {u"The suite is locked."_s}), u"");
+    EXPECT_EQ(shown(), u"Voice typing: Settings");
+    EXPECT_EQ(server.last.text, u"The suite is locked.");
+}
+
 TEST_F(DictationSignalsTest, IfTheAnnouncerEndsTheUserIsToldOfTheClipboard)
 {
     dictate();

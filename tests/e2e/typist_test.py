@@ -332,10 +332,13 @@ class KavrinEnds(TypistTest):
         self.dictate("next")
         self.terminal.wait_for("next")
 
-    def test_while_it_records(self):
+    def test_while_it_records_a_notification_says_so(self):
+        notifications = Notifications(self.session, self.bus)
         kavrin, _ = self.start()
         self.begin()
         self.go_on(kavrin)
+        wait_until(lambda: any(text.startswith("Kavrin does not answer") for _, text in notifications.shown()),
+                   "the notification says so")
 
     def test_while_it_transcribes(self):
         kavrin, _ = self.start()
@@ -436,10 +439,12 @@ class DamagedSuite(TypistTest):
 
 
 class LockedSuite(TypistTest):
-    def test_the_key_says_so_and_nothing_is_recorded(self):
+    def test_the_key_and_a_notification_say_so_and_nothing_is_recorded(self):
+        notifications = Notifications(self.session, self.bus)
         self.start()
         with Holder(self.suite.database.execute("PRAGMA database_list").fetchone()[2], "BEGIN IMMEDIATE"):
             self.assertIn("locked", self.refused("toggle"))
+            wait_until(lambda: any("locked" in text for _, text in notifications.shown()), "the notification says so")
         self.assertEqual(self.activity(), "idle")
         self.dictate("next")
         self.terminal.wait_for("next")

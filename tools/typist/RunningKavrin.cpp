@@ -31,6 +31,17 @@ QDBusMessage toDictation(const QString &method, const QVariantList &arguments)
     return message;
 }
 
+/// A notification that is not Kavrin's.
+QDBusMessage notification(const QString &text)
+{
+    const QString service = u"org.freedesktop.Notifications"_s;
+    QDBusMessage message =
+        QDBusMessage::createMethodCall(service, u"/org/freedesktop/Notifications"_s, service, u"Notify"_s);
+    constexpr int serverDecides = -1; // how long it stays
+    return message << u"Kavrin"_s << 0U << u"app.kavrin.Kavrin"_s << u"Voice typing"_s << text
+                   << QStringList() << QVariantMap() << serverDecides;
+}
+
 Error noAnswer(const QDBusMessage &answer)
 {
     return {u"kavrin"_s, 1, u"Kavrin does not answer: "_s + answer.errorMessage()};
@@ -117,6 +128,17 @@ void RunningKavrin::announce(quint64 number)
 void RunningKavrin::deliver(quint64 number, const QString &problem)
 {
     notify(u"Delivered"_s, {qulonglong(number), problem});
+}
+
+QCoro::Task<> RunningKavrin::report(QString problem)
+{
+    const QDBusConnection bus = m_bus; // this object may be gone when Kavrin does not answer
+    try {
+        const QCoro::Task<QVariantList> reporting = call(u"Report"_s, {problem}, answerLimit);
+        co_await reporting;
+    } catch (const Error &) {
+        bus.send(notification(problem));
+    }
 }
 
 } // namespace kavrin

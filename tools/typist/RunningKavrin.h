@@ -48,6 +48,10 @@ public:
     /// the clipboard only, and why: a sentence for the user.
     void deliver(quint64 number, const QString &problem);
 
+    /// Shows the user why the key does nothing: a sentence. Kavrin does that, or else, if it does not answer,
+    /// this process. It never fails.
+    QCoro::Task<> report(QString problem);
+
 private:
     enum class IfAbsent { Start, Fail };
     QCoro::Task<QVariantList> call(QString method, QVariantList arguments, std::chrono::milliseconds limit,

@@ -47,7 +47,11 @@ QCoro::Task<std::optional<Error>> Typist::perform(Action action)
 {
     if (action == Action::Begin) {
         const QCoro::Task<std::optional<Error>> beginning = begin();
-        co_return co_await beginning;
+        std::optional<Error> failure = co_await beginning;
+        if (failure) {
+            tell(*failure);
+        }
+        co_return failure;
     }
     if (m_dictation && action == Action::End) {
         m_dictation->end();
@@ -87,9 +91,16 @@ QCoro::Task<> Typist::finish(std::shared_ptr<TypedDictation> dictation)
         const QCoro::Task<> finishing = dictation->finish();
         co_await finishing;
     } catch (const Error &error) {
-        qCWarning(Logging::dictation) << error.localizedDescription;
+        tell(error);
     }
     setOver();
+}
+
+/// Whoever presses a shortcut sees no answer to it.
+void Typist::tell(const Error &failure)
+{
+    qCWarning(Logging::dictation) << failure.localizedDescription;
+    m_platform.kavrin.report(failure.localizedDescription);
 }
 
 void Typist::stop()

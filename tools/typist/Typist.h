@@ -24,7 +24,7 @@ public:
     explicit Typist(TypedDictation::Platform platform);
 
     /// What happens to the key. If this begins a dictation, resumes when Kavrin has taken it up, or with why
-    /// there is none.
+    /// there is none. The user is shown that, too.
     QCoro::Task<std::optional<Error>> press();
     QCoro::Task<std::optional<Error>> toggle();
     void release();
@@ -40,6 +40,7 @@ private:
     QCoro::Task<std::optional<Error>> perform(DictationKey::Action action);
     QCoro::Task<std::optional<Error>> begin();
     QCoro::Task<> finish(std::shared_ptr<TypedDictation> dictation);
+    void tell(const Error &failure);
     void setOver();
     [[nodiscard]] DictationKey::Time now() const;
 

@@ -17,6 +17,12 @@ FakeKavrin::FakeKavrin(QDBusConnection bus) : m_bus(std::move(bus))
     m_timer.start(1);
 }
 
+FakeKavrin::~FakeKavrin()
+{
+    m_bus.unregisterService(u"app.kavrin.Kavrin"_s);
+    m_bus.unregisterObject(u"/app/kavrin/Kavrin/Dictation"_s);
+}
+
 void FakeKavrin::poll()
 {
     if (!takesCommands || Shared::d().string(u"dictationCommand"_s) != u"start") {
@@ -77,6 +83,11 @@ void FakeKavrin::Announce(qulonglong number)
 void FakeKavrin::Delivered(qulonglong number, const QString &problem)
 {
     asked.append(u"Delivered %1"_s.arg(number));
+    problems.append(problem);
+}
+
+void FakeKavrin::Report(const QString &problem)
+{
     problems.append(problem);
 }
 

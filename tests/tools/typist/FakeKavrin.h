@@ -20,12 +20,13 @@ class FakeKavrin : public QObject, protected QDBusContext
 
 public:
     explicit FakeKavrin(QDBusConnection bus);
+    ~FakeKavrin() override;
 
     bool takesCommands = true;
     bool clearsCommands = true; ///< otherwise they lie in the suite after it has acted on them
     QString activity = QStringLiteral("idle");
     QStringList asked; ///< what other programs have wanted of it
-    QStringList problems; ///< of what was delivered, in order
+    QStringList problems; ///< of what was delivered, and those reported, in order
 
     /// The transcription is over and has brought a text.
     void transcribe(const QString &text, double stamp);
@@ -40,6 +41,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Cancel();
     Q_SCRIPTABLE Q_SLOT void Announce(qulonglong number);
     Q_SCRIPTABLE Q_SLOT void Delivered(qulonglong number, const QString &problem);
+    Q_SCRIPTABLE Q_SLOT void Report(const QString &problem);
 
 private:
     void poll();

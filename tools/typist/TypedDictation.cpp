@@ -61,8 +61,8 @@ TypedDictation::TypedDictation(Platform platform) : m_platform(std::move(platfor
 QCoro::Task<> TypedDictation::begin()
 {
     RunningKavrin &kavrin = m_platform.kavrin;
-    const QCoro::Task<quint64> asking = kavrin.commanded();
-    const quint64 before = co_await asking;
+    const QCoro::Task<quint64> starting = kavrin.commanded();
+    co_await starting;
     const QCoro::Task<QString> looking = kavrin.activity();
     if (isRecording(co_await looking)) {
         qCInfo(Logging::dictation) << "Somebody else's recording ends";
@@ -70,6 +70,9 @@ QCoro::Task<> TypedDictation::begin()
         co_await stopping;
         co_return;
     }
+    // Not earlier: what somebody else begins meanwhile is not this dictation.
+    const QCoro::Task<quint64> asking = kavrin.commanded();
+    const quint64 before = co_await asking;
     const QCoro::Task<bool> handingOver = handOverStart();
     const bool isTaken = co_await handingOver;
     // Counts whether it was taken or not: a suite that is full keeps the command that Kavrin has acted on.
@@ -83,25 +86,24 @@ QCoro::Task<> TypedDictation::begin()
     kavrin.announce(number);
 }
 
-/// Resumes with whether Kavrin has taken the command. If it has not, the command is withdrawn.
+/// Resumes with whether Kavrin has taken the command. If it has not, the command is withdrawn. Throws Error
+/// if another keyboard's command lies there.
 QCoro::Task<bool> TypedDictation::handOverStart()
 {
+    const QCoro::Task<bool> storing = handover::storeStart();
+    if (!co_await storing) {
+        throw failure(busy);
+    }
     const QDeadlineTimer limit(patienceForStart);
-    bool isStored = false;
     while (!limit.hasExpired()) {
-        if (!isStored) {
-            const QCoro::Task<bool> storing = handover::storeStart();
-            isStored = co_await storing;
-        } else if (handover::isStartTaken()) {
+        if (handover::isStartTaken()) {
             co_return true;
         }
         const QCoro::Task<> sleep = m_platform.clock.sleep(commandInterval, {});
         co_await sleep;
     }
-    if (isStored) {
-        const QCoro::Task<> withdrawing = handover::withdrawStart();
-        co_await withdrawing;
-    }
+    const QCoro::Task<> withdrawing = handover::withdrawStart();
+    co_await withdrawing;
     co_return false;
 }
 

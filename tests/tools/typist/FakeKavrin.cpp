@@ -31,10 +31,24 @@ void FakeKavrin::poll()
     if (clearsCommands) {
         put(Shared::d(), u"dictationCommand"_s, u""_s);
     }
+    begin();
+}
+
+void FakeKavrin::begin()
+{
     if (activity == u"idle") {
         activity = u"recording"_s;
         ++m_number;
     }
+}
+
+QString FakeKavrin::State()
+{
+    const QString told = activity;
+    if (isBegunElsewhere) {
+        begin();
+    }
+    return told;
 }
 
 void FakeKavrin::transcribe(const QString &text, double stamp)

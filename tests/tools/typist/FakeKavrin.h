@@ -25,6 +25,7 @@ public:
     bool takesCommands = true;
     bool clearsCommands = true; ///< otherwise they lie in the suite after it has acted on them
     QString activity = QStringLiteral("idle");
+    bool isBegunElsewhere = false; ///< another keyboard begins a dictation as soon as the state was told
     QStringList asked; ///< what other programs have wanted of it
     QStringList problems; ///< of what was delivered, and those reported, in order
 
@@ -35,7 +36,7 @@ public:
     void fail(const QString &reason);
 
     Q_SCRIPTABLE Q_SLOT qulonglong Commanded() const { return m_number; }
-    Q_SCRIPTABLE Q_SLOT QString State() const { return activity; }
+    Q_SCRIPTABLE Q_SLOT QString State();
     Q_SCRIPTABLE Q_SLOT double Outcome(qulonglong number, QString &failure);
     Q_SCRIPTABLE Q_SLOT void Stop();
     Q_SCRIPTABLE Q_SLOT void Cancel();
@@ -45,6 +46,7 @@ public:
 
 private:
     void poll();
+    void begin();
     void answer(double stamp, const QString &failure);
 
     QDBusConnection m_bus;

@@ -278,9 +278,18 @@ TEST_F(TypedDictationTest, WithdrawsACommandThatIsNotTaken)
 TEST_F(TypedDictationTest, LeavesTheCommandOfAnotherKeyboardAsItIs)
 {
     kavrin.takesCommands = false;
-    put(Shared::d(), u"dictationCommand"_s, u"stop"_s);
-    EXPECT_NE(begin(), u"");
-    EXPECT_EQ(Shared::d().string(u"dictationCommand"_s), u"stop");
+    for (const QString &command : {u"start"_s, u"stop"_s}) {
+        put(Shared::d(), u"dictationCommand"_s, command);
+        EXPECT_EQ(begin(), u"Kavrin is busy with another dictation. Try again when it is over.");
+        EXPECT_EQ(Shared::d().string(u"dictationCommand"_s), command);
+    }
+}
+
+TEST_F(TypedDictationTest, DoesNotTakeADictationThatSomebodyElseHasBegunMeanwhileForItsOwn)
+{
+    kavrin.isBegunElsewhere = true;
+    EXPECT_EQ(begin(), u"Kavrin is busy with another dictation. Try again when it is over.");
+    EXPECT_EQ(kavrin.asked, QStringList());
 }
 
 TEST_F(TypedDictationTest, KnowsThatItsCommandIsTakenEvenIfTheSuiteKeepsIt)

@@ -127,8 +127,13 @@ QCoro::Task<> TypedDictation::finish()
         co_return;
     }
     m_phase = Phase::Delivering;
-    const QCoro::Task<QString> delivering = deliver(outcome.stamp);
-    const QString problem = co_await delivering;
+    QString problem;
+    try {
+        const QCoro::Task<> delivering = deliver(outcome.stamp);
+        co_await delivering;
+    } catch (const Error &error) {
+        problem = error.localizedDescription + onClipboard;
+    }
     qCInfo(Logging::dictation) << "Delivered" << problem;
     m_platform.kavrin.deliver(m_number, problem);
 }
@@ -164,49 +169,57 @@ QCoro::Task<bool> TypedDictation::awaitRelease()
     co_return !m_platform.isKeyHeld();
 }
 
-/// Resumes with why the text is on the clipboard only, or with nothing.
-QCoro::Task<QString> TypedDictation::deliver(double stamp)
+/// Throws Error if the text may not be typed now.
+QCoro::Task<> TypedDictation::check()
 {
-    if (m_platform.clock.now() - m_endedAt > longestWait) {
-        co_return u"The text has come too late to be typed."_s + onClipboard;
-    }
-    const auto [typing, obstacle] = m_platform.findTyping();
-    if (obstacle) {
-        co_return obstacle->localizedDescription + onClipboard;
-    }
     const QCoro::Task<bool> asking = m_platform.isLocked();
     if (co_await asking) {
-        co_return u"The session is locked."_s + onClipboard;
+        throw failure(u"The session is locked."_s);
+    }
+    const double waited = m_platform.clock.now() - m_endedAt;
+    const bool isSetBack = waited < 0; // the clock was, so nobody knows
+    if (isSetBack || waited > longestWait) {
+        throw failure(u"The text has come too late to be typed."_s);
+    }
+}
+
+/// Resumes when the text is where the cursor is, or when there is none to type. Throws Error.
+QCoro::Task<> TypedDictation::deliver(double stamp)
+{
+    const QCoro::Task<> checking = check();
+    co_await checking;
+    const auto [typing, obstacle] = m_platform.findTyping();
+    if (obstacle) {
+        throw Error(*obstacle);
     }
     const QCoro::Task<bool> releasing = awaitRelease();
     if (!co_await releasing) {
-        co_return u"The key is still held, so nothing was typed."_s + onClipboard;
+        throw failure(u"The key is still held, so nothing was typed."_s);
     }
-    std::optional<QString> transcript;
-    try {
-        const QCoro::Task<std::optional<QString>> claiming = handover::claimTranscript(stamp);
-        transcript = co_await claiming;
-    } catch (const Error &error) {
-        co_return u"The text could not be marked as used, so it was not typed: %1."_s.arg(
-            error.localizedDescription)
-            + onClipboard;
+    const QCoro::Task<QString> claiming = claim(stamp);
+    const QString text = cleanText(co_await claiming);
+    if (text.isEmpty() || m_isCancelled) {
+        co_return;
     }
-    if (!transcript || m_isCancelled) {
-        co_return QString(); // another keyboard has inserted it
+    const QCoro::Task<std::optional<Error>> inserting = typing->type(text, [this] { return check(); });
+    const std::optional<Error> failed = co_await inserting;
+    if (failed) {
+        throw Error(*failed);
     }
-    const QCoro::Task<QString> inserting = type(*typing, *transcript);
-    co_return co_await inserting;
 }
 
-QCoro::Task<QString> TypedDictation::type(Typing &typing, QString transcript)
+/// Resumes with the transcript, which is this dictation's alone; with nothing if another keyboard has used
+/// it. Throws Error.
+QCoro::Task<QString> TypedDictation::claim(double stamp)
 {
-    const QString text = cleanText(transcript);
-    if (text.isEmpty()) {
-        co_return QString();
+    try {
+        const QCoro::Task<std::optional<QString>> claiming = handover::claimTranscript(stamp);
+        const std::optional<QString> transcript = co_await claiming;
+        co_return transcript.value_or(QString());
+    } catch (const Error &error) {
+        throw failure(u"The text could not be marked as used, so it was not typed: %1."_s.arg(
+            error.localizedDescription));
     }
-    const QCoro::Task<std::optional<Error>> inserting = typing.type(text);
-    const std::optional<Error> failed = co_await inserting;
-    co_return failed ? failed->localizedDescription + onClipboard : QString();
 }
 
 void TypedDictation::end()

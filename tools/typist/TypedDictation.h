@@ -56,8 +56,9 @@ private:
     QCoro::Task<bool> handOverStart();
     QCoro::Task<> record();
     QCoro::Task<bool> awaitRelease();
-    QCoro::Task<QString> deliver(double stamp);
-    QCoro::Task<QString> type(Typing &typing, QString transcript);
+    QCoro::Task<> check();
+    QCoro::Task<> deliver(double stamp);
+    QCoro::Task<QString> claim(double stamp);
 
     Platform m_platform;
     quint64 m_number = 0; ///< Kavrin's; 0 before it has begun

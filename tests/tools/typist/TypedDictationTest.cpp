@@ -36,11 +36,19 @@ public:
     QStringList typed;
     QStringList marked; ///< what "tUsed" was when each text came
     std::optional<Error> failure;
+    std::function<void()> meanwhile = [] { }; ///< happens before any key is pressed
 
     [[nodiscard]] QString name() const override { return u"window"_s; }
 
-    QCoro::Task<std::optional<Error>> type(QString text) override
+    QCoro::Task<std::optional<Error>> type(QString text, Check check) override
     {
+        meanwhile();
+        try {
+            const QCoro::Task<> checking = check();
+            co_await checking;
+        } catch (const Error &error) {
+            co_return error;
+        }
         typed.append(text);
         marked.append(Shared::d().string(u"tUsed"_s).value_or(u"none"_s));
         co_return failure;
@@ -196,6 +204,32 @@ TEST_F(TypedDictationTest, TypesNothingWhileTheSessionIsLocked)
     dictate(u"said"_s);
     EXPECT_EQ(window.typed, QStringList());
     EXPECT_EQ(kavrin.problems, QStringList{u"The session is locked."_s + onClipboard});
+}
+
+TEST_F(TypedDictationTest, TypesNothingIfTheSessionIsLockedBeforeAKeyIsPressed)
+{
+    window.meanwhile = [this] { isLocked = true; };
+    dictate(u"said"_s);
+    EXPECT_EQ(window.typed, QStringList());
+    EXPECT_EQ(kavrin.problems, QStringList{u"The session is locked."_s + onClipboard});
+}
+
+TEST_F(TypedDictationTest, TypesNothingIfItIsTooLateBeforeAKeyIsPressed)
+{
+    window.meanwhile = [this] { clock.ahead = 61; };
+    dictate(u"said"_s);
+    EXPECT_EQ(window.typed, QStringList());
+    EXPECT_EQ(kavrin.problems, QStringList{u"The text has come too late to be typed."_s + onClipboard});
+}
+
+TEST_F(TypedDictationTest, TypesNothingIfTheClockIsSetBack)
+{
+    record();
+    end();
+    clock.ahead = -60;
+    kavrin.transcribe(u"said"_s, stamp);
+    expectOver();
+    EXPECT_EQ(window.typed, QStringList());
 }
 
 TEST_F(TypedDictationTest, WaitsUntilTheKeyIsReleased)

@@ -11,7 +11,7 @@ namespace kavrin
 
 using namespace Qt::StringLiterals;
 
-QCoro::Task<std::optional<Error>> Pasting::type(QString text)
+QCoro::Task<std::optional<Error>> Pasting::type(QString text, Check check)
 {
     const auto isControl = [](QChar character) { return character.category() == QChar::Other_Control; };
     if (std::any_of(text.begin(), text.end(), isControl)) {
@@ -21,7 +21,7 @@ QCoro::Task<std::optional<Error>> Pasting::type(QString text)
         co_return std::nullopt;
     }
     try {
-        const QCoro::Task<> pasting = paste(text);
+        const QCoro::Task<> pasting = paste(text, check);
         co_await pasting;
     } catch (const Error &error) {
         co_return error;

@@ -21,11 +21,12 @@ class Pasting : public Typing
 
 public:
     /// Refuses a text with a control character, which would be a key in a terminal. A line break is one.
-    QCoro::Task<std::optional<Error>> type(QString text) final;
+    QCoro::Task<std::optional<Error>> type(QString text, Check check = unchecked) final;
 
 private:
-    /// Pastes a text that is neither empty nor refused. Throws Error.
-    virtual QCoro::Task<> paste(QString text) = 0;
+    /// Pastes a text that is neither empty nor refused. Calls `check` immediately before it presses the keys.
+    /// Throws Error.
+    virtual QCoro::Task<> paste(QString text, Check check) = 0;
 };
 
 /// A failure of typing, in words for a person.

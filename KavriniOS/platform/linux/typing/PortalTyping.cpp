@@ -23,7 +23,7 @@ QString PortalTyping::name() const
     return u"desktop portal"_s;
 }
 
-QCoro::Task<> PortalTyping::paste(QString text)
+QCoro::Task<> PortalTyping::paste(QString text, Check check)
 {
     // The desktop's question has the focus while it is there.
     const QCoro::Task<> pluggingIn = m_keyboard.plugIn();
@@ -34,6 +34,8 @@ QCoro::Task<> PortalTyping::paste(QString text)
         const QCoro::Task<> waiting = m_pause(delay);
         co_await waiting;
     }
+    const QCoro::Task<> checking = check();
+    co_await checking;
     const QCoro::Task<> pressing = m_keyboard.pressShiftInsert();
     co_await pressing;
 }

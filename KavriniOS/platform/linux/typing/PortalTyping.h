@@ -33,7 +33,7 @@ public:
 
 private:
     /// The desktop may ask the user first.
-    QCoro::Task<> paste(QString text) override;
+    QCoro::Task<> paste(QString text, Check check) override;
 
     PortalKeyboard &m_keyboard;
     Pause m_pause;

@@ -24,12 +24,14 @@ QString VirtualKeyboardTyping::name() const
     return u"Wayland virtual keyboard"_s;
 }
 
-QCoro::Task<> VirtualKeyboardTyping::paste(QString text)
+QCoro::Task<> VirtualKeyboardTyping::paste(QString text, Check check)
 {
     // The keyboard comes first: a window that knew none takes it while the text is put on the clipboard.
     VirtualKeyboard keyboard;
     const QCoro::Task<> selecting = selectText(text);
     co_await selecting;
+    const QCoro::Task<> checking = check();
+    co_await checking;
     keyboard.pressShiftInsert();
 }
 

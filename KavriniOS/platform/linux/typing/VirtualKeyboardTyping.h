@@ -23,7 +23,7 @@ public:
     [[nodiscard]] QString name() const override;
 
 private:
-    QCoro::Task<> paste(QString text) override;
+    QCoro::Task<> paste(QString text, Check check) override;
 };
 
 } // namespace kavrin

@@ -47,7 +47,7 @@ QString X11Typing::name() const
     return u"X11"_s;
 }
 
-QCoro::Task<> X11Typing::paste(QString text)
+QCoro::Task<> X11Typing::paste(QString text, Check check)
 {
     const QPointer<X11Typing> self = this;
     m_selections.askForClipboard();
@@ -69,6 +69,11 @@ QCoro::Task<> X11Typing::paste(QString text)
     }
     if (!isReleased) {
         throw typingError(u"A key such as Shift or Ctrl is held, so nothing was typed."_s);
+    }
+    const QCoro::Task<> checking = check();
+    co_await checking;
+    if (!self) {
+        co_return;
     }
     if (!m_keys.pressShiftInsert()) {
         throw typingError(u"The keyboard has no Shift or no Insert key to paste with."_s);

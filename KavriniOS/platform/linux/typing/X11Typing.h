@@ -45,7 +45,7 @@ private:
     /// Waits for modifiers that the user holds, and for a program that takes the text, unless that may take
     /// it from another one. If it waits in vain, the text is on the clipboard, and the failure says what
     /// happened.
-    QCoro::Task<> paste(QString text) override;
+    QCoro::Task<> paste(QString text, Check check) override;
     void handleEvents();
     QCoro::Task<bool> holds(std::function<bool()> condition, std::chrono::milliseconds limit);
 

@@ -196,6 +196,22 @@ TEST_F(PortalTypingTest, TypesNothingWhereTheUserOrTheDesktopSaysNo)
     EXPECT_EQ(type(u"a"_s), u"");
 }
 
+TEST_F(PortalTypingTest, PressesNothingForATextThatMayNotBeTypedOnceTheUserHasAnswered)
+{
+    QStringList asked;
+    const auto refuse = [&]() -> QCoro::Task<> {
+        asked = m_portal.calls();
+        throw typingError(u"The session is locked."_s);
+        co_return;
+    };
+    const std::optional<Error> failure = await(m_typing.type(u"a"_s, refuse));
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->localizedDescription, u"The session is locked.");
+    EXPECT_THAT(asked, Contains(u"Start"_s));
+    EXPECT_EQ(m_portal.calls(), asked);
+    EXPECT_EQ(contents(u"selectedtype"_s), "a");
+}
+
 TEST_F(PortalTypingTest, TakesTheQuestionBackThatNobodyAnswers)
 {
     m_portal.answers = {{u"Start"_s, std::nullopt}};

@@ -49,9 +49,9 @@ inline QString fieldText()
 }
 
 /// Why it was not typed; empty where it was.
-inline QString type(Typing &typing, const QString &text)
+inline QString type(Typing &typing, const QString &text, const Typing::Check &check = Typing::unchecked)
 {
-    const std::optional<Error> failure = await(typing.type(text));
+    const std::optional<Error> failure = await(typing.type(text, check));
     return failure ? failure->localizedDescription : QString();
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "TypingFixture.h"
+#include "platform/linux/typing/Pasting.h"
 
 #include <gmock/gmock.h>
 
@@ -64,6 +65,16 @@ TEST_P(TypingTest, PressesNothingForATextWithControlCharacters)
     EXPECT_THAT(type(*m_typing, u"rm\n"_s).toStdString(), testing::HasSubstr("line breaks"));
     EXPECT_THAT(type(*m_typing, u"\x1b[A"_s).toStdString(), testing::HasSubstr("line breaks"));
     EXPECT_EQ(type(*m_typing, u""_s), u"");
+    expectTyped(u"a"_s);
+}
+
+TEST_P(TypingTest, PressesNothingForATextThatMayNotBeTypedAnyMore)
+{
+    const auto refuse = []() -> QCoro::Task<> {
+        throw typingError(u"The session is locked."_s);
+        co_return;
+    };
+    EXPECT_EQ(type(*m_typing, u"secret"_s, refuse), u"The session is locked.");
     expectTyped(u"a"_s);
 }
 

@@ -74,6 +74,25 @@ TEST_F(X11TypingTest, LeavesTheTextOnTheClipboardWhereAModifierIsHeld)
     EXPECT_EQ(fieldText(), u"");
 }
 
+TEST_F(X11TypingTest, ChecksTheTextOnlyWhenTheModifierIsReleased)
+{
+    X11Typing typing({.withUser = 1min});
+    press(u"keydown"_s, u"ctrl"_s);
+    bool isChecked = false;
+    const auto refuse = [&]() -> QCoro::Task<> {
+        isChecked = true;
+        throw typingError(u"The session is locked."_s);
+        co_return;
+    };
+    QCoro::Task<std::optional<Error>> task = typing.type(u"hello"_s, refuse);
+    EXPECT_TRUE(waitUntil([this] { return m_display.clipboard() == u"hello"_s; }));
+    EXPECT_FALSE(isChecked);
+    press(u"keyup"_s, u"ctrl"_s);
+    const std::optional<Error> failure = await(std::move(task));
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->localizedDescription, u"The session is locked.");
+}
+
 TEST_F(X11TypingTest, SaysSoWhereNoWindowTakesTheText)
 {
     X11Typing typing({.withProgram = 50ms});

@@ -29,7 +29,7 @@ class Counting
 public:
     DictionaryEntries entries;
 
-    void add(QStringView line, qsizetype position)
+    void add(QStringView line, qsizetype from)
     {
         const QString text = line.trimmed().toString();
         const qsizetype sign = text.indexOf(u'=');
@@ -37,7 +37,7 @@ public:
             : sign < 0                       ? faultOfWord(text)
                                              : faultOfShortcut(text.left(sign), text.mid(sign + 1));
         if (!fault.isEmpty()) {
-            entries.marks.append({position, fault});
+            entries.marks.append({from, from + line.size(), fault});
         }
     }
 
@@ -84,16 +84,16 @@ QString DictionaryEntries::count() const
     if (shortcuts > 0) {
         counts.append(counted(shortcuts, tr("1 shortcut"), tr("%1 shortcuts")));
     }
-    return counts.join(tr(" and "));
+    return counts.isEmpty() ? tr("No entries yet") : counts.join(tr(" and "));
 }
 
 DictionaryEntries DictionaryEntries::in(const QString &text)
 {
     Counting counting;
-    qsizetype position = 0;
+    qsizetype from = 0;
     for (const QStringView line : QStringView(text).split(u'\n')) {
-        counting.add(line, position);
-        position += line.size() + 1;
+        counting.add(line, from);
+        from += line.size() + 1;
     }
     return counting.entries;
 }

@@ -9,7 +9,8 @@ namespace kavrin
 
 /// A line of the personal dictionary that a person may want to change.
 struct DictionaryMark {
-    qsizetype position; ///< where the line begins in the text
+    qsizetype from; ///< where the line begins in the text
+    qsizetype end; ///< where it ends
     QString text; ///< what is the matter with it, as a sentence
 
     bool operator==(const DictionaryMark &) const = default;
@@ -22,7 +23,7 @@ struct DictionaryEntries {
     int shortcuts = 0; ///< each abbreviation once
     QList<DictionaryMark> marks; ///< the lines that repeat an entry, or have nothing on one side of "="
 
-    /// "2 words and 1 shortcut". Empty if there is neither.
+    /// "2 words and 1 shortcut", or "No entries yet".
     [[nodiscard]] QString count() const;
 
     static DictionaryEntries in(const QString &text);

@@ -14,6 +14,7 @@
 #include <QScopedValueRollback>
 #include <QTextCursor>
 #include <QTextDocument>
+#include <QVariantMap>
 
 #include <algorithm>
 #include <chrono>
@@ -179,7 +180,7 @@ QVariantList DictionaryModel::marks() const
 {
     QVariantList places;
     for (const DictionaryMark &mark : m_entries.marks.first(std::min(m_entries.marks.size(), mostMarks))) {
-        places.append(mark.position);
+        places.append(QVariantMap{{u"from"_s, mark.from}, {u"end"_s, mark.end}});
     }
     return places;
 }

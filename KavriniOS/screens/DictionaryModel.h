@@ -45,10 +45,10 @@ public:
     /// shows nothing. Else empty.
     [[nodiscard]] QString note() const { return m_note; }
 
-    /// How many words and shortcuts there are, soon after each edit: "2 words and 1 shortcut". May be empty.
+    /// How many words and shortcuts there are, soon after each edit: "2 words and 1 shortcut".
     [[nodiscard]] QString count() const { return m_entries.count(); }
 
-    /// Where the first lines begin that repeat an entry, or that lack a side.
+    /// Where the first lines are that repeat an entry, or that lack a side, each as {from, end}.
     [[nodiscard]] QVariantList marks() const;
 
     /// What is the matter with the first of them, a line each.

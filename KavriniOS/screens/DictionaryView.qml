@@ -34,13 +34,13 @@ TitledPage {
                 Item {
                     id: mark
 
-                    required property int modelData
-                    readonly property rect line: editor.contentHeight >= 0 && editor.width >= 0
-                                                 ? editor.positionToRectangle(modelData) : Qt.rect(0, 0, 0, 0)
+                    required property var modelData
+                    readonly property rect first: editor.rectangleAt(modelData.from)
+                    readonly property rect last: editor.rectangleAt(modelData.end)
 
-                    y: line.y
+                    y: first.y
                     width: parent.width
-                    height: line.height
+                    height: last.y + last.height - first.y
 
                     Rectangle {
                         anchors.fill: parent
@@ -57,6 +57,12 @@ TitledPage {
             }
             TextEdit {
                 id: editor
+
+                /// Of a position, as the text is laid out now. It may have become shorter since it was counted.
+                function rectangleAt(position: int): rect {
+                    return contentHeight >= 0 && width >= 0 ? positionToRectangle(Math.min(position, length))
+                                                            : Qt.rect(0, 0, 0, 0);
+                }
 
                 width: parent.width
                 height: Math.max(220, implicitHeight)
@@ -133,7 +139,7 @@ TitledPage {
             x: Theme.margin
             width: parent.width - 2 * Theme.margin
             visible: text !== ""
-            text: view.dictionary.count
+            text: view.dictionary.readable ? view.dictionary.count : ""
             font.weight: Font.Medium
             Accessible.role: Accessible.StaticText
             Accessible.name: text

@@ -279,23 +279,62 @@ TEST_F(StoredDictionary, SaysHowManyEntriesThereAreAndWhichLinesAreAtFault)
     EXPECT_TRUE(waitUntil([&] { return view().find(u"Nothing is before “=x”."_s) != nullptr; }));
 }
 
-TEST_F(StoredDictionary, MarksTheLinesAtFault)
+/// The page with its ground, which is another one where a line is marked.
+class MarkedDictionary : public StoredDictionary
+{
+protected:
+    /// The colour beside the text where a position of it is shown.
+    QColor ground(const QImage &image, qsizetype position)
+    {
+        QRectF place;
+        QMetaObject::invokeMethod(&editor(), "positionToRectangle", Q_RETURN_ARG(QRectF, place),
+                                  Q_ARG(int, int(position)));
+        return image.pixelColor(
+            editor().mapToScene(QPointF(editor().width() - 8, place.center().y())).toPoint());
+    }
+};
+
+TEST_F(MarkedDictionary, MarksTheLinesAtFault)
 {
     put(u"one\none\ntwo"_s);
     open();
     const QImage marked = view().view().grabWindow();
     put(u"one\nono\ntwo"_s);
-    const auto ground = [&](const QImage &image, int line) {
-        QRectF place;
-        QMetaObject::invokeMethod(&editor(), "positionToRectangle", Q_RETURN_ARG(QRectF, place),
-                                  Q_ARG(int, 4 * line));
-        return image.pixelColor(
-            editor().mapToScene(QPointF(editor().width() - 20, place.center().y())).toPoint());
-    };
-    EXPECT_EQ(ground(marked, 0), ground(marked, 2));
-    EXPECT_NE(ground(marked, 0), ground(marked, 1));
+    EXPECT_EQ(ground(marked, 0), ground(marked, 8));
+    EXPECT_NE(ground(marked, 0), ground(marked, 4));
     EXPECT_TRUE(waitUntil([&] { return view().find(u"3 words"_s) != nullptr; }));
-    EXPECT_EQ(ground(view().view().grabWindow(), 1), ground(marked, 0));
+    EXPECT_EQ(ground(view().view().grabWindow(), 4), ground(marked, 0));
+}
+
+TEST_F(MarkedDictionary, MarksAWrappedLineToItsEnd)
+{
+    const QString line = u"long "_s.repeated(30) + u"long"_s;
+    put(line + u'\n' + line + u"\ntwo"_s);
+    open();
+    const QImage marked = view().view().grabWindow();
+    const qsizetype from = line.size() + 1;
+    const qsizetype end = from + line.size();
+    const QColor mark = ground(marked, from);
+    EXPECT_NE(ground(marked, 0), mark);
+    EXPECT_NE(ground(marked, line.size()), mark);
+    EXPECT_EQ(ground(marked, from + line.size() / 2), mark);
+    EXPECT_EQ(ground(marked, end), mark);
+    EXPECT_NE(ground(marked, end + 1), mark);
+    view().press(Qt::Key_A, Qt::ControlModifier);
+    view().press(Qt::Key_Delete); // what is marked is gone before it is counted again
+}
+
+TEST_F(StoredDictionary, SaysThatThereIsNothingUnlessNobodyKnows)
+{
+    {
+        const BrokenSuite broken;
+        open();
+        EXPECT_TRUE(view().find(u"No entries yet"_s) == nullptr);
+    }
+    EXPECT_TRUE(waitUntil([&] { return view().find(u"No entries yet"_s) != nullptr; }));
+    view().type(u"word"_s);
+    EXPECT_TRUE(waitUntil([&] { return view().find(u"1 word"_s) != nullptr; }));
+    EXPECT_TRUE(view().find(u"No entries yet"_s) == nullptr);
 }
 
 TEST_F(StoredDictionary, TellsTheNextPageOfAnEditThatFailsAfterItsPageWasClosed)

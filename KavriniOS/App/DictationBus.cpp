@@ -107,6 +107,11 @@ void DictationBus::Delivered(qulonglong number, const QString &problem)
     }
 }
 
+bool DictationBus::IsGivenUp(qulonglong number) const
+{
+    return m_signals.isGivenUp(number);
+}
+
 void DictationBus::Report(const QString &problem)
 {
     m_signals.report(problem);

@@ -54,6 +54,9 @@ public:
     Q_SCRIPTABLE Q_SLOT void Announce(qulonglong number);
     Q_SCRIPTABLE Q_SLOT void Delivered(qulonglong number, const QString &problem);
 
+    /// Whether the user has cancelled that dictation while its text was on its way to where they want it.
+    Q_SCRIPTABLE Q_SLOT bool IsGivenUp(qulonglong number) const;
+
     /// Shows the user why a program that has nothing to show it in began no dictation, or lost one.
     Q_SCRIPTABLE Q_SLOT void Report(const QString &problem);
 

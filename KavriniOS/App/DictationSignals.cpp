@@ -235,6 +235,17 @@ void DictationSignals::obey(const QString &button)
         m_bridge.cancel();
     } else if (button == giveUp.name) {
         m_bridge.cancelTranscriptions();
+        cancelDelivery();
+    }
+}
+
+/// Once the text has come, no transcription is there to be cancelled.
+void DictationSignals::cancelDelivery()
+{
+    const bool isDelivering = m_stage == Stage::Transcribing || m_stage == Stage::Slow;
+    if (isDelivering && m_announced != 0) {
+        m_givenUp = std::exchange(m_announced, 0);
+        update();
     }
 }
 

@@ -38,6 +38,9 @@ public:
     /// Another program has begun no dictation, or has lost one, and `problem` says to the user why.
     void report(const QString &problem) { m_failures.report(problem); }
 
+    /// Whether the user has given up that dictation by notification, although its text had come already.
+    [[nodiscard]] bool isGivenUp(quint64 number) const { return m_givenUp == number; }
+
     /// Nobody delivers the text of that dictation: once there is one, the user is told of the clipboard.
     void expectNoDelivery(quint64 number);
 
@@ -55,6 +58,7 @@ private:
     [[nodiscard]] Stage stage() const;
     [[nodiscard]] Stage silence() const;
     void obey(const QString &button);
+    void cancelDelivery();
     void sendAgain();
 
     DictationBridge &m_bridge;
@@ -64,6 +68,7 @@ private:
     const std::function<bool()> m_isScreenSeen;
     quint64 m_heardAgain = 0; ///< the number of the last dictation in which a silence has ended
     quint64 m_announced = 0; ///< the number of a dictation; 0 if there is none
+    quint64 m_givenUp = 0; ///< the number of the latest dictation that was given up after its text had come
     bool m_isDelivered = true; ///< its announcer will say when its text is delivered
     QTimer m_patience;
     bool m_isSlow = false; ///< the transcription

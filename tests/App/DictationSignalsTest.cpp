@@ -177,6 +177,31 @@ TEST_F(DictationSignalsTest, TheButtonsStopAndCancel)
     EXPECT_EQ(shown(), none);
 }
 
+TEST_F(DictationSignalsTest, ATextThatIsOnItsWayCanBeGivenUp)
+{
+    dictate();
+    const quint64 number = machine.dictations.latest();
+    EXPECT_EQ(shown(), transcribing);
+    EXPECT_FALSE(signs.isGivenUp(number));
+    press(u"give-up"_s);
+    EXPECT_TRUE(waitUntil([&] { return signs.isGivenUp(number); }));
+    EXPECT_EQ(shown(), none);
+    EXPECT_EQ(delivered({}), u"");
+    EXPECT_EQ(shown(), none);
+}
+
+TEST_F(DictationSignalsTest, ARecordingThatHasBegunSinceIsNotGivenUp)
+{
+    dictate();
+    start();
+    announce();
+    EXPECT_EQ(shown(), listening);
+    press(u"give-up"_s);
+    EXPECT_EQ(announcer.call(u"State"_s, {}), u""); // which comes after the button
+    EXPECT_FALSE(signs.isGivenUp(machine.dictations.latest()));
+    EXPECT_EQ(shown(), listening);
+}
+
 TEST_F(DictationSignalsTest, AFailureStaysWithItsReason)
 {
     start();

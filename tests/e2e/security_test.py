@@ -194,8 +194,8 @@ class SessionBus(unittest.TestCase):
         self.session.start_kavrin("--background")
         methods = [f"{interface}.{method}" for interface, method in self.members("/")
                    if not interface.startswith("org.freedesktop.DBus.")]
-        dictation = ("Again", "Announce", "Cancel", "Commanded", "Delivered", "Outcome", "Report", "Start", "State",
-                     "Stop", "TakeFailure", "Toggle", "Version")
+        dictation = ("Again", "Announce", "Cancel", "Commanded", "Delivered", "IsGivenUp", "Outcome", "Report",
+                     "Start", "State", "Stop", "TakeFailure", "Toggle", "Version")
         self.assertEqual(sorted(methods), [*(f"app.kavrin.Dictation.{method}" for method in dictation),
                                            *(f"org.freedesktop.Application.{method}"
                                              for method in ("Activate", "ActivateAction", "Open"))])

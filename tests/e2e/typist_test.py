@@ -241,6 +241,23 @@ class NotTyped(TypistTest):
         self.dictate("next")
         self.terminal.wait_for("next")
 
+    def cancel_while_a_key_is_held(self, cancel):
+        self.session.run("xdotool", "keydown", "ctrl")
+        self.dictate("cancelled")
+        wait_until(lambda: self.suite.get("tUsed"), "the text waits for the key's release")
+        cancel()
+        self.session.run("xdotool", "keyup", "ctrl")
+        self.expect_nothing_typed(clipboard="cancelled")
+
+    def test_a_text_that_the_key_cancels_while_another_is_held(self):
+        self.start()
+        self.cancel_while_a_key_is_held(lambda: self.type("cancel"))
+
+    def test_a_text_that_the_notification_cancels_while_a_key_is_held(self):
+        notifications = Notifications(self.session, self.bus)
+        self.start()
+        self.cancel_while_a_key_is_held(lambda: notifications.press("give-up"))
+
     def test_the_text_of_a_dictation_that_the_key_has_only_ended(self):
         self.start()
         self.session.ctl("dictate", "start")

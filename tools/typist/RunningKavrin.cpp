@@ -125,6 +125,17 @@ void RunningKavrin::announce(quint64 number)
     notify(u"Announce"_s, {qulonglong(number)});
 }
 
+QCoro::Task<bool> RunningKavrin::isGivenUp(quint64 number)
+{
+    try {
+        const QCoro::Task<QVariantList> asking = call(u"IsGivenUp"_s, {qulonglong(number)}, answerLimit);
+        const QVariantList answer = co_await asking;
+        co_return answer.value(0).toBool();
+    } catch (const Error &) {
+        co_return false;
+    }
+}
+
 void RunningKavrin::deliver(quint64 number, const QString &problem)
 {
     notify(u"Delivered"_s, {qulonglong(number), problem});

@@ -44,6 +44,10 @@ public:
     /// Asks Kavrin to show the user how the dictation goes, because nobody looks at its window.
     void announce(quint64 number);
 
+    /// Whether the user has cancelled the dictation in Kavrin's notification after its text had come. False
+    /// as well if Kavrin does not answer.
+    QCoro::Task<bool> isGivenUp(quint64 number);
+
     /// Tells Kavrin that the text of the dictation is where the cursor is. With a `problem`, that it is on
     /// the clipboard only, and why: a sentence for the user.
     void deliver(quint64 number, const QString &problem);

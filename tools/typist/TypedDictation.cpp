@@ -132,7 +132,7 @@ QCoro::Task<> TypedDictation::finish()
         const QCoro::Task<> delivering = deliver(outcome.stamp);
         co_await delivering;
     } catch (const Error &error) {
-        problem = error.localizedDescription + onClipboard;
+        problem = m_isCancelled ? QString() : error.localizedDescription + onClipboard;
     }
     qCInfo(Logging::dictation) << "Delivered" << problem;
     m_platform.kavrin.deliver(m_number, problem);
@@ -175,6 +175,11 @@ QCoro::Task<> TypedDictation::check()
     const QCoro::Task<bool> asking = m_platform.isLocked();
     if (co_await asking) {
         throw failure(u"The session is locked."_s);
+    }
+    const QCoro::Task<bool> askingKavrin = m_platform.kavrin.isGivenUp(m_number);
+    m_isCancelled = co_await askingKavrin || m_isCancelled;
+    if (m_isCancelled) {
+        throw failure(u"The dictation is cancelled."_s);
     }
     const double waited = m_platform.clock.now() - m_endedAt;
     const bool isSetBack = waited < 0; // the clock was, so nobody knows

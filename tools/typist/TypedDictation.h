@@ -41,7 +41,8 @@ public:
     /// Ends the recording, as soon as it has begun.
     void end();
 
-    /// Gives the dictation up, as soon as it has begun: nothing is typed.
+    /// Gives the dictation up, as soon as it has begun: nothing is typed, unless the keys are pressed by now.
+    /// A text that has come stays on the clipboard.
     void cancel();
 
     /// Ends the recording as end() does, and leaves the text on the clipboard, unless it has come.

@@ -24,6 +24,7 @@ public:
 
     bool takesCommands = true;
     bool clearsCommands = true; ///< otherwise they lie in the suite after it has acted on them
+    bool isGivenUp = false;
     QString activity = QStringLiteral("idle");
     bool isBegunElsewhere = false; ///< another keyboard begins a dictation as soon as the state was told
     QStringList asked; ///< what other programs have wanted of it
@@ -42,6 +43,7 @@ public:
     Q_SCRIPTABLE Q_SLOT void Cancel();
     Q_SCRIPTABLE Q_SLOT void Announce(qulonglong number);
     Q_SCRIPTABLE Q_SLOT void Delivered(qulonglong number, const QString &problem);
+    Q_SCRIPTABLE Q_SLOT bool IsGivenUp(qulonglong /*number*/) const { return isGivenUp; }
     Q_SCRIPTABLE Q_SLOT void Report(const QString &problem);
 
 private:

@@ -360,6 +360,22 @@ TEST_F(TypedDictationTest, CanBeCancelledWhileKavrinTranscribes)
     EXPECT_EQ(window.typed, QStringList());
 }
 
+TEST_F(TypedDictationTest, CanBeCancelledUntilAKeyIsPressed)
+{
+    window.meanwhile = [this] { dictation().cancel(); };
+    dictate(u"said"_s);
+    EXPECT_EQ(window.typed, QStringList());
+    EXPECT_EQ(kavrin.problems, QStringList{u""_s});
+}
+
+TEST_F(TypedDictationTest, CanBeGivenUpInTheNotificationUntilAKeyIsPressed)
+{
+    window.meanwhile = [this] { kavrin.isGivenUp = true; };
+    dictate(u"said"_s);
+    EXPECT_EQ(window.typed, QStringList());
+    EXPECT_EQ(kavrin.problems, QStringList{u""_s});
+}
+
 TEST_F(TypedDictationTest, EndsTheRecordingWhenItIsLeft)
 {
     record();

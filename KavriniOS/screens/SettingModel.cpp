@@ -283,7 +283,7 @@ void SettingModel::restoreDefault()
 {
     if (const std::optional<PropertyListValue> value = std::visit(DefaultValue(), m_item.kind)) {
         m_unsavedText.reset();
-        store(*value);
+        store(value);
     }
 }
 

@@ -46,7 +46,8 @@ bool isAnswer(const QDBusMessage &message)
 
 /// kavrin-typist answers with a name, such as "Wayland virtual keyboard", or with a sentence that says why
 /// there is none and what to do: `otherwise` is the finding then.
-Finding askTypist(const QString &method, const QString &found, Finding (*otherwise)(const QString &, const QString &))
+Finding askTypist(const QString &method, const QString &found,
+                  Finding (*otherwise)(const QString &, const QString &))
 {
     const QDBusMessage answer = ask(typist, method);
     if (QDBusError(answer).type() == QDBusError::ServiceUnknown) {

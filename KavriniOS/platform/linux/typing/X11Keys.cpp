@@ -27,7 +27,8 @@ X11Keys::X11Keys(xcb_connection_t *connection) : m_connection(connection)
 {
     const xcb_query_extension_reply_t *extension = xcb_get_extension_data(connection, &xcb_test_id);
     if (extension == nullptr || extension->present == 0) {
-        throw typingError(u"The X11 server lets no program type: it lacks the extension XTEST. Switch that on."_s);
+        throw typingError(
+            u"The X11 server lets no program type: it lacks the extension XTEST. Switch that on."_s);
     }
 }
 

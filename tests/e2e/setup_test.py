@@ -78,12 +78,12 @@ class Embedded(Setup):
 
     def test_it_is_started_where_there_is_no_systemd_and_hears_the_sample(self):
         done = self.set_up("embedded")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
         first, *rest = done.stdout.splitlines()
         process = re.fullmatch(r"kavrin-stt runs as process (\d+). Nothing starts it at the next login.", first)[1]
         self.addCleanup(self.end, int(process))
         self.assertEqual(rest, [f"Sends three seconds of recorded speech, none of it yours, to {STT}",
                                 f"Spoken: {SAMPLE}", f"Heard:  {SAMPLE}", "Kavrin uses this service from now on."])
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertEqual(self.settings("provider", "customURL"), ["custom", STT])
         again = self.set_up("embedded").stdout
         self.assertIn("kavrin-stt runs already.", again)

@@ -85,13 +85,14 @@ class SessionBus(Hardship):
         process = session.start_kavrin()
         session.focus_window(process)
         suite = session.suite()
-        session.press_keys("Tab", "Tab", "Return")  # past the field to try to the first page
+        session.type("key height")  # searches
+        session.press_keys("Return")
 
-        def moves_a_slider():
-            session.press_keys("Tab", "Right")
-            return suite.get("settingsRevision")
+        def moves_the_slider():
+            session.press_keys("Right")
+            return suite.get("rowH")
 
-        wait_until(moves_a_slider, "a slider of the first page is moved", interval=0.2)
+        wait_until(moves_the_slider, "the slider that was found is moved", interval=0.2)
         self.assert_ends(process)
 
 

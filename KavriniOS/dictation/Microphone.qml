@@ -14,16 +14,19 @@ Item {
     Accessible.role: Accessible.Graphic
     Accessible.name: rec.recording ? qsTr("Microphone on") : rec.working ? qsTr("Transcribing") : qsTr("Microphone off")
 
+    // It grows by its size, not by a transformation, which would leave its edge rough.
     component Circle: Rectangle {
+        required property real atRest
         required property real growth
+        property real extent: microphone.rec.recording && !Theme.reducedMotion ? 1 + microphone.rec.level * growth : 1
 
         anchors.centerIn: parent
+        width: atRest * extent
         height: width
         radius: width / 2
         color: Theme.accent
-        scale: microphone.rec.recording && !Theme.reducedMotion ? 1 + microphone.rec.level * growth : 1
 
-        Behavior on scale {
+        Behavior on extent {
             NumberAnimation {
                 duration: 90
                 easing.type: Easing.OutQuad
@@ -33,13 +36,13 @@ Item {
 
     Circle {
         objectName: "outerCircle"
-        width: 150
+        atRest: 150
         opacity: 0.14
         growth: 0.55
     }
     Circle {
         objectName: "innerCircle"
-        width: 110
+        atRest: 110
         opacity: 0.28
         growth: 0.28
     }

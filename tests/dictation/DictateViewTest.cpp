@@ -273,8 +273,10 @@ TEST_F(DictateViewTest, TheCirclesPulseWithTheLevel)
     for (const auto &row : rows) {
         SCOPED_TRACE(row.power);
         machine.recorders.back().lock()->power = row.power;
-        EXPECT_TRUE(waitUntil([&] { return qFuzzyCompare(part(u"outerCircle"_s)->scale(), row.outer); }));
-        EXPECT_TRUE(waitUntil([&] { return qFuzzyCompare(part(u"innerCircle"_s)->scale(), row.inner); }));
+        EXPECT_TRUE(
+            waitUntil([&] { return qFuzzyCompare(part(u"outerCircle"_s)->width(), 150 * row.outer); }));
+        EXPECT_TRUE(
+            waitUntil([&] { return qFuzzyCompare(part(u"innerCircle"_s)->width(), 110 * row.inner); }));
     }
 }
 
@@ -282,10 +284,10 @@ TEST_F(DictateViewTest, TheCirclesAreStillAfterTheRecording)
 {
     present();
     machine.recorders.back().lock()->power = 0;
-    ASSERT_TRUE(waitUntil([&] { return part(u"outerCircle"_s)->scale() > 1.5; }));
+    ASSERT_TRUE(waitUntil([&] { return part(u"outerCircle"_s)->width() > 225; }));
     click(u"Stop"_s);
-    EXPECT_TRUE(waitUntil([&] { return qFuzzyCompare(part(u"outerCircle"_s)->scale(), 1); }));
-    EXPECT_TRUE(waitUntil([&] { return qFuzzyCompare(part(u"innerCircle"_s)->scale(), 1); }));
+    EXPECT_TRUE(waitUntil([&] { return qFuzzyCompare(part(u"outerCircle"_s)->width(), 150); }));
+    EXPECT_TRUE(waitUntil([&] { return qFuzzyCompare(part(u"innerCircle"_s)->width(), 110); }));
 }
 
 TEST_F(DictateViewTest, RecordsOnceAndHandsTheTranscriptOver)
@@ -341,7 +343,7 @@ TEST_F(DictateViewTest, ShowsAndStopsARecordingThatBeginsLaterElsewhere)
     EXPECT_EQ(message(), listening);
     EXPECT_FALSE(shows(hint));
     machine.recorders.back().lock()->power = 0;
-    EXPECT_TRUE(waitUntil([&] { return part(u"outerCircle"_s)->scale() > 1.5; }));
+    EXPECT_TRUE(waitUntil([&] { return part(u"outerCircle"_s)->width() > 225; }));
     click(u"Stop"_s);
     EXPECT_EQ(other.state(), Recorder::S::working);
     EXPECT_EQ(message(), u"Transcribing…");

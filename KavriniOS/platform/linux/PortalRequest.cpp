@@ -5,14 +5,35 @@
 
 #include <QCoroDBusPendingCall>
 #include <QCoroFuture>
+#include <QDBusError>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
 #include <QUuid>
+
+#include <algorithm>
+#include <array>
 
 namespace kavrin
 {
 
 using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Why the portal has not even begun to ask.
+Error refusal(const QDBusMessage &reply)
+{
+    constexpr std::array missing = {QDBusError::ServiceUnknown, QDBusError::UnknownObject,
+                                    QDBusError::UnknownInterface, QDBusError::UnknownMethod};
+    const bool isMissing = std::ranges::find(missing, QDBusError(reply).type()) != missing.end();
+    return {u"portal"_s, 1,
+            isMissing ? u"The desktop has no portal for that. Install xdg-desktop-portal and the part of it "
+                        "for your desktop, such as xdg-desktop-portal-gtk."_s
+                      : u"The desktop's portal refuses: %1"_s.arg(reply.errorMessage())};
+}
+
+} // namespace
 
 QString PortalRequest::service()
 {
@@ -49,7 +70,7 @@ QCoro::Task<PortalRequest::Answer> PortalRequest::ask(QDBusConnection bus, QDBus
     const QDBusPendingCall call = bus.asyncCall(question);
     const QDBusMessage reply = co_await call;
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        throw Error(u"portal"_s, 1, u"The desktop's portal refuses: %1"_s.arg(reply.errorMessage()));
+        throw refusal(reply);
     }
     request.follow(reply.arguments().value(0).value<QDBusObjectPath>().path());
     const QFuture<Answer> answer = request.m_answer.future();

@@ -6,7 +6,6 @@
 
 #include <QDBusMetaType>
 #include <QElapsedTimer>
-#include <QList>
 #include <QPointer>
 
 #include <algorithm>
@@ -31,11 +30,9 @@ Entries wishes()
     return {{id, {{u"description"_s, u"Dictate"_s}, {u"preferred_trigger"_s, u"CTRL+ALT+d"_s}}}};
 }
 
-/// What a person is told of the shortcut in an answer of the portal; empty if it is not there. Whether there
-/// is one does not show in the result: GNOME 48 says "ended" when the user has accepted it.
-QString keysOf(const PortalRequest::Answer &answer)
+/// What a person is told of the shortcut; empty if it is not there.
+QString keysOf(const Entries &entries)
 {
-    const auto entries = qdbus_cast<Entries>(answer.details.value(u"shortcuts"_s));
     const auto found =
         std::ranges::find_if(entries, [](const PortalShortcutEntry &entry) { return entry.id == id; });
     if (found == entries.end()) {
@@ -43,6 +40,13 @@ QString keysOf(const PortalRequest::Answer &answer)
     }
     const QString keys = found->properties.value(u"trigger_description"_s).toString();
     return keys.isEmpty() ? u"Choose its keys in the desktop's settings."_s : keys;
+}
+
+/// Those in an answer of the portal. Whether there are any does not show in the result: GNOME 48 says "ended"
+/// when the user has accepted the shortcut.
+QString keysOf(const PortalRequest::Answer &answer)
+{
+    return keysOf(qdbus_cast<Entries>(answer.details.value(u"shortcuts"_s)));
 }
 
 Error failure(const QString &reason)
@@ -110,6 +114,8 @@ PortalShortcut::PortalShortcut(QDBusConnection bus, std::chrono::milliseconds qu
                   SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
     m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"Deactivated"_s, this,
                   SLOT(onDeactivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_bus.connect(PortalRequest::service(), PortalRequest::path(), interface, u"ShortcutsChanged"_s, this,
+                  SLOT(onShortcutsChanged(QDBusObjectPath, QList<kavrin::PortalShortcutEntry>)));
     m_portal.addWatchedService(PortalRequest::parts());
     connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, &PortalShortcut::onPortalChanged);
     bind(); // makes the portal come, if it is not there
@@ -184,6 +190,16 @@ void PortalShortcut::onClosed()
 {
     m_name = noKeys(u"Its portal has taken it back."_s);
     setReleased();
+}
+
+/// The user has chosen other keys in the desktop's settings.
+void PortalShortcut::onShortcutsChanged(const QDBusObjectPath &session,
+                                        const QList<PortalShortcutEntry> &shortcuts)
+{
+    const QString keys = keysOf(shortcuts);
+    if (isOurs(session, id) && !keys.isEmpty()) {
+        m_name = keys;
+    }
 }
 
 bool PortalShortcut::isOurs(const QDBusObjectPath &session, const QString &shortcut) const

@@ -9,6 +9,7 @@
 #include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
+#include <QList>
 
 #include <chrono>
 #include <memory>
@@ -50,6 +51,9 @@ private:
     QCoro::Task<> bind();
     QCoro::Task<> bindOnce();
     void onPortalChanged(const QString &name, const QString &previous, const QString &next);
+    // The bus finds the type by its whole name.
+    Q_SLOT void onShortcutsChanged(const QDBusObjectPath &session,
+                                   const QList<kavrin::PortalShortcutEntry> &shortcuts);
     void onClosed();
     void setReleased();
     [[nodiscard]] bool hasSession() const;

@@ -20,6 +20,7 @@ namespace
 const QString service = u"org.freedesktop.portal.Desktop"_s;
 const QString root = u"/org/freedesktop/portal"_s;
 const QString desktop = u"/org/freedesktop/portal/desktop"_s;
+const QString shortcuts = u"org.freedesktop.portal.GlobalShortcuts"_s;
 
 const QStringList questions = {u"CreateSession"_s, u"SelectDevices"_s, u"Start"_s,   u"ListShortcuts"_s,
                                u"BindShortcuts"_s, u"OpenFile"_s,      u"SaveFile"_s};
@@ -60,10 +61,15 @@ void FakePortal::closeSession() const
 
 void FakePortal::sendShortcut(const QString &signal, const QString &shortcut) const
 {
-    QDBusMessage message =
-        QDBusMessage::createSignal(desktop, u"org.freedesktop.portal.GlobalShortcuts"_s, signal);
+    QDBusMessage message = QDBusMessage::createSignal(desktop, shortcuts, signal);
     message << QDBusObjectPath(m_session) << shortcut << qulonglong(0) << QVariantMap();
     m_bus.send(message);
+}
+
+void FakePortal::sendChange(const QVariant &changed) const
+{
+    QDBusMessage message = QDBusMessage::createSignal(desktop, shortcuts, u"ShortcutsChanged"_s);
+    m_bus.send(message << QDBusObjectPath(m_session) << changed);
 }
 
 bool FakePortal::handleMessage(const QDBusMessage &message, const QDBusConnection &connection)

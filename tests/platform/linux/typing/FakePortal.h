@@ -51,6 +51,9 @@ public:
     /// Sends a signal of the shortcut "dictate": "Activated".
     void sendShortcut(const QString &signal, const QString &shortcut = QStringLiteral("dictate")) const;
 
+    /// Says that these shortcuts of the session that was opened last have changed.
+    void sendChange(const QVariant &changed) const;
+
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
     [[nodiscard]] QString introspect(const QString & /*path*/) const override { return {}; }
 

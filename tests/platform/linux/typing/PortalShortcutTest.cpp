@@ -117,6 +117,30 @@ TEST_F(PortalShortcutTest, ThatTheUserHasRefusedTheyMayGiveInTheDesktopsSettings
     EXPECT_EQ(shortcut()->name(), u"D");
 }
 
+TEST_F(PortalShortcutTest, KnowsTheKeysThatTheUserHasChosenInTheDesktopsSettings)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    const auto made = shortcut();
+    struct Case {
+        const char *what;
+        FakePortal::Answer listed;
+        QString name;
+    };
+    for (const Case &c : std::to_array<Case>({
+             {"others", listing(u"dictate"_s, u"F9"_s), u"F9"_s},
+             {"of another shortcut", listing(u"paint"_s, u"P"_s), u"F9"_s},
+             {"none", listing(u"dictate"_s, u""_s), u"Choose its keys in the desktop's settings."_s},
+         })) {
+        SCOPED_TRACE(c.what);
+        m_heard.clear();
+        m_portal.sendChange(c.listed.details[u"shortcuts"_s]);
+        m_portal.sendShortcut(u"Activated"_s); // heard after the change
+        m_portal.sendShortcut(u"Deactivated"_s);
+        EXPECT_TRUE(waitUntil([&] { return m_heard == u"pr"; }));
+        EXPECT_EQ(made->name(), c.name);
+    }
+}
+
 TEST_F(PortalShortcutTest, TellsOfOnePressAndOneRelease)
 {
     struct Case {

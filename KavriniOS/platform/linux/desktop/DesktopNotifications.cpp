@@ -2,6 +2,7 @@
 #include "platform/linux/desktop/DesktopNotifications.h"
 
 #include "platform/Logging.h"
+#include "platform/linux/desktop/LastingNotification.h"
 
 #include <QCoroDBusPendingCall>
 #include <QDBusMessage>
@@ -91,7 +92,14 @@ bool understandsMarkup(const QDBusMessage &capabilities)
 
 } // namespace
 
-DesktopNotifications::DesktopNotifications(QDBusConnection bus) : m_bus(std::move(bus)) { }
+DesktopNotifications::DesktopNotifications(QDBusConnection bus) : m_bus(std::move(bus))
+{
+    if (const std::optional<LastingNotification> left = lastingNotification()) {
+        m_server = left->server;
+        m_shown = left->number;
+        update();
+    }
+}
 
 Notifications::Number DesktopNotifications::show(const Notice &notice)
 {
@@ -136,24 +144,48 @@ QCoro::Task<> DesktopNotifications::tellServer()
     const QDBusPendingCall asked = m_bus.asyncCall(call(u"GetCapabilities"_s), int(patience.count()));
     const QDBusMessage capabilities = co_await asked;
     if (self) {
-        m_understandsMarkup = understandsMarkup(capabilities);
+        know(capabilities);
     }
     while (self && !std::exchange(m_isTold, true)) {
         if (m_wanted) {
-            const QCoro::Task<uint> notifying = notify(*m_wanted);
+            const Notice notice = *m_wanted;
+            const QCoro::Task<uint> notifying = notify(notice);
             const uint shown = co_await notifying;
             if (self) {
                 m_shown = shown;
+                keep(notice.stay);
             }
         } else if (m_shown != 0) {
             const QCoro::Task<> closing = close(std::exchange(m_shown, 0));
             co_await closing;
+            keepLastingNotification(std::nullopt);
         }
     }
     if (self) {
         m_isSending = false;
         Q_EMIT settled();
     }
+}
+
+/// A server that has taken the place of another one shows nothing of what that has shown. One that does not
+/// answer may be such a server.
+void DesktopNotifications::know(const QDBusMessage &capabilities)
+{
+    m_understandsMarkup = understandsMarkup(capabilities);
+    const bool isAnswer = capabilities.type() == QDBusMessage::ReplyMessage;
+    const QString server = isAnswer ? capabilities.service() : QString();
+    if (server != m_server) {
+        m_server = server;
+        m_shown = 0;
+        keepLastingNotification(std::nullopt);
+    }
+}
+
+/// Keeps what is shown for the next process, unless it goes by itself.
+void DesktopNotifications::keep(Stay stay)
+{
+    const bool isLasting = m_shown != 0 && stay == Stay::UntilWithdrawn;
+    keepLastingNotification(isLasting ? std::optional(LastingNotification{m_server, m_shown}) : std::nullopt);
 }
 
 /// Resumes with the server's number; 0 if it does not show it.

@@ -12,7 +12,8 @@ namespace kavrin
 {
 
 /// The notification server of the session bus: org.freedesktop.Notifications, see
-/// https://specifications.freedesktop.org/notification-spec/latest/.
+/// https://specifications.freedesktop.org/notification-spec/latest/. Withdraws the notification that a killed
+/// process of Kavrin has left.
 class DesktopNotifications : public Notifications
 {
     Q_OBJECT
@@ -30,6 +31,8 @@ private:
     QCoro::Task<> tellServer();
     QCoro::Task<uint> notify(Notice notice);
     QCoro::Task<> close(uint notification);
+    void know(const QDBusMessage &capabilities);
+    void keep(Stay stay);
     Q_SLOT void onActionInvoked(uint notification, const QString &action);
     Q_SLOT void onActivationToken(uint notification, const QString &token);
 
@@ -40,6 +43,7 @@ private:
     bool m_isSending = false;
     bool m_understandsMarkup = false; ///< the server
     bool m_isListening = false;
+    QString m_server; ///< the unique name of the one that has shown it
     uint m_shown = 0; ///< its number; 0 if there is none
     QString m_activationToken; ///< comes before the action that it belongs to
 };

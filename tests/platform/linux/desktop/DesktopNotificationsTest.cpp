@@ -2,6 +2,7 @@
 #include "platform/linux/desktop/DesktopNotifications.h"
 
 #include "FakeNotificationServer.h"
+#include "platform/linux/desktop/LastingNotification.h"
 #include "support/PrivateBus.h"
 #include "support/Wait.h"
 
@@ -176,6 +177,44 @@ TEST_F(DesktopNotificationsTest, OneThatIsReplacedWhileItIsSentNeedsNoTakingBack
     settle();
     EXPECT_EQ(server.closed, Closed());
     EXPECT_EQ(server.asked, QStringList({u"slow"_s, u"failed"_s}));
+}
+
+TEST_F(DesktopNotificationsTest, OneThatAKilledProcessHasLeftUntilWithdrawnIsTakenBack)
+{
+    using Stay = Notifications::Stay;
+    for (const auto &[stay, isTakenBack] :
+         {std::pair(Stay::AsUsual, false), std::pair(Stay::UntilSeen, false),
+          std::pair(Stay::UntilWithdrawn, true)}) {
+        SCOPED_TRACE(int(stay));
+        notifications.show({.title = {}, .text = {}, .action = {}, .buttons = {}, .stay = stay});
+        settle();
+        server.answersAtOnce = true;
+        const DesktopNotifications next;
+        EXPECT_EQ(next.isPending(), isTakenBack);
+        EXPECT_TRUE(waitUntil([&] { return !next.isPending(); }));
+        EXPECT_EQ(server.closed, isTakenBack ? Closed{1} : Closed{});
+    }
+}
+
+TEST_F(DesktopNotificationsTest, OneThatIsTakenBackIsNotTakenBackByTheNextProcess)
+{
+    const Notifications::Number shown = notifications.show(
+        {.title = {}, .text = {}, .action = {}, .buttons = {}, .stay = Notifications::Stay::UntilWithdrawn});
+    settle();
+    ASSERT_TRUE(lastingNotification());
+    notifications.withdraw(shown);
+    settle();
+    EXPECT_FALSE(DesktopNotifications().isPending());
+}
+
+TEST_F(DesktopNotificationsTest, OneOfAnotherServerIsLeftAlone)
+{
+    keepLastingNotification(LastingNotification{.server = u":1.4711"_s, .number = 7});
+    server.answersAtOnce = true;
+    const DesktopNotifications next;
+    EXPECT_TRUE(waitUntil([&] { return !next.isPending(); }));
+    EXPECT_EQ(server.closed, Closed());
+    EXPECT_FALSE(lastingNotification());
 }
 
 } // namespace kavrin::test

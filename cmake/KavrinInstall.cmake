@@ -116,7 +116,7 @@ set(recommends
   "pulseaudio | pipewire-pulse"   # either may be on another machine
   qt6-wayland                     # without it the window runs through Xwayland
   wl-clipboard                    # on Wayland, the clipboard while Kavrin has no focus
-  xclip                           # the same on GNOME
+  xclip                           # the same on GNOME; under X11, what kavrin-typist types
   xdg-desktop-portal)             # dark or light, and the accent colour
 set(suggests
   evolution-data-server           # contacts

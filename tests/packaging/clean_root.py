@@ -25,7 +25,8 @@ def need_clean_root():
 
 
 class CleanRoot:
-    """The Debian below `folder`. Downloaded packages are kept in the folder `cache`."""
+    """The Debian below `folder`. Downloaded packages, and the Debian before anything is done to it, are kept in the
+    folder `cache`."""
 
     def __init__(self, folder, cache):
         self.folder = folder
@@ -35,21 +36,29 @@ class CleanRoot:
         """Installs the packages that every Debian has."""
         sources = debian_sources()
         _, mirror, release, _ = sources[0].split()
-        fakeroot, = pathlib.Path("/usr/lib").glob("*/libfakeroot")
-        shutil.copytree(fakeroot, self.folder / fakeroot.relative_to("/"))
-        dpkg = self.folder / "etc" / "dpkg" / "dpkg.cfg.d"
-        dpkg.mkdir(parents=True)
-        (dpkg / "test").write_text("force-unsafe-io\n", encoding="utf-8")  # nothing here must survive a power failure
-        base = self._cache / "base"
-        base.mkdir(parents=True, exist_ok=True)
-        run(*_AS_ROOT, *_FAKEROOT, "debootstrap", "--variant=minbase", f"--cache-dir={base}", f"--keyring={KEYRING}",
-            release, self.folder, mirror)
+        base = self._cache / f"{release}.tar"
+        if base.exists():
+            run("tar", "--extract", "--preserve-permissions", "--file", base, "--directory", self.folder)
+        else:
+            self._debootstrap(release, mirror)
+            self._cache.mkdir(parents=True, exist_ok=True)
+            run("tar", "--create", "--file", base.with_suffix(".part"), "--directory", self.folder, ".")
+            base.with_suffix(".part").rename(base)
         configuration = self.folder / "etc" / "apt"
         (configuration / "sources.list").write_text("".join(f"{source}\n" for source in sources), encoding="utf-8")
         (configuration / "apt.conf.d" / "test").write_text(
             'APT::Sandbox::User "root";\nAPT::Keep-Downloaded-Packages "true";\nAcquire::Languages "none";\n',
             encoding="utf-8")
         self.apt_get("update")
+
+    def _debootstrap(self, release, mirror):
+        fakeroot, = pathlib.Path("/usr/lib").glob("*/libfakeroot")
+        shutil.copytree(fakeroot, self.folder / fakeroot.relative_to("/"))
+        dpkg = self.folder / "etc" / "dpkg" / "dpkg.cfg.d"
+        dpkg.mkdir(parents=True)
+        (dpkg / "test").write_text("force-unsafe-io\n", encoding="utf-8")  # nothing here must survive a power failure
+        run(*_AS_ROOT, *_FAKEROOT, "debootstrap", "--variant=minbase", f"--keyring={KEYRING}", release,
+            self.folder, mirror)
 
     def apt_get(self, *arguments):
         archives = self._cache / "archives"

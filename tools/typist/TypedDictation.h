@@ -6,6 +6,7 @@
 #include "tools/typist/RunningKavrin.h"
 
 #include <functional>
+#include <memory>
 #include <stop_token>
 
 namespace kavrin
@@ -21,8 +22,8 @@ public:
     struct Platform {
         RunningKavrin &kavrin;
         Clock &clock;
-        /// The way of typing that works now, or why there is none. It is used until the next call.
-        std::function<Result<Typing *>()> findTyping;
+        /// The way of typing that works now, or why there is none.
+        std::function<Result<std::unique_ptr<Typing>>()> findTyping;
         std::function<QCoro::Task<bool>()> isLocked;
         /// Whether the user still presses the key that ends the dictation, or its modifiers.
         std::function<bool()> isKeyHeld = [] { return false; };

@@ -17,9 +17,7 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <optional>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -68,16 +66,8 @@ int serve()
     SystemClock clock;
     RunningKavrin kavrin;
     PortalKeyboard keyboard;
-    // Kept until the next text: it may still serve the last one to those who paste it.
-    std::unique_ptr<Typing> used;
-    const auto use = [&used, &keyboard]() -> Result<Typing *> {
-        auto [found, obstacle] = findTyping(keyboard);
-        if (found) {
-            used = std::move(found);
-        }
-        return {used.get(), obstacle};
-    };
-    Typist typist({.kavrin = kavrin, .clock = clock, .findTyping = use, .isLocked = isSessionLocked});
+    const auto find = [&keyboard] { return findTyping(keyboard); };
+    Typist typist({.kavrin = kavrin, .clock = clock, .findTyping = find, .isLocked = isSessionLocked});
     std::optional<PortalShortcut> shortcut;
     TypistBus bus(typist,
                   {.way = [&keyboard] { return wayOfTyping(keyboard); },

@@ -29,30 +29,37 @@ public:
     [[nodiscard]] double now() const override { return SystemClock::now() + ahead; }
 };
 
-/// A window that has the focus.
-class Window : public Typing
-{
-public:
+/// What has the focus.
+struct Window {
     QStringList typed;
     QStringList marked; ///< what "tUsed" was when each text came
     std::optional<Error> failure;
     std::function<void()> meanwhile = [] { }; ///< happens before any key is pressed
+};
+
+class TypingIntoWindow : public Typing
+{
+public:
+    explicit TypingIntoWindow(Window &window) : m_window(window) { }
 
     [[nodiscard]] QString name() const override { return u"window"_s; }
 
     QCoro::Task<std::optional<Error>> type(QString text, Check check) override
     {
-        meanwhile();
+        m_window.meanwhile();
         try {
             const QCoro::Task<> checking = check();
             co_await checking;
         } catch (const Error &error) {
             co_return error;
         }
-        typed.append(text);
-        marked.append(Shared::d().string(u"tUsed"_s).value_or(u"none"_s));
-        co_return failure;
+        m_window.typed.append(text);
+        m_window.marked.append(Shared::d().string(u"tUsed"_s).value_or(u"none"_s));
+        co_return m_window.failure;
     }
+
+private:
+    Window &m_window;
 };
 
 class TypedDictationTest : public testing::Test
@@ -120,10 +127,18 @@ private:
         co_return true;
     }
 
+    Result<std::unique_ptr<Typing>> findTyping()
+    {
+        if (obstacle) {
+            return {nullptr, obstacle};
+        }
+        return {std::make_unique<TypingIntoWindow>(window)};
+    }
+
     RunningKavrin m_running;
     TypedDictation m_dictation{{.kavrin = m_running,
                                 .clock = clock,
-                                .findTyping = [this] { return Result<Typing *>{&window, obstacle}; },
+                                .findTyping = [this] { return findTyping(); },
                                 .isLocked = [this]() -> QCoro::Task<bool> { co_return isLocked; },
                                 .isKeyHeld =
                                     [this] {

@@ -38,7 +38,7 @@ protected:
     RunningKavrin running;
     Typist typist{{.kavrin = running,
                    .clock = clock,
-                   .findTyping = [] { return Result<Typing *>{}; },
+                   .findTyping = [] { return Result<std::unique_ptr<Typing>>{}; },
                    .isLocked = []() -> QCoro::Task<bool> { co_return false; }}};
 };
 

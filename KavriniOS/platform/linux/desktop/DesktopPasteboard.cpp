@@ -106,13 +106,7 @@ QFuture<void> DesktopPasteboard::setByCommand(const QString &text)
                              process->deleteLater();
                          }
                      });
-    // The child that is left to serve the clipboard must not keep this end of a pipe open.
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(QProcess::nullDevice());
-    const auto [program, arguments] = selectionCommand(Selection::Clipboard);
-    process->start(program, arguments);
-    process->write(text.toUtf8());
-    process->closeWriteChannel();
+    startSelecting(*process, Selection::Clipboard, text);
     return promise->future();
 }
 

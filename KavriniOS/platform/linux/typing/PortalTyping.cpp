@@ -2,7 +2,7 @@
 #include "platform/linux/typing/PortalTyping.h"
 
 #include "platform/linux/SelectionCommand.h"
-#include "platform/linux/typing/WaylandSelections.h"
+#include "platform/linux/typing/Selections.h"
 
 namespace kavrin
 {

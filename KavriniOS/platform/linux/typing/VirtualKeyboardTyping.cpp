@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/typing/VirtualKeyboardTyping.h"
 
+#include "platform/linux/typing/Selections.h"
 #include "platform/linux/typing/VirtualKeyboard.h"
-#include "platform/linux/typing/WaylandSelections.h"
 
 namespace kavrin
 {

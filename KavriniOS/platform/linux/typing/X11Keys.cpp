@@ -59,7 +59,7 @@ bool X11Keys::pressShiftInsert()
     send(XCB_KEY_PRESS, insertKey);
     send(XCB_KEY_RELEASE, insertKey);
     send(XCB_KEY_RELEASE, shiftKey);
-    xcb_flush(m_connection);
+    awaitServer();
     return true;
 }
 
@@ -86,6 +86,13 @@ xcb_keycode_t X11Keys::keycodeOf(xcb_keysym_t symbol) const
 void X11Keys::send(uint8_t type, xcb_keycode_t key)
 {
     xcb_test_fake_input(m_connection, type, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+}
+
+/// The server forgets what a client has asked for that is gone.
+void X11Keys::awaitServer()
+{
+    const X11Reply answer(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
 }
 
 } // namespace kavrin

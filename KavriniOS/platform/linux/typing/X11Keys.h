@@ -19,12 +19,14 @@ public:
     /// lock, such as Caps Lock, is not held.
     [[nodiscard]] bool isModifierHeld() const;
 
-    /// Presses the keys in the window that has the focus. False where the keyboard lacks one of them.
+    /// Presses the keys in the window that has the focus, and waits until the server has done so. False where
+    /// the keyboard lacks one of them.
     bool pressShiftInsert();
 
 private:
     [[nodiscard]] xcb_keycode_t keycodeOf(xcb_keysym_t symbol) const;
     void send(uint8_t type, xcb_keycode_t key);
+    void awaitServer();
 
     xcb_connection_t *m_connection;
 };

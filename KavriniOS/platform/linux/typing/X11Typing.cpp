@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "platform/linux/typing/X11Typing.h"
 
-#include "platform/linux/typing/X11Reply.h"
+#include "platform/linux/SelectionCommand.h"
+#include "platform/linux/typing/Selections.h"
 
+#include <QCoroProcess>
 #include <QDeadlineTimer>
-#include <QPointer>
-
-#include <chrono>
-#include <utility>
+#include <QProcess>
 
 namespace kavrin
 {
@@ -20,7 +19,7 @@ namespace
 using namespace std::chrono_literals;
 
 constexpr std::chrono::milliseconds tick = 5ms;
-constexpr std::chrono::milliseconds patienceWithClipboard = 200ms;
+constexpr std::chrono::milliseconds patienceWithOwner = 1s;
 
 xcb_connection_t *connectToServer()
 {
@@ -32,14 +31,33 @@ xcb_connection_t *connectToServer()
     return connection;
 }
 
+/// What another program reads from the selection; empty if it does not answer.
+QCoro::Task<QString> textOn(Selection selection)
+{
+    const SelectionCommand command = selectionCommand(selection); // xclip, under X11
+    QProcess xclip;
+    xclip.start(command.program, command.arguments + QStringList{u"-out"_s});
+    const QCoro::Task<bool> end = qCoro(xclip).waitForFinished(patienceWithOwner);
+    co_await end;
+    co_return QString::fromUtf8(xclip.readAllStandardOutput());
+}
+
+QCoro::Task<bool> doBothHold(QString text)
+{
+    for (const Selection selection : {Selection::Primary, Selection::Clipboard}) {
+        const QCoro::Task<QString> asking = textOn(selection);
+        if (co_await asking != text) {
+            co_return false;
+        }
+    }
+    co_return true;
+}
+
 } // namespace
 
 X11Typing::X11Typing(Patience patience)
-    : m_connection(connectToServer()), m_patience(patience), m_keys(m_connection.get()),
-      m_selections(m_connection.get()),
-      m_events(xcb_get_file_descriptor(m_connection.get()), QSocketNotifier::Read)
+    : m_connection(connectToServer()), m_patience(patience), m_keys(m_connection.get())
 {
-    connect(&m_events, &QSocketNotifier::activated, this, &X11Typing::handleEvents);
 }
 
 QString X11Typing::name() const
@@ -49,73 +67,46 @@ QString X11Typing::name() const
 
 QCoro::Task<> X11Typing::paste(QString text, Check check)
 {
-    const QPointer<X11Typing> self = this;
-    m_selections.askForClipboard();
-    const QCoro::Task<bool> answer =
-        holds([this] { return m_selections.isAnswered(); }, patienceWithClipboard);
-    co_await answer;
-    if (!self) {
-        co_return;
-    }
-    const bool isSet = m_selections.set(text);
-    if (!isSet) {
-        throw typingError(u"The text cannot be put on the clipboard: another program keeps it, or the X11 "
-                          "server is gone."_s);
-    }
-    const QCoro::Task<bool> release = holds([this] { return !m_keys.isModifierHeld(); }, m_patience.withUser);
-    const bool isReleased = co_await release;
-    if (!self) {
-        co_return;
-    }
-    if (!isReleased) {
+    const QCoro::Task<> selecting = select(text);
+    co_await selecting;
+    const QCoro::Task<bool> releasing = awaitRelease();
+    if (!co_await releasing) {
         throw typingError(u"A key such as Shift or Ctrl is held, so nothing was typed."_s);
     }
     const QCoro::Task<> checking = check();
     co_await checking;
-    if (!self) {
-        co_return;
-    }
     if (!m_keys.pressShiftInsert()) {
         throw typingError(u"The keyboard has no Shift or no Insert key to paste with."_s);
     }
-    const QCoro::Task<bool> taking = holds([this] { return m_selections.isTaken(); }, m_patience.withProgram);
-    const bool isTaken = co_await taking;
-    if (!isTaken) {
-        throw typingError(u"No program took the text."_s);
-    }
 }
 
-/// Resumes with true once `condition` holds, with false where it does not within `limit`, or where this
-/// object is destroyed.
-QCoro::Task<bool> X11Typing::holds(std::function<bool()> condition, std::chrono::milliseconds limit)
+/// The program ends a moment before the server knows the process that it leaves. Another program, such as a
+/// history of the clipboard, may put something else there meanwhile.
+QCoro::Task<> X11Typing::select(QString text)
 {
-    const QPointer<X11Typing> self = this;
-    const QDeadlineTimer deadline(limit);
-    while (self) {
-        const bool isHolding = condition();
-        handleEvents(); // a reply that was awaited may have brought some along
-        if (isHolding || deadline.hasExpired()) {
-            co_return isHolding;
+    const QCoro::Task<> selecting = selectText(text);
+    co_await selecting;
+    const QDeadlineTimer limit(m_patience.withSelections);
+    while (!limit.hasExpired()) {
+        const QCoro::Task<bool> looking = doBothHold(text);
+        if (co_await looking) {
+            co_return;
         }
         const QCoro::Task<> waiting = pause(tick);
         co_await waiting;
     }
-    co_return false;
+    throw typingError(u"The text cannot be pasted: another program keeps the selections."_s);
 }
 
-void X11Typing::handleEvents()
+/// Resumes with whether the user has released the modifiers.
+QCoro::Task<bool> X11Typing::awaitRelease()
 {
-    while (const X11Reply event = X11Reply(xcb_poll_for_event(m_connection.get()))) {
-        const int type = event->response_type & 0x7f;
-        if (type == XCB_SELECTION_REQUEST) {
-            m_selections.answer(reinterpret_cast<const xcb_selection_request_event_t &>(*event));
-        } else if (type == XCB_SELECTION_NOTIFY) {
-            m_selections.hear(reinterpret_cast<const xcb_selection_notify_event_t &>(*event));
-        }
+    const QDeadlineTimer limit(m_patience.withUser);
+    while (m_keys.isModifierHeld() && !limit.hasExpired()) {
+        const QCoro::Task<> waiting = pause(tick);
+        co_await waiting;
     }
-    if (xcb_connection_has_error(m_connection.get()) != 0) {
-        m_events.setEnabled(false); // it would report the end of the connection for ever
-    }
+    co_return !m_keys.isModifierHeld();
 }
 
 } // namespace kavrin

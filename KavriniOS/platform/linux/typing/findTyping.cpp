@@ -3,8 +3,8 @@
 
 #include "platform/linux/typing/Pasting.h"
 #include "platform/linux/typing/PortalTyping.h"
+#include "platform/linux/typing/Selections.h"
 #include "platform/linux/typing/VirtualKeyboardTyping.h"
-#include "platform/linux/typing/WaylandSelections.h"
 #include "platform/linux/typing/X11Typing.h"
 
 namespace kavrin
@@ -33,7 +33,11 @@ Result<std::unique_ptr<Typing>> findUnderWayland(PortalKeyboard &keyboard)
 Result<std::unique_ptr<Typing>> findUnderX11()
 {
     try {
-        return {std::make_unique<X11Typing>()};
+        auto typing = std::make_unique<X11Typing>();
+        if (const std::optional<Error> noClipboard = obstacleToSelecting()) {
+            return {nullptr, noClipboard};
+        }
+        return {std::move(typing)};
     } catch (const Error &error) {
         return {nullptr, error};
     }

@@ -41,11 +41,18 @@ TEST(FindTyping, DoesNotTakeXwaylandForTheDesktop)
     EXPECT_EQ(found(), u"The Wayland compositor does not answer. Log out and in again.");
 }
 
-TEST(FindTyping, SaysWhichPackageIsMissing)
+TEST(FindTyping, SaysWhichPackageIsMissingUnderWayland)
 {
     const PrivateWaylandDisplay display;
     qputenv("PATH", "/nowhere");
     EXPECT_EQ(found(), u"The program wl-copy is missing. Install the package wl-clipboard.");
+}
+
+TEST(FindTyping, SaysWhichPackageIsMissingUnderX11)
+{
+    const PrivateX11Display display;
+    qputenv("PATH", "/nowhere");
+    EXPECT_EQ(found(), u"The program xclip is missing. Install the package xclip.");
 }
 
 TEST(FindTyping, SaysSoWhereThereIsNoDisplay)

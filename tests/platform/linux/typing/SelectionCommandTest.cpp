@@ -30,8 +30,8 @@ void install(const QStringList &programs)
 
 QString line(Selection selection)
 {
-    const auto [program, arguments] = selectionCommand(selection);
-    return (QStringList{program} + arguments).join(u' ');
+    const SelectionCommand command = selectionCommand(selection);
+    return (QStringList{command.program} + command.arguments).join(u' ');
 }
 
 } // namespace
@@ -52,6 +52,7 @@ TEST(SelectionCommand, AsksXwaylandWhereWlCopyWouldTakeTheFocus)
           Case{"GNOME", ":0", {u"wl-copy"_s, u"Xwayland"_s}, false}}) {
         SCOPED_TRACE(c.desktop + (u": "_s + c.programs.join(u' ')).toStdString());
         qputenv("XDG_CURRENT_DESKTOP", c.desktop);
+        qputenv("WAYLAND_DISPLAY", "wayland-0");
         c.display != nullptr ? qputenv("DISPLAY", c.display) : qunsetenv("DISPLAY");
         install(c.programs);
         EXPECT_EQ(line(Selection::Clipboard),
@@ -60,6 +61,15 @@ TEST(SelectionCommand, AsksXwaylandWhereWlCopyWouldTakeTheFocus)
                   c.isXclip ? u"xclip -selection primary"_s
                             : u"wl-copy --primary --type text/plain;charset=utf-8"_s);
     }
+}
+
+TEST(SelectionCommand, IsXclipUnderX11EvenIfThatIsMissing)
+{
+    qunsetenv("WAYLAND_DISPLAY");
+    qputenv("DISPLAY", ":0");
+    install({u"wl-copy"_s});
+    EXPECT_EQ(line(Selection::Clipboard), u"xclip -selection clipboard");
+    EXPECT_EQ(selectionCommand(Selection::Clipboard).package, u"xclip");
 }
 
 TEST(SelectionCommand, IsLateOnGnomeAlone)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "platform/linux/typing/WaylandSelections.h"
+#include "platform/linux/typing/Selections.h"
 
 #include "platform/linux/SelectionCommand.h"
 #include "platform/linux/typing/Pasting.h"
@@ -20,22 +20,15 @@ namespace
 
 constexpr std::chrono::seconds patience{5};
 
-/// Other users can read a program's arguments, so the text is its input.
 QCoro::Task<> select(QString text, Selection selection)
 {
-    const SelectionCommand command = selectionCommand(selection);
     QProcess process;
-    // The process that is left to serve the text must not keep this end of a pipe open.
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(command.program, command.arguments);
-    process.write(text.toUtf8());
-    process.closeWriteChannel();
+    startSelecting(process, selection, text);
     const QCoro::Task<bool> end = qCoro(process).waitForFinished(patience);
     co_await end;
     if (process.state() != QProcess::NotRunning || process.error() == QProcess::FailedToStart
         || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
-        throw typingError(u"The text cannot be put on the clipboard: %1 fails."_s.arg(command.program));
+        throw typingError(u"The text cannot be pasted: %1 fails."_s.arg(process.program()));
     }
 }
 
@@ -43,10 +36,12 @@ QCoro::Task<> select(QString text, Selection selection)
 
 std::optional<Error> obstacleToSelecting()
 {
-    if (!QStandardPaths::findExecutable(u"wl-copy"_s).isEmpty()) {
+    const SelectionCommand command = selectionCommand(Selection::Clipboard);
+    if (!QStandardPaths::findExecutable(command.program).isEmpty()) {
         return std::nullopt;
     }
-    return typingError(u"The program wl-copy is missing. Install the package wl-clipboard."_s);
+    return typingError(
+        u"The program %1 is missing. Install the package %2."_s.arg(command.program, command.package));
 }
 
 QCoro::Task<> selectText(QString text)

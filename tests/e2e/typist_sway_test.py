@@ -97,6 +97,21 @@ class Sway(unittest.TestCase):
         self.assertEqual((suite.get("transcript"), suite.get("tUsed")), ("nowhere to go", None))
         self.begin()  # the typist is still there
 
+    def test_when_the_compositor_ends_kavrin_goes_with_its_window_and_the_next_one_starts_afresh(self):
+        kavrin = self.session.start_kavrin()
+        self.start_typist()
+        self.begin()
+        self.session.end(self.session.sway)
+        kavrin.wait(60)
+        self.wait_for_notification("Kavrin does not answer")
+        self.session.env["QT_QPA_PLATFORM"] = "offscreen"
+        self.session.start_kavrin("--background")
+        self.assertEqual(self.session.ctl("dictate", "status"), "idle")
+        self.begin()
+        self.end("nowhere to go")
+        self.wait_for_notification("The Wayland compositor does not answer.")
+        self.assertIsNone(self.session.suite().get("tUsed"))
+
 
 if __name__ == "__main__":
     enter_private_namespaces()

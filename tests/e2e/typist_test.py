@@ -43,8 +43,9 @@ class Service:
             def do_POST(self):
                 self.rfile.read(int(self.headers["Content-Length"]))
                 outer.asked.release()
-                body = json.dumps({"text": outer._texts.get()}).encode()
-                self.send_response(200)
+                text = outer._texts.get()
+                body = json.dumps({"text": text}).encode()
+                self.send_response(200 if text is not None else 500)
                 self.send_header("Content-Length", str(len(body)))
                 self.end_headers()
                 with contextlib.suppress(OSError):  # the client may have gone
@@ -59,6 +60,9 @@ class Service:
 
     def answer(self, text):
         self._texts.put(text)
+
+    def fail(self):
+        self._texts.put(None)
 
     def __enter__(self):
         threading.Thread(target=self._server.serve_forever, daemon=True).start()
@@ -265,6 +269,18 @@ class NotTyped(TypistTest):
         self.end()
         self.expect_nothing_typed("somebody else's")
 
+    def test_the_text_of_a_recording_that_is_sent_again(self):
+        notifications = Notifications(self.session, self.bus)
+        self.start()
+        self.begin()
+        self.service.fail()
+        self.end()
+        wait_until(lambda: "Try again" in notifications.actions(), "the failure is shown")
+        self.service.answer("at the second try")
+        notifications.press("again")
+        self.assertTrue(self.service.asked.acquire(timeout=30), "the service is asked again")
+        self.expect_nothing_typed(clipboard="at the second try")
+
     def test_a_text_that_another_keyboard_has_marked(self):
         self.start()
         self.suite.database.execute(
@@ -329,6 +345,16 @@ class Started(TypistTest):
         self.dictate("from nothing")
         self.terminal.wait_for("from nothing")
 
+    def test_the_doctor_asks_it_how_it_types(self):
+        self.start_typist()
+        done = self.session.run(self.session.bin / "kavrinctl", "doctor", "--json", check=False)
+        findings = {entry["check"]: entry for entry in json.loads(done.stdout)}
+        self.assertEqual((findings["typing"]["result"], findings["shortcut"]["result"]), ("good", "not checked"))
+        self.assertIn("X11", findings["typing"]["finding"])
+
+    def test_it_loads_nothing_that_draws_windows(self):
+        self.assertNotIn("Qt6Gui", self.session.run("ldd", self.session.bin / "kavrin-typist").stdout)
+
     def test_it_says_that_the_desktop_offers_no_shortcut(self):
         self.start_typist()
         self.assertIn("The desktop gives Kavrin no shortcut.", self.refused("shortcut"))
@@ -356,6 +382,16 @@ class KavrinEnds(TypistTest):
         self.go_on(kavrin)
         wait_until(lambda: any(text.startswith("Kavrin does not answer") for _, text in notifications.shown()),
                    "the notification says so")
+
+    def test_killed_while_it_records_its_notification_goes(self):
+        notifications = Notifications(self.session, self.bus)
+        kavrin, _ = self.start()
+        self.begin()
+        wait_until(lambda: notifications.shown(), "the notification is shown")
+        self.assertEqual(notifications.shown()[0][0], "Listening")
+        self.go_on(kavrin)
+        wait_until(lambda: 1 in notifications.replaced() or [1] in notifications.calls("CloseNotification"),
+                   "the notification gives way")
 
     def test_while_it_transcribes(self):
         kavrin, _ = self.start()
@@ -397,13 +433,14 @@ class TypistEnds(TypistTest):
         self.type("toggle")
         wait_until(lambda: self.suite.get("tUsed"), "the text is marked", interval=0)
         self.session.end(self.typist)
+        self.assertEqual(self.clipboard(), text)
         self.start_another()
         self.dictate("|next")
         wait_until(lambda: self.terminal.text().endswith("|next"), "the next text is typed")
         self.assertTrue(text.startswith(self.terminal.text().removesuffix("|next")), self.terminal.text())
 
     def test_killed_once_the_text_is_typed_it_leaves_it_on_the_clipboard(self):
-        self.dictate("said before")
+        self.dictate("said\nbefore")
         self.terminal.wait_for("said before")
         self.session.end(self.typist)
         self.assertEqual(self.clipboard(), "said before")

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: MIT
 """Dictates on desktops that run without a screen, and prints a line for each case of tests/desktops/cases.py.
 
-The desktops are those of a Debian 13, in ~/.cache/kavrin/elsewhere/trixie/desktops. The first run makes it, which takes
-6 GB and an hour. Every run installs the package of this checkout's last commit there. Ends with 1 where a case failed.
+The desktops are those of a Debian 13, in ~/.cache/kavrin/elsewhere/trixie/desktops: GNOME and Plasma under Wayland, and
+Plasma under X11. The first run makes it, which takes 6 GB and an hour. Every run installs the package of this
+checkout's last commit there. Ends with 1 where a case failed.
 """
 
 import argparse
@@ -13,10 +14,10 @@ import sys
 from elsewhere import CACHE, ROOT, bare_root, command_in_root
 
 SUITE = "trixie"
-DESKTOPS = ("gnome", "plasma")
+DESKTOPS = ("gnome", "plasma", "plasma-x11")
 CHECKOUT = "/srv/kavrin"  # where ordinary users can read it
-PACKAGES = ("dconf-gsettings-backend", "gnome-control-center", "gnome-shell", "kwin-common", "kwin-wayland", "pipewire",
-            "plasma-workspace", "wireplumber", "xdg-desktop-portal-gnome", "xdg-desktop-portal-kde")
+PACKAGES = ("dconf-gsettings-backend", "gnome-control-center", "gnome-shell", "kwin-common", "kwin-wayland", "kwin-x11",
+            "pipewire", "plasma-workspace", "wireplumber", "xdg-desktop-portal-gnome", "xdg-desktop-portal-kde")
 INSTALL = "apt-get install --yes --quiet=2 --no-install-recommends"
 PREPARATIONS = (
     ("scripts/setup", "demo", "test", "package"),

@@ -129,7 +129,7 @@ class Desk:
         self.session.ctl("type", "toggle")
 
     def clipboard(self):
-        return self.session.run("wl-paste", "--no-newline", check=False).stdout
+        return self.session.run(*self.session.CLIPBOARD, check=False).stdout
 
     def wait_for_notification(self, text):
         wait_until(lambda: text in self._said.read_text(encoding="utf-8", errors="replace"),

@@ -6,11 +6,12 @@ import re
 import subprocess
 from typing import NamedTuple
 
-from hands import GnomeHands, PlasmaHands
+from hands import GnomeHands, PlasmaHands, X11Hands
 from support.desktop import Bus
 from support.private_session import PrivateSession, wait_until
 
 SOCKET = "wayland-desktop"
+PLASMA = {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "6"}
 
 
 class Question(NamedTuple):
@@ -24,10 +25,10 @@ class DesktopSession(PrivateSession):
     ordinary user."""
 
     ENVIRONMENT = {}
-    COMMAND = ()
     SHORTCUT_QUESTION = None  # none where the desktop asks nothing
     TYPING_QUESTION = None
     PORTAL = ""  # the part of the desktop's portal that is the desktop's own
+    CLIPBOARD = ()  # prints what is on it
 
     def __init__(self):
         super().__init__(bin_dir="/usr/bin", display=True)
@@ -35,19 +36,21 @@ class DesktopSession(PrivateSession):
     def _make_environment(self):
         """That of programs of the session, which the bus starts, too."""
         return super()._make_environment() | {
-            "XDG_SESSION_TYPE": "wayland", "WAYLAND_DISPLAY": SOCKET, "QT_QPA_PLATFORM": "wayland",
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "GTK_A11Y": "atspi",  # for active_window.py
             "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.folder}/run/system-bus", **self.ENVIRONMENT}
 
     def _start_display(self):
         self._start_system_bus()
-        log = self.folder / "desktop.log"
-        with log.open("w", encoding="utf-8") as output:
-            self.start("env", "--unset=WAYLAND_DISPLAY", "--unset=QT_QPA_PLATFORM", *self.COMMAND, stdout=output,
-                       stderr=subprocess.STDOUT)
-        wait_until((pathlib.Path(self.env["XDG_RUNTIME_DIR"]) / SOCKET).exists, "the desktop has begun", limit=60)
-        self._finish_start()
+        self._start_desktop()
         self._start_portal()
+
+    def _start_desktop(self):
+        """Returns when it has begun. Sets up self.hands."""
+        raise NotImplementedError
+
+    def _tell_bus(self, *variables):
+        """Programs that the bus starts from now on have them."""
+        self.run("dbus-update-activation-environment", *variables)
 
     def _start_portal(self):
         """One that the desktop asked for something before it was ready offers nothing of the desktop's. Waits until
@@ -64,15 +67,28 @@ class DesktopSession(PrivateSession):
         self.start("/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "logind", stdout=subprocess.DEVNULL)
         self.run("gdbus", "wait", "--system", "--timeout", "60", "org.freedesktop.login1")
 
-    def _finish_start(self):
-        """Waits for what begins after the display, and sets up self.hands."""
-        raise NotImplementedError
-
     def lock(self):
-        raise NotImplementedError
+        name = "org.freedesktop.ScreenSaver"
+        Bus(self).call(name, "/org/freedesktop/ScreenSaver", name, "Lock")
 
 
-class Gnome(DesktopSession):
+class WaylandSession(DesktopSession):
+    COMMAND = ()  # its compositor
+    CLIPBOARD = ("wl-paste", "--no-newline")
+
+    def _make_environment(self):
+        return super()._make_environment() | {
+            "XDG_SESSION_TYPE": "wayland", "WAYLAND_DISPLAY": SOCKET, "QT_QPA_PLATFORM": "wayland"}
+
+    def _start_desktop(self):
+        log = self.folder / "desktop.log"
+        with log.open("w", encoding="utf-8") as output:
+            self.start("env", "--unset=WAYLAND_DISPLAY", "--unset=QT_QPA_PLATFORM", *self.COMMAND, stdout=output,
+                       stderr=subprocess.STDOUT)
+        wait_until((pathlib.Path(self.env["XDG_RUNTIME_DIR"]) / SOCKET).exists, "the desktop has begun", limit=60)
+
+
+class Gnome(WaylandSession):
     ENVIRONMENT = {"XDG_CURRENT_DESKTOP": "GNOME", "GSK_RENDERER": "cairo"}
     COMMAND = ("gnome-shell", "--headless", "--virtual-monitor", "1024x768", "--wayland-display", SOCKET)
     SHORTCUT_QUESTION = Question("Add Keyboard Shortcuts", (("tab",), ("shift", "tab"), ("shift", "tab"), ("enter",)))
@@ -80,7 +96,8 @@ class Gnome(DesktopSession):
     TYPING_QUESTION = Question("Remote Desktop", (("tab",), ("space",), ("shift", "tab"), ("shift", "tab"), ("enter",)))
     PORTAL = "org.freedesktop.impl.portal.desktop.gnome"
 
-    def _finish_start(self):
+    def _start_desktop(self):
+        super()._start_desktop()
         self.run("gdbus", "wait", "--session", "--timeout", "60", "org.gnome.Mutter.RemoteDesktop")
         self.hands = GnomeHands(self)
         wait_until(self._is_overview, "GNOME shows its overview, in which it begins", limit=60)
@@ -92,7 +109,7 @@ class Gnome(DesktopSession):
         log = (self.folder / "desktop.log").read_text(encoding="utf-8", errors="replace")
         self.env["DISPLAY"] = re.search(r"Using public X11 display (:\d+)", log)[1]
         self.env["XAUTHORITY"] = str(next(pathlib.Path(self.env["XDG_RUNTIME_DIR"]).glob(".mutter-Xwaylandauth.*")))
-        self.run("dbus-update-activation-environment", "DISPLAY", "XAUTHORITY")
+        self._tell_bus("DISPLAY", "XAUTHORITY")
 
     def lock(self):
         """GNOME locks only what its display manager has started. So the login manager says that it is locked."""
@@ -113,18 +130,32 @@ class Gnome(DesktopSession):
         return is_left
 
 
-class Plasma(DesktopSession):
-    ENVIRONMENT = {"XDG_CURRENT_DESKTOP": "KDE", "KDE_SESSION_VERSION": "6", "KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1"}
+class Plasma(WaylandSession):
+    ENVIRONMENT = PLASMA | {"KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1"}
     COMMAND = ("kwin_wayland", "--virtual", "--socket", SOCKET)
     TYPING_QUESTION = Question("Remote control requested", (("enter",),))
     PORTAL = "org.freedesktop.impl.portal.desktop.kde"
 
-    def _finish_start(self):
+    def _start_desktop(self):
+        super()._start_desktop()
         self.hands = PlasmaHands(self)
 
-    def lock(self):
-        name = "org.freedesktop.ScreenSaver"
-        Bus(self).call(name, "/org/freedesktop/ScreenSaver", name, "Lock")
+
+class PlasmaX11(DesktopSession):
+    """Under X11, programs of their own do what KWin does alone under Wayland: window manager, shortcuts, lock."""
+
+    ENVIRONMENT = PLASMA | {"XDG_SESSION_TYPE": "x11"}
+    PROGRAMS = {"org.kde.KWin": "bin/kwin_x11", "org.kde.kglobalaccel": "lib/*/libexec/kglobalacceld",
+                "org.freedesktop.ScreenSaver": "bin/ksmserver"}  # by the names that they have on the bus
+    CLIPBOARD = ("xclip", "-selection", "clipboard", "-out")
+
+    def _start_desktop(self):
+        PrivateSession._start_display(self)
+        self._tell_bus("DISPLAY", "QT_QPA_PLATFORM")
+        for name, program in self.PROGRAMS.items():
+            self.start(*pathlib.Path("/usr").glob(program), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            self.run("gdbus", "wait", "--session", "--timeout", "60", name)
+        self.hands = X11Hands(self)
 
 
-DESKTOPS = {"gnome": Gnome, "plasma": Plasma}
+DESKTOPS = {"gnome": Gnome, "plasma": Plasma, "plasma-x11": PlasmaX11}

@@ -88,6 +88,17 @@ class PlasmaHands(Hands):
         self._request(self.INPUT, 10, struct.pack("II", code, is_down))
 
 
+class X11Hands(Hands):
+    """Speaks XTEST, by xdotool."""
+
+    def __init__(self, session):
+        self._session = session
+
+    def _send(self, code, is_down):
+        """X11 numbers keys from 8 on. A number below 10 would be the name of a digit, so there are three digits."""
+        self._session.run("xdotool", "keydown" if is_down else "keyup", f"{code + 8:03}")
+
+
 def _text(text):
     size = len(text) + 1
     return struct.pack("I", size) + text.ljust(size + -size % 4, b"\0")

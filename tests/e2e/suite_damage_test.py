@@ -80,7 +80,7 @@ class Damage(SuiteTest):
 
     def expect_kavrin_works(self):
         before = time.time()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         wait_until(lambda: self.session.http("/get").get("dictationAlive", 0) > before, "a beat")
         self.session.ctl("set", "rowH", "61")
         self.assertEqual(self.session.ctl("get", "rowH"), "61")

@@ -105,15 +105,18 @@ def _bring_up_loopback():
 
 
 def wait_until(condition, what, limit=30, interval=0.01):
-    """Returns what `condition` returns once that is true; raises TimeoutError when it stays false."""
+    """Returns what `condition` returns once that is true; raises TimeoutError when it stays false. It rests as long as
+    each look took, so that looking takes little from what is waited for."""
     deadline = time.monotonic() + limit
     while True:
+        begun = time.monotonic()
         result = condition()
         if result:
             return result
-        if time.monotonic() > deadline:
+        looked = time.monotonic()
+        if looked > deadline:
             raise TimeoutError(f"{what}: not within {limit} s")
-        time.sleep(interval)
+        time.sleep(max(interval, looked - begun))
 
 
 def small_disk(folder, size):

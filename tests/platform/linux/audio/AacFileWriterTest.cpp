@@ -34,13 +34,6 @@ std::unique_ptr<SoundFileWriter> createAac(const QString &path, int sampleRate, 
     return SoundCodecs::load().createAac(path, sampleRate, channels);
 }
 
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    return file.readAll();
-}
-
 QString written(const std::vector<float> &samples)
 {
     const std::unique_ptr<SoundFileWriter> writer = createAac(recordingPath(), rate, 1);

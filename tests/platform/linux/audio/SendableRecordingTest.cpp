@@ -23,13 +23,6 @@ using namespace Qt::StringLiterals;
 
 constexpr int rate = 16000;
 
-QByteArray contentsOf(const QString &path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    return file.readAll();
-}
-
 } // namespace
 
 TEST(SendableRecording, IsAnOrdinaryCopyOfAFragmentedOne)

@@ -75,6 +75,15 @@ QString fileOf(const QString &name, const QByteArray &bytes)
     return path;
 }
 
+QByteArray contentsOf(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw std::runtime_error(file.errorString().toStdString());
+    }
+    return file.readAll();
+}
+
 std::vector<float> decoded(const QString &path)
 {
     const QByteArray bytes =

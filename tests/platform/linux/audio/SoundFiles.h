@@ -21,6 +21,9 @@ QByteArray wavOf(const std::vector<float> &samples, int sampleRate);
 /// Writes `bytes` to a new file in the private home; returns its path.
 QString fileOf(const QString &name, const QByteArray &bytes);
 
+/// All bytes of a file.
+QByteArray contentsOf(const QString &path);
+
 /// The samples of a sound file as FFmpeg decodes them, at the file's own rate; as many as can be decoded.
 std::vector<float> decoded(const QString &path);
 

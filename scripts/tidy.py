@@ -80,10 +80,10 @@ def fingerprint(path, command, files, versions):
 
 
 def complaints(path, database):
-    # clang reads GCC's commands here. It does not know all of GCC's warnings, and Asio does not know that clang has
-    # coroutines.
-    done = subprocess.run([TIDY, "--quiet", "-p", database, "--extra-arg=-Wno-unknown-warning-option",
-                           "--extra-arg=-DASIO_HAS_CO_AWAIT", "--extra-arg=-DASIO_HAS_STD_COROUTINE", path],
+    # clang reads GCC's commands here, and its own warnings count wherever this runs. It does not know all of GCC's
+    # warnings, and Asio does not know that clang has coroutines.
+    added = ("-Werror", "-Wno-unknown-warning-option", "-DASIO_HAS_CO_AWAIT", "-DASIO_HAS_STD_COROUTINE")
+    done = subprocess.run([TIDY, "--quiet", "-p", database, *(f"--extra-arg={option}" for option in added), path],
                           capture_output=True, text=True, check=False)
     return done.stdout + done.stderr if done.returncode else ""
 

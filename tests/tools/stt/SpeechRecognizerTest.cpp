@@ -94,7 +94,7 @@ TEST(SpeechRecognizer, AnswersTheSameWhateverItHeardBefore)
 TEST(SpeechRecognizer, HearsNothingInSilence)
 {
     SpeechRecognizer recognizer(QString::fromLatin1(model));
-    for (const std::size_t length : {0, 1, 100, 16000, 320000}) {
+    for (const std::size_t length : {0U, 1U, 100U, 16000U, 320000U}) {
         SCOPED_TRACE(length);
         EXPECT_EQ(recognizer.recognize(std::vector<std::int16_t>(length)), QString());
     }

@@ -4,8 +4,10 @@
 #include "platform/Error.h"
 #include "platform/linux/typing/ShortcutRefusal.h"
 
+#include <QCoroFuture>
 #include <QDBusMetaType>
 #include <QElapsedTimer>
+#include <QFuture>
 #include <QPointer>
 
 #include <algorithm>
@@ -143,9 +145,10 @@ QCoro::Task<QString> PortalShortcut::askAgain()
     const QPointer<PortalShortcut> self = this;
     ShortcutRefusal::forget();
     if (!m_isBinding) {
-        const QCoro::Task<> binding = bind();
-        co_await binding;
+        bind();
     }
+    const QFuture<void> bound = m_bound.future();
+    co_await bound;
     co_return self ? m_name : QString();
 }
 
@@ -154,6 +157,8 @@ QCoro::Task<> PortalShortcut::bind()
 {
     const QPointer<PortalShortcut> self = this;
     m_isBinding = true;
+    m_bound = QPromise<void>();
+    m_bound.start();
     do {
         m_isPortalNew = false;
         const QCoro::Task<> trying = bindOnce();
@@ -161,6 +166,7 @@ QCoro::Task<> PortalShortcut::bind()
     } while (self && m_isPortalNew && !hasSession());
     if (self) {
         m_isBinding = false;
+        m_bound.finish();
     }
 }
 

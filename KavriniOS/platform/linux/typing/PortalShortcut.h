@@ -10,6 +10,7 @@
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
 #include <QList>
+#include <QPromise>
 
 #include <chrono>
 #include <memory>
@@ -69,6 +70,7 @@ private:
     std::shared_ptr<PortalSession> m_session; ///< null before the desktop has given the keys
     QString m_name;
     bool m_isBinding = false;
+    QPromise<void> m_bound; ///< finished when the portal has answered
     bool m_isPortalNew = false; ///< a part of the portal has come since it was asked
     bool m_isDown = false;
 };

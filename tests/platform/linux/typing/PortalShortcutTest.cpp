@@ -228,6 +228,14 @@ TEST_F(PortalShortcutTest, IsBoundAgainWhenAnotherPortalTakesThePlaceOfTheOneTha
     EXPECT_TRUE(waitUntil([&] { return m_heard == u"p"; }));
 }
 
+TEST_F(PortalShortcutTest, WhoAsksAgainWhileTheDesktopIsAskedHearsWhatItSays)
+{
+    m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};
+    PortalShortcut made;
+    EXPECT_EQ(await(made.askAgain()), u"D");
+    EXPECT_EQ(m_portal.calls().count(u"CreateSession"_s), 1);
+}
+
 TEST_F(PortalShortcutTest, GivesItsKeysBackBeforeItAsksForThemAgain)
 {
     m_portal.answers = {{u"ListShortcuts"_s, listing(u"dictate"_s, u"D"_s)}};

@@ -193,6 +193,9 @@ KavrinApp::KavrinApp() : m_services(std::make_unique<Services>(*this))
             &RecordingModel::fail);
     connect(&m_services->getStarted, &GetStarted::serviceChosen, &m_services->settings,
             &SettingsModel::reload);
+    connect(&m_services->settings, &SettingsModel::reloaded, &m_services->getStarted, &GetStarted::refresh);
+    connect(&m_services->dictations, &Dictations::stateChanged, &m_services->getStarted,
+            &GetStarted::refresh);
     connect(this, &KavrinApp::damaged, this, &KavrinApp::reportDamage, Qt::QueuedConnection);
     UserDefaults::onDamage([this](const QString &text) { Q_EMIT damaged(text); });
     connect(&m_services->notifications, &Notifications::settled, this, &KavrinApp::finish);

@@ -28,14 +28,14 @@ class Start(unittest.TestCase):
     def open_window(self):
         self.window = self.session.open_window()
 
-    def play_systemd(self, **commands):
-        """A systemctl that starts what the unit starts, as this user's systemd would."""
+    def play_systemd(self, *, then="true", **commands):
+        """A systemctl that starts what the unit starts, as this user's systemd would, and ends once `then` does."""
         folder = self.session.folder / "bin"
         folder.mkdir()
         systemctl = folder / "systemctl"
         cases = "".join(f'*{unit}*) "{self.session.bin}/{command[0]}" {" ".join(command[1:])} >/dev/null 2>&1 & '
                         f'echo $! >"{folder}/{unit}" ;;\n' for unit, command in commands.items())
-        systemctl.write_text(f'#!/bin/sh\ncase "$*" in\n{cases}*) exit 1 ;;\nesac\n')
+        systemctl.write_text(f'#!/bin/sh\ncase "$*" in\n{cases}*) exit 1 ;;\nesac\n{then}\n')
         systemctl.chmod(0o755)
         self.session.env["PATH"] = f"{folder}:{os.environ['PATH']}"
         return folder
@@ -85,10 +85,29 @@ class FirstTenSeconds(Start):
         self.assertIsNone(self.session.suite().get("provider"))
 
 
+class DoneElsewhere(Start):
+    def test_a_service_that_a_command_has_chosen_shows_at_once(self):
+        self.open()
+        self.open_window()
+        self.is_said("Choose who turns speech into text")
+        self.session.ctl("set", "openaiKey", "a key")
+        self.is_said("Done: Speech becomes text")
+
+    def test_a_dictation_that_a_command_has_begun_shows_when_its_text_is_there(self):
+        self.open(sound=True)
+        self.session.start_speech_service()
+        self.open_window()
+        self.is_said("Try it")
+        self.session.ctl("dictate", "start")
+        self.session.play(CLIP)
+        self.session.ctl("dictate", "stop")
+        self.is_said("Done: You have dictated")
+
+
 class Key(Start):
     def test_the_typist_is_started_and_says_which_command_is_a_key(self):
         self.open()
-        folder = self.play_systemd(Typist=("kavrin-typist",))
+        folder = self.play_systemd(Typist=("kavrin-typist",), then=f"gdbus wait --session --timeout 30 {TYPIST}")
         self.addCleanup(self.end, folder / "Typist", lambda: not self.bus.has(TYPIST))
         self.open_window()
         self.press("Set up a key")

@@ -74,11 +74,18 @@ void GetStarted::open()
     m_isKeyKnown = false;
     setShown(false);
     if (!isDismissed()) {
-        refresh();
+        look();
     }
 }
 
 void GetStarted::refresh()
+{
+    if (isShown()) {
+        look();
+    }
+}
+
+void GetStarted::look()
 {
     if (!m_service.isBusy()) {
         showService(m_service.problem());

@@ -48,7 +48,7 @@ public:
     /// A window opens: decides whether the card is shown.
     Q_INVOKABLE void open();
 
-    /// Looks again what is done.
+    /// Something may be done now: looks again, if the card is shown.
     Q_INVOKABLE void refresh();
 
     /// Starts the speech service of this machine, and makes the settings choose it.
@@ -75,6 +75,7 @@ private:
     QCoro::Task<> chooseService();
     QCoro::Task<> lookForKey();
     QCoro::Task<> startKey();
+    void look();
     void showService(const QString &problem = {});
     void showKey(const QString &name);
     void showTrial();

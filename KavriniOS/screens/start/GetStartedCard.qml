@@ -14,6 +14,7 @@ Column {
     signal dictate
 
     readonly property string title: started.done ? qsTr("All set") : qsTr("Get started")
+    readonly property bool seen: visible && card.Window.active
 
     width: parent.width
     spacing: 7
@@ -22,13 +23,10 @@ Column {
     Accessible.name: title
     Component.onCompleted: started.open()
 
-    // What is done elsewhere shows soon: on a page, by a keyboard, in a dialog of the desktop.
-    Timer {
-        interval: 1000
-        repeat: true
-        running: card.visible && card.Window.active
-        triggeredOnStart: true
-        onTriggered: card.started.refresh()
+    // What was done meanwhile on a page, in another window or in a dialog of the desktop.
+    onSeenChanged: {
+        if (seen)
+            started.refresh();
     }
 
     component StepButton: PlainButton {

@@ -87,7 +87,7 @@ class Browser(unittest.TestCase):
         if not shutil.which("chromium"):
             self.skipTest("chromium is not installed")
         self.session = self.enterContext(PrivateSession(sound=False))
-        self.session.start_kavrin()
+        self.session.start_kavrin("--background")
         self.suite = self.session.suite()
         self.suite.set("transcript", "string", SPOKEN)
         self.relay = self.enterContext(Relay())

@@ -46,7 +46,7 @@ class DeviceTest(unittest.TestCase):
         self.suite = self.session.suite()
 
     def start_kavrin(self):
-        return self.session.start_kavrin()
+        return self.session.start_kavrin("--background")
 
     def start(self):
         self.session.ctl("dictate", "start")
@@ -415,12 +415,12 @@ class EverySample(DeviceTest):
                 begin, end = parts[0]
                 self.assertAlmostEqual(end - begin, seconds, delta=0.005)
 
-    def test_half_an_hour_takes_no_more_memory_than_a_moment(self):
+    def test_ten_minutes_take_no_more_memory_than_a_moment(self):
         self.start()
         before = self.resident_bytes()
-        self.hear_noise_in_haste(30 * 60)
-        self.assertLess(self.resident_bytes() - before, 20e6)
-        self.assertGreater(self.recording.stat().st_size, 10e6)
+        self.hear_noise_in_haste(10 * 60)
+        self.assertLess(self.resident_bytes() - before, 10e6)  # they are 19 MB
+        self.assertGreater(self.recording.stat().st_size, 3e6)
 
     def test_recording_takes_no_more_memory_as_time_goes_by(self):
         self.start()

@@ -69,7 +69,7 @@ class Examples(unittest.TestCase):
     def setUp(self):
         self.session = self.enterContext(PrivateSession())
         self.session.start_speech_service()
-        self.session.start_kavrin()
+        self.session.start_kavrin("--background")
         self.session.env["PATH"] = f"{self.session.bin}:{os.environ['PATH']}"
         self.path = json.loads(self.session.ctl("where", "--json"))["suite"]
 

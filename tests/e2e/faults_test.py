@@ -23,7 +23,7 @@ class Faults(unittest.TestCase):
     def test_without_a_sound_server_the_state_stays_starting_until_there_is_one(self):
         with PrivateSession(sound=False) as session:
             session.start_speech_service()
-            session.start_kavrin()
+            session.start_kavrin("--background")
             suite = session.suite()
             suite.set("dictationCommand", "string", "start")
             suite.wait_for("dictationState", "starting")
@@ -36,7 +36,7 @@ class Faults(unittest.TestCase):
     def test_a_sound_server_killed_while_recording_leaves_what_was_said(self):
         with PrivateSession() as session:
             session.start_speech_service()
-            session.start_kavrin()
+            session.start_kavrin("--background")
             suite = session.suite()
             session.ctl("dictate", "start")
             session.play(CLIP)
@@ -50,7 +50,7 @@ class Faults(unittest.TestCase):
     def test_a_folder_that_becomes_unwritable_while_recording_leaves_what_was_said(self):
         with PrivateSession() as session:
             session.start_speech_service()
-            session.start_kavrin()
+            session.start_kavrin("--background")
             folder = session.folder / "run" / "kavrin"
             session.ctl("dictate", "start")
             make_read_only(folder)
@@ -65,7 +65,7 @@ class Faults(unittest.TestCase):
     def test_a_service_that_refuses_leaves_the_state_idle_and_the_last_transcript(self):
         with PrivateSession() as session:
             url = session.start_speech_service()
-            session.start_kavrin()
+            session.start_kavrin("--background")
             suite = session.suite()
             self.assertEqual(self.dictate(session), SPOKEN)
             stamp = suite.get("tStamp")
@@ -82,7 +82,7 @@ class Faults(unittest.TestCase):
         with PrivateSession() as session, HangingService() as service:
             session.ctl("set", "provider", "custom")
             session.ctl("set", "customURL", service.url)
-            kavrin = session.start_kavrin()
+            kavrin = session.start_kavrin("--background")
             session.ctl("dictate", "start")
             session.ctl("dictate", "stop")
             kavrin.send_signal(signal.SIGTERM)
@@ -92,12 +92,12 @@ class Faults(unittest.TestCase):
         for state in ("idle", "starting", "recording", "working", "done"):
             with self.subTest(state), PrivateSession() as session, HangingService() as service:
                 url = session.start_speech_service()
-                kavrin = session.start_kavrin()
+                kavrin = session.start_kavrin("--background")
                 self.bring_into(state, session, service)
                 session.end(kavrin)
                 session.sound_server.send_signal(signal.SIGCONT)
                 session.ctl("set", "customURL", url)
-                session.start_kavrin()
+                session.start_kavrin("--background")
                 left = {"idle": None, "done": "done"}.get(state, "idle")
                 self.assertEqual(session.suite().get("dictationState"), left)
                 self.assertEqual(self.dictate(session), SPOKEN)
@@ -122,7 +122,7 @@ class Faults(unittest.TestCase):
     def test_what_was_said_before_the_process_was_killed_can_still_be_transcribed(self):
         with PrivateSession() as session:
             session.start_speech_service()
-            kavrin = session.start_kavrin()
+            kavrin = session.start_kavrin("--background")
             session.ctl("dictate", "start")
             session.play(CLIP)
             silence = session.folder / "silence.wav"
@@ -137,7 +137,7 @@ class Faults(unittest.TestCase):
             service.release.set()
             session.ctl("set", "provider", "custom")
             session.ctl("set", "customURL", service.url)
-            kavrin = session.start_kavrin()
+            kavrin = session.start_kavrin("--background")
             recording = session.folder / "run" / "kavrin" / "dict.m4a"
             session.ctl("dictate", "start")
             session.play(CLIP)
@@ -157,7 +157,7 @@ class Faults(unittest.TestCase):
             path.write_bytes(b"no database " * 500)
             for suffix in ("-wal", "-shm"):
                 path.with_name(path.name + suffix).unlink(missing_ok=True)
-            session.start_kavrin()
+            session.start_kavrin("--background")
             self.assertEqual(len(list(path.parent.glob("*.damaged-*"))), 1)
             session.start_speech_service()
             self.assertEqual(self.dictate(session), SPOKEN)

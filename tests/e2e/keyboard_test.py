@@ -94,7 +94,7 @@ class KeyboardGuide(unittest.TestCase):
 
     def start_kavrin(self):
         self.session.start_speech_service()
-        self.session.start_kavrin()
+        self.session.start_kavrin("--background")
 
     def beat(self):
         """The heartbeat of a Kavrin that does nothing else."""

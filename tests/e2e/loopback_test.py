@@ -85,7 +85,7 @@ class LoopbackCase(unittest.TestCase):
     def setUp(self):
         self.session = self.enterContext(PrivateSession())
         self.session.start_speech_service()
-        self.kavrin = self.session.start_kavrin()
+        self.kavrin = self.session.start_kavrin("--background")
         self.suite = self.session.suite()
 
     @contextlib.contextmanager
@@ -221,7 +221,7 @@ class Exhaustion(LoopbackCase):
             received(client)
         self.kavrin.send_signal(signal.SIGKILL)
         self.kavrin.wait()
-        self.session.start_kavrin()
+        self.session.start_kavrin("--background")
         self.assert_answers()
 
 

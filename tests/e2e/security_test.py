@@ -49,7 +49,7 @@ def use_everything(session):
         suite.with_name(suite.name + beside).unlink(missing_ok=True)
     session.ctl("set", "openaiKey", KEY)
     start_speech_service(session)
-    kavrin = session.start_kavrin()
+    kavrin = session.start_kavrin("--background")
     session.ctl("save-code", MESSAGE)
     if dictate(session) != SPOKEN:
         raise AssertionError("nothing was dictated")
@@ -90,7 +90,7 @@ class Files(unittest.TestCase):
         self.addCleanup(resource.setrlimit, resource.RLIMIT_CORE, limit)
         resource.setrlimit(resource.RLIMIT_CORE, (limit[1], limit[1]))
         session = self.enterContext(PrivateSession(sound=False))
-        kavrin = session.start_kavrin()
+        kavrin = session.start_kavrin("--background")
         kavrinctl = session.start(session.bin / "kavrinctl", "dictate", "wait")
         service = session.start(session.bin / "kavrin-stt", "--port", "0")
         typist = session.start(session.bin / "kavrin-typist")
@@ -146,7 +146,7 @@ class Network(unittest.TestCase):
     def test_nothing_listens_but_on_the_loopback_addresses(self):
         with PrivateSession() as session:
             service = start_speech_service(session)
-            kavrin = session.start_kavrin()
+            kavrin = session.start_kavrin("--background")
             self.assertEqual(dictate(session), SPOKEN)
             self.assertEqual(self.listening(kavrin), {("127.0.0.1", PORT), ("::1", PORT)})
             self.assertEqual({address for address, _ in self.listening(service)}, {"127.0.0.1"})
@@ -165,7 +165,7 @@ class WebPage(unittest.TestCase):
 
     def setUp(self):
         self.session = self.enterContext(PrivateSession())
-        self.session.start_kavrin()
+        self.session.start_kavrin("--background")
 
     def request(self, method, target, **headers):
         """The headers of the answer, as a page's browser gets them."""

@@ -42,7 +42,7 @@ class Damage(SuiteTest):
         self.store_settings()
         self.bring_the_log_into_the_file()
         if killed:
-            kavrin = self.session.start_kavrin()
+            kavrin = self.session.start_kavrin("--background")
             self.store_settings()
             self.session.end(kavrin)
         files = [self.path, self.log] if killed else [self.path]
@@ -98,7 +98,7 @@ class Damage(SuiteTest):
     def test_kavrin_goes_on_when_the_file_is_damaged_anywhere_under_it(self):
         numbers = seeded_random()
         self.store_settings()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         for _ in range(self.PLACES):
             path = numbers.choice((self.path, self.log))
             place = self.place(path, path.stat().st_size, numbers)
@@ -120,7 +120,7 @@ class Damage(SuiteTest):
             return self.session.ctl("defaults", "read", "dictationCommand")
 
     def test_kavrin_goes_on_when_the_file_is_overwritten_under_it(self):
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         for rubbish in RUBBISH:
             with self.subTest(rubbish[:12]):
                 before = set(self.copies())
@@ -136,7 +136,7 @@ class Damage(SuiteTest):
         kavrin.send_signal(signal.SIGCONT)
 
     def test_kavrin_goes_on_when_the_file_is_overwritten_that_a_keyboard_has_open(self):
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         keyboard = Suite(self.path)
         self.assertIsNotNone(keyboard.get("dictationAlive"))
         for rubbish in RUBBISH:
@@ -148,7 +148,7 @@ class Damage(SuiteTest):
 
     def test_the_user_is_told_where_the_copy_is(self):
         notifications = Notifications(self.session, Bus(self.session))
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         self.overwrite(RUBBISH[0], kavrin)
         wait_until(notifications.shown, "a notification")
         (title, text), = notifications.shown()
@@ -164,7 +164,7 @@ class Damage(SuiteTest):
 
     def test_a_log_that_is_removed_under_kavrin_takes_nothing_along(self):
         self.store_settings()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         for height in ("56", "57", "58", "59", "60"):
             with self.subTest(height):
                 self.session.ctl("set", "rowH", height)
@@ -179,7 +179,7 @@ class Damage(SuiteTest):
         with Holder(self.path, "PRAGMA user_version = 2"):
             pass  # killed, so that the number is in the log
         content = self.path.read_bytes(), self.log.read_bytes()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         wait_until(lambda: "dictationAlive" in self.session.http("/get"), "a beat")
         self.expect_command_over_http_taken()
         self.assertIsNone(kavrin.poll())
@@ -196,7 +196,7 @@ class Killed(SuiteTest):
 
     def setUp(self):
         super().setUp()
-        self.kavrin = self.session.start_kavrin()
+        self.kavrin = self.session.start_kavrin("--background")
         self.numbers = seeded_random()
         self.done = threading.Event()
         self.problems = []

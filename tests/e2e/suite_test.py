@@ -43,7 +43,7 @@ class FullDisk(SuiteTest):
 
     def test_kavrin_started_without_room_for_a_suite_has_one_as_soon_as_there_is_room(self):
         self.fill()
-        kavrin = self.session.start_kavrin(beats=False)
+        kavrin = self.session.start_kavrin("--background", beats=False)
         self.assertEqual(self.session.http("/get"), {})
         self.assertEqual(self.session.http("/cmd?v=stop"), {"ok": True})
         self.expect_refusal()
@@ -57,7 +57,7 @@ class FullDisk(SuiteTest):
         self.bring_the_log_into_the_file()
         self.fill()
         self.expect_settings()
-        kavrin = self.session.start_kavrin(beats=False)
+        kavrin = self.session.start_kavrin("--background", beats=False)
         self.assertEqual(self.session.http("/get"), {"transcript": "said before"})
         self.expect_refusal()
         self.expect_settings()
@@ -67,7 +67,7 @@ class FullDisk(SuiteTest):
 
     def test_a_disk_that_becomes_full_takes_nothing_that_was_acknowledged(self):
         self.store_settings()
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         self.fill()
         acknowledged = self.write_until_refused()
         self.expect_refusal()
@@ -101,7 +101,7 @@ class FullDisk(SuiteTest):
         rubbish = b"no database " * 500
         self.path.write_bytes(rubbish)
         self.fill()
-        kavrin = self.session.start_kavrin(beats=False)
+        kavrin = self.session.start_kavrin("--background", beats=False)
         message = self.refused("set", "rowH", "61")
         self.assertIn("damaged", message)
         self.assertEqual(self.path.read_bytes(), rubbish)
@@ -115,7 +115,7 @@ class ReadOnly(SuiteTest):
     def expect_to_run_on_what_is_there(self, read_only):
         """Kavrin started where nothing can be written reads, refuses to write, and writes once it can."""
         make_read_only(read_only)
-        kavrin = self.session.start_kavrin(beats=False)
+        kavrin = self.session.start_kavrin("--background", beats=False)
         self.assertEqual(self.session.http("/get")["transcript"], "said before")
         self.expect_settings()
         self.assertEqual(self.session.http("/cmd?v=start"), {"ok": True})
@@ -147,7 +147,7 @@ class ReadOnly(SuiteTest):
     def test_a_folder_that_became_writable_gets_its_suite_without_a_restart(self):
         self.folder.mkdir(mode=0o700, parents=True)
         make_read_only(self.folder)
-        kavrin = self.session.start_kavrin(beats=False)
+        kavrin = self.session.start_kavrin("--background", beats=False)
         self.assertEqual(self.session.http("/get"), {})
         self.refused("set", "rowH", "61")
         undo_mount(self.folder)
@@ -163,7 +163,7 @@ class Locked(SuiteTest):
         self.store_settings()
 
     def test_reading_goes_on_and_a_write_waits_for_a_lock_that_is_held_for_seconds(self):
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         for begin in ("BEGIN IMMEDIATE", "BEGIN EXCLUSIVE"):
             with self.subTest(begin):
                 with Holder(self.path, begin, UNCOMMITTED):
@@ -178,7 +178,7 @@ class Locked(SuiteTest):
                 self.assertIsNone(Suite(self.path).get("org.example.uncommitted"))
 
     def test_a_lock_held_beyond_the_limit_is_explained_and_nothing_is_lost(self):
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         with Holder(self.path, "BEGIN IMMEDIATE", UNCOMMITTED):
             commands = ("set", "rowH", "61"), ("reset", "--all"), ("tools", "set", "gif,emoji", "gif")
             refused = [self.session.start(self.session.bin / "kavrinctl", *arguments, stderr=subprocess.PIPE)
@@ -306,7 +306,7 @@ class UnexpectedTypes(SuiteTest):
         return suite.database.execute("SELECT type, value FROM defaults WHERE key = ?", (key,)).fetchone()
 
     def test_dictation_keys_of_every_type_are_answered_and_left(self):
-        kavrin = self.session.start_kavrin()
+        kavrin = self.session.start_kavrin("--background")
         suite = self.session.suite()
         for kind, value, said in ROWS:
             with self.subTest(self.label(kind, value)):

@@ -270,6 +270,7 @@ void KavrinApp::onWindowClosed()
     m_services->window = nullptr;
     Prefs::forgetKeys();
     m_services->settings.undo()->closeWindow();
+    m_services->getStarted.close();
     // Not at once, because the window is still sending its signal.
     m_services->engine.release()->deleteLater();
     if (!m_services->tray.isAvailable()) {

@@ -174,6 +174,25 @@ TEST_F(GetStartedTest, WhatIsDoneElsewhereShowsWhenItLooksAgain)
     }
 }
 
+TEST_F(GetStartedTest, WhatIsDoneAMomentLaterShowsToo)
+{
+    open();
+    started.refresh();
+    dictateOnce();
+    EXPECT_TRUE(showsSoon(tried));
+}
+
+TEST_F(GetStartedTest, AsksNobodyWhileTheWindowIsClosed)
+{
+    open();
+    ASSERT_TRUE(waitUntil([&] { return started.isShown(); }));
+    started.close();
+    const int asked = key.asked;
+    started.refresh();
+    EXPECT_EQ(key.asked, asked);
+    EXPECT_FALSE(started.isShown());
+}
+
 TEST_F(GetStartedTest, StaysWhenAllIsDoneUntilTheWindowIsOpenedAgain)
 {
     open();

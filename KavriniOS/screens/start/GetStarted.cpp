@@ -10,6 +10,7 @@
 #include <QPointer>
 #include <QUrl>
 
+#include <chrono>
 #include <tuple>
 #include <variant>
 
@@ -23,6 +24,8 @@ namespace
 
 /// In the application's own defaults.
 const QString dismissedKey = u"getStartedDismissed"_s;
+
+constexpr std::chrono::seconds moment(1);
 
 /// Where the recordings go.
 QString hostOf(const SpeechService &service)
@@ -57,6 +60,9 @@ GetStarted::GetStarted(LocalSpeechService &local, TypingKey &typing, Pasteboard 
     for (const StartStep *step : {&m_service, &m_key, &m_trial}) {
         connect(step, &StartStep::changed, this, &GetStarted::changed);
     }
+    m_later.setSingleShot(true);
+    m_later.setInterval(moment);
+    connect(&m_later, &QTimer::timeout, this, &GetStarted::look);
 }
 
 bool GetStarted::isDismissed() const
@@ -71,6 +77,7 @@ bool GetStarted::isDone() const
 
 void GetStarted::open()
 {
+    m_isOpen = true;
     m_isKeyKnown = false;
     setShown(false);
     if (!isDismissed()) {
@@ -78,10 +85,18 @@ void GetStarted::open()
     }
 }
 
+void GetStarted::close()
+{
+    m_isOpen = false;
+    m_later.stop();
+    setShown(false);
+}
+
 void GetStarted::refresh()
 {
     if (isShown()) {
         look();
+        m_later.start();
     }
 }
 
@@ -101,8 +116,8 @@ void GetStarted::look()
 /// A card that was shown stays, so that the user sees that all is done.
 void GetStarted::decide()
 {
-    const bool isOpen = !m_service.isDone() || !m_trial.isDone() || (m_isKeyKnown && !m_key.isDone());
-    if (isOpen && !isDismissed()) {
+    const bool isLeft = !m_service.isDone() || !m_trial.isDone() || (m_isKeyKnown && !m_key.isDone());
+    if (isLeft && m_isOpen && !isDismissed()) {
         setShown(true);
     }
 }

@@ -8,6 +8,7 @@
 
 #include <QCoroTask>
 #include <QObject>
+#include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
 #include <optional>
@@ -48,7 +49,11 @@ public:
     /// A window opens: decides whether the card is shown.
     Q_INVOKABLE void open();
 
-    /// Something may be done now: looks again, if the card is shown.
+    /// The window closes. Nothing is looked for until it opens.
+    void close();
+
+    /// Something may be done now: looks again, if the card is shown, and once more a moment later, because a
+    /// keyboard marks its text and the desktop gives keys when they have done what was seen.
     Q_INVOKABLE void refresh();
 
     /// Starts the speech service of this machine, and makes the settings choose it.
@@ -89,6 +94,8 @@ private:
     StartStep m_service;
     StartStep m_key;
     StartStep m_trial;
+    QTimer m_later; ///< the second look
+    bool m_isOpen = false; ///< the window
     bool m_isShown = false;
     bool m_isDismissed = false; ///< in this process
     bool m_isKeyKnown = false; ///< the desktop has said whether there is one

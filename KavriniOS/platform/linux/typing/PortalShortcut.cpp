@@ -147,8 +147,10 @@ QCoro::Task<QString> PortalShortcut::askAgain()
     if (!m_isBinding) {
         bind();
     }
-    const QFuture<void> bound = m_bound.future();
-    co_await bound;
+    while (self && m_isBinding) {
+        const QFuture<void> bound = m_bound.future();
+        co_await bound;
+    }
     co_return self ? m_name : QString();
 }
 

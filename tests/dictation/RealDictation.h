@@ -5,12 +5,12 @@
 #include "dictation/Dictations.h"
 #include "doubles/FakeDesktop.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
-#include "platform/linux/audio/PulseAudioRecorder.h"
 #include "platform/linux/audio/PulseAudioSession.h"
 #include "platform/linux/audio/PulseSystemSound.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/network/NetworkUrlSession.h"
 #include "store/Shared.h"
+#include "support/PatientRecorder.h"
 #include "support/ScriptedServer.h"
 #include "support/Suite.h"
 #include "support/Wait.h"
@@ -58,7 +58,7 @@ public:
         return {
             .dictations = dictations,
             .session = session,
-            .makeRecorder = PulseAudioRecorder::factory(soundServer),
+            .makeRecorder = PulseAudioRecorder::factory(soundServer, patientWithSound),
             .sounds = sounds,
             .backgroundTasks = backgroundTasks,
             .pasteboard = pasteboard,

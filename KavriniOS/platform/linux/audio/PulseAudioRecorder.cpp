@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <utility>
 
 namespace kavrin
@@ -15,13 +14,8 @@ namespace kavrin
 
 using namespace Qt::StringLiterals;
 
-using namespace std::chrono_literals;
-
 namespace
 {
-
-constexpr auto patience = 500ms;
-constexpr auto patienceWithMicrophones = 2s;
 
 // Short enough to be ready within a few hundredths of a second, and long enough to wake the machine rarely.
 constexpr pa_usec_t fragmentDuration = 20 * PA_USEC_PER_MSEC;
@@ -49,22 +43,29 @@ pa_buffer_attr captureBuffer(const pa_sample_spec &format)
 
 MakeAudioRecorder PulseAudioRecorder::factory(std::shared_ptr<SoundServer> server)
 {
-    return [server = std::move(server)](const QString &path, const AudioRecorderSettings &settings) {
-        return std::make_shared<PulseAudioRecorder>(server, path, settings);
-    };
+    return factory(std::move(server), Patience{});
+}
+
+MakeAudioRecorder PulseAudioRecorder::factory(std::shared_ptr<SoundServer> server, Patience patience)
+{
+    return
+        [server = std::move(server), patience](const QString &path, const AudioRecorderSettings &settings) {
+            return std::make_shared<PulseAudioRecorder>(server, path, settings, patience);
+        };
 }
 
 PulseAudioRecorder::PulseAudioRecorder(std::shared_ptr<SoundServer> server, const QString &path,
-                                       const AudioRecorderSettings &settings)
+                                       const AudioRecorderSettings &settings, Patience patience)
     : m_server(std::move(server)), m_sampleRate(settings.sampleRate), m_channels(settings.channels),
+      m_patienceToFail(patience.toFail),
       m_averagePower(static_cast<std::size_t>(std::max(settings.channels, 0)), SoundLevel::silence),
       m_writer(SoundCodecs::load().createAac(path, settings.sampleRate, settings.channels)),
       m_level(settings.channels)
 {
-    m_patience.setSingleShot(true);
-    m_patience.setTimerType(Qt::PreciseTimer);
-    m_patience.setInterval(patience);
-    QObject::connect(&m_patience, &QTimer::timeout, &m_patience, [this] {
+    m_patienceToStart.setSingleShot(true);
+    m_patienceToStart.setTimerType(Qt::PreciseTimer);
+    m_patienceToStart.setInterval(patience.toStart);
+    QObject::connect(&m_patienceToStart, &QTimer::timeout, &m_patienceToStart, [this] {
         const SoundServer::Lock lock(*m_server);
         answer(false);
     });
@@ -82,9 +83,9 @@ QCoro::Task<bool> PulseAudioRecorder::record()
 {
     const bool first = !m_stream && !m_stopped;
     if (first) {
-        m_soundIsDue.setRemainingTime(patienceWithMicrophones);
+        m_soundIsDue.setRemainingTime(m_patienceToFail);
         openStream();
-        m_patience.start();
+        m_patienceToStart.start();
     }
     return result(m_firstSamples.future());
 }
@@ -114,7 +115,7 @@ void PulseAudioRecorder::openStream()
 
 void PulseAudioRecorder::stop()
 {
-    m_patience.stop();
+    m_patienceToStart.stop();
     const SoundServer::Lock lock(*m_server);
     m_stopped = true;
     if (m_stream) {

@@ -11,6 +11,7 @@
 #include <QPromise>
 #include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <span>
 #include <vector>
@@ -27,11 +28,19 @@ namespace kavrin
 class PulseAudioRecorder final : public AudioRecorder
 {
 public:
+    /// How long the first samples may take: until record() gives false, and until failure() says that none
+    /// came. Some headsets need a second to switch their microphone on.
+    struct Patience {
+        std::chrono::milliseconds toStart = std::chrono::milliseconds(500);
+        std::chrono::milliseconds toFail = std::chrono::seconds(2);
+    };
+
     static MakeAudioRecorder factory(std::shared_ptr<SoundServer> server);
+    static MakeAudioRecorder factory(std::shared_ptr<SoundServer> server, Patience patience);
 
     /// Opens the file; see MakeAudioRecorder.
     PulseAudioRecorder(std::shared_ptr<SoundServer> server, const QString &path,
-                       const AudioRecorderSettings &settings);
+                       const AudioRecorderSettings &settings, Patience patience);
     ~PulseAudioRecorder() override;
 
     PulseAudioRecorder(const PulseAudioRecorder &) = delete;
@@ -44,7 +53,6 @@ public:
     [[nodiscard]] bool isRecording() const override;
     [[nodiscard]] bool hasSound() const override;
 
-    /// Sound should have come after two seconds. Some headsets need one to switch their microphone on.
     [[nodiscard]] std::optional<Error> failure() const override;
     bool isMuted() override;
     void setMeteringEnabled(bool enabled) override;
@@ -61,7 +69,8 @@ private:
     std::shared_ptr<SoundServer> m_server;
     int m_sampleRate;
     int m_channels;
-    QTimer m_patience; ///< waits for the first samples
+    std::chrono::milliseconds m_patienceToFail;
+    QTimer m_patienceToStart;
     QDeadlineTimer m_soundIsDue = QDeadlineTimer(QDeadlineTimer::Forever);
     std::vector<float> m_averagePower; ///< of each channel, at the last update
 

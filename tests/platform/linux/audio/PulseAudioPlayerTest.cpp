@@ -2,7 +2,7 @@
 #include "platform/linux/audio/PulseAudioPlayer.h"
 
 #include "SoundFiles.h"
-#include "platform/linux/audio/PulseAudioRecorder.h"
+#include "support/PatientRecorder.h"
 #include "support/PrivateSoundServer.h"
 #include "support/Wait.h"
 
@@ -42,7 +42,8 @@ protected:
 
     std::shared_ptr<PulseAudioRecorder> makeListener()
     {
-        auto listener = std::make_shared<PulseAudioRecorder>(m_server, m_path, AudioRecorderSettings());
+        auto listener =
+            std::make_shared<PulseAudioRecorder>(m_server, m_path, AudioRecorderSettings(), patientWithSound);
         listener->setMeteringEnabled(true);
         EXPECT_TRUE(await(listener->record()));
         return listener;

@@ -4,7 +4,7 @@
 #include "FakeDevicePortal.h"
 #include "SoundFiles.h"
 #include "platform/linux/audio/PulseAudioPlayer.h"
-#include "platform/linux/audio/PulseAudioRecorder.h"
+#include "support/PatientRecorder.h"
 #include "support/PrivateBus.h"
 #include "support/PrivateSoundServer.h"
 #include "support/Wait.h"
@@ -109,7 +109,8 @@ protected:
     std::shared_ptr<SoundServer> m_server = std::make_shared<SoundServer>();
     PulseAudioSession m_session{m_server};
     Interruptions m_interruptions{m_session};
-    PulseAudioRecorder m_recorder{m_server, QDir::home().filePath(QStringLiteral("dict.m4a")), {}};
+    PulseAudioRecorder m_recorder{
+        m_server, QDir::home().filePath(QStringLiteral("dict.m4a")), {}, patientWithSound};
 };
 
 } // namespace
@@ -276,7 +277,8 @@ TEST(PulseAudioSession, AnnouncesACallUnlessItMixesWithOthers)
     for (const Case &c : std::to_array<Case>({{standard, false}, {AudioSession::AllowBluetooth, true}})) {
         SCOPED_TRACE(c.call);
         session.setCategory(AudioSession::Category::PlayAndRecord, AudioSession::Mode::Default, c.options);
-        PulseAudioRecorder recorder(server, QDir::home().filePath(QStringLiteral("dict.m4a")), {});
+        PulseAudioRecorder recorder(server, QDir::home().filePath(QStringLiteral("dict.m4a")), {},
+                                    patientWithSound);
         EXPECT_TRUE(await(recorder.record()));
         EXPECT_EQ(machine.control({QStringLiteral("list"), QStringLiteral("source-outputs")})
                       .contains(QStringLiteral("media.role = \"phone\"")),
@@ -305,7 +307,8 @@ TEST_F(InterruptionTest, BeginsAndEndsWithASuspendedSpeaker)
 
 TEST_F(InterruptionTest, IsOneForStreamsSuspendedTogether)
 {
-    PulseAudioRecorder second(m_server, QDir::home().filePath(QStringLiteral("second.m4a")), {});
+    PulseAudioRecorder second(m_server, QDir::home().filePath(QStringLiteral("second.m4a")), {},
+                              patientWithSound);
     EXPECT_TRUE(await(second.record()));
     suspendMicrophone(true);
     suspendMicrophone(false);
@@ -336,7 +339,8 @@ TEST_F(InterruptionTest, IsNoneWhenASuspendedStreamIsClosed)
     suspendMicrophone(true);
     m_interruptions.expect({Type::Began});
     m_recorder.stop();
-    PulseAudioRecorder next(m_server, QDir::home().filePath(QStringLiteral("next.m4a")), {});
+    PulseAudioRecorder next(m_server, QDir::home().filePath(QStringLiteral("next.m4a")), {},
+                            patientWithSound);
     suspendMicrophone(false);
     EXPECT_TRUE(await(next.record()));
     suspendMicrophone(true);

@@ -2,7 +2,7 @@
 #include "platform/linux/audio/PulseSystemSound.h"
 
 #include "SoundFiles.h"
-#include "platform/linux/audio/PulseAudioRecorder.h"
+#include "support/PatientRecorder.h"
 #include "support/PrivateSoundServer.h"
 #include "support/Wait.h"
 
@@ -40,7 +40,7 @@ std::vector<float> heard(SystemSound::Id sound)
     machine.start();
     const auto server = std::make_shared<SoundServer>();
     const QString path = QDir::home().filePath(QStringLiteral("heard.m4a"));
-    PulseAudioRecorder listener(server, path, AudioRecorderSettings());
+    PulseAudioRecorder listener(server, path, AudioRecorderSettings(), patientWithSound);
     listener.setMeteringEnabled(true);
     const auto power = [&] {
         listener.updateMeters();

@@ -1,9 +1,12 @@
 # SPDX-License-Identifier: MIT
 """Says how test runs ended: which tests failed or were skipped and why, and a last line with all counts.
 
-Reads what `ctest --output-junit` wrote. A script of several tests counts by its tests.
+Reads what `ctest --output-junit` wrote. A script of several tests counts by its tests. Of two files in one folder the
+later is the second try of what failed in the first: a test that passed only then is unsteady.
 """
 
+import collections
+import pathlib
 import re
 import sys
 import xml.etree.ElementTree
@@ -38,13 +41,31 @@ def outcomes(case):
     return [("skipped", name, reason[1] if reason else status)]
 
 
+def of_both_tries(first, second):
+    """The outcomes of an entry that failed and was tried again."""
+    if any(outcome == "failed" for outcome, *_ in second):
+        return second
+    return [("unsteady" if outcome == "failed" else outcome, *rest) for outcome, *rest in first]
+
+
+def all_outcomes(paths):
+    """The outcomes of all entries of the files, once for each folder."""
+    ended = {}
+    for path in map(pathlib.Path, paths):
+        for case in xml.etree.ElementTree.parse(path).getroot().iter("testcase"):
+            key, now = (path.parent, case.get("name")), outcomes(case)
+            ended[key] = of_both_tries(ended[key], now) if key in ended else now
+    return [outcome for of_entry in ended.values() for outcome in of_entry]
+
+
 def main():
-    cases = [case for path in sys.argv[1:] for case in xml.etree.ElementTree.parse(path).getroot().iter("testcase")]
-    ended = [outcome for case in cases for outcome in outcomes(case)]
+    ended = all_outcomes(sys.argv[1:])
     for outcome, name, reason in ended:
         if outcome != "passed":
             print(f"{outcome}: {name}" + (f": {reason}" if reason else ""))
-    print(", ".join(f"{sum(end[0] == outcome for end in ended)} {outcome}" for outcome in ("passed", "failed", "skipped")))
+    counts = collections.Counter(outcome for outcome, *_ in ended)
+    said = ["passed", "failed", "skipped"] + ["unsteady"] * ("unsteady" in counts)
+    print(", ".join(f"{counts[outcome]} {outcome}" for outcome in said))
 
 
 if __name__ == "__main__":

@@ -58,12 +58,12 @@ private:
 
 } // namespace
 
-TEST(Codes, AMillionRandomTextsHoldWhatThePlainWayFinds)
+TEST(Codes, RandomTextsHoldWhatThePlainWayFinds)
 {
     RandomTexts texts;
     int pure = 0;
     int embedded = 0;
-    for (int count = 0; count < 1'000'000; ++count) {
+    for (int count = 0; count < 200'000; ++count) {
         const QString text = texts.next();
         const std::optional<Codes::Code> found = Codes::extract(text);
         if (found != test::naiveExtract(text)) {
@@ -73,8 +73,8 @@ TEST(Codes, AMillionRandomTextsHoldWhatThePlainWayFinds)
         embedded += found && !found->pure ? 1 : 0;
     }
     // The texts are worth comparing only where there is something to find.
-    EXPECT_GT(pure, 10'000);
-    EXPECT_GT(embedded, 100'000);
+    EXPECT_GT(pure, 2'000);
+    EXPECT_GT(embedded, 20'000);
 }
 
 TEST(Codes, RandomMixturesOfCharactersAreCountedAsUsersPerceiveThem)

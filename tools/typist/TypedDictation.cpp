@@ -152,9 +152,13 @@ QCoro::Task<> TypedDictation::record()
         }
     }
     m_endedAt = m_platform.clock.now();
-    if (isRunning && m_isEndWanted) {
-        const QCoro::Task<> ending = m_isCancelled ? kavrin.cancel() : kavrin.stop();
+    if (isRunning && m_isEndWanted && !m_isCancelled) {
+        const QCoro::Task<> ending = kavrin.stop();
         co_await ending;
+    }
+    if (m_isCancelled) { // meanwhile, perhaps
+        const QCoro::Task<> cancelling = kavrin.cancel();
+        co_await cancelling;
     }
 }
 

@@ -44,6 +44,7 @@ void FakeKavrin::begin()
 
 QString FakeKavrin::State()
 {
+    beforeAnswer();
     const QString told = activity;
     if (isBegunElsewhere) {
         begin();
@@ -81,6 +82,7 @@ void FakeKavrin::Stop()
 {
     asked.append(u"Stop"_s);
     activity = u"working"_s;
+    beforeAnswer();
 }
 
 void FakeKavrin::Cancel()

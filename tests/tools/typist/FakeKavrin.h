@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <functional>
+
 namespace kavrin::test
 {
 
@@ -27,6 +29,7 @@ public:
     bool isGivenUp = false;
     QString activity = QStringLiteral("idle");
     bool isBegunElsewhere = false; ///< another keyboard begins a dictation as soon as the state was told
+    std::function<void()> beforeAnswer = [] { }; ///< to a "Stop", which is acted on by then, or to "State"
     QStringList asked; ///< what other programs have wanted of it
     QStringList problems; ///< of what was delivered, and those reported, in order
 

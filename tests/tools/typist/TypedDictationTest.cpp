@@ -364,6 +364,31 @@ TEST_F(TypedDictationTest, CanBeCancelledWhileItRecords)
     EXPECT_EQ(kavrin.asked, (QStringList{u"Announce 8"_s, u"Outcome 8"_s, u"Cancel"_s}));
 }
 
+TEST_F(TypedDictationTest, CanBeCancelledWhileItsRecordingEnds)
+{
+    record();
+    kavrin.beforeAnswer = [this] {
+        if (kavrin.activity == u"working") {
+            dictation().cancel();
+        }
+    };
+    dictation().end();
+    expectOver();
+    EXPECT_EQ(kavrin.asked, (QStringList{u"Announce 8"_s, u"Outcome 8"_s, u"Stop"_s, u"Cancel"_s}));
+    EXPECT_EQ(window.typed, QStringList());
+}
+
+TEST_F(TypedDictationTest, CanBeCancelledWhileItFindsThatSomebodyElseHasEndedItsRecording)
+{
+    record();
+    kavrin.beforeAnswer = [this] {
+        kavrin.activity = u"working"_s;
+        dictation().cancel();
+    };
+    expectOver();
+    EXPECT_EQ(kavrin.asked, (QStringList{u"Announce 8"_s, u"Outcome 8"_s, u"Cancel"_s}));
+}
+
 TEST_F(TypedDictationTest, CanBeCancelledWhileKavrinTranscribes)
 {
     record();
